@@ -1,0 +1,74 @@
+# Compiler settings and the target functions that every folder uses.
+
+set(CMAKE_CXX_STANDARD 20)
+set(CMAKE_CXX_STANDARD_REQUIRED ON)
+set(CMAKE_CXX_EXTENSIONS OFF)
+set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
+set(CMAKE_POSITION_INDEPENDENT_CODE ON)
+set(CMAKE_RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR})
+set(CMAKE_LIBRARY_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR})
+
+set(K4_SANITIZE "" CACHE STRING "Sanitizers of the program and the tests, such as address,undefined")
+option(K4_COVERAGE "Count executed lines" OFF)
+option(K4_FUZZ "Build the fuzz targets (needs clang++)" OFF)
+
+find_program(K4_CCACHE ccache)
+if(K4_CCACHE)
+  set(CMAKE_CXX_COMPILER_LAUNCHER ${K4_CCACHE})
+endif()
+
+add_compile_options(-Wall -Wextra -Wpedantic -Wshadow -Werror)
+add_compile_definitions(_FILE_OFFSET_BITS=64 _TIME_BITS=64)
+
+# Hardening of everything that ships. _FORTIFY_SOURCE needs an optimising build.
+add_compile_options(-fstack-protector-strong $<$<CONFIG:Release>:-D_FORTIFY_SOURCE=2>)
+add_link_options(-Wl,-z,relro,-z,now)
+if(NOT K4_FUZZ)
+  include(CheckPIESupported)
+  check_pie_supported()
+endif()
+
+# The same sources at any path give the same bytes.
+add_compile_options(-ffile-prefix-map=${CMAKE_SOURCE_DIR}/= -ffile-prefix-map=${CMAKE_BINARY_DIR}/=)
+
+# Instruments a target as the preset asks. The preloaded library of the virtual
+# device is never instrumented: its hand-over between threads must stay invisible
+# to ThreadSanitizer, and it runs before a sanitizer has started.
+function(k4_instrument target)
+  if(K4_SANITIZE)
+    target_compile_options(${target} PRIVATE -fsanitize=${K4_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
+    target_link_options(${target} PUBLIC -fsanitize=${K4_SANITIZE})
+  endif()
+  if(K4_COVERAGE)
+    target_compile_options(${target} PRIVATE --coverage)
+    target_link_options(${target} PUBLIC --coverage)
+  endif()
+endfunction()
+
+# k4_library(NAME USES...): one static library of all sources of the current folder
+# (and its subfolders). Its headers are visible as "NAME/..." to targets that link
+# it, and to no other, so that a dependency in the wrong direction does not compile.
+function(k4_library name)
+  file(GLOB_RECURSE sources CONFIGURE_DEPENDS *.cpp)
+  list(FILTER sources EXCLUDE REGEX "/main\\.cpp$")
+  k4_bootstrap(sources)
+  add_library(${name} STATIC ${sources})
+  k4_public_headers(${name} ${name})
+  target_link_libraries(${name} PUBLIC ${ARGN})
+  k4_instrument(${name})
+endfunction()
+
+function(k4_public_headers target folder)
+  set(root ${CMAKE_BINARY_DIR}/include/${folder})
+  file(MAKE_DIRECTORY ${root})
+  file(CREATE_LINK ${CMAKE_SOURCE_DIR}/${folder} ${root}/${folder} SYMBOLIC)
+  target_include_directories(${target} PUBLIC ${root})
+endfunction()
+
+# Lets a folder without sources configure while the tree is being set up.
+function(k4_bootstrap list)
+  if(NOT ${list})
+    file(WRITE ${CMAKE_CURRENT_BINARY_DIR}/empty.cpp "")
+    set(${list} ${CMAKE_CURRENT_BINARY_DIR}/empty.cpp PARENT_SCOPE)
+  endif()
+endfunction()

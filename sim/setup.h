@@ -1,0 +1,59 @@
+// What one run of the virtual K/4 is set up with. The launcher fills it from its
+// command line and a scenario file, and hands it to libk4sim.so as text in the
+// environment variable K4SIM_SETUP; a unit test fills it by hand.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace k4sim {
+
+enum class Board { aes, plain, i2c, engine, none };
+enum class OperatorKind { automatic, none };
+
+// A fault of the fault list, for example {"key-held", "7", 0}.
+struct FaultSetting {
+    std::string name;
+    std::string value;           // empty where the fault takes none
+    std::int64_t at_us = 0;      // 0: from the start
+};
+
+// One step of a scenario: when it is due, and what is done.
+struct ScenarioStep {
+    enum class Trigger {
+        time,      // at_us after the start of the run
+        console,   // a console line that contains `text`
+        screen,    // a row of the OLED that contains `text`
+        beep       // a tone of the speaker
+    };
+    Trigger trigger = Trigger::time;
+    std::int64_t at_us = 0;      // Trigger::time: since the start; else: delay after the trigger
+    std::string text;            // what to look for (console, screen)
+    std::string action;          // "press 7", "hold E", "release E", "turn 1 -3", "fault NAME[=VALUE]"
+};
+
+struct Setup {
+    Board board = Board::aes;
+    OperatorKind operator_kind = OperatorKind::none;
+    std::uint64_t seed = 1;
+    std::optional<double> pace;              // empty: as fast as it can (max)
+    std::int64_t limit_us = 3'600'000'000;   // end of the run, status 124
+    int report_fd = -1;                      // where the report lines go; -1: nowhere
+    std::vector<FaultSetting> faults;
+    std::vector<ScenarioStep> steps;
+};
+
+// The text form: one "key value..." a line, strings escaped. decode(encode(s)) == s.
+std::string encode(const Setup& setup);
+
+// Empty when the text is not well-formed.
+std::optional<Setup> decode(std::string_view text);
+
+// The name as on the command line ("aes"), and back; empty for an unknown name.
+std::string_view board_name(Board board);
+std::optional<Board> board_from_name(std::string_view name);
+
+} // namespace k4sim
