@@ -1,0 +1,47 @@
+# The commands of the README. Each installs what is missing, then builds with a CMake preset.
+.PHONY: run test build setup sanitize coverage fuzz bench format lint clean
+
+BUILD := build/release
+RUN_RECORD := build/run
+KEYWORDS ?= run
+
+build: setup
+	@cmake --preset release $(QUIET)
+	@cmake --build --preset release
+
+setup:
+	@scripts/setup
+
+# The real program on a virtual device, its console live, an automatic operator at the panel.
+run: QUIET := --log-level=WARNING >/dev/null
+run: build
+	@$(BUILD)/k4sim run --board aes --operator auto --record $(RUN_RECORD) -- $(BUILD)/k4selftest $(KEYWORDS); \
+	status=$$?; echo; echo "Exit status $$status. OLED pictures and events: $(RUN_RECORD)/"; ls $(RUN_RECORD)
+
+test: build
+	@ctest --preset release
+
+# Every test again under AddressSanitizer and UBSan (32 bits) and ThreadSanitizer (64 bits).
+sanitize: setup
+	@for preset in asan analysis64; do \
+	    cmake --preset $$preset && cmake --build --preset $$preset && ctest --preset $$preset || exit 1; \
+	done
+
+coverage: setup
+	@cmake --preset coverage && cmake --build --preset coverage && ctest --preset coverage
+	@scripts/coverage
+
+fuzz: setup
+	@cmake --preset fuzz && cmake --build --preset fuzz && ctest --preset fuzz
+
+bench: build
+	@for program in $(BUILD)/*_bench; do $$program; done
+
+format:
+	@git ls-files '*.cpp' '*.h' | xargs clang-format -i
+
+lint: setup
+	@scripts/lint
+
+clean:
+	@rm -rf build
