@@ -1,0 +1,39 @@
+#!/bin/sh
+# Looks for breaches of the house rules that the compiler can't see.
+set -u
+cd "$1" || exit 2
+status=0
+
+# breach MESSAGE COMMAND...: what the command prints is a breach.
+breach() {
+    message=$1
+    shift
+    found=$("$@")
+    if [ -n "$found" ]; then
+        printf '%s:\n%s\n' "$message" "$found"
+        status=1
+    fi
+}
+
+program='baselib grc hw audio app'
+
+breach "Assembly outside the port access layer" \
+    grep -rnE '\b(asm|__asm__)\b' $program --include=*.cpp --include=*.h --exclude=ports.h
+breach "Sleeping outside the clock and the thread layer" \
+    grep -rnE '\b(usleep|nanosleep) *\(' $program --include=*.cpp --exclude=clock.cpp --exclude=thread.cpp
+breach "The program includes the virtual device" \
+    grep -rn '#include "sim/' $program
+breach "The virtual device includes the program" \
+    grep -rnE '#include "(baselib|grc|hw|audio|app)/' sim
+breach "Standard streams or threads in the program" \
+    grep -rnE '#include <(iostream|thread|mutex|chrono|future)>' $program
+breach "Headers without #pragma once" \
+    grep -rL '#pragma once' $program sim --include=*.h
+if command -v clang-format >/dev/null; then
+    unformatted() {
+        find $program sim tests bench -name '*.cpp' -o -name '*.h' |
+            xargs clang-format --dry-run -Werror 2>&1 | grep -oE '^[^ ]*:[0-9]+' | head -n 5
+    }
+    breach "Not formatted (make format)" unformatted
+fi
+exit $status
