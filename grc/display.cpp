@@ -1,0 +1,49 @@
+#include "grc/display.h"
+
+#include <algorithm>
+#include <cstddef>
+
+namespace {
+
+constexpr unsigned int greyMask = 0xF;
+
+bool isValid(int extent) { return extent >= 1 && extent <= GRCdisplay::extentMax; }
+
+std::size_t words(GRCsize size) {
+    return static_cast<std::size_t>(size.width) * static_cast<std::size_t>(size.height);
+}
+
+} // namespace
+
+void GRCdisplay::init(int width, int height, unsigned int* memory) {
+    size_ = isValid(width) && isValid(height) ? GRCsize{width, height} : GRCsize{};
+    ownMemory.assign(memory ? 0 : words(size_), 0);
+    pixels = memory ? memory : ownMemory.data();
+    changed_ = area();
+}
+
+void GRCdisplay::clear(unsigned int grey) { fill(area(), grey); }
+
+void GRCdisplay::put(long long x, long long y, unsigned int grey) {
+    if (x < 0 || y < 0 || x >= size_.width || y >= size_.height) return;
+    fill({{static_cast<int>(x), static_cast<int>(y)}, {1, 1}}, grey);
+}
+
+void GRCdisplay::fill(const GRCrect& wanted, unsigned int grey) {
+    const GRCrect visible = intersection(wanted, area());
+    const auto [x, y] = visible.position;
+    for (int line = 0; line < visible.extent.height; ++line)
+        std::fill_n(rowForWriting(y + line) + x, visible.extent.width, grey & greyMask);
+    changed_ = bounding(changed_, visible);
+}
+
+unsigned int GRCdisplay::grey(int x, int y) const {
+    if (x < 0 || y < 0 || x >= size_.width || y >= size_.height) return 0;
+    return row(y)[x] & greyMask;
+}
+
+const unsigned int* GRCdisplay::row(int y) const {
+    return pixels + static_cast<std::size_t>(y) * static_cast<std::size_t>(size_.width);
+}
+
+unsigned int* GRCdisplay::rowForWriting(int y) { return const_cast<unsigned int*>(row(y)); }
