@@ -1,0 +1,65 @@
+#include "baselib/clock.h"
+
+#include "baselib/thread.h"
+#include "raw_clock.h"
+
+#include <climits>
+#include <csignal>
+#include <gtest/gtest.h>
+#include <sys/time.h>
+
+namespace {
+
+constexpr long long tick_us = 10'000;
+
+// The clock keeps its state, and each case needs the first reading of a process.
+void expectReadings(const std::vector<int>& raw, const std::vector<long long>& ticks) {
+    setRawTicks(raw);
+    for (const long long expected : ticks)
+        if (const long long now_us = KLFnow(); now_us != expected * tick_us) {
+            fprintf(stderr, "expected %lld, is %lld", expected * tick_us, now_us);
+            exit(1);
+        }
+    exit(0);
+}
+
+TEST(ClockDeath, is_continuous_across_both_wraps) {
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    const long long turn = 1LL << 32;
+    const struct {
+        std::vector<int> raw;
+        std::vector<long long> ticks;
+    } cases[] = {
+        {{0, 1, 1, 500}, {0, 1, 1, 500}},
+        {{INT_MAX - 1, INT_MAX, INT_MIN, INT_MIN + 1},
+         {INT_MAX - 1LL, INT_MAX, INT_MAX + 1LL, INT_MAX + 2LL}},
+        {{INT_MAX, INT_MIN, -2, -1, 0, 1},
+         {INT_MAX, INT_MAX + 1LL, turn - 2, turn - 1, turn, turn + 1}},
+        {{5, INT_MIN, 6, INT_MIN + 9, 7},
+         {5, turn / 2, turn + 6, turn + turn / 2 + 9, 2 * turn + 7}},
+        // A count that is negative from the start is no wrap, nor is an error value.
+        {{-3, -2, -1, 0, 1}, {-3, -2, -1, 0, 1}},
+        {{-1, -1, 0}, {-1, -1, 0}},
+        {{INT_MIN, INT_MIN + 1}, {INT_MIN, INT_MIN + 1LL}},
+    };
+    for (const auto& c : cases)
+        EXPECT_EXIT(expectReadings(c.raw, c.ticks), testing::ExitedWithCode(0), "");
+}
+
+void ignoreSignal(int) {}
+
+TEST(Delay, interrupted_by_a_signal_returns_the_rest) {
+    struct sigaction action {};
+    action.sa_handler = ignoreSignal;
+    ASSERT_EQ(sigaction(SIGALRM, &action, nullptr), 0);
+    // Repeats, so that a signal before the sleep has begun does no harm.
+    const itimerval soon{{0, 20'000}, {0, 20'000}};
+    const itimerval off{};
+    ASSERT_EQ(setitimer(ITIMER_REAL, &soon, nullptr), 0);
+    const long long left_us = KLFptdelay(60'000'000);
+    ASSERT_EQ(setitimer(ITIMER_REAL, &off, nullptr), 0);
+    EXPECT_GT(left_us, 0);
+    EXPECT_LT(left_us, 60'000'000);
+}
+
+} // namespace

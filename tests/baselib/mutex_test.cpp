@@ -1,0 +1,193 @@
+#include "baselib/mutex.h"
+
+#include "baselib/multisema.h"
+#include "thread_body.h"
+
+#include <gtest/gtest.h>
+#include <limits>
+#include <string>
+
+namespace {
+
+class Mutex : public testing::Test {
+protected:
+    Mutex() { KLFptcreatemain("PT-Main"); }
+};
+
+class MutexDeath : public testing::Test {
+protected:
+    MutexDeath() { GTEST_FLAG_SET(death_test_style, "threadsafe"); }
+};
+
+constexpr int statusOfMisuse = 255; // exit status -1
+
+// Another thread that holds a mutex for as long as this object lives.
+class HeldElsewhere {
+public:
+    explicit HeldElsewhere(KLTptmutex& mutex)
+        : thread_(
+              [this, &mutex] {
+                  mutex.lock();
+                  holds_.signal(1);
+                  mayEnd_.wait();
+                  mutex.release();
+              },
+              "holder") {
+        thread_.run();
+        holds_.wait();
+    }
+    ~HeldElsewhere() {
+        mayEnd_.signal(1);
+        thread_.waitend();
+    }
+
+private:
+    KLTmultisema holds_;
+    KLTmultisema mayEnd_;
+    ThreadBody thread_;
+};
+
+TEST_F(Mutex, unnamed_mutexes_are_counted_and_names_cut) {
+    const KLTptmutex first;
+    const KLTptmutex second("");
+    ASSERT_EQ(std::string(first.name()).substr(0, 3), "MU-");
+    EXPECT_EQ(std::stoi(first.name() + 3) + 1, std::stoi(second.name() + 3));
+    KLTptmutex named("0123456789012345678901234567890123456789");
+    EXPECT_STREQ(named.name(), "0123456789012345678901234567890");
+    named.name("display");
+    named.name("");
+    EXPECT_STREQ(named.name(), "display");
+}
+
+TEST_F(Mutex, each_form_of_lock_takes_a_free_mutex) {
+    KLTptmutex mutex;
+    EXPECT_STREQ(mutex.owner("free"), "free");
+    EXPECT_EQ(mutex.lock(), 0);
+    EXPECT_STREQ(mutex.owner("free"), "PT-Main");
+    EXPECT_EQ(mutex.lock(false), 0);
+    EXPECT_STREQ(mutex.owner("free"), "free");
+    EXPECT_EQ(mutex.lock(true), 0);
+    EXPECT_EQ(mutex.release(), 0);
+    for (const int timeout_us : {0, -1, 500'000}) {
+        EXPECT_TRUE(mutex.lock(timeout_us));
+        EXPECT_STREQ(mutex.owner("free"), "PT-Main");
+        EXPECT_EQ(mutex.release(), 0);
+    }
+    EXPECT_TRUE(mutex.lock(std::numeric_limits<long long>::max()));
+    EXPECT_EQ(mutex.release(), 0);
+}
+
+TEST_F(Mutex, timed_lock_of_a_held_mutex_gives_up_in_time) {
+    KLTptmutex mutex;
+    const HeldElsewhere held(mutex);
+    const struct {
+        int timeout_us;
+        long long atLeast_us;
+        long long below_us;
+    } cases[] = {{0, 0, 100'000}, {-5, 0, 100'000}, {500'000, 500'000, 600'000}};
+    for (const auto& c : cases) {
+        const long long before_us = KLFptnow();
+        EXPECT_FALSE(mutex.lock(c.timeout_us));
+        const long long took_us = KLFptnow() - before_us;
+        EXPECT_GE(took_us, c.atLeast_us);
+        EXPECT_LT(took_us, c.below_us);
+        EXPECT_STREQ(mutex.owner("free"), "holder");
+        EXPECT_EQ(KLFptcurrent(true)->waitingFor(), nullptr);
+    }
+}
+
+TEST_F(Mutex, waiting_thread_is_traced_and_gets_the_mutex) {
+    KLTptmutex mutex;
+    std::string owner;
+    ThreadBody waiting(
+        [&] {
+            mutex.lock();
+            owner = mutex.owner("free");
+            mutex.release();
+        },
+        "waiting");
+    mutex.lock();
+    ASSERT_EQ(waiting.run(), 0);
+    while (waiting.waitingFor() != &mutex)
+        KLFptdelay(100);
+    mutex.release();
+    waiting.waitend();
+    EXPECT_EQ(owner, "waiting");
+    EXPECT_EQ(waiting.waitingFor(), nullptr);
+    EXPECT_STREQ(mutex.owner("free"), "free");
+}
+
+TEST_F(Mutex, threads_exclude_each_other) {
+    KLTptmutex mutex;
+    int counter = 0;
+    const auto count = [&] {
+        for (int i = 0; i < 2'000; ++i) {
+            const KLTptmutexHold hold(mutex);
+            ++counter;
+        }
+    };
+    ThreadBody first(count);
+    ThreadBody second(count);
+    first.run();
+    second.run();
+    first.waitend();
+    second.waitend();
+    EXPECT_EQ(counter, 4'000);
+}
+
+TEST_F(Mutex, cancelled_holder_gives_the_mutex_back) {
+    KLTptmutex mutex;
+    KLTmultisema holds;
+    ThreadBody holder([&] {
+        const KLTptmutexHold hold(mutex);
+        holds.signal(1);
+        for (;;)
+            KLFptdelay(1'000);
+    });
+    ASSERT_EQ(holder.run(), 0);
+    holds.wait();
+    holder.cancel();
+    holder.waitend();
+    EXPECT_TRUE(mutex.lock(0));
+    mutex.release();
+}
+
+void nestedRelease() {
+    KLFptcreatemain("PT-Main");
+    KLTptmutex mutex;
+    mutex.lock();
+    mutex.lock();
+    mutex.release();
+    fprintf(stderr, "once;");
+    mutex.release();
+}
+
+void releaseByStranger(bool byLockFalse) {
+    KLFptcreatemain("PT-Main");
+    KLTptmutex mutex;
+    mutex.lock();
+    onOtherThread([&] { byLockFalse ? mutex.lock(false) : mutex.release(); });
+}
+
+TEST_F(MutexDeath, only_the_owner_may_release_and_only_once) {
+    const char* message = "KLTptmutex::release\\(\\): Only owner can release mutex!\r\n$";
+    EXPECT_EXIT(nestedRelease(), testing::ExitedWithCode(statusOfMisuse),
+                std::string("^once;") + message);
+    EXPECT_EXIT(releaseByStranger(false), testing::ExitedWithCode(statusOfMisuse), message);
+    EXPECT_EXIT(releaseByStranger(true), testing::ExitedWithCode(statusOfMisuse), message);
+    EXPECT_EXIT((KLFptcreatemain(nullptr), KLTptmutex().release()),
+                testing::ExitedWithCode(statusOfMisuse), message);
+}
+
+TEST_F(MutexDeath, unknown_caller_is_fatal) {
+    const char* message = "^KLFptcurrent\\(\\): Unknown thread!\r\n$";
+    KLTptmutex mutex;
+    EXPECT_EXIT(mutex.lock(), testing::ExitedWithCode(statusOfMisuse), message);
+    EXPECT_EXIT(mutex.lock(true), testing::ExitedWithCode(statusOfMisuse), message);
+    EXPECT_EXIT(mutex.lock(false), testing::ExitedWithCode(statusOfMisuse), message);
+    EXPECT_EXIT((void)mutex.lock(0), testing::ExitedWithCode(statusOfMisuse), message);
+    EXPECT_EXIT((void)mutex.lock(1LL), testing::ExitedWithCode(statusOfMisuse), message);
+    EXPECT_EXIT(mutex.release(), testing::ExitedWithCode(statusOfMisuse), message);
+}
+
+} // namespace

@@ -1,0 +1,297 @@
+#include "baselib/thread.h"
+
+#include "baselib/multisema.h"
+#include "thread_body.h"
+
+#include <gtest/gtest.h>
+#include <memory>
+#include <string>
+
+namespace {
+
+class Idle : public KLTpthreadBase {
+public:
+    using KLTpthreadBase::KLTpthreadBase;
+    void threadFuncOwn() override {}
+};
+
+// Unnamed records of a static initialiser, before any test.
+Idle firstUnnamed;
+Idle secondUnnamed("");
+
+class Thread : public testing::Test {
+protected:
+    Thread() { KLFptcreatemain("PT-Main"); }
+};
+
+class ThreadDeath : public testing::Test {
+protected:
+    // Each death starts in a process of its own, where no main thread exists yet.
+    ThreadDeath() { GTEST_FLAG_SET(death_test_style, "threadsafe"); }
+};
+
+constexpr int statusOfMisuse = 255; // exit status -1
+
+void sleepForEver() {
+    for (;;)
+        KLFptdelay(1'000);
+}
+
+TEST_F(Thread, unnamed_records_are_counted_from_one) {
+    EXPECT_STREQ(firstUnnamed.name(), "PT-1");
+    EXPECT_STREQ(secondUnnamed.name(), "PT-2");
+}
+
+TEST_F(Thread, name_keeps_31_characters_and_ignores_empty_ones) {
+    Idle record("0123456789012345678901234567890123456789");
+    EXPECT_STREQ(record.name(), "0123456789012345678901234567890");
+    record.name("short");
+    record.name("");
+    record.name(nullptr);
+    EXPECT_STREQ(record.name(), "short");
+}
+
+TEST_F(Thread, main_record_is_made_once) {
+    KLTpthreadBase* main = KLFptmain(true);
+    EXPECT_EQ(KLFptcreatemain("another"), main);
+    EXPECT_STREQ(main->name(), "PT-Main");
+    EXPECT_EQ(KLFptcurrent(true), main);
+    EXPECT_EQ(main->run(), 0);
+    main->waitend();
+    EXPECT_FALSE(main->finished());
+}
+
+TEST_F(Thread, body_finds_its_own_record) {
+    const KLTpthreadBase* seen = nullptr;
+    std::string seenName;
+    ThreadBody thread(
+        [&] {
+            seen = KLFptcurrent(true);
+            seenName = KLFptname("nobody");
+        },
+        "worker");
+    ASSERT_EQ(thread.run(), 0);
+    thread.waitend();
+    EXPECT_EQ(seen, &thread);
+    EXPECT_EQ(seenName, "worker");
+    EXPECT_TRUE(thread.finished());
+    EXPECT_FALSE(thread.attached());
+}
+
+void* nameOfCaller(void* text) {
+    *static_cast<std::string*>(text) = KLFptname("nobody");
+    return KLFptcurrent(false);
+}
+
+TEST_F(Thread, foreign_thread_has_no_record) {
+    pthread_t foreign;
+    std::string seenName;
+    void* record = &foreign;
+    ASSERT_EQ(pthread_create(&foreign, nullptr, nameOfCaller, &seenName), 0);
+    ASSERT_EQ(pthread_join(foreign, &record), 0);
+    EXPECT_EQ(record, nullptr);
+    EXPECT_EQ(seenName, "nobody");
+}
+
+TEST_F(Thread, second_run_is_refused_while_the_first_runs) {
+    KLTmultisema mayEnd;
+    ThreadBody thread([&] { mayEnd.wait(); });
+    ASSERT_EQ(thread.run(), 0);
+    EXPECT_EQ(thread.run(), -2);
+    mayEnd.signal(1);
+    thread.waitend();
+    EXPECT_TRUE(thread.finished());
+}
+
+TEST_F(Thread, finished_record_runs_again) {
+    int runs = 0;
+    ThreadBody thread([&] { ++runs; });
+    ASSERT_EQ(thread.run(), 0);
+    while (!thread.finished())
+        KLFptdelay(100);
+    EXPECT_TRUE(thread.attached());
+    ASSERT_EQ(thread.run(), 0);
+    thread.waitend();
+    EXPECT_EQ(runs, 2);
+}
+
+TEST_F(Thread, record_that_never_ran_has_nothing_to_end) {
+    Idle record;
+    record.waitend();
+    EXPECT_FALSE(record.finished());
+    EXPECT_EQ(record.cancel(), -2);
+    EXPECT_EQ(record.detach(), -1);
+}
+
+TEST_F(Thread, waitend_on_itself_ends_the_thread) {
+    bool wentOn = false;
+    ThreadBody thread([&] {
+        KLFptcurrent(true)->waitend();
+        wentOn = true;
+    });
+    ASSERT_EQ(thread.run(), 0);
+    thread.waitend();
+    EXPECT_TRUE(thread.finished());
+    EXPECT_FALSE(wentOn);
+}
+
+TEST_F(Thread, cancel_on_itself_ends_the_thread) {
+    bool wentOn = false;
+    ThreadBody thread([&] {
+        KLFptcurrent(true)->cancel();
+        wentOn = true;
+    });
+    ASSERT_EQ(thread.run(), 0);
+    thread.waitend();
+    EXPECT_FALSE(wentOn);
+}
+
+struct SetAtEnd {
+    std::atomic<bool>& flag;
+    ~SetAtEnd() { flag = true; }
+};
+
+TEST_F(Thread, cancel_unwinds_the_body) {
+    std::atomic<bool> unwound{false};
+    ThreadBody thread([&] {
+        const SetAtEnd end{unwound};
+        sleepForEver();
+    });
+    ASSERT_EQ(thread.run(), 0);
+    EXPECT_EQ(thread.cancel(), 0);
+    EXPECT_FALSE(thread.finished());
+    thread.waitend();
+    EXPECT_TRUE(unwound);
+    EXPECT_TRUE(thread.finished());
+}
+
+// Works on nothing of its record, since that is gone before the thread is.
+class Sleeper : public KLTpthreadBase {
+public:
+    Sleeper() : KLTpthreadBase("sleeper") {}
+    void threadFuncOwn() override { sleepThenTell(); }
+    static inline std::atomic<bool> started{false};
+    static inline std::atomic<bool> unwound{false};
+
+private:
+    static void sleepThenTell() {
+        const SetAtEnd end{unwound};
+        started = true;
+        sleepForEver();
+    }
+};
+
+TEST_F(Thread, destructor_cancels_a_running_thread) {
+    auto record = std::make_unique<Sleeper>();
+    ASSERT_EQ(record->run(), 0);
+    while (!Sleeper::started)
+        KLFptdelay(100);
+    record.reset();
+    while (!Sleeper::unwound)
+        KLFptdelay(100);
+}
+
+class EndsItself : public KLTpthreadBase {
+public:
+    explicit EndsItself(KLTmultisema& over) : KLTpthreadBase("brief"), over_(over) {}
+    void threadFuncOwn() override {
+        struct Tell {
+            KLTmultisema& over;
+            bool wentOn = false;
+            ~Tell() { over.signal(wentOn ? 2 : 1); }
+        } tell{over_};
+        detach();
+        delete this;
+        tell.wentOn = true;
+    }
+
+private:
+    KLTmultisema& over_;
+};
+
+TEST_F(Thread, thread_that_destroys_its_record_ends_there) {
+    KLTmultisema over;
+    ASSERT_EQ((new EndsItself(over))->run(), 0);
+    EXPECT_EQ(over.wait(), 1);
+}
+
+TEST_F(Thread, detached_thread_clears_its_own_handle) {
+    for (const bool afterwards : {false, true}) {
+        std::atomic<bool> mayEnd{false};
+        Idle finishedFirst;
+        ThreadBody runsOn([&] {
+            while (!mayEnd)
+                KLFptdelay(100);
+        });
+        KLTpthreadBase& thread = afterwards ? static_cast<KLTpthreadBase&>(finishedFirst) : runsOn;
+        ASSERT_EQ(thread.run(), 0);
+        while (afterwards && !thread.finished())
+            KLFptdelay(100);
+        EXPECT_EQ(thread.detach(), 0);
+        thread.waitend(); // nothing to join: returns
+        mayEnd = true;
+        while (thread.attached())
+            KLFptdelay(100);
+        EXPECT_TRUE(thread.finished());
+        EXPECT_EQ(thread.detach(), -1);
+    }
+}
+
+// The new thread may be over before run() has returned: its last word must stand.
+TEST_F(Thread, brief_detached_threads_leave_no_handle_behind) {
+    for (int round = 0; round < 300; ++round) {
+        KLTmultisema over;
+        ThreadBody thread([&] { KLFptcurrent(true)->detach(); });
+        ASSERT_EQ(thread.run(), 0);
+        while (!thread.finished())
+            KLFptdelay(10);
+        ASSERT_FALSE(thread.attached());
+    }
+}
+
+TEST_F(Thread, delay_takes_its_time) {
+    const long long before_us = KLFptnow();
+    EXPECT_EQ(KLFptdelay(30'000), 0);
+    EXPECT_EQ(KLFptdelay(0), 0);
+    EXPECT_EQ(KLFptdelay(-1), 0);
+    const long long took_us = KLFptnow() - before_us;
+    EXPECT_GE(took_us, 30'000);
+}
+
+TEST_F(Thread, signals_arrive_in_order) {
+    KLTmultisema ask;
+    KLTmultisema answer;
+    ThreadBody thread([&] {
+        for (int value = ask.wait(); value != 0; value = ask.wait())
+            answer.signal(-value);
+    });
+    ASSERT_EQ(thread.run(), 0);
+    for (const int value : {1, -7, 0x7FFFFFFF, 0})
+        EXPECT_EQ(ask.signal(value), 0);
+    thread.waitend();
+    EXPECT_EQ(answer.wait(), -1);
+    EXPECT_EQ(answer.wait(), 7);
+    EXPECT_EQ(answer.wait(), -0x7FFFFFFF);
+}
+
+TEST_F(ThreadDeath, misuse_before_the_main_thread_exists_is_fatal) {
+    EXPECT_EXIT(firstUnnamed.run(), testing::ExitedWithCode(statusOfMisuse),
+                "^KLTpthreadBase::run\\(\\): Main thread does not exist!\r\n$");
+    EXPECT_EXIT(KLFptmain(true), testing::ExitedWithCode(statusOfMisuse),
+                "^KLFptmain\\(\\): Main thread doesn't exist!\r\n$");
+    EXPECT_EXIT(KLFptcurrent(true), testing::ExitedWithCode(statusOfMisuse),
+                "^KLFptcurrent\\(\\): Unknown thread!\r\n$");
+    const auto report = [] {
+        const bool absent = !KLFptmain(false) && !KLFptcurrent(false);
+        const bool fallback = std::string(KLFptname("nobody")) == "nobody";
+        const bool firstName = std::string(KLFptcreatemain(nullptr)->name()) == "PT-0";
+        exit(absent + 2 * fallback + 4 * firstName);
+    };
+    EXPECT_EXIT(report(), testing::ExitedWithCode(7), "");
+}
+
+TEST_F(ThreadDeath, cancelling_the_main_record_ends_the_process) {
+    EXPECT_EXIT(KLFptcreatemain("PT-Main")->cancel(), testing::ExitedWithCode(0), "");
+}
+
+} // namespace
