@@ -1,6 +1,7 @@
 #include "audio/beep.h"
 
 #include "baselib/clock.h"
+#include "baselib/thread.h"
 
 #include <cmath>
 #include <cstring>
@@ -66,6 +67,7 @@ int KLTlinuxBeep::opendev(const char* path) {
 
 void KLTlinuxBeep::closedev() {
     if (fd_ < 0) return;
+    const KLTptNoCancel noCancel; // close() is a cancellation point
     request(KIOCSOUND, 0);
     close(fd_);
     fd_ = -1;

@@ -1,5 +1,7 @@
 #include "baselib/multisema.h"
 
+#include "baselib/thread.h"
+
 #include <cerrno>
 #include <unistd.h>
 
@@ -18,6 +20,7 @@ KLTmultisema::KLTmultisema() {
 
 KLTmultisema::~KLTmultisema() {
     if (readEnd_ < 0) return;
+    const KLTptNoCancel noCancel; // close() is a cancellation point
     close(readEnd_);
     close(writeEnd_);
 }

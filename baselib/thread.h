@@ -91,6 +91,19 @@ private:
     pthread_mutex_t stateLock_ = PTHREAD_MUTEX_INITIALIZER;
 };
 
+// Keeps cancellation of the calling thread away from a block; a request that comes meanwhile
+// takes effect later. For destructors, in which unwinding would end the process.
+class KLTptNoCancel {
+public:
+    KLTptNoCancel() { pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, &former_); }
+    ~KLTptNoCancel() { pthread_setcancelstate(former_, nullptr); }
+    KLTptNoCancel(const KLTptNoCancel&) = delete;
+    KLTptNoCancel& operator=(const KLTptNoCancel&) = delete;
+
+private:
+    int former_ = PTHREAD_CANCEL_ENABLE;
+};
+
 // The record of the process's first thread. Its body does nothing.
 class Maintask : public KLTpthreadBase {
 public:
