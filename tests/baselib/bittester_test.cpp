@@ -1,0 +1,67 @@
+#include "baselib/bittester.h"
+
+#include <functional>
+#include <gtest/gtest.h>
+#include <string>
+
+namespace {
+
+// A port whose wiring is a function from what is put out to what comes back.
+class WiredPort : public KLTbitTester {
+public:
+    explicit WiredPort(std::function<unsigned long(unsigned long)> wiring)
+        : wiring_(std::move(wiring)) {}
+    unsigned long outNin(unsigned long value) override {
+        last_out = value;
+        return wiring_(value);
+    }
+    unsigned long last_out = 1;
+
+private:
+    std::function<unsigned long(unsigned long)> wiring_;
+};
+
+struct Wiring {
+    std::string name;
+    std::function<unsigned long(unsigned long)> wiring;
+    std::string map;
+};
+
+class Wirings : public testing::TestWithParam<Wiring> {};
+
+TEST_P(Wirings, AreMapped) {
+    WiredPort port(GetParam().wiring);
+    EXPECT_EQ(port.test(8), GetParam().map == "++++++++");
+    EXPECT_EQ(port.bitMap(), GetParam().map);
+    EXPECT_EQ(port.last_out, 0U) << "lines left high";
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    BitTester, Wirings,
+    testing::Values(
+        Wiring{"good", [](unsigned long v) { return v; }, "++++++++"},
+        Wiring{"open", [](unsigned long v) { return v & ~0x10UL; }, "++++0+++"},
+        Wiring{"stuck_high", [](unsigned long v) { return v | 0x04; }, "++1+++++"},
+        Wiring{"inverted", [](unsigned long v) { return v ^ 0x01; }, "0+++++++"},
+        // Line 7 reads line 6.
+        Wiring{"neighbour", [](unsigned long v) { return (v & 0x7F) | ((v & 0x40) << 1); },
+               "+++++++L"},
+        // Comes high with any line.
+        Wiring{"shorted", [](unsigned long v) { return v != 0 ? v | 0x80 : 0; }, "+++++++H"},
+        // Needs all lines high.
+        Wiring{"weak", [](unsigned long v) { return (v & 0xFF) == 0xFF ? v : v & ~0x02UL; },
+               "+L++++++"}),
+    [](const auto& case_info) { return case_info.param.name; });
+
+TEST(BitTester, WidthIsTheLimit) {
+    KLTbitTester perfect;
+    EXPECT_EQ(perfect.bitMap(), std::string(32, '-'));
+    EXPECT_TRUE(perfect.test(100));
+    EXPECT_EQ(perfect.bitMap(), std::string(32, '+'));
+    EXPECT_TRUE(perfect.test(3));
+    EXPECT_EQ(perfect.bitMap(), std::string(3, '+'));
+    EXPECT_TRUE(perfect.test(-1));
+    EXPECT_EQ(perfect.bitMap(), std::string());
+}
+
+} // namespace
