@@ -39,6 +39,7 @@ public:
     void draw(GRCdisplay& display) const;
 
 private:
+    long long advance(const GRCglyph& glyph) const;
     void drawCell(GRCdisplay& display, const GRCglyph& glyph, long long left) const;
 
     const GRCfont* font_ = nullptr;
