@@ -47,7 +47,8 @@ private:
     char name_[KLTptNameSize]{};
 };
 
-// Holds a mutex for the length of a block, also when the thread is cancelled in it.
+// Holds a mutex for the length of a block. A thread is not cancelled while it holds one:
+// nobody finds what the mutex guards half changed, or the mutex locked by a dead thread.
 class KLTptmutexHold {
 public:
     explicit KLTptmutexHold(KLTptmutex& mutex) : mutex_(mutex) { mutex_.lock(true); }
@@ -56,5 +57,6 @@ public:
     KLTptmutexHold& operator=(const KLTptmutexHold&) = delete;
 
 private:
+    KLTptNoCancel noCancel_;
     KLTptmutex& mutex_;
 };

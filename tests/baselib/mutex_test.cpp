@@ -135,19 +135,28 @@ TEST_F(Mutex, threads_exclude_each_other) {
     EXPECT_EQ(counter, 4'000);
 }
 
-TEST_F(Mutex, cancelled_holder_gives_the_mutex_back) {
+TEST_F(Mutex, cancelled_thread_completes_what_it_does_under_a_mutex) {
     KLTptmutex mutex;
-    KLTmultisema holds;
-    ThreadBody holder([&] {
-        const KLTptmutexHold hold(mutex);
-        holds.signal(1);
-        for (;;)
+    KLTmultisema begun;
+    int begins = 0;
+    int ends = 0;
+    ThreadBody worker([&] {
+        for (;;) {
+            {
+                const KLTptmutexHold hold(mutex);
+                ++begins;
+                begun.signal(1);
+                KLFptdelay(1'000);
+                ++ends;
+            }
             KLFptdelay(1'000);
+        }
     });
-    ASSERT_EQ(holder.run(), 0);
-    holds.wait();
-    holder.cancel();
-    holder.waitend();
+    ASSERT_EQ(worker.run(), 0);
+    begun.wait();
+    worker.cancel();
+    worker.waitend();
+    EXPECT_EQ(ends, begins);
     EXPECT_TRUE(mutex.lock(0));
     mutex.release();
 }
