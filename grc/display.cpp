@@ -1,7 +1,6 @@
 #include "grc/display.h"
 
 #include <algorithm>
-#include <cstddef>
 
 namespace {
 
@@ -25,25 +24,27 @@ void GRCdisplay::init(int width, int height, unsigned int* memory) {
 void GRCdisplay::clear(unsigned int grey) { fill(area(), grey); }
 
 void GRCdisplay::put(long long x, long long y, unsigned int grey) {
-    if (x < 0 || y < 0 || x >= size_.width || y >= size_.height) return;
-    fill({{static_cast<int>(x), static_cast<int>(y)}, {1, 1}}, grey);
+    if (contains(x, y)) fill({{static_cast<int>(x), static_cast<int>(y)}, {1, 1}}, grey);
 }
 
 void GRCdisplay::fill(const GRCrect& wanted, unsigned int grey) {
     const GRCrect visible = intersection(wanted, area());
     const auto [x, y] = visible.position;
     for (int line = 0; line < visible.extent.height; ++line)
-        std::fill_n(rowForWriting(y + line) + x, visible.extent.width, grey & greyMask);
+        std::fill_n(pixels + rowStart(y + line) + x, visible.extent.width, grey & greyMask);
     changed_ = bounding(changed_, visible);
 }
 
 unsigned int GRCdisplay::grey(int x, int y) const {
-    if (x < 0 || y < 0 || x >= size_.width || y >= size_.height) return 0;
-    return row(y)[x] & greyMask;
+    return contains(x, y) ? row(y)[x] & greyMask : 0;
 }
 
-const unsigned int* GRCdisplay::row(int y) const {
-    return pixels + static_cast<std::size_t>(y) * static_cast<std::size_t>(size_.width);
+const unsigned int* GRCdisplay::row(int y) const { return pixels + rowStart(y); }
+
+bool GRCdisplay::contains(long long x, long long y) const {
+    return x >= 0 && y >= 0 && x < size_.width && y < size_.height;
 }
 
-unsigned int* GRCdisplay::rowForWriting(int y) { return const_cast<unsigned int*>(row(y)); }
+std::size_t GRCdisplay::rowStart(int y) const {
+    return static_cast<std::size_t>(y) * static_cast<std::size_t>(size_.width);
+}

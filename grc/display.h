@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <vector>
 
 #include "grc/geometry.h"
@@ -53,7 +54,8 @@ public:
     void committed() { changed_ = {}; }
 
 private:
-    unsigned int* rowForWriting(int y);
+    bool contains(long long x, long long y) const;
+    std::size_t rowStart(int y) const;
 
     GRCsize size_;
     GRCrect changed_;
