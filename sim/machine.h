@@ -1,0 +1,93 @@
+// The one virtual K/4 of this process: the device, its operator, its virtual time, and
+// the record of what happens. The stand-ins for libc and the port trap work on it, and
+// so do unit tests that run code of the program against the device.
+#pragma once
+
+#include "sim/models/port_space.h"
+#include "sim/models/surroundings.h"
+#include "sim/setup.h"
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace k4sim {
+
+class Device;
+class Operator;
+
+// What happened, as a unit test reads it.
+struct Event {
+    Microseconds t = 0;
+    std::string source;
+    std::string what;
+    std::string line; // the whole event as in events.jsonl
+};
+
+// A port access and a look at a clock take this long, as on the real bus.
+inline constexpr Microseconds access_us = 1;
+
+class Machine final : public Surroundings {
+public:
+    Machine();
+    ~Machine() override;
+    Machine(const Machine&) = delete;
+    Machine& operator=(const Machine&) = delete;
+
+    // A new device, set up as told; time goes on. What the former device and operator
+    // had planned does not happen any more. The default is board aes without operator.
+    void reset(const Setup& setup = {});
+
+    const Setup& setup() const { return setup_; }
+    Device& device() { return *device_; }
+
+    // Surroundings. Time starts when the library is loaded.
+    Microseconds now() const override;
+    void at(Microseconds when, std::function<void()> action) override;
+    void event(std::string_view source, std::string_view what,
+               std::initializer_list<Field> fields = {}) override;
+
+    // Lets `ports` answer instead of the device; null: the device again. Stays the
+    // caller's.
+    void attach_ports(PortSpace* ports);
+
+    // The port instructions of the program. The access takes `access_us`.
+    std::uint8_t port_in(std::uint16_t port);
+    void port_out(std::uint16_t port, std::uint8_t value);
+
+    // The nth thread creation from now on fails with EAGAIN (1: the next one); 0: none.
+    void set_thread_create_failure(int nth);
+    // True when this creation is the one that fails.
+    bool thread_create_fails();
+
+    // Whether a request for I/O privilege is refused as without root.
+    void set_privilege_refused(bool refused) { privilege_refused_ = refused; }
+    bool privilege_refused() const { return privilege_refused_; }
+
+    // Events since the start or the last clear_events(). Kept only in a process that was
+    // not started by the launcher.
+    const std::vector<Event>& events() const { return events_; }
+    void clear_events() { events_.clear(); }
+
+    // Text that the program wrote to its standard output (1) or error (2).
+    void console_text(int stream, std::string_view text);
+
+private:
+    friend void start_recorded_run(const Setup& setup);
+    friend class RunEnd;
+
+    Setup setup_;
+    std::unique_ptr<Device> device_;
+    PortSpace* attached_ports_ = nullptr;
+    std::uint64_t generation_ = 0; // of the device; planned actions of older ones are void
+    int creations_until_failure_ = 0;
+    bool privilege_refused_ = false;
+    std::vector<Event> events_;
+};
+
+// Made by the first call, and never destroyed.
+Machine& machine();
+
+} // namespace k4sim

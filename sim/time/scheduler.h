@@ -1,0 +1,143 @@
+// Virtual time, and the scheduler that owns every thread of the program.
+//
+// Exactly one thread runs at a time. It gives the processor up when it waits, and at a
+// cost of time (`spend`) when its slice is over. When no thread can run, the clock jumps
+// to the next wake-up or timer. So a run takes no waiting, and the same program with the
+// same input does the same to the last event.
+//
+// Threads hand over by raw futex calls that a sanitizer does not see: two accesses that
+// nothing but the scheduler keeps apart are still reported as a race.
+//
+// Threads that it does not know (a sanitizer's own) run freely and must not call it.
+#pragma once
+
+#include "sim/models/surroundings.h"
+#include "sim/time/pace.h"
+
+#include <atomic>
+#include <functional>
+#include <limits>
+#include <map>
+#include <memory>
+#include <pthread.h>
+#include <utility>
+#include <vector>
+
+namespace k4sim {
+
+inline constexpr Microseconds never = std::numeric_limits<Microseconds>::max();
+
+// A thread that only computes and reads clocks runs this long before the next has a turn.
+inline constexpr Microseconds slice_us = 1000;
+
+enum class WakeReason { woken, timed_out, cancelled };
+
+// Whether a wait ends when the thread is cancelled.
+enum class Cancellation { disabled, enabled };
+
+struct Thread {
+    enum class State { ready, running, waiting, ended };
+
+    int id = 0;         // in order of creation; the first thread of the process is 0
+    pthread_t handle{}; // set by the creator before the thread has its first turn
+    State state = State::ready;
+    std::uint64_t turn = 0;        // ready or waiting: the order in which it became so
+    const void* object = nullptr;  // waiting: for a wake-up on this; null: for the time only
+    Microseconds deadline = never; // waiting: when it times out
+    Cancellation cancellation = Cancellation::disabled;
+    WakeReason reason = WakeReason::woken;
+    Microseconds slice_start = 0;
+    bool io_privilege = false; // inherited by the threads that it creates
+    bool detached = false;
+    std::atomic<int> permit{0}; // the futex: 1 when the thread has the processor
+};
+
+class Scheduler {
+public:
+    // Adopts the calling thread as thread 0, running.
+    Scheduler();
+
+    // Virtual time since the scheduler was made.
+    Microseconds now() const { return now_; }
+
+    // The calling thread's record; null when the scheduler does not know it.
+    static Thread* current();
+
+    // Time passes by `cost`. Timers that fall due run at their exact time. Hands over
+    // when the slice is over and another thread is ready.
+    void spend(Microseconds cost);
+
+    // Hands over to the thread that has been ready for longest, if there is one.
+    void yield();
+
+    // Waits for a wake-up on `object` (null: none can come) until `deadline`. A deadline
+    // that has passed times out, but other ready threads run first.
+    WakeReason wait(const void* object, Microseconds deadline,
+                    Cancellation cancellation = Cancellation::disabled);
+
+    // Makes the thread that has waited longest on `object`, or all, ready.
+    void wake_one(const void* object);
+    void wake_all(const void* object);
+
+    // Runs `action` at `when` (when that has passed: in the next scheduling step), on
+    // whatever thread is switching then. Actions of the same time run in the order in
+    // which they were handed over, before threads that wake at that time. An action
+    // must not spend or wait.
+    void at(Microseconds when, std::function<void()> action);
+
+    // A record for a thread that the caller is about to create. It inherits the
+    // caller's I/O privilege, and is ready; its thread must call `enter` first.
+    Thread& add();
+
+    // Removes a record whose thread was not created, or has ended and was joined.
+    void remove(Thread& thread);
+
+    // First call of a new thread: returns at its first turn.
+    void enter(Thread& thread);
+
+    // Last call of a thread: wakes who waits on its record, and hands over. The record
+    // of a detached thread is gone afterwards.
+    void leave();
+
+    // Makes a thread ready that waits with cancellation enabled.
+    void cancel(Thread& thread);
+
+    // The record of a thread that has not been removed, or null.
+    Thread* find(pthread_t handle) const;
+
+    // In the child of a fork: of all threads only the caller is left.
+    void keep_only_caller();
+
+    // Follow real time at `factor` from now on (2: twice as fast); without: never wait.
+    void set_pace(std::optional<double> factor);
+
+    // Called when no thread can ever run again; must end the process.
+    void set_deadlock_action(std::function<void()> action);
+
+private:
+    void advance_to(Microseconds target);
+    void run_due();
+    void wake_due();
+    bool run_due_timer();
+    Microseconds next_event() const;
+    Thread* first_ready() const;
+    Thread& choose();
+    void make_ready(Thread& thread, WakeReason reason);
+    Thread* longest_waiting(const void* object) const;
+    void hand_over(Thread& self);
+    void begin_slice(Thread& thread);
+
+    Microseconds now_ = 0;
+    int next_id_ = 0;
+    std::uint64_t next_turn_ = 0;
+    std::uint64_t next_timer_ = 0;
+    std::vector<std::unique_ptr<Thread>> threads_; // a handful: searched, not sorted
+    std::map<std::pair<Microseconds, std::uint64_t>, std::function<void()>> timers_;
+    std::function<void()> deadlock_action_;
+    Pace pace_;
+};
+
+// The scheduler of this process, made by the first call and never destroyed.
+Scheduler& scheduler();
+
+} // namespace k4sim
