@@ -19,6 +19,7 @@ constexpr mode_t fileMode = 0644;
 
 using Bytes = std::vector<unsigned char>;
 
+// Low byte first; count: 1..4.
 void put(Bytes& bytes, std::uint32_t value, int count) {
     for (int i = 0; i < count; ++i)
         bytes.push_back(static_cast<unsigned char>(value >> (8 * i)));
@@ -37,7 +38,7 @@ void putHeader(Bytes& bytes, std::uint32_t width, std::uint32_t height, std::uin
     put(bytes, 24, 2); // bits a pixel
     put(bytes, 0, 4);  // no compression
     put(bytes, dataSize, 4);
-    put(bytes, 0, 16); // resolution and palette: none given
+    bytes.insert(bytes.end(), 16, 0); // resolution and palette: none given
 }
 
 // Rows go from the bottom up, each filled up to a multiple of four bytes.
@@ -49,7 +50,7 @@ Bytes fileOf(std::uint32_t width, std::uint32_t height, const unsigned int* pixe
     for (std::uint32_t y = height; y-- > 0;) {
         for (std::uint32_t x = 0; x < width; ++x)
             put(bytes, pixels[y * width + x], 3);
-        put(bytes, 0, static_cast<int>(rowSize - width * 3));
+        bytes.insert(bytes.end(), rowSize - width * 3, 0);
     }
     return bytes;
 }
