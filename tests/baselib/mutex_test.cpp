@@ -47,7 +47,7 @@ private:
     ThreadBody thread_;
 };
 
-TEST_F(Mutex, unnamed_mutexes_are_counted_and_names_cut) {
+TEST_F(Mutex, UnnamedMutexesAreCountedAndNamesCut) {
     const KLTptmutex first;
     const KLTptmutex second("");
     ASSERT_EQ(std::string(first.name()).substr(0, 3), "MU-");
@@ -59,7 +59,7 @@ TEST_F(Mutex, unnamed_mutexes_are_counted_and_names_cut) {
     EXPECT_STREQ(named.name(), "display");
 }
 
-TEST_F(Mutex, each_form_of_lock_takes_a_free_mutex) {
+TEST_F(Mutex, EachFormOfLockTakesAFreeMutex) {
     KLTptmutex mutex;
     EXPECT_STREQ(mutex.owner("free"), "free");
     EXPECT_EQ(mutex.lock(), 0);
@@ -77,7 +77,7 @@ TEST_F(Mutex, each_form_of_lock_takes_a_free_mutex) {
     EXPECT_EQ(mutex.release(), 0);
 }
 
-TEST_F(Mutex, timed_lock_of_a_held_mutex_gives_up_in_time) {
+TEST_F(Mutex, TimedLockOfAHeldMutexGivesUpInTime) {
     KLTptmutex mutex;
     const HeldElsewhere held(mutex);
     const struct {
@@ -96,7 +96,7 @@ TEST_F(Mutex, timed_lock_of_a_held_mutex_gives_up_in_time) {
     }
 }
 
-TEST_F(Mutex, waiting_thread_is_traced_and_gets_the_mutex) {
+TEST_F(Mutex, WaitingThreadIsTracedAndGetsTheMutex) {
     KLTptmutex mutex;
     std::string owner;
     ThreadBody waiting(
@@ -117,7 +117,7 @@ TEST_F(Mutex, waiting_thread_is_traced_and_gets_the_mutex) {
     EXPECT_STREQ(mutex.owner("free"), "free");
 }
 
-TEST_F(Mutex, threads_exclude_each_other) {
+TEST_F(Mutex, ThreadsExcludeEachOther) {
     KLTptmutex mutex;
     int counter = 0;
     const auto count = [&] {
@@ -135,7 +135,7 @@ TEST_F(Mutex, threads_exclude_each_other) {
     EXPECT_EQ(counter, 4'000);
 }
 
-TEST_F(Mutex, cancelled_thread_completes_what_it_does_under_a_mutex) {
+TEST_F(Mutex, CancelledThreadCompletesWhatItDoesUnderAMutex) {
     KLTptmutex mutex;
     KLTmultisema begun;
     int begins = 0;
@@ -178,7 +178,7 @@ void releaseByStranger(bool byLockFalse) {
     onOtherThread([&] { byLockFalse ? mutex.lock(false) : mutex.release(); });
 }
 
-TEST_F(MutexDeath, only_the_owner_may_release_and_only_once) {
+TEST_F(MutexDeath, OnlyTheOwnerMayReleaseAndOnlyOnce) {
     const char* message = "KLTptmutex::release\\(\\): Only owner can release mutex!\r\n$";
     EXPECT_EXIT(nestedRelease(), testing::ExitedWithCode(statusOfMisuse),
                 std::string("^once;") + message);
@@ -188,7 +188,7 @@ TEST_F(MutexDeath, only_the_owner_may_release_and_only_once) {
                 testing::ExitedWithCode(statusOfMisuse), message);
 }
 
-TEST_F(MutexDeath, unknown_caller_is_fatal) {
+TEST_F(MutexDeath, UnknownCallerIsFatal) {
     const char* message = "^KLFptcurrent\\(\\): Unknown thread!\r\n$";
     KLTptmutex mutex;
     EXPECT_EXIT(mutex.lock(), testing::ExitedWithCode(statusOfMisuse), message);

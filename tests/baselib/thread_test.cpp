@@ -37,12 +37,12 @@ void sleepForEver() {
         KLFptdelay(1'000);
 }
 
-TEST_F(Thread, unnamed_records_are_counted_from_one) {
+TEST_F(Thread, UnnamedRecordsAreCountedFromOne) {
     EXPECT_STREQ(firstUnnamed.name(), "PT-1");
     EXPECT_STREQ(secondUnnamed.name(), "PT-2");
 }
 
-TEST_F(Thread, name_keeps_31_characters_and_ignores_empty_ones) {
+TEST_F(Thread, NameKeeps31CharactersAndIgnoresEmptyOnes) {
     Idle record("0123456789012345678901234567890123456789");
     EXPECT_STREQ(record.name(), "0123456789012345678901234567890");
     record.name("short");
@@ -51,7 +51,7 @@ TEST_F(Thread, name_keeps_31_characters_and_ignores_empty_ones) {
     EXPECT_STREQ(record.name(), "short");
 }
 
-TEST_F(Thread, main_record_is_made_once) {
+TEST_F(Thread, MainRecordIsMadeOnce) {
     KLTpthreadBase* main = KLFptmain(true);
     EXPECT_EQ(KLFptcreatemain("another"), main);
     EXPECT_STREQ(main->name(), "PT-Main");
@@ -61,7 +61,7 @@ TEST_F(Thread, main_record_is_made_once) {
     EXPECT_FALSE(main->finished());
 }
 
-TEST_F(Thread, body_finds_its_own_record) {
+TEST_F(Thread, BodyFindsItsOwnRecord) {
     const KLTpthreadBase* seen = nullptr;
     std::string seenName;
     ThreadBody thread(
@@ -83,7 +83,7 @@ void* nameOfCaller(void* text) {
     return KLFptcurrent(false);
 }
 
-TEST_F(Thread, foreign_thread_has_no_record) {
+TEST_F(Thread, ForeignThreadHasNoRecord) {
     pthread_t foreign;
     std::string seenName;
     void* record = &foreign;
@@ -93,7 +93,7 @@ TEST_F(Thread, foreign_thread_has_no_record) {
     EXPECT_EQ(seenName, "nobody");
 }
 
-TEST_F(Thread, second_run_is_refused_while_the_first_runs) {
+TEST_F(Thread, SecondRunIsRefusedWhileTheFirstRuns) {
     KLTmultisema mayEnd;
     ThreadBody thread([&] { mayEnd.wait(); });
     ASSERT_EQ(thread.run(), 0);
@@ -103,7 +103,7 @@ TEST_F(Thread, second_run_is_refused_while_the_first_runs) {
     EXPECT_TRUE(thread.finished());
 }
 
-TEST_F(Thread, finished_record_runs_again) {
+TEST_F(Thread, FinishedRecordRunsAgain) {
     int runs = 0;
     ThreadBody thread([&] { ++runs; });
     ASSERT_EQ(thread.run(), 0);
@@ -115,7 +115,7 @@ TEST_F(Thread, finished_record_runs_again) {
     EXPECT_EQ(runs, 2);
 }
 
-TEST_F(Thread, record_that_never_ran_has_nothing_to_end) {
+TEST_F(Thread, RecordThatNeverRanHasNothingToEnd) {
     Idle record;
     record.waitend();
     EXPECT_FALSE(record.finished());
@@ -123,19 +123,22 @@ TEST_F(Thread, record_that_never_ran_has_nothing_to_end) {
     EXPECT_EQ(record.detach(), -1);
 }
 
-TEST_F(Thread, waitend_on_itself_ends_the_thread) {
-    bool wentOn = false;
-    ThreadBody thread([&] {
-        KLFptcurrent(true)->waitend();
-        wentOn = true;
-    });
-    ASSERT_EQ(thread.run(), 0);
-    thread.waitend();
-    EXPECT_TRUE(thread.finished());
-    EXPECT_FALSE(wentOn);
+// At once, often before run() has returned to the creator.
+TEST_F(Thread, WaitendOnItselfEndsTheThread) {
+    for (int round = 0; round < 200; ++round) {
+        bool wentOn = false;
+        ThreadBody thread([&] {
+            KLFptcurrent(true)->waitend();
+            wentOn = true;
+        });
+        ASSERT_EQ(thread.run(), 0);
+        thread.waitend();
+        ASSERT_TRUE(thread.finished());
+        ASSERT_FALSE(wentOn);
+    }
 }
 
-TEST_F(Thread, cancel_on_itself_ends_the_thread) {
+TEST_F(Thread, CancelOnItselfEndsTheThread) {
     bool wentOn = false;
     ThreadBody thread([&] {
         KLFptcurrent(true)->cancel();
@@ -151,7 +154,7 @@ struct SetAtEnd {
     ~SetAtEnd() { flag = true; }
 };
 
-TEST_F(Thread, cancel_unwinds_the_body) {
+TEST_F(Thread, CancelUnwindsTheBody) {
     std::atomic<bool> unwound{false};
     ThreadBody thread([&] {
         const SetAtEnd end{unwound};
@@ -181,7 +184,7 @@ private:
     }
 };
 
-TEST_F(Thread, destructor_cancels_a_running_thread) {
+TEST_F(Thread, DestructorCancelsARunningThread) {
     auto record = std::make_unique<Sleeper>();
     ASSERT_EQ(record->run(), 0);
     while (!Sleeper::started)
@@ -209,13 +212,13 @@ private:
     KLTmultisema& over_;
 };
 
-TEST_F(Thread, thread_that_destroys_its_record_ends_there) {
+TEST_F(Thread, ThreadThatDestroysItsRecordEndsThere) {
     KLTmultisema over;
     ASSERT_EQ((new EndsItself(over))->run(), 0);
     EXPECT_EQ(over.wait(), 1);
 }
 
-TEST_F(Thread, detached_thread_clears_its_own_handle) {
+TEST_F(Thread, DetachedThreadClearsItsOwnHandle) {
     for (const bool afterwards : {false, true}) {
         std::atomic<bool> mayEnd{false};
         Idle finishedFirst;
@@ -238,7 +241,7 @@ TEST_F(Thread, detached_thread_clears_its_own_handle) {
 }
 
 // The new thread may be over before run() has returned: its last word must stand.
-TEST_F(Thread, brief_detached_threads_leave_no_handle_behind) {
+TEST_F(Thread, BriefDetachedThreadsLeaveNoHandleBehind) {
     for (int round = 0; round < 300; ++round) {
         ThreadBody thread([] { KLFptcurrent(true)->detach(); });
         ASSERT_EQ(thread.run(), 0);
@@ -249,7 +252,7 @@ TEST_F(Thread, brief_detached_threads_leave_no_handle_behind) {
     }
 }
 
-TEST_F(Thread, delay_takes_its_time) {
+TEST_F(Thread, DelayTakesItsTime) {
     const long long before_us = KLFptnow();
     EXPECT_EQ(KLFptdelay(30'000), 0);
     EXPECT_EQ(KLFptdelay(0), 0);
@@ -258,7 +261,7 @@ TEST_F(Thread, delay_takes_its_time) {
     EXPECT_GE(took_us, 30'000);
 }
 
-TEST_F(Thread, signals_arrive_in_order) {
+TEST_F(Thread, SignalsArriveInOrder) {
     KLTmultisema ask;
     KLTmultisema answer;
     ThreadBody thread([&] {
@@ -274,7 +277,7 @@ TEST_F(Thread, signals_arrive_in_order) {
     EXPECT_EQ(answer.wait(), -0x7FFFFFFF);
 }
 
-TEST_F(ThreadDeath, misuse_before_the_main_thread_exists_is_fatal) {
+TEST_F(ThreadDeath, MisuseBeforeTheMainThreadExistsIsFatal) {
     EXPECT_EXIT(firstUnnamed.run(), testing::ExitedWithCode(statusOfMisuse),
                 "^KLTpthreadBase::run\\(\\): Main thread does not exist!\r\n$");
     EXPECT_EXIT(KLFptmain(true), testing::ExitedWithCode(statusOfMisuse),
@@ -290,7 +293,7 @@ TEST_F(ThreadDeath, misuse_before_the_main_thread_exists_is_fatal) {
     EXPECT_EXIT(report(), testing::ExitedWithCode(7), "");
 }
 
-TEST_F(ThreadDeath, cancelling_the_main_record_ends_the_process) {
+TEST_F(ThreadDeath, CancellingTheMainRecordEndsTheProcess) {
     EXPECT_EXIT(KLFptcreatemain("PT-Main")->cancel(), testing::ExitedWithCode(0), "");
 }
 

@@ -9,7 +9,7 @@ namespace {
 // KLFnow counts in ticks: a measured time may be one off at either end.
 constexpr long long tick_us = 10'000;
 
-TEST(Clock, advances_with_the_delay) {
+TEST(Clock, AdvancesWithTheDelay) {
     const long long before_us = KLFnow();
     KLFdelay(200'000);
     const long long took_us = KLFnow() - before_us;
@@ -17,13 +17,13 @@ TEST(Clock, advances_with_the_delay) {
     EXPECT_LE(took_us, 200'000 + 20 * tick_us);
 }
 
-TEST(Clock, delay_takes_the_low_32_bits) {
+TEST(Clock, DelayTakesTheLow32Bits) {
     const long long before_us = KLFnow();
     KLFdelay((1LL << 32) + 1'000);
     EXPECT_LE(KLFnow() - before_us, 20 * tick_us);
 }
 
-TEST(Timer, counts_only_while_it_runs) {
+TEST(Timer, CountsOnlyWhileItRuns) {
     KLTtimer timer(true);
     KLFdelay(100'000);
     timer.stop();
@@ -39,7 +39,7 @@ TEST(Timer, counts_only_while_it_runs) {
     EXPECT_GE(*timer, stopped_us + 100'000 - tick_us);
 }
 
-TEST(Timer, clear_starts_again_from_zero) {
+TEST(Timer, ClearStartsAgainFromZero) {
     KLTtimer stopped(5'000'000LL, false);
     EXPECT_EQ(*stopped, 5'000'000);
     stopped.clear();
@@ -52,7 +52,7 @@ TEST(Timer, clear_starts_again_from_zero) {
     EXPECT_GE(*running, 100'000 - tick_us);
 }
 
-TEST(Timer, target_gets_the_total_once_at_the_end) {
+TEST(Timer, TargetGetsTheTotalOnceAtTheEnd) {
     long long total_us = 7;
     {
         KLTtimer timer(&total_us, true);

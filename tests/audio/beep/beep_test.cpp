@@ -23,7 +23,7 @@ protected:
     KLTlinuxBeep beeper;
 };
 
-TEST(BeepDevice, opens_and_closes_the_console) {
+TEST(BeepDevice, OpensAndClosesTheConsole) {
     {
         KLTlinuxBeep beeper;
         EXPECT_EQ(beeper.opendev(nullptr), 0);
@@ -40,7 +40,7 @@ TEST(BeepDevice, opens_and_closes_the_console) {
     EXPECT_EQ(takeConsoleLog(), (Log{"sound 0", "close"}));
 }
 
-TEST_F(Beep, tones_use_the_divider_of_the_timer_clock) {
+TEST_F(Beep, TonesUseTheDividerOfTheTimerClock) {
     // 1193180 Hz / 500 Hz = 2386; / 1000 Hz = 1193; / 20000 Hz = 59.
     beeper.beep(500, 100, false);
     EXPECT_EQ(takeConsoleLog(), Log{"tone 2386 100"});
@@ -53,7 +53,7 @@ TEST_F(Beep, tones_use_the_divider_of_the_timer_clock) {
     EXPECT_EQ(takeConsoleLog(), (Log{"sound 59", "sound 0", "sound 0", "sound 0"}));
 }
 
-TEST_F(Beep, tone_without_pitch_or_length_does_nothing) {
+TEST_F(Beep, ToneWithoutPitchOrLengthDoesNothing) {
     beeper.beep(0, 100, true);
     beeper.beep(-1, 100, true);
     beeper.beep(500, 0, true);
@@ -61,7 +61,7 @@ TEST_F(Beep, tone_without_pitch_or_length_does_nothing) {
     EXPECT_EQ(takeConsoleLog(), Log{});
 }
 
-TEST_F(Beep, melody_text_gives_notes_rests_and_lengths) {
+TEST_F(Beep, MelodyTextGivesNotesRestsAndLengths) {
     const struct {
         const char* text;
         Log tones;
@@ -85,7 +85,7 @@ TEST_F(Beep, melody_text_gives_notes_rests_and_lengths) {
     }
 }
 
-TEST_F(Beep, caller_paces_a_melody_by_the_returned_durations) {
+TEST_F(Beep, CallerPacesAMelodyByTheReturnedDurations) {
     beeper.melody("c4-3C9");
     EXPECT_EQ(beeper.melodyNext(), 250);
     EXPECT_EQ(beeper.melodyNext(), 500);
@@ -105,7 +105,7 @@ TEST_F(Beep, caller_paces_a_melody_by_the_returned_durations) {
 
 constexpr unsigned long note(unsigned long freq, unsigned long ms) { return ms << 16 | freq; }
 
-TEST_F(Beep, number_melody_is_played_to_its_end) {
+TEST_F(Beep, NumberMelodyIsPlayedToItsEnd) {
     const unsigned long notes[] = {note(440, 300), note(0, 50), note(1000, 20), 0, note(440, 99)};
     beeper.playall(notes);
     EXPECT_EQ(takeConsoleLog(), (Log{"sound 0", "tone 2711 300", "sleep 300000", "sleep 50000",
@@ -121,13 +121,13 @@ TEST_F(Beep, number_melody_is_played_to_its_end) {
     EXPECT_EQ(takeConsoleLog(), (Log{"sound 0", "sound 0"}));
 }
 
-TEST_F(Beep, entry_without_duration_ends_playing_unheard) {
+TEST_F(Beep, EntryWithoutDurationEndsPlayingUnheard) {
     const unsigned long notes[] = {note(440, 10), note(440, 0), note(440, 10), 0};
     beeper.playall(notes);
     EXPECT_EQ(takeConsoleLog(), (Log{"sound 0", "tone 2711 10", "sleep 10000"}));
 }
 
-TEST_F(Beep, closed_device_takes_the_time_in_silence) {
+TEST_F(Beep, ClosedDeviceTakesTheTimeInSilence) {
     beeper.closedev();
     takeConsoleLog();
     beeper.playall("c4-3");

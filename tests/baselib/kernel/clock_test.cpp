@@ -23,7 +23,7 @@ void expectReadings(const std::vector<int>& raw, const std::vector<long long>& t
     exit(0);
 }
 
-TEST(ClockDeath, is_continuous_across_both_wraps) {
+TEST(ClockDeath, IsContinuousAcrossBothWraps) {
     GTEST_FLAG_SET(death_test_style, "threadsafe");
     const long long turn = 1LL << 32;
     const struct {
@@ -48,7 +48,7 @@ TEST(ClockDeath, is_continuous_across_both_wraps) {
 
 void ignoreSignal(int) {}
 
-TEST(Delay, interrupted_by_a_signal_returns_the_rest) {
+TEST(Delay, InterruptedByASignalReturnsTheRest) {
     struct sigaction action {};
     action.sa_handler = ignoreSignal;
     ASSERT_EQ(sigaction(SIGALRM, &action, nullptr), 0);
