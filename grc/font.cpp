@@ -9,7 +9,7 @@ const GRCglyph& GRCfont::glyph(char character) const {
 long long GRCfont::width(const KLTastrc& text, int extraSpacing) const {
     long long columns = 0;
     if (!data) return columns;
-    for (int i = 0; i < text.length; ++i)
-        columns += glyph(text.text[i]).width + gap + static_cast<long long>(extraSpacing);
+    for (int i = 0; i < text.length(); ++i)
+        columns += glyph(text.text()[i]).width + gap + static_cast<long long>(extraSpacing);
     return columns;
 }

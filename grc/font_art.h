@@ -13,7 +13,7 @@
 // The characters come in the order of their codes, from '!' to '~'; the blank has no
 // picture, only a width. Empty lines are skipped.
 
-/** Takes the next line off the text, without its line end. */
+// Takes the next line off the text, without its line end.
 constexpr std::string_view takeLine(std::string_view& text) {
     const auto end = text.find('\n');
     const std::string_view line = text.substr(0, end);
@@ -21,7 +21,7 @@ constexpr std::string_view takeLine(std::string_view& text) {
     return line;
 }
 
-/** Takes the next piece between blanks off the line; an empty one when none is left. */
+// Takes the next piece between blanks off the line; an empty one when none is left.
 constexpr std::string_view takePiece(std::string_view& line) {
     while (!line.empty() && line.front() == ' ')
         line.remove_prefix(1);
@@ -30,8 +30,8 @@ constexpr std::string_view takePiece(std::string_view& line) {
     return piece;
 }
 
-/** The number of characters that a heading names, when they follow each other from the
-    given one on; else 0. */
+// The number of characters that a heading names, when they follow each other from the
+// given one on; else 0.
 constexpr int countHeading(std::string_view line, int character) {
     int count = 0;
     for (auto piece = takePiece(line); !piece.empty(); piece = takePiece(line)) {
@@ -41,7 +41,7 @@ constexpr int countHeading(std::string_view line, int character) {
     return count;
 }
 
-/** Reads one row of one glyph; row 0 sets the glyph's width. */
+// Reads one row of one glyph; row 0 sets the glyph's width.
 constexpr bool readPiece(std::string_view piece, int row, GRCglyph& glyph) {
     const int width = static_cast<int>(piece.size());
     if (row == 0) glyph.width = width;
@@ -55,7 +55,7 @@ constexpr bool readPiece(std::string_view piece, int row, GRCglyph& glyph) {
     return true;
 }
 
-/** Reads the rows below a heading into the band's glyphs. */
+// Reads the rows below a heading into the band's glyphs.
 constexpr bool readBand(std::string_view& art, int height, std::span<GRCglyph> band) {
     for (int row = 0; row < height; ++row) {
         std::string_view line = takeLine(art);
@@ -66,7 +66,7 @@ constexpr bool readBand(std::string_view& art, int height, std::span<GRCglyph> b
     return true;
 }
 
-/** Reads a whole font; false when the art breaks any of the rules above. */
+// Reads a whole font; false when the art breaks any of the rules above.
 constexpr bool readFontArt(std::string_view art, int height, int blankWidth, GRCfontData& font) {
     font.height = height;
     font.glyphs[0].width = blankWidth;
@@ -83,7 +83,7 @@ constexpr bool readFontArt(std::string_view art, int height, int blankWidth, GRC
     return missing.empty();
 }
 
-/** The font of the art. Malformed art does not compile. */
+// The font of the art. Malformed art does not compile.
 consteval GRCfontData fontFromArt(std::string_view art, int height, int blankWidth) {
     GRCfontData font;
     if (!readFontArt(art, height, blankWidth, font)) throw "malformed font art";

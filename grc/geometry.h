@@ -9,7 +9,7 @@ struct GRCpoint {
     int y = 0;
 };
 
-/** An extent. Zero or less in either direction is an empty extent. */
+// An extent. Zero or less in either direction is an empty extent.
 struct GRCsize {
     int width = 0;
     int height = 0;
@@ -17,7 +17,7 @@ struct GRCsize {
 
 inline bool operator==(GRCsize a, GRCsize b) { return a.width == b.width && a.height == b.height; }
 
-/** The pixels from the position (included) to position + extent (excluded). */
+// The pixels from the position (included) to position + extent (excluded).
 struct GRCrect {
     GRCpoint position;
     GRCsize extent;
@@ -27,9 +27,9 @@ struct GRCrect {
     bool empty() const { return extent.width <= 0 || extent.height <= 0; }
 };
 
-/** The common part of two areas; an empty area at (0, 0) when there is none. */
+// The common part of two areas; an empty area at (0, 0) when there is none.
 GRCrect intersection(const GRCrect& a, const GRCrect& b);
 
-/** The smallest area that holds both. An empty area adds nothing. Both lie within the
-    range of int, as areas clipped to a display do. */
+// The smallest area that holds both. An empty area adds nothing. Both lie within the
+// range of int, as areas clipped to a display do.
 GRCrect bounding(const GRCrect& a, const GRCrect& b);

@@ -16,8 +16,8 @@ void GRCtext::color(unsigned int foreground, unsigned int background, int transp
 void GRCtext::draw(GRCdisplay& display) const {
     if (!font_ || font_->height() == 0) return;
     long long left = position_.x;
-    for (int i = 0; i < text_.length && left < display.size().width; ++i) {
-        const GRCglyph& glyph = font_->glyph(text_.text[i]);
+    for (int i = 0; i < text_.length() && left < display.size().width; ++i) {
+        const GRCglyph& glyph = font_->glyph(text_.text()[i]);
         drawCell(display, glyph, left);
         left += advance(glyph);
     }

@@ -3,43 +3,43 @@
 #include <array>
 #include <cstdint>
 
-/** Turns successive key status words of the front panel into a queue of key events.
-
-    An event is the key code 0..21, plus `released` when the key was let go. The character
-    of code n is keyCharacters[n]. A status word holds
-
-        bits  0..15  sixteen keys, 0 = pressed
-        bits 16..22  position of encoder 2
-        bit  23      key M, 1 = pressed
-        bits 24..29  position of encoder 1
-        bit  30      1 = the word could not be read
-        bit  31      key K, 1 = pressed */
+// Turns successive key status words of the front panel into a queue of key events.
+//
+// An event is the key code 0..21, plus `released` when the key was let go. The character
+// of code n is keyCharacters[n]. A status word holds
+//
+//     bits  0..15  sixteen keys, 0 = pressed
+//     bits 16..22  position of encoder 2
+//     bit  23      key M, 1 = pressed
+//     bits 24..29  position of encoder 1
+//     bit  30      1 = the word could not be read
+//     bit  31      key K, 1 = pressed
 class CHfpK4keyBuf {
 public:
     static constexpr int released = 0x100;
     static constexpr int noEvent = -1;
     static constexpr const char* keyCharacters = "0123456789*#LRKEACDMhH";
 
-    /** Sets how many positions the encoders count before they start again at 0: 16 for
-        panel versions below 8, else 64. Returns that number; it is 16 before. */
+    // Sets how many positions the encoders count before they start again at 0: 16 for
+    // panel versions below 8, else 64. Returns that number; it is 16 before.
     int init(int panelVersion);
 
-    /** Takes the low 32 bits of one status word in, and queues an event for every encoder
-        step and every key that changed since the word before. The first word yields the
-        keys that are pressed, and no encoder steps. Invalid words are only counted. A jump
-        of an encoder by nearly half a turn or more is noise and yields nothing.
-        Events that find no room in the queue (19 events) are lost.
-        Returns the number of queued events. */
+    // Takes the low 32 bits of one status word in, and queues an event for every encoder
+    // step and every key that changed since the word before. The first word yields the
+    // keys that are pressed, and no encoder steps. Invalid words are only counted. A jump
+    // of an encoder by nearly half a turn or more is noise and yields nothing.
+    // Events that find no room in the queue (19 events) are lost.
+    // Returns the number of queued events.
     int analyze(unsigned long status);
 
-    /** Removes the oldest event and returns it; noEvent when there is none. */
+    // Removes the oldest event and returns it; noEvent when there is none.
     int getkey();
 
-    /** Removes events from the head of the queue as long as they equal the given one.
-        Returns how many were removed. */
+    // Removes events from the head of the queue as long as they equal the given one.
+    // Returns how many were removed.
     int getall(int event);
 
-    /** Number of words that were invalid. */
+    // Number of words that were invalid.
     int invalidWords() const { return invalidWordCount; }
 
 private:

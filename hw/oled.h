@@ -3,10 +3,10 @@
 #include "grc/geometry.h"
 #include "hw/fplink.h"
 
-/** An OLED controller with 256 x 64 pixels of 16 grey levels on the front panel. The bytes
-    for the controller chip go out through put_cmd and put_data; their longer forms send
-    several bytes in the order of the front-panel link (16-bit commands low byte first, the
-    32-bit forms high byte first). No operation reports bus errors. */
+// An OLED controller with 256 x 64 pixels of 16 grey levels on the front panel. The bytes
+// for the controller chip go out through put_cmd and put_data; their longer forms send
+// several bytes in the order of the front-panel link (16-bit commands low byte first, the
+// 32-bit forms high byte first). No operation reports bus errors.
 class CHGenericOLEDController {
 public:
     virtual void put_cmd(unsigned char command) = 0;
@@ -15,54 +15,54 @@ public:
     virtual void put_data(unsigned char data) = 0;
     virtual void put_data(unsigned int data) = 0;
 
-    /** Sets the chip up, with a dark picture; the display stays off until enable(). */
+    // Sets the chip up, with a dark picture; the display stays off until enable().
     virtual void init() = 0;
 
-    /** Writes the area of w x h pixels at (x, y). pixels is the word of pixel (x, y) within
-        a whole picture of displaySize(), so that the rows are one display width apart and
-        the neighbours that share a byte with the edges can be read. The low 4 bits of a
-        word are the grey level. Areas not wholly on the display are ignored. */
+    // Writes the area of w x h pixels at (x, y). pixels is the word of pixel (x, y) within
+    // a whole picture of displaySize(), so that the rows are one display width apart and
+    // the neighbours that share a byte with the edges can be read. The low 4 bits of a
+    // word are the grey level. Areas not wholly on the display are ignored.
     virtual void update(int x, int y, int w, int h, const unsigned int* pixels) = 0;
 
-    /** Brightness of the whole picture, 0..100 percent; more counts as 100. */
+    // Brightness of the whole picture, 0..100 percent; more counts as 100.
     virtual void contrast(unsigned char percent) = 0;
 
-    /** Switches the display on or off; allOn lights every pixel instead of the picture,
-        which the chip keeps meanwhile. */
+    // Switches the display on or off; allOn lights every pixel instead of the picture,
+    // which the chip keeps meanwhile.
     virtual void enable(bool on, bool allOn) = 0;
 
     virtual ~CHGenericOLEDController() = default;
 
-    /** Width and height of the picture: 256 x 64 for all controllers. */
+    // Width and height of the picture: 256 x 64 for all controllers.
     static constexpr GRCsize displaySize() { return {256, 64}; }
 
 protected:
-    /** Sends pixels from left to right, two a byte. count is even. */
+    // Sends pixels from left to right, two a byte. count is even.
     void putPixels(const unsigned int* pixels, int count);
 
-    /** Sends a whole picture of black pixels. */
+    // Sends a whole picture of black pixels.
     void putBlackPicture();
 };
 
-/** Panel type 0x3C, with an SSD1362. */
+// Panel type 0x3C, with an SSD1362.
 class CHTOD9M0026 : public CHGenericOLEDController {
 public:
     void init() override;
     void update(int x, int y, int w, int h, const unsigned int* pixels) override;
 
-    /** 0 is the lowest brightness of the chip, not dark. */
+    // 0 is the lowest brightness of the chip, not dark.
     void contrast(unsigned char percent) override;
 
     void enable(bool on, bool allOn) override;
 };
 
-/** Panel type 0x3D, with an SSD1322. */
+// Panel type 0x3D, with an SSD1322.
 class CHOEL1M4005 : public CHGenericOLEDController {
 public:
     void init() override;
     void update(int x, int y, int w, int h, const unsigned int* pixels) override;
 
-    /** 0 leaves the display dark. */
+    // 0 leaves the display dark.
     void contrast(unsigned char percent) override;
 
     void enable(bool on, bool allOn) override;
@@ -71,7 +71,7 @@ private:
     void putWindow(unsigned char command, int first, int last);
 };
 
-/** A controller whose bytes go out over a front-panel link, which must outlive it. */
+// A controller whose bytes go out over a front-panel link, which must outlive it.
 template <class Controller>
 class CHlinkedOLED : public Controller {
 public:
@@ -97,7 +97,7 @@ public:
     using CHlinkedOLED::CHlinkedOLED;
 };
 
-/** Stands in where no known controller answers: shows nothing, sends nothing of itself. */
+// Stands in where no known controller answers: shows nothing, sends nothing of itself.
 class MyFAKEOLED final : public CHlinkedOLED<CHGenericOLEDController> {
 public:
     using CHlinkedOLED::CHlinkedOLED;

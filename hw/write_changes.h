@@ -6,17 +6,17 @@
 #include "grc/hwgeneric.h"
 #include "hw/oled.h"
 
-/** Copies a display to an OLED controller and sends only what differs from the picture that
-    the controller already shows: for each row one update from the first to the last
-    changed pixel, nothing for rows without a change.
-
-    commitFrom(display, true) looks at the area drawn on since the last transfer, and with
-    false at the whole display. A display of another size than the controller's is not
-    sent. No locking: one thread transfers at a time. */
+// Copies a display to an OLED controller and sends only what differs from the picture that
+// the controller already shows: for each row one update from the first to the last
+// changed pixel, nothing for rows without a change.
+//
+// commitFrom(display, true) looks at the area drawn on since the last transfer, and with
+// false at the whole display. A display of another size than the controller's is not
+// sent. No locking: one thread transfers at a time.
 class CHgenericWriteChanges : public GRChwgeneric {
 public:
-    /** Selects the controller, which must outlive the writer. What it shows is taken for
-        unknown, so that the first transfer sends every pixel. */
+    // Selects the controller, which must outlive the writer. What it shows is taken for
+    // unknown, so that the first transfer sends every pixel.
     void attach(CHGenericOLEDController& newController);
 
 protected:
@@ -27,6 +27,6 @@ private:
 
     CHGenericOLEDController* controller = nullptr;
 
-    /** What the controller shows, one byte a pixel. */
+    // What the controller shows, one byte a pixel.
     std::vector<std::uint8_t> shadow;
 };

@@ -9,7 +9,7 @@
 #include "hw/fplink.h"
 #include <gtest/gtest.h>
 
-/** A byte on its way to the controller: data (D/C = 1) or command. */
+// A byte on its way to the controller: data (D/C = 1) or command.
 struct WireByte {
     bool isData;
     unsigned char value;
@@ -21,7 +21,7 @@ inline std::ostream& operator<<(std::ostream& out, const WireByte& byte) {
     return out << (byte.isData ? "d" : "c") << std::hex << int{byte.value} << std::dec;
 }
 
-/** Bytes from a text such as "c15 d05 d06". */
+// Bytes from a text such as "c15 d05 d06".
 inline std::vector<WireByte> wire(const std::string& text) {
     std::vector<WireByte> bytes;
     for (std::size_t at = 0; at + 3 <= text.size(); at += 4)
@@ -30,7 +30,7 @@ inline std::vector<WireByte> wire(const std::string& text) {
     return bytes;
 }
 
-/** A front-panel link that keeps every byte in the order of the wire. */
+// A front-panel link that keeps every byte in the order of the wire.
 class RecordingLink : public CHfplinkK4 {
 public:
     std::vector<WireByte> bytes;
@@ -51,7 +51,7 @@ public:
         messages = 0;
     }
 
-    /** Bytes on the I2C wire: address and message kind, then the contents. */
+    // Bytes on the I2C wire: address and message kind, then the contents.
     std::size_t i2cBytes() const { return bytes.size() + 2 * messages; }
 
 private:
@@ -62,7 +62,7 @@ private:
     }
 };
 
-/** The display memory of a controller chip with its two windows and its pointer. */
+// The display memory of a controller chip with its two windows and its pointer.
 class ChipMemory {
 public:
     ChipMemory(int columns, int rows, int bytesPerColumn)
@@ -113,7 +113,7 @@ private:
     int row = 0;
 };
 
-/** What a controller chip makes of a byte stream, after its data sheet. */
+// What a controller chip makes of a byte stream, after its data sheet.
 class ChipDecoder {
 public:
     virtual ~ChipDecoder() = default;
@@ -128,7 +128,7 @@ public:
     bool isAwake() const { return isOn; }
     unsigned char pictureMode() const { return mode; }
 
-    /** The parameters of the last command of that code. */
+    // The parameters of the last command of that code.
     std::vector<int> registers(unsigned char code) const {
         const auto found = parameters.find(code);
         return found == parameters.end() ? std::vector<int>{} : found->second;
@@ -171,8 +171,8 @@ private:
     std::map<unsigned char, std::vector<int>> parameters;
 };
 
-/** SSD1362: parameters are commands, data goes to the memory; with remap 0xC3 the left one
-    of two pixels is in the high nibble. */
+// SSD1362: parameters are commands, data goes to the memory; with remap 0xC3 the left one
+// of two pixels is in the high nibble.
 class DecoderSSD1362 : public ChipDecoder {
 public:
     DecoderSSD1362() : ChipDecoder(128, 64, 1) {}
@@ -202,8 +202,8 @@ private:
     }
 };
 
-/** SSD1322: parameters are data, and so are pixels, after command 0x5C; x = 0 is column
-    0x1C, and with remap 0x14 the four pixels of a column come from left to right. */
+// SSD1322: parameters are data, and so are pixels, after command 0x5C; x = 0 is column
+// 0x1C, and with remap 0x14 the four pixels of a column come from left to right.
 class DecoderSSD1322 : public ChipDecoder {
 public:
     DecoderSSD1322() : ChipDecoder(120, 128, 2) {}
