@@ -1,0 +1,39 @@
+#include "hw/ports.h"
+
+#include <pthread.h>
+#include <sys/io.h>
+
+namespace {
+
+constexpr int fullPrivilege = 3;
+
+thread_local bool isPrivileged = false;
+
+} // namespace
+
+bool portRequestPrivilege() {
+    isPrivileged = iopl(fullPrivilege) == 0;
+    return isPrivileged;
+}
+
+// The port goes through DX only: the compiler then emits the one-byte instructions EC and
+// EE, never the forms with an immediate port.
+std::uint8_t portIn(std::uint16_t port) {
+    if (!isPrivileged) return portAbsent;
+    std::uint8_t value;
+    asm volatile("inb %w1, %b0" : "=a"(value) : "d"(port));
+    return value;
+}
+
+void portOut(std::uint16_t port, std::uint8_t value) {
+    if (!isPrivileged) return;
+    asm volatile("outb %b0, %w1" : : "a"(value), "d"(port));
+}
+
+// A panel that never gets ready keeps its caller here. Without the cancellation point such
+// a thread could not be ended, and the program would hang when a start-up that failed
+// cancels and joins the threads that it had started.
+void portWaitClear(std::uint16_t port, std::uint8_t mask) {
+    while ((portIn(port) & mask) != 0)
+        pthread_testcancel();
+}
