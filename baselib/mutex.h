@@ -47,8 +47,7 @@ private:
     char name_[KLTptNameSize]{};
 };
 
-// Holds a mutex for the length of a block. A thread is not cancelled while it holds one:
-// nobody finds what the mutex guards half changed, or the mutex locked by a dead thread.
+// Holds a mutex for the length of a block, also when the thread is cancelled in it.
 class KLTptmutexHold {
 public:
     explicit KLTptmutexHold(KLTptmutex& mutex) : mutex_(mutex) { mutex_.lock(true); }
@@ -57,6 +56,5 @@ public:
     KLTptmutexHold& operator=(const KLTptmutexHold&) = delete;
 
 private:
-    KLTptNoCancel noCancel_;
     KLTptmutex& mutex_;
 };

@@ -135,28 +135,22 @@ TEST_F(Mutex, ThreadsExcludeEachOther) {
     EXPECT_EQ(counter, 4'000);
 }
 
-TEST_F(Mutex, CancelledThreadCompletesWhatItDoesUnderAMutex) {
+TEST_F(Mutex, CancelledHolderGivesTheMutexBack) {
     KLTptmutex mutex;
-    KLTmultisema begun;
-    int begins = 0;
-    int ends = 0;
-    ThreadBody worker([&] {
+    KLTmultisema holds;
+    ThreadBody holder([&] {
+        const KLTptmutexHold hold(mutex);
+        holds.signal(1);
         for (;;) {
-            {
-                const KLTptmutexHold hold(mutex);
-                ++begins;
-                begun.signal(1);
-                KLFptdelay(1'000);
-                ++ends;
-            }
-            KLFptdelay(1'000);
+            KLFptnow(); // time goes on, where it is virtual
+            pthread_testcancel();
         }
     });
-    ASSERT_EQ(worker.run(), 0);
-    begun.wait();
-    worker.cancel();
-    worker.waitend();
-    EXPECT_EQ(ends, begins);
+    ASSERT_EQ(holder.run(), 0);
+    holds.wait();
+    holder.cancel();
+    holder.waitend();
+    EXPECT_STREQ(mutex.owner("free"), "free");
     EXPECT_TRUE(mutex.lock(0));
     mutex.release();
 }
