@@ -1,0 +1,3 @@
+#include "app/audio_test.h"
+
+KLTastr K4STaudio::info() { return "Not running"; }

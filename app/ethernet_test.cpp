@@ -1,0 +1,3 @@
+#include "app/ethernet_test.h"
+
+KLTastr K4STethernet::info() { return "Not running"; }

@@ -1,0 +1,69 @@
+// Start-up: banner, command line, the operator's key, then the self-test.
+
+#include "app/testall.h"
+#include "baselib/clock.h"
+#include "baselib/nstream.h"
+#include "baselib/params.h"
+#include "baselib/print.h"
+#include "hw/keyquery.h"
+
+namespace {
+
+constexpr int keyPolls = 5;
+constexpr long long keyPoll_us = 100'000;
+constexpr int keyStartM = 19;
+constexpr int keyStart7 = 7;
+
+// Each keyword only switches its setting off.
+struct Settings {
+    bool micBoost = true;
+    bool check = true;
+    bool keypad = true;
+    bool analog = true;
+};
+
+void printBanner() {
+    pout << "***** Vorlink K/4 selftest V1.7, " << __DATE__ << " *****" << KLNstream::cr;
+}
+
+// Unknown and surplus arguments neither stop nor warn, so the result is ignored.
+Settings readSettings(int argc, const char** argv) {
+    Settings settings;
+    KLTparams(argc, argv, false)
+        .parse("nomicboost%P run%P nokeypad%P noanalog%P", &settings.micBoost, &settings.check,
+               &settings.keypad, &settings.analog);
+    pout << "micBoost=" << settings.micBoost << " check=" << settings.check
+         << " keypad=" << settings.keypad << " analog=" << settings.analog << KLNstream::cr;
+    return settings;
+}
+
+// True when the tests are to begin: the operator holds a start key, or nobody can tell.
+bool operatorWantsTests() {
+    CHk4keyquery query;
+    if (const int error = query.init(); error != 0) {
+        pout << "Key querier init error " << error << KLNstream::cr;
+        return true;
+    }
+    for (int poll = 0; poll < keyPolls; ++poll) {
+        const int key = query.getkey();
+        if (key == keyStartM || key == keyStart7) return true;
+        KLFdelay(keyPoll_us);
+    }
+    return false;
+}
+
+int testFlags(const Settings& settings) {
+    return (settings.micBoost ? 0 : flagNoMicBoost) | (settings.keypad ? 0 : flagNoKeypad) |
+           (settings.analog ? 0 : flagNoAnalog);
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    printBanner();
+    const Settings settings = readSettings(argc, const_cast<const char**>(argv));
+    if (settings.check && !operatorWantsTests()) return 0;
+    const int result = testAll(testFlags(settings));
+    pout << "Selftest exits with code " << result << KLNstream::cr;
+    return result;
+}

@@ -1,0 +1,9 @@
+#pragma once
+
+#include "baselib/astr.h"
+
+#include <string>
+
+inline std::string characters(const KLTastrc& text) {
+    return {text.text(), static_cast<size_t>(text.length())};
+}

@@ -1,0 +1,191 @@
+#include "app/unit.h"
+
+#include "app/aesebu_test.h"
+#include "app/audio_test.h"
+#include "app/ethernet_test.h"
+#include "app/parallel_test.h"
+#include "app/usb_test.h"
+#include "baselib/mutex.h"
+#include "characters.h"
+
+#include <gtest/gtest.h>
+#include <string>
+
+namespace {
+
+constexpr long long poll_us = 1'000;
+
+class Unit : public testing::Test {
+protected:
+    Unit() { KLFptcreatemain("PT-Main"); }
+};
+
+// Runs until it is asked to stop.
+class PatientUnit : public K4unit<PatientUnit> {
+public:
+    ~PatientUnit() { end(); }
+    KLTastr info() override { return running() ? "running" : "idle"; }
+    void prepare() { ++preparations; }
+    void tfunc() {
+        ++runs;
+        while (!stopRequested())
+            KLFptdelay(poll_us);
+    }
+
+    int preparations = 0;
+    std::atomic<int> runs{0};
+};
+
+TEST_F(Unit, StartsOneThreadAndStopsWhenAsked) {
+    PatientUnit unit;
+    EXPECT_EQ(unit.start(true), 0);
+    EXPECT_EQ(unit.start(true), 0);
+    EXPECT_EQ(characters(unit.info()), "running");
+    while (unit.runs == 0)
+        KLFptdelay(poll_us);
+    EXPECT_FALSE(unit.stopRequested());
+    EXPECT_EQ(unit.start(false), 0);
+    EXPECT_TRUE(unit.stopRequested());
+    unit.waitend();
+    EXPECT_EQ(characters(unit.info()), "idle");
+    EXPECT_EQ(unit.preparations, 1);
+    EXPECT_EQ(unit.runs, 1);
+}
+
+class BriefUnit : public K4unit<BriefUnit> {
+public:
+    ~BriefUnit() { end(); }
+    KLTastr info() override { return running() ? "running" : "idle"; }
+    void tfunc() { ++runs; }
+
+    int runs = 0;
+};
+
+TEST_F(Unit, StopRequestReachesOnlyARunningTest) {
+    BriefUnit unit;
+    EXPECT_EQ(unit.start(false), 0);
+    EXPECT_FALSE(unit.stopRequested());
+    unit.waitend();
+    for (int run = 1; run <= 2; ++run) {
+        ASSERT_EQ(unit.start(true), 0);
+        while (characters(unit.info()) == "running")
+            KLFptdelay(poll_us);
+        EXPECT_EQ(unit.start(false), 0);
+        EXPECT_FALSE(unit.stopRequested());
+        unit.waitend();
+        EXPECT_EQ(unit.runs, run);
+    }
+}
+
+// Works on its own members and on a shared mutex, and never looks at the stop request.
+class StubbornUnit : public K4unit<StubbornUnit> {
+public:
+    StubbornUnit(KLTptmutex& mutex, std::atomic<bool>& works) : mutex_(mutex), works_(works) {}
+    ~StubbornUnit() { end(); }
+    KLTastr info() override { return "busy"; }
+    void tfunc() {
+        for (;;) {
+            const KLTptmutexHold hold(mutex_);
+            own_ += "x";
+            works_ = true;
+            KLFptnow(); // time goes on, where it is virtual
+            pthread_testcancel();
+        }
+    }
+
+private:
+    KLTptmutex& mutex_;
+    std::atomic<bool>& works_;
+    std::string own_;
+};
+
+TEST_F(Unit, DestructionEndsARunningTestAndFreesWhatItHeld) {
+    KLTptmutex mutex;
+    std::atomic<bool> works{false};
+    {
+        StubbornUnit unit(mutex, works);
+        ASSERT_EQ(unit.start(true), 0);
+        while (!works)
+            KLFptdelay(poll_us);
+    }
+    EXPECT_TRUE(mutex.lock(0));
+    mutex.release();
+}
+
+TEST_F(Unit, DestructionRightAfterTheStartIsSafe) {
+    for (int round = 0; round < 100; ++round) {
+        PatientUnit unit;
+        ASSERT_EQ(unit.start(true), 0);
+    }
+}
+
+struct Scripted : K4test {
+    int start(bool) override { return 0; }
+    void waitend() override {}
+    KLTastr info() override { return text; }
+    const char* text = "";
+};
+
+TEST_F(Unit, ChangeReportsEachNewTextOnce) {
+    Scripted unit;
+    KLTastr current("before");
+    const struct {
+        const char* text;
+        bool changed;
+    } polls[] = {{"", false},  {"12 good", true}, {"12 good", false}, {"13 good", true},
+                 {"OK", true}, {"ok", true},      {"ok", false},      {"OK ", true},
+                 {"", true},   {"", false}};
+    for (const auto& poll : polls) {
+        unit.text = poll.text;
+        EXPECT_EQ(unit.change(current), poll.changed) << poll.text;
+        EXPECT_EQ(characters(current), poll.text);
+    }
+}
+
+struct Counter {
+    void count() { ++value; }
+    int value = 0;
+};
+
+TEST_F(Unit, BindingRunsItsMemberFunctionOrNothing) {
+    Counter counter;
+    KLTpthreadT<Counter> thread;
+    ASSERT_EQ(thread.run(), 0);
+    thread.waitend();
+    EXPECT_TRUE(thread.finished());
+    EXPECT_EQ(counter.value, 0);
+    thread.bind(&counter, &Counter::count);
+    ASSERT_EQ(thread.run(), 0);
+    thread.waitend();
+    EXPECT_EQ(counter.value, 1);
+    thread.bind(&counter, nullptr);
+    ASSERT_EQ(thread.run(), 0);
+    thread.waitend();
+    EXPECT_EQ(counter.value, 1);
+}
+
+TEST_F(Unit, TestsThatAreNotMadePassNothing) {
+    K4STparallel parallel;
+    K4STethernet ethernet;
+    K4STusb usb;
+    K4STaudio audio(true);
+    K4test* const units[] = {&parallel, &ethernet, &usb, &audio};
+    for (K4test* unit : units) {
+        EXPECT_EQ(characters(unit->info()), "Not running");
+        ASSERT_EQ(unit->start(true), 0);
+        unit->waitend();
+        EXPECT_EQ(characters(unit->info()), "Not running");
+    }
+    EXPECT_TRUE(audio.micBoost());
+    EXPECT_FALSE(K4STaudio(false).micBoost());
+}
+
+TEST_F(Unit, AesebuHasNoTextBeforeItsTestHasBegun) {
+    K4STaesebu unit;
+    EXPECT_EQ(characters(unit.info()), "");
+    ASSERT_EQ(unit.start(true), 0);
+    unit.waitend();
+    EXPECT_EQ(characters(unit.info()), "Not running");
+}
+
+} // namespace
