@@ -1,0 +1,258 @@
+#include "hw/frontpanel.h"
+
+#include <filesystem>
+#include <memory>
+#include <string>
+#include <unistd.h>
+
+#define STB_IMAGE_IMPLEMENTATION
+#define STBI_ONLY_BMP
+#include <stb/stb_image.h>
+
+#include "grc/boxf.h"
+#include "hw/keyquery.h"
+#include "panel_recorder.h"
+#include "sim/machine.h"
+
+namespace {
+
+constexpr int width = 256;
+constexpr int height = 64;
+
+// A mainboard with ID 1, version 9 at 0xD000, and its panel as the ports show them. Keeps
+// what is sent to the display.
+class PanelPorts : public k4sim::PortSpace {
+public:
+    std::uint8_t id = 1;
+    std::uint8_t panelType = 0x3C;
+    std::uint8_t panelVersion = 9;
+    std::uint32_t keyWord = 0x0000FFFF;
+    std::vector<WireByte> sent;
+
+    std::uint8_t in(std::uint16_t port) override {
+        switch (port - base) {
+        case 0:
+            return id;
+        case 1:
+            return 9;
+        case 4:
+            return 0; // not busy
+        case 5:
+            return panelType;
+        case 6:
+            return panelVersion;
+        case 7:
+        case 8:
+        case 9:
+        case 10:
+            return static_cast<std::uint8_t>(keyWord >> 8 * (port - base - 7));
+        default:
+            return 0xFF;
+        }
+    }
+
+    void out(std::uint16_t port, std::uint8_t value) override {
+        if (port == base + 5 || port == base + 6) sent.push_back({port == base + 5, value});
+    }
+
+private:
+    static constexpr int base = 0xD000;
+};
+
+class FrontPanel : public testing::Test {
+protected:
+    FrontPanel() { k4sim::machine().attach_ports(&ports); }
+    ~FrontPanel() override {
+        k4sim::machine().set_privilege_refused(false);
+        k4sim::machine().attach_ports(nullptr);
+    }
+
+    std::vector<WireByte> takeSent() { return std::exchange(ports.sent, {}); }
+
+    void expectHarmless() {
+        EXPECT_EQ(panel.writer, nullptr);
+        takeSent();
+        panel.dispMode(2);
+        panel.dispContrast(50);
+        GRCboxF({0, 0}, {9, 9}, 9).draw(panel.display);
+        EXPECT_EQ(panel.display.grey(8, 8), 9U);
+        EXPECT_TRUE(takeSent().empty());
+    }
+
+    PanelPorts ports;
+    CHfrontpanelK4 panel;
+};
+
+int sharedKey() { return 0x4B350000 | (getpid() & 0xFFFF); }
+
+template <class Decoder>
+void expectShown(const Decoder& chip, const GRCdisplay& display) {
+    for (int y = 0; y < height; ++y)
+        for (int x = 0; x < width; ++x)
+            ASSERT_EQ(static_cast<unsigned int>(chip.grey(x, y)), display.grey(x, y))
+                << "pixel " << x << "," << y;
+}
+
+} // namespace
+
+TEST_F(FrontPanel, InitSwitchesEitherControllerOnAndCommitsArrive) {
+    const std::unique_ptr<ChipDecoder> chips[] = {std::make_unique<DecoderSSD1362>(),
+                                                  std::make_unique<DecoderSSD1322>()};
+    for (std::uint8_t type = 0x3C; type <= 0x3D; ++type) {
+        ChipDecoder& chip = *chips[type - 0x3C];
+        ports.panelType = type;
+        ASSERT_EQ(panel.init(0), 0);
+        chip.feed(takeSent());
+        EXPECT_TRUE(chip.isAwake());
+        EXPECT_EQ(chip.pictureMode(), type == 0x3C ? 0xA4 : 0xA6);
+        EXPECT_EQ(panel.display.size(), (GRCsize{width, height}));
+        expectShown(chip, panel.display);
+        GRCboxF({11, 5}, {100, 20}, 9).draw(panel.display);
+        panel.writer->commitFrom(panel.display, true);
+        chip.feed(takeSent());
+        expectShown(chip, panel.display);
+        EXPECT_EQ(panel.display.grey(110, 24), 9U);
+    }
+}
+
+TEST_F(FrontPanel, InitAgainStartsWithABlackPictureAndSendsItWhole) {
+    ASSERT_EQ(panel.init(0), 0);
+    panel.display.clear(5);
+    panel.writer->commitFrom(panel.display, true);
+    ASSERT_EQ(panel.init(0), 0);
+    takeSent();
+    panel.writer->commitFrom(panel.display, true);
+    EXPECT_EQ(takeSent().size(), 64U * (6 + 128));
+    EXPECT_EQ(panel.display.grey(0, 0), 0U);
+}
+
+TEST_F(FrontPanel, UnknownPanelsAndMainboardsGiveTheFakeController) {
+    for (const int type : {0x00, 0x3B, 0x3E, 0xFF}) {
+        ports.panelType = static_cast<std::uint8_t>(type);
+        EXPECT_EQ(panel.init(0), -49997) << type;
+        expectHarmless();
+    }
+    ports.panelType = 0x3C;
+    EXPECT_EQ(panel.init(0), 0) << "and recovers";
+    ports.id = 0xFF;
+    EXPECT_EQ(panel.init(0), -49997);
+    EXPECT_NE(dynamic_cast<Myfplink_fake*>(panel.fplink.get()), nullptr);
+    expectHarmless();
+}
+
+TEST_F(FrontPanel, WithoutPrivilegeNothingIsSent) {
+    k4sim::machine().set_privilege_refused(true);
+    EXPECT_EQ(panel.init(0), -49999);
+    EXPECT_TRUE(takeSent().empty());
+    expectHarmless();
+    k4sim::machine().set_privilege_refused(false);
+    EXPECT_EQ(panel.init(0), 0);
+}
+
+TEST_F(FrontPanel, PixelsLieInSharedMemoryOnRequest) {
+    ASSERT_EQ(panel.init(sharedKey()), 0);
+    {
+        const KLTsharedMemory viewer(sharedKey(), width * height * 4);
+        ASSERT_NE(viewer.memory(), nullptr);
+        const auto* const pixels = static_cast<const unsigned int*>(viewer.memory());
+        panel.display.put(3, 2, 11);
+        EXPECT_EQ(pixels[2 * width + 3], 11U);
+        ASSERT_EQ(panel.init(0), 0);
+        panel.display.put(3, 2, 12);
+        EXPECT_EQ(pixels[2 * width + 3], 11U) << "own memory again";
+    }
+    EXPECT_EQ(panel.init(sharedKey()), 0);
+    EXPECT_EQ(panel.display.grey(3, 2), 0U);
+}
+
+TEST_F(FrontPanel, SharedMemoryThatCanNotBeHadIsAnError) {
+    ASSERT_EQ(panel.init(0), 0);
+    const KLTsharedMemory tooSmall(sharedKey(), 100);
+    ASSERT_NE(tooSmall.memory(), nullptr);
+    EXPECT_EQ(panel.init(sharedKey()), -3);
+    expectHarmless();
+}
+
+TEST_F(FrontPanel, ContrastIsLimitedToPercent) {
+    ASSERT_EQ(panel.init(0), 0);
+    const std::pair<int, const char*> cases[] = {{-5, "c81 c01"},  {0, "c81 c01"},
+                                                 {50, "c81 c80"},  {100, "c81 cFF"},
+                                                 {150, "c81 cFF"}, {256, "c81 cFF"}};
+    for (const auto& [percent, bytes] : cases) {
+        takeSent();
+        panel.dispContrast(percent);
+        EXPECT_EQ(takeSent(), wire(bytes)) << percent;
+    }
+}
+
+TEST_F(FrontPanel, DisplayModes) {
+    ASSERT_EQ(panel.init(0), 0);
+    const std::pair<int, const char*> cases[] = {
+        {2, "cAF cA5"}, {1, "cAF cA4"}, {0, "cAE cA4"}, {3, "cAF cA4"}, {-1, "cAE cA4"}};
+    for (const auto& [mode, bytes] : cases) {
+        takeSent();
+        panel.dispMode(mode);
+        EXPECT_EQ(takeSent(), wire(bytes)) << mode;
+    }
+}
+
+TEST_F(FrontPanel, KeysComeThroughTheLinkWithThePanelsModulus) {
+    ports.panelVersion = 7;
+    ASSERT_EQ(panel.init(0), 0);
+    EXPECT_EQ(panel.kbdGetkey(), -1);
+    ports.keyWord = 0x0000FFFF | 15U << 24;
+    EXPECT_EQ(panel.kbdGetkey(), 12) << "16 positions: one step down";
+    ports.panelVersion = 8;
+    ASSERT_EQ(panel.init(0), 0);
+    ports.keyWord = 0x0000FFFF;
+    EXPECT_EQ(panel.kbdGetkey(), 12) << "64 positions: fifteen steps down";
+    EXPECT_EQ(panel.kbdGetAll(12), 14);
+    EXPECT_EQ(panel.kbdGetAll(12), 0);
+    ports.keyWord ^= 1U << 6;
+    EXPECT_EQ(panel.kbdGetkey(), 7);
+    EXPECT_EQ(panel.kbdGetkey(), -1);
+}
+
+TEST_F(FrontPanel, SavedPictureReadsBackEqual) {
+    ASSERT_EQ(panel.init(0), 0);
+    for (int y = 0; y < height; ++y)
+        for (int x = 0; x < width; ++x)
+            panel.display.put(x, y, static_cast<unsigned int>(x + 3 * y));
+    const std::filesystem::path path =
+        std::filesystem::temp_directory_path() / ("frontpanel" + std::to_string(getpid()));
+    ASSERT_TRUE(panel.saveScreenImage(path.c_str()));
+    int readWidth = 0;
+    int readHeight = 0;
+    unsigned char* const read = stbi_load(path.c_str(), &readWidth, &readHeight, nullptr, 3);
+    std::filesystem::remove(path);
+    ASSERT_NE(read, nullptr);
+    ASSERT_EQ(readWidth, width);
+    ASSERT_EQ(readHeight, height);
+    for (int y = 0; y < height; ++y)
+        for (int x = 0; x < width * 3; ++x)
+            ASSERT_EQ(read[y * width * 3 + x], panel.display.grey(x / 3, y) * 17);
+    stbi_image_free(read);
+    EXPECT_FALSE(panel.saveScreenImage("/nonexistent/picture.bmp"));
+}
+
+TEST_F(FrontPanel, KeyQueryNeedsNoDisplay) {
+    CHk4keyquery query;
+    ports.panelType = 0;
+    ports.keyWord = 0x0000FFFF ^ 1U << 6;
+    ASSERT_EQ(query.init(), 0);
+    EXPECT_EQ(query.getkey(), 7);
+    EXPECT_EQ(query.getkey(), -1);
+    ports.keyWord = 0x0080FFFF;
+    EXPECT_EQ(query.getkey(), 0x107);
+    EXPECT_EQ(query.getkey(), 19);
+    ports.keyWord |= 15U << 24;
+    EXPECT_EQ(query.getkey(), 12) << "16 positions whatever the panel's version";
+    EXPECT_EQ(query.getkey(), -1);
+    EXPECT_TRUE(takeSent().empty());
+}
+
+TEST_F(FrontPanel, KeyQueryReportsMissingPrivilege) {
+    k4sim::machine().set_privilege_refused(true);
+    CHk4keyquery query;
+    EXPECT_EQ(query.init(), -49999);
+}
