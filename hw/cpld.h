@@ -3,6 +3,7 @@
 #include <cstdint>
 
 #include "hw/fplink.h"
+#include "hw/ports.h"
 
 /** What the mainboard CPLD offers in every generation. The concrete drivers are named after
     the CPLD ID and the first CPLD version that they serve; each is made with the base port
@@ -34,21 +35,22 @@ public:
         bit 1    SCL, written */
 class MymainCPLD_0x01_0x06 : public CHCPLDinterface_k4, public CHfplink_i2c_base {
 public:
-    explicit MymainCPLD_0x01_0x06(std::uint16_t basePort) : base(basePort) {}
+    explicit MymainCPLD_0x01_0x06(std::uint16_t basePort) : ports(basePort) {}
 
     /** Releases the lines, reads panel type and version, and returns this object. */
     CHfplinkK4* initSerialLink() override;
 
     void blink(unsigned char pattern) override;
 
-    /** Asks the panel; 0 when it does not answer. */
+    /** Asks the panel. Without an answer every byte is 0xFF, as the idle bus reads, which
+        marks the word as invalid. */
     std::uint32_t keyStatus() override;
 
     void putI2C(int scl, int sda) override;
     int getI2C(bool ack) override;
 
 protected:
-    const std::uint16_t base;
+    const PortBlock ports;
 };
 
 /** ID 1, version 8: the same bus, with an engine in the CPLD for whole transfers:
@@ -72,21 +74,21 @@ public:
 
 private:
     void begin(int addressByte) const;
-    void send(std::uint8_t byte) const;
-    std::uint8_t receive() const;
+    void waitSent() const;
+    void waitReceived() const;
 };
 
 /** ID 1, version 9, 10 and 16: the link is Myfplink_hss at the same base. The blink pattern
     goes to base + 7 when the link is not busy, however long that takes. */
 class MymainCPLD_0x01_0x09 : public CHCPLDinterface_k4 {
 public:
-    explicit MymainCPLD_0x01_0x09(std::uint16_t basePort) : base(basePort) {}
+    explicit MymainCPLD_0x01_0x09(std::uint16_t basePort) : ports(basePort) {}
 
     CHfplinkK4* initSerialLink() override;
     void blink(unsigned char pattern) override;
 
 protected:
-    const std::uint16_t base;
+    const PortBlock ports;
 };
 
 /** ID 2, version 1 and 2: as ID 1, version 9, with switches and watchdog:

@@ -1,8 +1,10 @@
 #pragma once
 
 #include <cstdint>
+#include <initializer_list>
 
 #include "hw/i2c.h"
+#include "hw/ports.h"
 
 /** The link from the mainboard to the front panel: commands and data to the OLED
     controller, and the state of the keys. One thread at a time may use a link. */
@@ -62,6 +64,9 @@ protected:
     static constexpr std::uint8_t messageKeys = 0x40;
     static constexpr std::uint8_t messageBlink = 0x50;
 
+    /** Sends one message, its first byte included. Errors of the bus are not reported. */
+    void send(std::initializer_list<std::uint8_t> message);
+
     /** Sends the message byte, then reads `len` bytes in a second transaction. Returns the
         bus's code. */
     int query(std::uint8_t message, void* answer, int len);
@@ -78,7 +83,7 @@ protected:
     bytes go through the virtual forms of one byte. */
 class Myfplink_hss : public CHfplinkK4 {
 public:
-    explicit Myfplink_hss(std::uint16_t basePort) : base(basePort) {}
+    explicit Myfplink_hss(std::uint16_t basePort) : ports(basePort) {}
 
     void init() override;
     void put_cmd(unsigned char command) override;
@@ -93,9 +98,9 @@ public:
     std::uint32_t keyStatus() override;
 
 private:
-    void send(std::uint16_t port, std::uint8_t value) const;
+    void send(int offset, std::uint8_t value) const;
 
-    std::uint16_t base;
+    const PortBlock ports;
 };
 
 /** The link of a mainboard without a known CPLD: does nothing, panel type and version stay

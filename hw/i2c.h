@@ -1,5 +1,7 @@
 #pragma once
 
+#include <cstdint>
+
 /** I2C master. Addresses are 7 bits, 0..127, without the read/write bit.
 
     None of the classes locks: one thread at a time may use a bus. Between two calls the bus
@@ -71,9 +73,9 @@ public:
     [[nodiscard]] int testDataLine();
 
 private:
-    bool hasDataLevels();
-    void writeBit(int level);
-    int readBit();
+    int writeBytes(int addr, const std::uint8_t* data, int len);
+    int readBytes(int addr, std::uint8_t* data, int len);
+    int checkDataLine();
 };
 
 /** A bus without lines: nothing ever answers, so that a write gives errorWriteNoAck and a

@@ -44,7 +44,8 @@ public:
     std::unique_ptr<CHCPLDinterface_k4> cpld;
 
 private:
+    std::unique_ptr<CHCPLDinterface_k4> probe(std::uint16_t base);
     bool isLinkDriver() const;
-    void setLink(CHfplinkK4* link);
+    void setLink(std::unique_ptr<CHfplinkK4> link);
     void setDriver(std::unique_ptr<CHCPLDinterface_k4> driver);
 };

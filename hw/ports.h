@@ -28,3 +28,18 @@ void portOut(std::uint16_t port, std::uint8_t value);
 /** Reads the port until every bit of the mask is 0. Has no time limit, and is a
     cancellation point. Never ends on a thread without privilege. */
 void portWaitClear(std::uint16_t port, std::uint8_t mask);
+
+/** The registers of a device: ports counted from its base. */
+class PortBlock {
+public:
+    explicit constexpr PortBlock(std::uint16_t firstPort) : base(firstPort) {}
+
+    [[nodiscard]] std::uint8_t in(int offset) const { return portIn(at(offset)); }
+    void out(int offset, std::uint8_t value) const { portOut(at(offset), value); }
+    void waitClear(int offset, std::uint8_t mask) const { portWaitClear(at(offset), mask); }
+
+    const std::uint16_t base;
+
+private:
+    std::uint16_t at(int offset) const { return static_cast<std::uint16_t>(base + offset); }
+};
