@@ -161,8 +161,17 @@ TEST_F(FrontPanel, PixelsLieInSharedMemoryOnRequest) {
         panel.display.put(3, 2, 12);
         EXPECT_EQ(pixels[2 * width + 3], 11U) << "own memory again";
     }
+}
+
+TEST_F(FrontPanel, SharedMemoryThatIsThereAlreadyIsCleared) {
+    const KLTsharedMemory present(sharedKey(), width * height * 4);
+    ASSERT_NE(present.memory(), nullptr);
+    auto* const pixels = static_cast<unsigned int*>(present.memory());
+    pixels[2 * width + 3] = 7;
     EXPECT_EQ(panel.init(sharedKey()), 0);
-    EXPECT_EQ(panel.display.grey(3, 2), 0U);
+    EXPECT_EQ(pixels[2 * width + 3], 0U);
+    panel.display.put(3, 2, 8);
+    EXPECT_EQ(pixels[2 * width + 3], 8U);
 }
 
 TEST_F(FrontPanel, SharedMemoryThatCanNotBeHadIsAnError) {
