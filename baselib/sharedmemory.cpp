@@ -1,12 +1,14 @@
 #include "baselib/sharedmemory.h"
 
 #include <cerrno>
+#include <cstdint>
 #include <sys/ipc.h>
 #include <sys/shm.h>
 
 namespace {
 
 constexpr int accessMode = 0644;
+constexpr std::intptr_t shmatFailed = -1;
 
 } // namespace
 
@@ -15,7 +17,7 @@ KLTsharedMemory::KLTsharedMemory(int key, std::size_t size) {
     open(key, size);
     if (block < 0) return;
     void* const attached = shmat(block, nullptr, 0);
-    if (attached != reinterpret_cast<void*>(-1))
+    if (reinterpret_cast<std::intptr_t>(attached) != shmatFailed)
         address = attached;
     else
         remove();
