@@ -1,0 +1,228 @@
+#include "hw/i2c.h"
+
+#include <array>
+#include <string>
+#include <vector>
+
+#include "i2c_wire.h"
+#include <gtest/gtest.h>
+
+namespace {
+
+/** A software I2C master on a decoded wire. */
+class WireBus : public KLTi2cBase2 {
+public:
+    I2cWire wire;
+    int acknowledgeReads = 0;
+    int dataReads = 0;
+
+    explicit WireBus(int address = 0x3C) { wire.acknowledged = {address * 2, address * 2 + 1}; }
+
+    void putI2C(int scl, int sda) override { wire.set(scl, sda); }
+    int getI2C(bool ack) override {
+        ++(ack ? acknowledgeReads : dataReads);
+        return wire.level();
+    }
+};
+
+/** A bus that writes line operations down: "01" is SCL low and SDA released, "?" a data read,
+    "A" an acknowledge read, "w" a wait. Reads give the scripted levels, then 1. */
+class TracedBus : public KLTi2cBase2 {
+public:
+    std::string trace;
+    std::deque<int> levels;
+
+    void putI2C(int scl, int sda) override {
+        note(std::string{static_cast<char>('0' + scl), static_cast<char>('0' + sda)});
+    }
+    int getI2C(bool ack) override {
+        note(ack ? "A" : "?");
+        if (levels.empty()) return 1;
+        const int level = levels.front();
+        levels.pop_front();
+        return level;
+    }
+    void waitI2C() override { note("w"); }
+
+private:
+    void note(const std::string& entry) {
+        if (!trace.empty()) trace += ' ';
+        trace += entry;
+    }
+};
+
+std::string repeated(const std::string& text, int count) {
+    std::string result;
+    for (int i = 0; i < count; ++i)
+        result += text;
+    return result;
+}
+
+} // namespace
+
+TEST(I2cWire, decodes_lines_set_by_hand) {
+    I2cWire wire;
+    wire.acknowledged = {0xA0};
+    wire.set(1, 0); // START
+    wire.set(0, 0);
+    for (const int bit : {1, 0, 1, 0, 0, 0, 0, 0, 1}) {
+        wire.set(0, bit);
+        wire.set(1, bit);
+    }
+    EXPECT_EQ(wire.level(), 0) << "acknowledge";
+    wire.set(0, 0);
+    wire.set(0, 1);
+    wire.set(1, 1);
+    wire.set(0, 0);
+    wire.set(1, 0);
+    wire.set(1, 1); // STOP after one bit of the second byte
+    EXPECT_EQ(wire.take(), "S a0+ P!");
+}
+
+TEST(I2cLines, start_and_stop) {
+    TracedBus bus;
+    bus.iicStart();
+    bus.iicStop();
+    EXPECT_EQ(bus.trace, "10 00 10 11");
+}
+
+TEST(I2cLines, written_byte) {
+    const std::string one = "01 11 w w ";
+    const std::string zero = "00 10 w w ";
+    for (const int acknowledge : {0, 1}) {
+        TracedBus bus;
+        bus.levels = {acknowledge};
+        EXPECT_EQ(bus.iicBwrite(0x1CA), acknowledge == 0) << "only eight bits are sent";
+        EXPECT_EQ(bus.trace, one + one + zero + zero + one + zero + one + zero + "01 11 w A 00 w");
+    }
+}
+
+TEST(I2cLines, read_byte) {
+    for (const bool acknowledge : {true, false}) {
+        TracedBus bus;
+        bus.levels = {1, 0, 0, 1, 0, 1, 1, 0};
+        EXPECT_EQ(bus.iicBread(acknowledge), 0x96);
+        EXPECT_EQ(bus.trace, "01 " + repeated("11 w ? 01 w ", 8) +
+                                 (acknowledge ? "00 10 w 00 w" : "01 11 w 00 w"));
+    }
+}
+
+TEST(I2cLines, data_line_test_tells_stuck_lines) {
+    struct Case {
+        std::deque<int> levels;
+        int result;
+        std::string trace;
+    };
+    const Case cases[] = {
+        {{1, 0, 1}, 0, "11 01 ? 00 ? 01 ? 11"},
+        {{0, 0, 0}, -8645, "11 01 ? 11"},
+        {{1, 1, 1}, -8644, "11 01 ? 00 ? 11"},
+        {{1, 0, 0}, -8645, "11 01 ? 00 ? 01 ? 11"},
+    };
+    for (const Case& expected : cases) {
+        TracedBus bus;
+        bus.levels = expected.levels;
+        EXPECT_EQ(bus.testDataLine(), expected.result);
+        EXPECT_EQ(bus.trace, expected.trace);
+    }
+}
+
+TEST(I2cBlocks, write_and_read_every_length) {
+    for (int length = 1; length <= 5; ++length) {
+        WireBus bus(0x7F);
+        const std::array<std::uint8_t, 5> sent = {0x00, 0xFF, 0xA5, 0x5A, 0x01};
+        bus.wire.answers = {0x12, 0x34, 0x80, 0x01, 0xFF};
+        std::array<std::uint8_t, 5> received{};
+        EXPECT_EQ(bus.writeBlock(0x7F, sent.data(), length), 0);
+        EXPECT_EQ(bus.readBlock(0x7F, received.data(), length), 0);
+
+        const std::string written = "00+ ff+ a5+ 5a+ 01+ ";
+        const std::vector<std::string> read = {"12", "34", "80", "01", "ff"};
+        std::string expected = "S fe+ " + written.substr(0, length * 4U) + "P S ff+";
+        for (int i = 0; i < length; ++i)
+            expected += " " + read[i] + (i + 1 < length ? "+" : "-");
+        EXPECT_EQ(bus.wire.take(), expected + " P");
+        EXPECT_TRUE(bus.wire.isIdle());
+        EXPECT_EQ(bus.dataReads, 8 * length);
+        EXPECT_EQ(bus.acknowledgeReads, 2 + length);
+        EXPECT_EQ(received[length - 1], std::stoi(read[length - 1], nullptr, 16));
+    }
+}
+
+TEST(I2cBlocks, failures_leave_the_bus_idle) {
+    const std::uint8_t data[] = {1, 2, 3};
+    WireBus absent;
+    std::uint8_t received[3] = {7, 7, 7};
+    EXPECT_EQ(absent.writeBlock(0x20, data, 3), -8648);
+    EXPECT_EQ(absent.readBlock(0x20, received, 3), -8647);
+    EXPECT_EQ(received[0], 7);
+    EXPECT_EQ(absent.wire.take(), "S 40- P S 41- P");
+    EXPECT_TRUE(absent.wire.isIdle());
+
+    WireBus full;
+    full.wire.writableBytes = 1;
+    EXPECT_EQ(full.writeBlock(0x3C, data, 3), -8646);
+    EXPECT_EQ(full.wire.take(), "S 78+ 01+ 02- P");
+    EXPECT_TRUE(full.wire.isIdle());
+}
+
+TEST(I2cBlocks, bad_arguments_touch_no_line) {
+    std::uint8_t data[1] = {};
+    struct Case {
+        int addr;
+        void* data;
+        int len;
+    };
+    for (const Case& bad : {Case{128, data, 1}, Case{-1, data, 1}, Case{0x3C, data, 0},
+                            Case{0x3C, data, -1}, Case{0x3C, nullptr, 1}}) {
+        TracedBus bus;
+        EXPECT_EQ(bus.writeBlock(bad.addr, bad.data, bad.len), -8649);
+        EXPECT_EQ(bus.readBlock(bad.addr, bad.data, bad.len), -8649);
+        EXPECT_EQ(bus.trace, "");
+    }
+}
+
+TEST(I2cBlocks, dummy_has_no_slave) {
+    KLTi2cDummy bus;
+    std::uint8_t data[2] = {};
+    EXPECT_EQ(bus.writeBlock(0, data, 1), -8648);
+    EXPECT_EQ(bus.readBlock(127, data, 2), -8647);
+    EXPECT_EQ(bus.writeRead(5, data, 1, data, 1), -8648);
+}
+
+TEST(I2cWriteRead, two_transactions_or_the_code_of_the_write) {
+    const std::uint8_t command = 0x40;
+    std::uint8_t answer[2] = {};
+    WireBus bus;
+    bus.wire.answers = {0xCA, 0xFE};
+    EXPECT_EQ(bus.writeRead(0x3C, &command, 1, answer, 2), 0);
+    EXPECT_EQ(bus.wire.take(), "S 78+ 40+ P S 79+ ca+ fe- P");
+    EXPECT_EQ(answer[1], 0xFE);
+
+    bus.wire.writableBytes = 0;
+    EXPECT_EQ(bus.writeRead(0x3C, &command, 1, answer, 2), -8646);
+    EXPECT_EQ(bus.wire.take(), "S 78+ 40- P");
+
+    bus.wire.writableBytes = 1;
+    bus.wire.acknowledged = {0x78};
+    EXPECT_EQ(bus.writeRead(0x3C, &command, 1, answer, 2), -8647);
+    EXPECT_EQ(bus.writeRead(0x3C, &command, 1, nullptr, 2), -8649);
+}
+
+TEST(I2cWriteRead, honours_overridden_blocks) {
+    class Engine : public KLTi2cDummy {
+    public:
+        std::string calls;
+        int writeBlock(int, const void*, int) override {
+            calls += "w";
+            return 0;
+        }
+        int readBlock(int, void*, int) override {
+            calls += "r";
+            return -5;
+        }
+    } engine;
+    std::uint8_t data[1] = {};
+    EXPECT_EQ(engine.writeRead(1, data, 1, data, 1), -5);
+    EXPECT_EQ(engine.calls, "wr");
+}
