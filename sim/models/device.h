@@ -1,0 +1,63 @@
+// Everything of one K/4 that the processor can reach: the CPLD in I/O port space with the
+// front panel behind it, and the speaker. Which CPLD, panel and address is the Board's:
+//
+//   aes     CPLD ID 2 version 1  at 0xD000   panel type 0x3C version 9   parallel port
+//   plain   CPLD ID 1 version 9  at 0xD000   panel type 0x3D version 8   parallel port
+//   i2c     CPLD ID 1 version 6  at 0xD000   panel type 0x3C version 5   I2C by software
+//   engine  CPLD ID 1 version 8  at 0x0A00   panel type 0x3D version 7   I2C engine
+//   none    nothing answers; there is no panel
+#pragma once
+
+#include "sim/models/cpld.h"
+#include "sim/models/i2c_bus.h"
+#include "sim/models/keys.h"
+#include "sim/models/oled.h"
+#include "sim/models/panel.h"
+#include "sim/models/port_space.h"
+#include "sim/models/speaker.h"
+#include "sim/models/surroundings.h"
+#include "sim/setup.h"
+
+#include <cstdint>
+#include <memory>
+#include <string_view>
+
+namespace k4sim {
+
+class Device final : public PortSpace {
+public:
+    // `surroundings` must outlive the device.
+    Device(Board board, Surroundings& surroundings);
+
+    // The processor's port instructions. Ports that nothing answers read 0xFF and swallow
+    // writes, port 0x80 among them.
+    std::uint8_t in(std::uint16_t port) override;
+    void out(std::uint16_t port, std::uint8_t value) override;
+
+    Board board() const { return board_; }
+
+    // Null on the board none.
+    Panel* panel() { return panel_.get(); }
+    Oled* oled() { return panel_ ? &panel_->oled() : nullptr; }
+    Keys* keys() { return panel_ ? &panel_->keys() : nullptr; }
+    Cpld* cpld() { return cpld_.get(); }
+
+    // Where the I2C faults are set. On boards with the parallel port nothing hangs on it.
+    I2cBus& i2c_bus() { return bus_; }
+
+    Speaker& speaker() { return speaker_; }
+
+    // Sets a fault of fault_list() whose site is the device. False, and nothing is
+    // changed, when fault_error() objects or the host layer must carry it out.
+    bool set_fault(std::string_view name, std::string_view value);
+
+private:
+    Board board_;
+    std::uint16_t base_ = 0;
+    I2cBus bus_;
+    std::unique_ptr<Panel> panel_;
+    std::unique_ptr<Cpld> cpld_;
+    Speaker speaker_;
+};
+
+} // namespace k4sim

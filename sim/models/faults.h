@@ -1,0 +1,48 @@
+// The list of everything that can be broken on purpose, as data: what the user types,
+// what it breaks, and what must come of it.
+#pragma once
+
+#include "sim/setup.h"
+
+#include <cstdint>
+#include <span>
+#include <string>
+#include <string_view>
+
+namespace k4sim {
+
+struct Fault {
+    enum class Value { none, key, number };
+    // Who carries it out: Device::set_fault, or the layer that stands in for the kernel.
+    enum class Site { device, host };
+    // What a board must have for the fault to make sense.
+    enum class Needs { nothing, cpld, i2c };
+    // Whether the self-test can notice it.
+    enum class Sight { seen, depends, unseen };
+
+    std::string_view name;
+    std::string_view value_syntax; // as in the usage text; empty: takes no value
+    Value value;
+    std::int64_t low, high; // range of a number
+    Site site;
+    Needs needs;
+    Sight sight;
+    std::string_view breaks;  // what it breaks
+    std::string_view verdict; // the verdict of a run of the self-test with this fault
+};
+
+// Sorted by name.
+std::span<const Fault> fault_list();
+
+// Null for an unknown name.
+const Fault* find_fault(std::string_view name);
+
+// Why `name` with `value` (empty: none given) can't be had on `board`: one line without
+// a line end that says what and how to mend it. Empty when all is well.
+std::string fault_error(Board board, std::string_view name, std::string_view value);
+
+// The value of a number fault that fault_error() has nothing against: decimal, or
+// hexadecimal with 0x.
+std::int64_t fault_number(std::string_view value);
+
+} // namespace k4sim
