@@ -1,0 +1,161 @@
+#include "hw/fplink.h"
+
+#include "i2c_wire.h"
+#include "recorded_ports.h"
+
+namespace {
+
+/** The I2C link on a decoded wire. */
+class WireLink : public CHfplink_i2c_base {
+public:
+    I2cWire wire;
+
+    WireLink() { wire.acknowledged = {0x78, 0x79}; }
+    void putI2C(int scl, int sda) override { wire.set(scl, sda); }
+    int getI2C(bool) override { return wire.level(); }
+    std::uint32_t keyStatus() override { return 0; }
+};
+
+struct Message {
+    const char* name;
+    void (*send)(CHfplinkK4& link);
+    const char* onI2c;
+    const char* onHss;
+};
+
+constexpr Message messages[] = {
+    {"command of 8 bits", [](CHfplinkK4& link) { link.put_cmd(static_cast<unsigned char>(0xAF)); },
+     "S 78+ 10+ af+ P", "r4 w6=af"},
+    {"command of 16 bits",
+     [](CHfplinkK4& link) { link.put_cmd(static_cast<unsigned short>(0x1234)); },
+     "S 78+ 10+ 34+ 12+ P", "r4 w6=34 r4 w6=12"},
+    {"command of 32 bits", [](CHfplinkK4& link) { link.put_cmd(0x81223344U); },
+     "S 78+ 10+ 81+ 22+ 33+ 44+ P", "r4 w6=81 r4 w6=22 r4 w6=33 r4 w6=44"},
+    {"data of 8 bits", [](CHfplinkK4& link) { link.put_data(static_cast<unsigned char>(0xF0)); },
+     "S 78+ 20+ f0+ P", "r4 w5=f0"},
+    {"data of 32 bits", [](CHfplinkK4& link) { link.put_data(0x11223344U); },
+     "S 78+ 20+ 11+ 22+ 33+ 44+ P", "r4 w5=11 r4 w5=22 r4 w5=33 r4 w5=44"},
+};
+
+constexpr std::uint16_t base = 0x0A00;
+
+} // namespace
+
+TEST(I2cLink, messages) {
+    for (const Message& message : messages) {
+        WireLink link;
+        message.send(link);
+        EXPECT_EQ(link.wire.take(), message.onI2c) << message.name;
+    }
+}
+
+TEST(I2cLink, init_reads_type_and_version) {
+    WireLink link;
+    EXPECT_EQ(link.panelType, 0);
+    EXPECT_EQ(link.panelVersion, 0);
+    link.wire.answers = {0x3D, 9};
+    link.init();
+    EXPECT_EQ(link.wire.take(), "S 78+ 00+ P S 79+ 3d- P S 78+ 01+ P S 79+ 09- P");
+    EXPECT_EQ(link.panelType, 0x3D);
+    EXPECT_EQ(link.panelVersion, 9);
+
+    link.wire.acknowledged.clear();
+    link.init();
+    EXPECT_EQ(link.panelType, 0x3D) << "no answer leaves it alone";
+    EXPECT_EQ(link.panelVersion, 9);
+}
+
+TEST(I2cLink, errors_of_messages_go_unreported_and_later_messages_are_sent) {
+    WireLink link;
+    link.wire.acknowledged.clear();
+    for (const Message& message : messages)
+        message.send(link);
+    EXPECT_EQ(link.wire.take(), "S 78- P S 78- P S 78- P S 78- P S 78- P");
+}
+
+TEST(I2cLink, write_passes_a_raw_block_to_any_address) {
+    WireLink link;
+    link.wire.acknowledged = {0x46};
+    const std::uint8_t block[] = {0xDE, 0xAD};
+    EXPECT_EQ(link.write(0x23, block, 2), 0);
+    EXPECT_EQ(link.wire.take(), "S 46+ de+ ad+ P");
+    EXPECT_EQ(link.write(0x24, block, 2), -8648);
+    EXPECT_EQ(link.write(0x80, block, 2), -8649);
+}
+
+TEST(HssLink, messages) {
+    RecordedPorts ports(base);
+    const AttachedPorts attached(ports);
+    ports.answer(base + 4, {0x7F});
+    Myfplink_hss link(base);
+    for (const Message& message : messages) {
+        message.send(link);
+        EXPECT_EQ(ports.take(), message.onHss) << message.name;
+    }
+}
+
+TEST(HssLink, waits_while_bit_7_is_set) {
+    RecordedPorts ports(base);
+    const AttachedPorts attached(ports);
+    ports.answer(base + 4, {0x80, 0xFF, 0x00, 0x81, 0x01});
+    Myfplink_hss link(base);
+    link.put_cmd(static_cast<unsigned char>(0x15));
+    link.put_data(static_cast<unsigned char>(0x16));
+    EXPECT_EQ(ports.take(), "r4 r4 r4 w6=15 r4 r4 w5=16");
+}
+
+TEST(HssLink, init_resets_then_reads_type_and_version) {
+    RecordedPorts ports(base);
+    const AttachedPorts attached(ports);
+    ports.answer(base + 5, {0x3C});
+    ports.answer(base + 6, {7});
+    Myfplink_hss link(base);
+    link.init();
+    EXPECT_EQ(ports.take(), "w4=01 r5 r6");
+    EXPECT_EQ(link.panelType, 0x3C);
+    EXPECT_EQ(link.panelVersion, 7);
+}
+
+TEST(HssLink, key_status_is_four_bytes_and_write_is_not_supported) {
+    RecordedPorts ports(base);
+    const AttachedPorts attached(ports);
+    ports.answer(base + 7, {0x11});
+    ports.answer(base + 8, {0x22});
+    ports.answer(base + 9, {0x83});
+    ports.answer(base + 10, {0x94});
+    Myfplink_hss link(base);
+    EXPECT_EQ(link.keyStatus(), 0x94832211U);
+    EXPECT_EQ(ports.take(), "r7 r8 r9 ra");
+    EXPECT_EQ(link.write(0x3C, &link, 1), -1);
+    EXPECT_EQ(ports.take(), "");
+}
+
+TEST(HssLink, longer_forms_use_overridden_byte_operations) {
+    class Kept : public Myfplink_hss {
+    public:
+        std::string sent;
+        using Myfplink_hss::Myfplink_hss;
+        using Myfplink_hss::put_cmd;
+        using Myfplink_hss::put_data;
+        void put_cmd(unsigned char command) override { sent += static_cast<char>(command); }
+        void put_data(unsigned char data) override { sent += static_cast<char>(data + 32); }
+    } link(base);
+    link.put_cmd(static_cast<unsigned short>(0x4142));
+    link.put_cmd(0x43444546U);
+    link.put_data(0x41424344U);
+    EXPECT_EQ(link.sent, "BACDEFabcd");
+}
+
+TEST(FakeLink, does_nothing) {
+    RecordedPorts ports(base);
+    const AttachedPorts attached(ports);
+    Myfplink_fake link;
+    link.init();
+    for (const Message& message : messages)
+        message.send(link);
+    EXPECT_EQ(link.panelType, 0);
+    EXPECT_EQ(link.panelVersion, 0);
+    EXPECT_EQ(link.keyStatus(), 0U);
+    EXPECT_EQ(link.write(0x3C, &link, 1), -1);
+    EXPECT_EQ(ports.take(), "");
+}
