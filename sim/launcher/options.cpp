@@ -1,0 +1,201 @@
+#include "sim/launcher/options.h"
+
+#include "sim/launcher/scenario.h"
+#include "sim/models/faults.h"
+
+#include <algorithm>
+#include <array>
+#include <charconv>
+#include <cmath>
+#include <functional>
+
+namespace k4sim {
+
+namespace {
+
+constexpr double us_per_s = 1e6;
+constexpr double seconds_max = 1e9;
+
+// What the command line sets, each thing at most as often as it is said.
+struct Said {
+    std::string scenario;
+    std::optional<Board> board;
+    std::optional<OperatorKind> operator_kind;
+    std::optional<std::uint64_t> seed;
+};
+
+template <class Number>
+std::optional<Number> whole_text_number(const std::string& text) {
+    Number number{};
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
+    if (error != std::errc{} || end != text.data() + text.size()) return std::nullopt;
+    return number;
+}
+
+std::int64_t microseconds(const std::string& option, const std::string& text) {
+    const auto seconds = whole_text_number<double>(text);
+    if (!seconds || !(*seconds >= 0) || *seconds > seconds_max)
+        throw UsageError(option + ": \"" + text +
+                         "\" is no number of seconds; say for example 600");
+    return std::llround(*seconds * us_per_s);
+}
+
+void set_board(Said& said, const std::string& value) {
+    said.board = board_from_name(value);
+    if (!said.board)
+        throw UsageError("--board: there is no board \"" + value +
+                         "\"; choose aes, plain, i2c, engine or none");
+}
+
+void set_operator(Said& said, const std::string& value) {
+    if (value != "auto" && value != "none")
+        throw UsageError("--operator: there is no operator \"" + value + "\"; choose auto or none");
+    said.operator_kind = value == "auto" ? OperatorKind::automatic : OperatorKind::none;
+}
+
+void set_seed(Said& said, const std::string& value) {
+    said.seed = whole_text_number<std::uint64_t>(value);
+    if (!said.seed)
+        throw UsageError("--seed: \"" + value + "\" is no seed; say a whole number from 0 on");
+}
+
+void set_pace(Setup& setup, const std::string& value) {
+    setup.pace.reset();
+    if (value == "max") return;
+    setup.pace = whole_text_number<double>(value);
+    if (!setup.pace || !std::isfinite(*setup.pace) || !(*setup.pace > 0))
+        throw UsageError("--pace: \"" + value +
+                         "\" is no pace; say max, or a factor above 0 such as 1");
+}
+
+void set_limit(Setup& setup, const std::string& value) {
+    setup.limit_us = microseconds("--limit", value);
+    if (setup.limit_us == 0)
+        throw UsageError("--limit: a run needs some time; say for example 600");
+}
+
+// NAME[=VALUE][@SECONDS]
+void add_fault(Setup& setup, const std::string& text) {
+    FaultSetting fault;
+    const std::size_t at = text.rfind('@');
+    if (at != std::string::npos) fault.at_us = microseconds("--fault " + text, text.substr(at + 1));
+    const std::string setting = text.substr(0, at);
+    const std::size_t equals = setting.find('=');
+    fault.name = setting.substr(0, equals);
+    if (equals != std::string::npos) fault.value = setting.substr(equals + 1);
+    setup.faults.push_back(fault);
+}
+
+struct OptionText {
+    std::string_view name;
+    std::string_view values;
+    std::string_view meaning;
+};
+
+constexpr std::array<OptionText, 8> option_texts{{
+    {"--board", "aes|plain|i2c|engine|none", "mainboard generation (aes)"},
+    {"--operator", "auto|none", "who stands at the panel (auto)"},
+    {"--scenario", "FILE", "TOML file of steps: keys, knobs, faults, and when"},
+    {"--fault", "NAME[=VALUE][@SECONDS]", "a fault, from the start or from a second on"},
+    {"--seed", "N", "the same seed gives the same run (1)"},
+    {"--pace", "FACTOR|max", "1 is real time (max)"},
+    {"--limit", "SECONDS", "virtual end of the run, status 124 (3600)"},
+    {"--record", "DIR", "keep events, pictures, console and report there"},
+}};
+
+bool is_option(const std::string& name) {
+    return std::any_of(option_texts.begin(), option_texts.end(),
+                       [&](const OptionText& option) { return option.name == name; });
+}
+
+void apply(Options& options, Said& said, const std::string& name, const std::string& value) {
+    const std::array<std::pair<std::string_view, std::function<void()>>, 8> actions{{
+        {"--board", [&] { set_board(said, value); }},
+        {"--operator", [&] { set_operator(said, value); }},
+        {"--scenario", [&] { said.scenario = value; }},
+        {"--fault", [&] { add_fault(options.setup, value); }},
+        {"--seed", [&] { set_seed(said, value); }},
+        {"--pace", [&] { set_pace(options.setup, value); }},
+        {"--limit", [&] { set_limit(options.setup, value); }},
+        {"--record", [&] { options.record = value; }},
+    }};
+    for (const auto& [option, action] : actions)
+        if (option == name) action();
+}
+
+// The command line goes before the file; without either, an automatic operator.
+void settle(Options& options, const Said& said) {
+    std::vector<FaultSetting> faults = std::move(options.setup.faults);
+    options.setup.faults.clear();
+    options.setup.operator_kind = OperatorKind::automatic;
+    if (!said.scenario.empty()) read_scenario(said.scenario, options.setup);
+    if (said.board) options.setup.board = *said.board;
+    if (said.operator_kind) options.setup.operator_kind = *said.operator_kind;
+    if (said.seed) options.setup.seed = *said.seed;
+    for (const FaultSetting& fault : faults) {
+        const std::string error = fault_error(options.setup.board, fault.name, fault.value);
+        if (!error.empty()) throw UsageError("--fault: " + error);
+        options.setup.faults.push_back(fault);
+    }
+}
+
+Options parse_run(const std::vector<std::string>& arguments) {
+    Options options;
+    options.command = Command::run;
+    Said said;
+    std::size_t i = 1;
+    for (; i < arguments.size() && arguments[i].starts_with("-"); ++i) {
+        if (arguments[i] == "--") {
+            ++i;
+            break;
+        }
+        const std::size_t equals = arguments[i].find('=');
+        const std::string name = arguments[i].substr(0, equals);
+        if (!is_option(name))
+            throw UsageError("there is no option " + name + "; k4sim --help lists them all");
+        if (equals == std::string::npos && i + 1 >= arguments.size())
+            throw UsageError(name + " needs a value; k4sim --help tells which");
+        apply(options, said, name,
+              equals == std::string::npos ? arguments[++i] : arguments[i].substr(equals + 1));
+    }
+    options.program.assign(arguments.begin() +
+                               static_cast<std::ptrdiff_t>(std::min(i, arguments.size())),
+                           arguments.end());
+    if (options.program.empty())
+        throw UsageError("no PROGRAM to run; say for example: k4sim run -- k4selftest run");
+    settle(options, said);
+    return options;
+}
+
+} // namespace
+
+Options parse_options(const std::vector<std::string>& arguments) {
+    if (arguments.empty())
+        throw UsageError("nothing to do; say k4sim run, k4sim faults or k4sim --help");
+    Options options;
+    if (arguments[0] == "run") return parse_run(arguments);
+    if (arguments[0] == "--help" || arguments[0] == "-h" || arguments[0] == "help") return options;
+    if (arguments[0] == "faults" && arguments.size() == 1) {
+        options.command = Command::faults;
+        return options;
+    }
+    throw UsageError("there is no command \"" + arguments[0] +
+                     "\" of that form; say k4sim run, k4sim faults or k4sim --help");
+}
+
+std::string usage() {
+    std::string text = "k4sim runs an unmodified program on a virtual K/4.\n\n"
+                       "  k4sim run [OPTION]... [--] PROGRAM [ARGUMENT]...\n"
+                       "  k4sim faults\n\n";
+    for (const OptionText& option : option_texts) {
+        std::string line = "  " + std::string(option.name) + " " + std::string(option.values);
+        line.resize(std::max<std::size_t>(line.size() + 2, 40), ' ');
+        text += line + std::string(option.meaning) + "\n";
+    }
+    text += "\nExit status: the program's own; 124 time limit, 125 the program died or can never "
+            "go on,\n"
+            "2 this command line can't be carried out.\n";
+    return text;
+}
+
+} // namespace k4sim

@@ -1,0 +1,38 @@
+// The command line of k4sim.
+#pragma once
+
+#include "sim/setup.h"
+
+#include <string>
+#include <vector>
+
+namespace k4sim {
+
+// A command line, file or folder that can't be used. what() is one line that says what is
+// wrong and how to mend it.
+class UsageError : public std::exception {
+public:
+    explicit UsageError(std::string message) : message_(std::move(message)) {}
+    const char* what() const noexcept override { return message_.c_str(); }
+
+private:
+    std::string message_;
+};
+
+enum class Command { run, faults, help };
+
+struct Options {
+    Command command = Command::help;
+    Setup setup;
+    std::string record;               // folder; empty: no record
+    std::vector<std::string> program; // with its arguments
+};
+
+// arguments: without the name of k4sim itself. Throws UsageError. A scenario file is read
+// here; what the command line says goes before what the file says.
+Options parse_options(const std::vector<std::string>& arguments);
+
+// The text of `k4sim --help`.
+std::string usage();
+
+} // namespace k4sim

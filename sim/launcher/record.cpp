@@ -1,0 +1,137 @@
+#include "sim/launcher/record.h"
+
+#include "sim/launcher/options.h"
+#include "sim/operator/screen_reader.h"
+
+#include <array>
+#include <cstdio>
+#include <filesystem>
+#include <nlohmann/json.hpp>
+
+#define STB_IMAGE_WRITE_IMPLEMENTATION
+#define STB_IMAGE_WRITE_STATIC
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wunused-function"
+#include <stb/stb_image_write.h>
+#pragma GCC diagnostic pop
+
+namespace k4sim {
+
+namespace {
+
+using Json = nlohmann::ordered_json;
+namespace fs = std::filesystem;
+
+constexpr int full_white = 255;
+constexpr int grey_max = 15;
+
+bool belongs_to_record(const std::string& name) {
+    return name == "events.jsonl" || name == "console.txt" || name == "report.json" ||
+           name == "report.xml" || (name.starts_with("oled-") && name.ends_with(".png"));
+}
+
+void make_folder(const std::string& folder) {
+    std::error_code error;
+    fs::create_directories(folder, error);
+    if (error || !fs::is_directory(folder))
+        throw UsageError("--record: " + folder + " can't be made a folder (" + error.message() +
+                         "); name another");
+    for (const auto& entry : fs::directory_iterator(folder, error))
+        if (belongs_to_record(entry.path().filename().string())) fs::remove(entry.path(), error);
+}
+
+std::ofstream create(const std::string& path) {
+    std::ofstream file(path, std::ios::binary);
+    if (!file) throw UsageError("--record: " + path + " can't be written; name another folder");
+    return file;
+}
+
+int digit(char c) {
+    if (c >= '0' && c <= '9') return c - '0';
+    return c >= 'a' && c <= 'f' ? c - 'a' + 10 : -1;
+}
+
+std::optional<Picture> picture_from(const std::string& pixels) {
+    Picture picture{};
+    if (pixels.size() != picture.size()) return std::nullopt;
+    for (std::size_t i = 0; i < picture.size(); ++i) {
+        const int grey = digit(pixels[i]);
+        if (grey < 0) return std::nullopt;
+        picture[i] = static_cast<std::uint8_t>(grey);
+    }
+    return picture;
+}
+
+bool write_png(const std::string& path, const Picture& picture) {
+    std::array<std::uint8_t, std::tuple_size_v<Picture>> greys{};
+    for (std::size_t i = 0; i < greys.size(); ++i)
+        greys[i] = static_cast<std::uint8_t>(picture[i] * full_white / grey_max);
+    return stbi_write_png(path.c_str(), glass_width, glass_height, 1, greys.data(),
+                          glass_width) != 0;
+}
+
+} // namespace
+
+Record::Record(const std::string& folder) : folder_(folder) {
+    if (folder_.empty()) return;
+    make_folder(folder_);
+    events_ = create(folder_ + "/events.jsonl");
+    console_ = create(folder_ + "/console.txt");
+}
+
+void Record::line(const std::string& text) {
+    Json event = Json::parse(text, nullptr, false);
+    if (!event.is_object()) return; // cut off by the death of the program
+    const Microseconds t = event.value("t", Microseconds{0});
+    const std::string source = event.value("source", "");
+    const std::string what = event.value("event", "");
+    observation_.duration_us = t;
+    if (source == "console") console(event.value("text", ""));
+    if (source == "program" && what == "deadlock") observation_.deadlock = true;
+    if (source == "program" && what == "limit") observation_.limit = true;
+    if (source == "program" && what == "end") observation_.ended = true;
+    if (event.contains("pixels")) {
+        const std::string file = picture(event["pixels"].get<std::string>(), t, what);
+        event.erase("pixels");
+        if (!file.empty()) event["file"] = file;
+    }
+    if (!folder_.empty()) events_ << event.dump() << '\n' << std::flush;
+}
+
+// The report writes bytes as Latin-1 code points; here they become bytes again.
+void Record::console(std::string_view text) {
+    std::string bytes;
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        const auto lead = static_cast<unsigned char>(text[i]);
+        if (lead < 0x80 || i + 1 >= text.size()) {
+            bytes += text[i];
+        } else {
+            bytes += static_cast<char>((lead & 0x03) << 6 |
+                                       (static_cast<unsigned char>(text[++i]) & 0x3F));
+        }
+    }
+    observation_.console += bytes;
+    if (!folder_.empty()) console_ << bytes << std::flush;
+}
+
+// Returns the name of the file; empty without a record.
+std::string Record::picture(const std::string& pixels, Microseconds t, const std::string& name) {
+    const auto picture = picture_from(pixels);
+    if (!picture) return {};
+    const std::vector<ScreenRow> rows = read_screen(*picture);
+    for (std::size_t i = 0; i < rows.size(); ++i) {
+        if (observation_.rows.size() <= i) observation_.rows.push_back({rows[i].label, "", t});
+        if (observation_.rows[i].status == rows[i].status) continue;
+        observation_.rows[i].status = rows[i].status;
+        observation_.rows[i].since_us = t;
+    }
+    if (folder_.empty()) return {};
+    std::array<char, 32> file{};
+    if (name == "final-picture")
+        std::snprintf(file.data(), file.size(), "oled-final.png");
+    else
+        std::snprintf(file.data(), file.size(), "oled-%04d.png", ++pictures_);
+    return write_png(folder_ + "/" + file.data(), *picture) ? file.data() : "";
+}
+
+} // namespace k4sim

@@ -1,0 +1,30 @@
+// Scenario files: a board, an operator and a list of steps, in TOML.
+//
+//     board = "aes"          # optional, like operator and seed
+//     operator = "none"
+//
+//     [[step]]
+//     at = 3.5               # seconds since the start
+//     do = "press 5"
+//
+//     [[step]]
+//     when = "console:Frontpanel init error"   # or "screen:TEXT", or "beep"
+//     after = 0.2            # seconds after that; optional
+//     do = "press E"
+//
+// What can be done: press KEY, hold KEY, release KEY (keys 0..9 * # K E A C D M),
+// turn ENCODER STEPS (encoder 1 or 2, steps negative to the left), fault NAME[=VALUE].
+#pragma once
+
+#include "sim/setup.h"
+
+#include <string>
+
+namespace k4sim {
+
+// Reads the file into the setup: board, operator and seed if it names them, and its steps.
+// Throws UsageError, which names file and line, for a file that can't be read, that is no
+// TOML, or that holds an unknown key, fault or value.
+void read_scenario(const std::string& path, Setup& setup);
+
+} // namespace k4sim

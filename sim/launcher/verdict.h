@@ -1,0 +1,33 @@
+// What a run was worth, as an outside witness sees it.
+#pragma once
+
+#include "sim/launcher/record.h"
+
+#include <string_view>
+
+namespace k4sim {
+
+enum class Verdict {
+    passed,      // status 0, and the program said so in its last line
+    aborted,     // the operator ended the run
+    not_started, // a unit's thread could not be started
+    not_run,     // status 0 without the closing line: no test was made
+    died,        // a signal, a deadlock, or an end that the program never announces
+    undecided    // the time limit came first
+};
+
+// How the program's process ended.
+struct ProcessEnd {
+    bool by_signal = false;
+    int code = 0; // exit status 0..255, or the signal
+};
+
+Verdict judge(const Observation& observation, ProcessEnd end);
+
+// "PASSED", "ABORTED", "NOT STARTED", "NOT RUN", "DIED", "UNDECIDED".
+std::string_view verdict_name(Verdict verdict);
+
+// report.json and report.xml (JUnit: one case a status row) in the record's folder.
+void write_reports(const Record& record, Verdict verdict, ProcessEnd end);
+
+} // namespace k4sim

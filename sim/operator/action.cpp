@@ -1,0 +1,86 @@
+#include "sim/operator/action.h"
+
+#include "sim/models/faults.h"
+#include "sim/models/keys.h"
+
+#include <array>
+#include <charconv>
+#include <vector>
+
+namespace k4sim {
+
+namespace {
+
+constexpr int steps_max = 1000;
+
+std::vector<std::string_view> words_of(std::string_view line) {
+    std::vector<std::string_view> words;
+    while (!line.empty()) {
+        const std::size_t blank = line.find(' ');
+        if (blank != 0) words.push_back(line.substr(0, blank));
+        line.remove_prefix(blank == std::string_view::npos ? line.size() : blank + 1);
+    }
+    return words;
+}
+
+std::optional<int> number_from(std::string_view text) {
+    int number = 0;
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
+    if (error != std::errc{} || end != text.data() + text.size()) return std::nullopt;
+    return number;
+}
+
+std::optional<Action> parse_key(Action::Kind kind, std::string_view key) {
+    if (key.size() != 1 || key_characters.find(key[0]) == std::string_view::npos)
+        return std::nullopt;
+    Action action;
+    action.kind = kind;
+    action.key = key[0];
+    return action;
+}
+
+std::optional<Action> parse_turn(std::string_view encoder, std::string_view steps) {
+    Action action;
+    action.kind = Action::Kind::turn;
+    action.encoder = number_from(encoder).value_or(0);
+    action.steps = number_from(steps).value_or(0);
+    const bool known = action.encoder == 1 || action.encoder == 2;
+    if (!known || action.steps == 0 || action.steps < -steps_max || action.steps > steps_max)
+        return std::nullopt;
+    return action;
+}
+
+Action parse_fault(std::string_view setting) {
+    Action action;
+    action.kind = Action::Kind::fault;
+    const std::size_t equals = setting.find('=');
+    action.name = setting.substr(0, equals);
+    if (equals != std::string_view::npos) action.value = setting.substr(equals + 1);
+    return action;
+}
+
+} // namespace
+
+std::optional<Action> parse_action(std::string_view line) {
+    const std::vector<std::string_view> words = words_of(line);
+    if (words.size() == 3 && words[0] == "turn") return parse_turn(words[1], words[2]);
+    if (words.size() != 2) return std::nullopt;
+    if (words[0] == "press") return parse_key(Action::Kind::press, words[1]);
+    if (words[0] == "hold") return parse_key(Action::Kind::hold, words[1]);
+    if (words[0] == "release") return parse_key(Action::Kind::release, words[1]);
+    if (words[0] == "fault") return parse_fault(words[1]);
+    return std::nullopt;
+}
+
+std::string action_error(Board board, std::string_view line) {
+    const auto action = parse_action(line);
+    if (!action)
+        return "\"" + std::string(line) +
+               "\" can't be done; say press, hold or release with one of " +
+               std::string(key_characters) +
+               ", turn 1 or 2 by a number of steps, or fault NAME=VALUE";
+    if (action->kind == Action::Kind::fault) return fault_error(board, action->name, action->value);
+    return {};
+}
+
+} // namespace k4sim

@@ -1,0 +1,186 @@
+#include "sim/operator/auto_operator.h"
+
+#include "sim/models/device.h"
+
+#include <algorithm>
+#include <array>
+
+namespace k4sim {
+
+namespace {
+
+constexpr Microseconds look_us = 250'000;  // between two looks at the glass
+constexpr Microseconds pause_us = 400'000; // between two actions, from start to start
+constexpr Microseconds pause_jitter_us = 100'000;
+constexpr Microseconds reading_us = 2'500'000;    // until the screen shows what was done
+constexpr Microseconds patience_us = 120'000'000; // without any change on the glass
+
+constexpr std::string_view panel_label = "Frontpanel";
+constexpr char escape_key = 'E';
+
+Action press(char key) {
+    Action action;
+    action.kind = Action::Kind::press;
+    action.key = key;
+    return action;
+}
+
+Action turn(int encoder, int steps) {
+    Action action;
+    action.kind = Action::Kind::turn;
+    action.encoder = encoder;
+    action.steps = steps;
+    return action;
+}
+
+// What the row asks for without a keypad.
+struct Request {
+    std::string_view word;
+    Action action;
+};
+
+const std::array<Request, 7>& knob_requests() {
+    static const std::array<Request, 7> requests{{
+        {"Ml", turn(1, -1)},
+        {"Mr", turn(1, 1)},
+        {"M", press('K')},
+        {"Esc", press(escape_key)},
+        {"H", press('M')},
+        {"Hl", turn(2, -1)},
+        {"Hr", turn(2, 1)},
+    }};
+    return requests;
+}
+
+// What a character of the row asks for with a keypad.
+Action request_of(char character) {
+    switch (character) {
+    case 'L':
+        return turn(1, -1);
+    case 'R':
+        return turn(1, 1);
+    case 'h':
+        return turn(2, -1);
+    case 'H':
+        return turn(2, 1);
+    default:
+        return press(character);
+    }
+}
+
+std::vector<std::string_view> words_of(std::string_view text) {
+    std::vector<std::string_view> words;
+    while (!text.empty()) {
+        const std::size_t blank = text.find(' ');
+        if (blank != 0) words.push_back(text.substr(0, blank));
+        text.remove_prefix(blank == std::string_view::npos ? text.size() : blank + 1);
+    }
+    return words;
+}
+
+// A unit that does not run, or passed, changes no more.
+bool settled(const ScreenRow& row) {
+    return row.status.empty() || row.status == "OK" || row.status == "Not running";
+}
+
+} // namespace
+
+AutoOperator::AutoOperator(std::uint64_t seed, Device& device, Surroundings& surroundings,
+                           std::function<void(const FaultSetting&)> apply_fault)
+    : device_(device), surroundings_(surroundings),
+      hands_(device, surroundings, std::move(apply_fault)), random_(seed) {}
+
+void AutoOperator::start() {
+    if (device_.oled() != nullptr) look();
+}
+
+void AutoOperator::look() {
+    const Picture picture = device_.oled()->picture();
+    if (picture != last_picture_) {
+        last_picture_ = picture;
+        last_change_ = surroundings_.now();
+    }
+    const Microseconds pause = decide();
+    if (pause > 0) surroundings_.at(surroundings_.now() + pause, [this] { look(); });
+}
+
+// What comes next, and when to look again; 0: never.
+Microseconds AutoOperator::decide() {
+    switch (phase_) {
+    case Phase::waits_for_lamp_test:
+        return wait_for_lamp_test(last_picture_);
+    case Phase::operates:
+        return operate();
+    case Phase::watches:
+        return watch(read_screen(last_picture_));
+    case Phase::aborts:
+        break;
+    }
+    return operate();
+}
+
+Microseconds AutoOperator::wait_for_lamp_test(const Picture& picture) {
+    const bool lit =
+        std::all_of(picture.begin(), picture.end(), [](std::uint8_t grey) { return grey == 15; });
+    if (lit) {
+        plan_everything();
+        phase_ = Phase::operates;
+    }
+    return look_us;
+}
+
+Microseconds AutoOperator::operate() {
+    if (plan_.empty()) {
+        if (phase_ == Phase::aborts) return 0;
+        phase_ = Phase::watches;
+        return reading_us;
+    }
+    hands_.act(plan_.front());
+    plan_.pop_front();
+    return pause_us + static_cast<Microseconds>(random_() % pause_jitter_us);
+}
+
+Microseconds AutoOperator::watch(const std::vector<ScreenRow>& rows) {
+    if (nothing_more_can_come(rows)) {
+        plan_ = {press(escape_key), press(escape_key)};
+        phase_ = Phase::aborts;
+        return operate();
+    }
+    plan_what_is_asked(rows);
+    if (plan_.empty()) return look_us;
+    phase_ = Phase::operates;
+    return operate();
+}
+
+// Esc stands between other keys: twice in a row it would end the run.
+void AutoOperator::plan_everything() {
+    for (const char key : key_characters)
+        plan_.push_back(press(key));
+    for (const int encoder : {1, 2}) {
+        plan_.push_back(turn(encoder, 1));
+        plan_.push_back(turn(encoder, -1));
+    }
+    std::shuffle(plan_.begin(), plan_.end(), random_);
+}
+
+void AutoOperator::plan_what_is_asked(const std::vector<ScreenRow>& rows) {
+    const auto row = std::find_if(rows.begin(), rows.end(), [](const ScreenRow& candidate) {
+        return candidate.label == panel_label;
+    });
+    if (row == rows.end() || settled(*row)) return;
+    if (row->status.starts_with("Missing ")) {
+        for (const std::string_view word : words_of(row->status.substr(8)))
+            for (const Request& request : knob_requests())
+                if (request.word == word) plan_.push_back(request.action);
+    } else if (row->status.find(' ') == std::string::npos) {
+        for (const char character : row->status)
+            plan_.push_back(request_of(character));
+    }
+}
+
+bool AutoOperator::nothing_more_can_come(const std::vector<ScreenRow>& rows) const {
+    if (surroundings_.now() - last_change_ >= patience_us) return true;
+    return !rows.empty() && std::all_of(rows.begin(), rows.end(), settled);
+}
+
+} // namespace k4sim

@@ -1,0 +1,50 @@
+// The operator who does what the screen asks for, in time, and nothing else.
+//
+// When the lamp test lights the whole glass, every key is pressed and every knob turned,
+// once each and one after the other. What the front panel's row still asks for after that
+// is done again. When nothing more can come - every row that can still change reads "OK",
+// or nothing changed for two minutes - Esc is pressed twice.
+#pragma once
+
+#include "sim/operator/hands.h"
+#include "sim/operator/operator.h"
+#include "sim/operator/screen_reader.h"
+
+#include <deque>
+#include <random>
+#include <vector>
+
+namespace k4sim {
+
+class AutoOperator final : public Operator {
+public:
+    AutoOperator(std::uint64_t seed, Device& device, Surroundings& surroundings,
+                 std::function<void(const FaultSetting&)> apply_fault);
+
+    void start() override;
+    void console_line(std::string_view) override {}
+    void tone(int, int) override {}
+
+private:
+    enum class Phase { waits_for_lamp_test, operates, watches, aborts };
+
+    void look();
+    Microseconds decide();
+    Microseconds wait_for_lamp_test(const Picture& picture);
+    Microseconds operate();
+    Microseconds watch(const std::vector<ScreenRow>& rows);
+    void plan_everything();
+    void plan_what_is_asked(const std::vector<ScreenRow>& rows);
+    bool nothing_more_can_come(const std::vector<ScreenRow>& rows) const;
+
+    Device& device_;
+    Surroundings& surroundings_;
+    Hands hands_;
+    std::mt19937_64 random_;
+    Phase phase_ = Phase::waits_for_lamp_test;
+    std::deque<Action> plan_;
+    Picture last_picture_{};
+    Microseconds last_change_ = 0;
+};
+
+} // namespace k4sim

@@ -1,0 +1,40 @@
+// What an operator's hands do at the panel; each action becomes an event of the record.
+#pragma once
+
+#include "sim/models/surroundings.h"
+#include "sim/operator/action.h"
+#include "sim/setup.h"
+
+#include <functional>
+
+namespace k4sim {
+
+class Device;
+
+// How long a pressed key is held: longer than the 100 ms after which a panel's keys are
+// looked at again, so that none is missed.
+inline constexpr Microseconds key_hold_us = 150'000;
+// Between two steps of a knob, for the same reason.
+inline constexpr Microseconds knob_step_us = 150'000;
+
+class Hands {
+public:
+    Hands(Device& device, Surroundings& surroundings,
+          std::function<void(const FaultSetting&)> apply_fault)
+        : device_(device), surroundings_(surroundings), apply_fault_(std::move(apply_fault)) {}
+
+    // Begins the action; its end (a release, the further steps of a knob) comes by itself.
+    // Without a panel nothing happens.
+    void act(const Action& action);
+
+private:
+    void press(char key);
+    void release(char key);
+    void turn(int encoder, int steps);
+
+    Device& device_;
+    Surroundings& surroundings_;
+    std::function<void(const FaultSetting&)> apply_fault_;
+};
+
+} // namespace k4sim

@@ -1,0 +1,36 @@
+// Who stands at the virtual K/4: presses keys, turns knobs, breaks things on purpose.
+#pragma once
+
+#include "sim/models/surroundings.h"
+#include "sim/setup.h"
+
+#include <functional>
+#include <memory>
+#include <string_view>
+
+namespace k4sim {
+
+class Device;
+
+// Sees the console, the glass and the speaker, and nothing of the program. All calls come
+// from the machine's scheduling steps and never block.
+class Operator {
+public:
+    virtual ~Operator() = default;
+
+    // The device was switched on.
+    virtual void start() = 0;
+    // A complete line of the console, without its line end.
+    virtual void console_line(std::string_view line) = 0;
+    // A tone of the speaker began.
+    virtual void tone(int hz, int length_ms) = 0;
+};
+
+// Everybody that the setup asks for: the automatic operator, the steps of a scenario, or
+// nobody. All arguments but the setup must outlive the operator; so must what the operator
+// planned with surroundings.at(), or it must not happen any more.
+std::unique_ptr<Operator> make_operator(const Setup& setup, Device& device,
+                                        Surroundings& surroundings,
+                                        std::function<void(const FaultSetting&)> apply_fault);
+
+} // namespace k4sim

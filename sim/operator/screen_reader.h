@@ -1,0 +1,25 @@
+// Reads texts off the OLED, as a person does who knows the program's letters.
+#pragma once
+
+#include "sim/models/oled.h"
+
+#include <string>
+#include <vector>
+
+namespace k4sim {
+
+// One row of the status table.
+struct ScreenRow {
+    std::string label;
+    std::string status;
+};
+
+// The text in the picture whose letters' top row is y, from column x0 up to but not
+// including column x1; without blanks at its end. Empty when there is nothing, or when
+// something is no letter.
+std::string read_text(const Picture& picture, int x0, int x1, int y);
+
+// The rows of the status table from the top; none when no row has a label.
+std::vector<ScreenRow> read_screen(const Picture& picture);
+
+} // namespace k4sim

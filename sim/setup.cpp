@@ -1,0 +1,186 @@
+#include "sim/setup.h"
+
+#include <algorithm>
+#include <array>
+#include <charconv>
+#include <cmath>
+
+namespace k4sim {
+
+namespace {
+
+struct NamedBoard {
+    Board board;
+    std::string_view name;
+};
+
+constexpr std::array<NamedBoard, 5> boards{{
+    {Board::aes, "aes"},
+    {Board::plain, "plain"},
+    {Board::i2c, "i2c"},
+    {Board::engine, "engine"},
+    {Board::none, "none"},
+}};
+
+constexpr std::string_view hex_digits = "0123456789abcdef";
+
+// Blanks separate the words of a line, so a word escapes them, the escape itself, and all
+// that could end a line. "-" is the empty word.
+std::string escaped(std::string_view text) {
+    if (text.empty()) return "-";
+    std::string word;
+    for (const char c : text) {
+        const auto byte = static_cast<unsigned char>(c);
+        if (byte > ' ' && byte < 0x7F && c != '%' && !(c == '-' && text.size() == 1)) {
+            word += c;
+        } else {
+            word += '%';
+            word += hex_digits[byte >> 4];
+            word += hex_digits[byte & 15];
+        }
+    }
+    return word;
+}
+
+std::optional<std::string> unescaped(std::string_view word) {
+    if (word == "-") return std::string{};
+    std::string text;
+    for (std::size_t i = 0; i < word.size(); ++i) {
+        if (word[i] != '%') {
+            text += word[i];
+            continue;
+        }
+        if (i + 2 >= word.size()) return std::nullopt;
+        const std::size_t high = hex_digits.find(word[i + 1]);
+        const std::size_t low = hex_digits.find(word[i + 2]);
+        if (high == std::string_view::npos || low == std::string_view::npos) return std::nullopt;
+        text += static_cast<char>(high << 4 | low);
+        i += 2;
+    }
+    return text;
+}
+
+template <class Number>
+std::optional<Number> number_from(std::string_view text) {
+    Number number{};
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
+    if (error != std::errc{} || end != text.data() + text.size()) return std::nullopt;
+    return number;
+}
+
+using Words = std::vector<std::string_view>;
+
+Words words_of(std::string_view line) {
+    Words words;
+    while (!line.empty()) {
+        const std::size_t blank = line.find(' ');
+        words.push_back(line.substr(0, blank));
+        line.remove_prefix(blank == std::string_view::npos ? line.size() : blank + 1);
+    }
+    return words;
+}
+
+template <class Target, class Value>
+bool store(Target& target, const std::optional<Value>& value) {
+    if (value) target = static_cast<Target>(*value);
+    return value.has_value();
+}
+
+bool read_operator(Setup& setup, std::string_view word) {
+    if (word != "auto" && word != "none") return false;
+    setup.operator_kind = word == "auto" ? OperatorKind::automatic : OperatorKind::none;
+    return true;
+}
+
+bool read_fault(Setup& setup, const Words& words) {
+    if (words.size() != 4) return false;
+    FaultSetting fault;
+    setup.faults.push_back(fault);
+    FaultSetting& last = setup.faults.back();
+    return store(last.name, unescaped(words[1])) && store(last.value, unescaped(words[2])) &&
+           store(last.at_us, number_from<std::int64_t>(words[3]));
+}
+
+bool read_step(Setup& setup, const Words& words) {
+    constexpr int triggers = 4;
+    if (words.size() != 5) return false;
+    setup.steps.emplace_back();
+    ScenarioStep& step = setup.steps.back();
+    const auto trigger = number_from<int>(words[1]);
+    if (!trigger || *trigger < 0 || *trigger >= triggers) return false;
+    step.trigger = static_cast<ScenarioStep::Trigger>(*trigger);
+    return store(step.at_us, number_from<std::int64_t>(words[2])) &&
+           store(step.text, unescaped(words[3])) && store(step.action, unescaped(words[4]));
+}
+
+bool read_pace(Setup& setup, std::string_view word) {
+    setup.pace = number_from<double>(word);
+    return setup.pace.has_value() && std::isfinite(*setup.pace) && *setup.pace > 0;
+}
+
+bool read_line(Setup& setup, std::string_view line) {
+    const Words words = words_of(line);
+    if (words.empty()) return false;
+    if (words[0] == "fault") return read_fault(setup, words);
+    if (words[0] == "step") return read_step(setup, words);
+    if (words.size() != 2) return false;
+    if (words[0] == "board") return store(setup.board, board_from_name(words[1]));
+    if (words[0] == "operator") return read_operator(setup, words[1]);
+    if (words[0] == "seed") return store(setup.seed, number_from<std::uint64_t>(words[1]));
+    if (words[0] == "pace") return read_pace(setup, words[1]);
+    if (words[0] == "limit") return store(setup.limit_us, number_from<std::int64_t>(words[1]));
+    if (words[0] == "report") return store(setup.report_fd, number_from<int>(words[1]));
+    return false;
+}
+
+// As short as can be read back unchanged.
+std::string text_of(double number) {
+    std::array<char, 40> buffer{};
+    const auto result = std::to_chars(buffer.data(), buffer.data() + buffer.size(), number);
+    return {buffer.data(), result.ptr};
+}
+
+} // namespace
+
+std::string encode(const Setup& setup) {
+    std::string text = "board " + std::string(board_name(setup.board)) + "\n";
+    text += setup.operator_kind == OperatorKind::automatic ? "operator auto\n" : "operator none\n";
+    text += "seed " + std::to_string(setup.seed) + "\n";
+    if (setup.pace) text += "pace " + text_of(*setup.pace) + "\n";
+    text += "limit " + std::to_string(setup.limit_us) + "\n";
+    text += "report " + std::to_string(setup.report_fd) + "\n";
+    for (const FaultSetting& fault : setup.faults)
+        text += "fault " + escaped(fault.name) + " " + escaped(fault.value) + " " +
+                std::to_string(fault.at_us) + "\n";
+    for (const ScenarioStep& step : setup.steps)
+        text += "step " + std::to_string(static_cast<int>(step.trigger)) + " " +
+                std::to_string(step.at_us) + " " + escaped(step.text) + " " + escaped(step.action) +
+                "\n";
+    return text;
+}
+
+std::optional<Setup> decode(std::string_view text) {
+    Setup setup;
+    while (!text.empty()) {
+        const std::size_t end = text.find('\n');
+        if (end == std::string_view::npos || !read_line(setup, text.substr(0, end)))
+            return std::nullopt;
+        text.remove_prefix(end + 1);
+    }
+    return setup;
+}
+
+std::string_view board_name(Board board) {
+    return std::find_if(boards.begin(), boards.end(),
+                        [&](const NamedBoard& named) { return named.board == board; })
+        ->name;
+}
+
+std::optional<Board> board_from_name(std::string_view name) {
+    const auto found = std::find_if(boards.begin(), boards.end(),
+                                    [&](const NamedBoard& named) { return named.name == name; });
+    if (found == boards.end()) return std::nullopt;
+    return found->board;
+}
+
+} // namespace k4sim
