@@ -3,7 +3,6 @@
 #include "audio/beep.h"
 #include "baselib/clock.h"
 #include "baselib/nstream.h"
-#include "baselib/print.h"
 
 namespace {
 
@@ -66,7 +65,7 @@ int K4STfrontpanel::initPanel() {
     const KLTptmutexHold hold(mutex_);
     const int error = panel_.init(noSharedMemory);
     if (error != 0)
-        pout << "Frontpanel init error " << error << KLNstream::cr;
+        console_ << "Frontpanel init error " << error << KLNstream::cr;
     else
         panel_.dispMode(modeAllPixels);
     panelOk_.store(error == 0, relaxed);
@@ -83,7 +82,7 @@ void K4STfrontpanel::watchKeys(KLTlinuxBeep& beeper) {
 }
 
 void K4STfrontpanel::soundAlarm(KLTlinuxBeep& beeper, int error) {
-    pout << "FP init error " << error << KLNstream::cr;
+    console_ << "FP init error " << error << KLNstream::cr;
     while (!stopRequested()) {
         beeper.beep(beep_hz, alarmBeep_ms, true);
         KLFdelay(alarmPause_us);
@@ -103,7 +102,7 @@ bool K4STfrontpanel::isIgnored(int event) {
 }
 
 void K4STfrontpanel::acceptPress(int code, KLTlinuxBeep& beeper) {
-    pout << "Key " << code << KLNstream::cr;
+    console_ << "Key " << code << KLNstream::cr;
     beeper.beep(beep_hz, keyBeep_ms, false);
     watchForAbort(code);
     keys_.accept(code);

@@ -3,6 +3,8 @@
 
 #include "app/k4test.h"
 #include "app/pthreadt.h"
+#include "baselib/out_handle.h"
+#include "baselib/print.h"
 
 // Base of the concrete units:
 //
@@ -47,6 +49,10 @@ protected:
         }
         thread_.waitend();
     }
+
+    // Standard output, for tfunc. A print object keeps its format from item to item, so each
+    // thread has one of its own; pout is the main thread's.
+    KLTprint console_{devout};
 
 private:
     int startThread() {
