@@ -1,0 +1,110 @@
+#include "sim/launcher/record.h"
+
+#include "sim/launcher/options.h"
+#include "sim/launcher/verdict.h"
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
+#include <sstream>
+
+#define STB_IMAGE_IMPLEMENTATION
+#define STBI_ONLY_PNG
+#include <stb/stb_image.h>
+
+namespace {
+
+using namespace k4sim;
+namespace fs = std::filesystem;
+
+std::string read(const fs::path& path) {
+    std::ostringstream text;
+    text << std::ifstream(path, std::ios::binary).rdbuf();
+    return text.str();
+}
+
+class Recording : public testing::Test {
+protected:
+    void SetUp() override {
+        std::string name = (fs::temp_directory_path() / "k4-XXXXXX").string();
+        ASSERT_NE(mkdtemp(name.data()), nullptr);
+        folder = name;
+    }
+    void TearDown() override { fs::remove_all(folder); }
+    fs::path folder;
+};
+
+std::string picture_line(const std::string& what, const std::string& pixels) {
+    return R"({"t":7,"source":"oled","event":")" + what + R"(","pixels":")" + pixels + "\"}";
+}
+
+TEST_F(Recording, SortsTheReportIntoFiles) {
+    const fs::path target = folder / "a" / "b";
+    Record record(target.string());
+    record.line(R"({"t":1,"source":"speaker","event":"tone","hz":500})");
+    record.line(
+        R"({"t":2,"source":"console","event":"text","stream":1,"text":"Gr\u00fc\u00dfe\n"})");
+    record.line("{\"t\":3,\"source\":\"pro"); // cut off
+    std::string pixels(256 * 64, '0');
+    pixels[256 * 3 + 5] = 'f';
+    pixels[256 * 3 + 6] = '8';
+    record.line(picture_line("picture", pixels));
+    record.line(picture_line("final-picture", std::string(256 * 64, '0')));
+    record.line(picture_line("picture", "12"));
+
+    EXPECT_EQ(read(target / "console.txt"), "Gr\xfc\xdf"
+                                            "e\n");
+    const std::string events = read(target / "events.jsonl");
+    EXPECT_TRUE(events.starts_with(R"({"t":1,"source":"speaker","event":"tone","hz":500})"
+                                   "\n"));
+    EXPECT_NE(events.find(R"("file":"oled-0001.png")"), std::string::npos);
+    EXPECT_EQ(events.find("pixels"), std::string::npos);
+    EXPECT_EQ(record.observation().duration_us, 7);
+
+    int width = 0, height = 0, channels = 0;
+    stbi_uc* image = stbi_load((target / "oled-0001.png").c_str(), &width, &height, &channels, 1);
+    ASSERT_NE(image, nullptr);
+    EXPECT_EQ(width, 256);
+    EXPECT_EQ(height, 64);
+    EXPECT_EQ(image[256 * 3 + 4], 0);
+    EXPECT_EQ(image[256 * 3 + 5], 255);
+    EXPECT_EQ(image[256 * 3 + 6], 8 * 17);
+    stbi_image_free(image);
+    EXPECT_TRUE(fs::exists(target / "oled-final.png"));
+}
+
+TEST_F(Recording, ReplacesAnEarlierRecordAndNothingElse) {
+    for (const char* name :
+         {"events.jsonl", "oled-0009.png", "report.xml", "notes.txt", "oled.txt"})
+        std::ofstream(folder / name) << "old";
+    Record record(folder.string());
+    EXPECT_EQ(read(folder / "events.jsonl"), "");
+    EXPECT_FALSE(fs::exists(folder / "oled-0009.png"));
+    EXPECT_FALSE(fs::exists(folder / "report.xml"));
+    EXPECT_EQ(read(folder / "notes.txt"), "old");
+    EXPECT_EQ(read(folder / "oled.txt"), "old");
+}
+
+TEST_F(Recording, AFolderThatCannotBeIsAUsageError) {
+    std::ofstream(folder / "file") << "x";
+    EXPECT_THROW(Record((folder / "file" / "sub").string()), UsageError);
+    EXPECT_THROW(Record((folder / "file").string()), UsageError);
+}
+
+TEST_F(Recording, ReportsAreWellFormed) {
+    Record record(folder.string());
+    record.line(
+        R"({"t":2500000,"source":"console","event":"text","stream":1,"text":"<&\"\u0001\n"})");
+    write_reports(record, Verdict::died, {true, 11});
+    const auto report = nlohmann::json::parse(read(folder / "report.json"));
+    EXPECT_EQ(report.at("verdict"), "DIED");
+    EXPECT_EQ(report.at("signal"), 11);
+    EXPECT_EQ(report.at("seconds"), 2.5);
+    const std::string xml = read(folder / "report.xml");
+    EXPECT_NE(xml.find("&lt;&amp;&quot;?"), std::string::npos) << xml;
+    EXPECT_NE(xml.find(R"(name="verdict" value="DIED")"), std::string::npos) << xml;
+}
+
+} // namespace
