@@ -3,6 +3,9 @@
 // so do unit tests that run code of the program against the device.
 #pragma once
 
+#include "sim/host/console.h"
+#include "sim/host/picture_watch.h"
+#include "sim/host/report.h"
 #include "sim/models/port_space.h"
 #include "sim/models/surroundings.h"
 #include "sim/setup.h"
@@ -37,7 +40,8 @@ public:
     Machine& operator=(const Machine&) = delete;
 
     // A new device, set up as told; time goes on. What the former device and operator
-    // had planned does not happen any more. The default is board aes without operator.
+    // had planned does not happen any more, the ports are the device's, and no
+    // stand-in fails. The default is board aes without an operator.
     void reset(const Setup& setup = {});
 
     const Setup& setup() const { return setup_; }
@@ -51,35 +55,60 @@ public:
 
     // Lets `ports` answer instead of the device; null: the device again. Stays the
     // caller's.
-    void attach_ports(PortSpace* ports);
+    void attach_ports(PortSpace* ports) { attached_ports_ = ports; }
 
     // The port instructions of the program. The access takes `access_us`.
     std::uint8_t port_in(std::uint16_t port);
     void port_out(std::uint16_t port, std::uint8_t value);
 
+    // A fault by name: one of the stand-ins ("thread-create", "no-privilege") or one of
+    // the device.
+    void apply_fault(const FaultSetting& fault);
+
     // The nth thread creation from now on fails with EAGAIN (1: the next one); 0: none.
-    void set_thread_create_failure(int nth);
-    // True when this creation is the one that fails.
+    void set_thread_create_failure(int nth) { creations_until_failure_ = nth; }
+    // Counts a creation; true when it is the one that fails.
     bool thread_create_fails();
 
     // Whether a request for I/O privilege is refused as without root.
     void set_privilege_refused(bool refused) { privilege_refused_ = refused; }
     bool privilege_refused() const { return privilege_refused_; }
 
-    // Events since the start or the last clear_events(). Kept only in a process that was
-    // not started by the launcher.
+    // Events since the start or the last clear_events(). Kept only in a process without
+    // a record.
     const std::vector<Event>& events() const { return events_; }
     void clear_events() { events_.clear(); }
+
+    // Begins a record of the run, as the launcher set it up; the device is a new one.
+    void record(const Setup& setup);
+    bool recorded() const { return report_.is_open(); }
+
+    // Last lines of the record: the picture on the glass, and how the run ended.
+    void end_record(std::string_view how);
+
+    // The record belongs to another process: the parent of a fork.
+    void leave_record() { report_.close(); }
+
+    // The program's requests to the speaker: a tone of speaker_clock_hz / divider for
+    // that long, and a sound until further notice (divider 0: silence).
+    void play_tone(std::uint32_t divider, std::uint32_t length_ms);
+    void play_sound(std::uint32_t divider);
 
     // Text that the program wrote to its standard output (1) or error (2).
     void console_text(int stream, std::string_view text);
 
 private:
-    friend void start_recorded_run(const Setup& setup);
-    friend class RunEnd;
+    PortSpace& ports();
+    void new_device();
+    void start_faults();
+    void report_picture(Microseconds appeared, const std::string& picture);
 
     Setup setup_;
+    Report report_;
     std::unique_ptr<Device> device_;
+    std::unique_ptr<Operator> operator_;
+    std::unique_ptr<PictureWatch> picture_watch_;
+    LineAssembler console_lines_;
     PortSpace* attached_ports_ = nullptr;
     std::uint64_t generation_ = 0; // of the device; planned actions of older ones are void
     int creations_until_failure_ = 0;

@@ -49,6 +49,7 @@ struct Thread {
     Microseconds slice_start = 0;
     bool io_privilege = false; // inherited by the threads that it creates
     bool detached = false;
+    bool cancelled = false;     // by now it may also have disabled cancellation
     std::atomic<int> permit{0}; // the futex: 1 when the thread has the processor
 };
 
@@ -99,7 +100,7 @@ public:
     // of a detached thread is gone afterwards.
     void leave();
 
-    // Makes a thread ready that waits with cancellation enabled.
+    // Notes it, and makes a thread ready that waits with cancellation enabled.
     void cancel(Thread& thread);
 
     // The record of a thread that has not been removed, or null.

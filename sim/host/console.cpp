@@ -1,0 +1,63 @@
+#include "sim/host/console.h"
+
+#include "sim/host/report.h"
+#include "sim/time/keep_errno.h"
+#include "sim/time/unobserved.h"
+
+#include <cstdio>
+
+namespace k4sim {
+
+namespace {
+
+std::function<void(int, std::string_view)>* console_reader = nullptr;
+
+int stream_numbers[] = {0, 1, 2};
+
+// What stdio calls with the content of its buffer.
+ssize_t write_stream(void* cookie, const char* data, std::size_t size) {
+    const Unobserved unobserved;
+    const int stream = *static_cast<int*>(cookie);
+    if (!write_fully(stream, {data, size})) return 0;
+    const KeepErrno keep_errno;
+    (*console_reader)(stream, {data, size});
+    return static_cast<ssize_t>(size);
+}
+
+std::FILE* make_stream(int number, int buffering) {
+    cookie_io_functions_t functions{};
+    functions.write = write_stream;
+    std::FILE* stream = fopencookie(&stream_numbers[number], "w", functions);
+    if (stream != nullptr) setvbuf(stream, nullptr, buffering, BUFSIZ);
+    return stream;
+}
+
+} // namespace
+
+void capture_console(std::function<void(int stream, std::string_view text)> reader) {
+    console_reader = new std::function<void(int, std::string_view)>(std::move(reader));
+    if (std::FILE* stream = make_stream(1, _IOLBF)) stdout = stream;
+    if (std::FILE* stream = make_stream(2, _IONBF)) stderr = stream;
+}
+
+void report_console(int descriptor, const void* data, ssize_t written) {
+    if (console_reader == nullptr || written <= 0 || (descriptor != 1 && descriptor != 2)) return;
+    const Unobserved unobserved;
+    const KeepErrno keep_errno;
+    (*console_reader)(descriptor,
+                      {static_cast<const char*>(data), static_cast<std::size_t>(written)});
+}
+
+void LineAssembler::add(std::string_view text, const Reader& reader) {
+    for (const char c : text) {
+        if (c != '\n' && c != '\r') {
+            line_ += c;
+            continue;
+        }
+        const std::string line = std::move(line_);
+        line_.clear();
+        if (!line.empty()) reader(line);
+    }
+}
+
+} // namespace k4sim

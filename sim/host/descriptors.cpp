@@ -1,0 +1,137 @@
+#include "sim/host/descriptors.h"
+
+#include "sim/host/pipe_end.h"
+#include "sim/host/real.h"
+#include "sim/host/threads.h"
+#include "sim/machine.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <fcntl.h>
+#include <vector>
+
+namespace k4sim {
+
+namespace {
+
+int real_poll(pollfd* states, nfds_t count, int timeout_ms) {
+    static auto* const function = real_function<int(pollfd*, nfds_t, int)>("poll");
+    return function(states, count, timeout_ms);
+}
+
+template <typename Result>
+Result with_errno(Result result) {
+    if (result >= 0) return result;
+    errno = static_cast<int>(-result);
+    return -1;
+}
+
+} // namespace
+
+void Descriptors::add_device(std::string path, Opener opener) {
+    openers_.insert_or_assign(std::move(path), std::move(opener));
+}
+
+int Descriptors::open(std::string_view path, int flags) {
+    static auto* const real_open = real_function<int(const char*, int, ...)>("open");
+    std::unique_ptr<OpenFile> file = openers_.find(path)->second();
+    machine().event("program", "open", {{"device", path}, {"present", file != nullptr}});
+    if (!file) return with_errno(-ENOENT);
+    const int descriptor =
+        real_open("/dev/null", flags & (O_ACCMODE | O_CLOEXEC | O_NONBLOCK | O_APPEND));
+    if (descriptor >= 0) files_[descriptor] = {std::move(file), std::string(path)};
+    return descriptor;
+}
+
+ssize_t Descriptors::read(int descriptor, void* data, std::size_t size) {
+    if (!wait_until(descriptor, &OpenFile::readable)) return -1;
+    return with_errno(files_[descriptor].file->read(data, size));
+}
+
+ssize_t Descriptors::write(int descriptor, const void* data, std::size_t size) {
+    std::size_t done = 0;
+    do {
+        if (!wait_until(descriptor, &OpenFile::writable)) break;
+        const ssize_t result =
+            files_[descriptor].file->write(static_cast<const char*>(data) + done, size - done);
+        if (result < 0 && done == 0) return with_errno(result);
+        if (result <= 0) break;
+        done += static_cast<std::size_t>(result);
+    } while (done < size);
+    return done > 0 || size == 0 ? static_cast<ssize_t>(done) : -1;
+}
+
+int Descriptors::control(int descriptor, unsigned long request, void* argument) {
+    return with_errno(files_[descriptor].file->control(request, argument));
+}
+
+void Descriptors::forget(int descriptor) {
+    const auto found = files_.find(descriptor);
+    if (!found->second.name.empty())
+        machine().event("program", "close", {{"device", found->second.name}});
+    files_.erase(found);
+    changed();
+}
+
+void Descriptors::add_pipe(const int ends[2]) {
+    for (const int end : {ends[0], ends[1]})
+        files_[end] = {std::make_unique<PipeEnd>(end), {}};
+}
+
+void Descriptors::forget_pipes() {
+    std::erase_if(files_, [](const auto& entry) { return entry.second.name.empty(); });
+}
+
+int Descriptors::poll(pollfd* states, nfds_t count, Microseconds deadline) {
+    if (deadline == never && count > 0 && !owns_any(states, count))
+        return real_poll(states, count, -1);
+    for (;;) {
+        const int ready = look(states, count);
+        if (ready != 0 || scheduler().now() >= deadline) return ready;
+        wait_cancellable(this, deadline);
+    }
+}
+
+void Descriptors::changed() { scheduler().wake_all(this); }
+
+// False, with errno, when the descriptor is not to be waited for or is gone.
+bool Descriptors::wait_until(int descriptor, bool (OpenFile::*ready)() const) {
+    for (;;) {
+        const auto found = files_.find(descriptor);
+        if (found == files_.end()) return with_errno(-EBADF) == 0;
+        if ((found->second.file.get()->*ready)()) return true;
+        if (is_nonblocking(descriptor)) return with_errno(-EAGAIN) == 0;
+        wait_cancellable(this, never);
+    }
+}
+
+bool Descriptors::is_nonblocking(int descriptor) const {
+    return (fcntl(descriptor, F_GETFL) & O_NONBLOCK) != 0;
+}
+
+// The states as they are now; how many of them have something to say.
+int Descriptors::look(pollfd* states, nfds_t count) const {
+    const int result = real_poll(states, count, 0);
+    if (result < 0) return result;
+    for (pollfd* state = states; state != states + count; ++state) {
+        const auto found = files_.find(state->fd);
+        if (found == files_.end() || found->second.name.empty()) continue;
+        const OpenFile& file = *found->second.file;
+        state->revents =
+            static_cast<short>((file.readable() ? POLLIN : 0) | (file.writable() ? POLLOUT : 0)) &
+            state->events;
+    }
+    return static_cast<int>(std::count_if(states, states + count,
+                                          [](const pollfd& state) { return state.revents != 0; }));
+}
+
+bool Descriptors::owns_any(const pollfd* states, nfds_t count) const {
+    return std::any_of(states, states + count, [&](const pollfd& state) { return owns(state.fd); });
+}
+
+Descriptors& descriptors() {
+    static Descriptors* const only = new Descriptors;
+    return *only;
+}
+
+} // namespace k4sim

@@ -1,0 +1,30 @@
+// What stands behind a descriptor that the virtual K/4 looks after. The base class is a
+// character device that never has data and knows no requests; a kind of device says
+// only what is different.
+#pragma once
+
+#include <cstddef>
+#include <sys/types.h>
+
+namespace k4sim {
+
+class OpenFile {
+public:
+    virtual ~OpenFile() = default;
+
+    // Whether `read` or `write` has an answer now. Whoever makes that true calls
+    // Descriptors::changed().
+    virtual bool readable() const { return false; }
+    virtual bool writable() const { return true; }
+
+    // Called only when readable or writable. The count of bytes, or an error number,
+    // negative.
+    virtual ssize_t read(void* data, std::size_t size);
+    virtual ssize_t write(const void* data, std::size_t size);
+
+    // The result of ioctl, or an error number, negative. `argument` as the program gave
+    // it: a number or an address.
+    virtual int control(unsigned long request, void* argument);
+};
+
+} // namespace k4sim

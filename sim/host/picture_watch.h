@@ -1,0 +1,39 @@
+// Finds the pictures of the OLED that a person could have seen: those that stayed.
+#pragma once
+
+#include "sim/models/surroundings.h"
+
+#include <functional>
+#include <string>
+
+namespace k4sim {
+
+// A picture that stood this long unchanged is worth keeping.
+inline constexpr Microseconds standing_us = 500'000;
+
+class PictureWatch {
+public:
+    // The picture as text, one character a pixel.
+    using Glass = std::function<std::string()>;
+    // `appeared`: when the picture came.
+    using Reader = std::function<void(Microseconds appeared, const std::string& picture)>;
+
+    // Reads the glass when a picture has stood long enough, and hands it on when it is
+    // not the one handed on before.
+    PictureWatch(Surroundings& surroundings, Glass glass, Reader reader);
+
+    // The picture is another one from now on.
+    void changed();
+
+private:
+    void look();
+
+    Surroundings& surroundings_;
+    Glass glass_;
+    Reader reader_;
+    Microseconds appeared_ = 0;
+    bool watching_ = false;
+    std::string last_;
+};
+
+} // namespace k4sim

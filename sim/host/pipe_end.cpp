@@ -1,0 +1,44 @@
+#include "sim/host/pipe_end.h"
+
+#include "sim/host/descriptors.h"
+#include "sim/host/real.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <climits>
+#include <poll.h>
+
+namespace k4sim {
+
+namespace {
+
+bool ready(int descriptor, short wanted) {
+    static auto* const real_poll = real_function<int(pollfd*, nfds_t, int)>("poll");
+    pollfd state{descriptor, wanted, 0};
+    return real_poll(&state, 1, 0) > 0;
+}
+
+ssize_t with_error(ssize_t result) { return result < 0 ? -errno : result; }
+
+} // namespace
+
+bool PipeEnd::readable() const { return ready(descriptor_, POLLIN); }
+
+bool PipeEnd::writable() const { return ready(descriptor_, POLLOUT); }
+
+ssize_t PipeEnd::read(void* data, std::size_t size) {
+    static auto* const real_read = real_function<ssize_t(int, void*, std::size_t)>("read");
+    const ssize_t result = with_error(real_read(descriptor_, data, size));
+    descriptors().changed();
+    return result;
+}
+
+ssize_t PipeEnd::write(const void* data, std::size_t size) {
+    static auto* const real_write = real_function<ssize_t(int, const void*, std::size_t)>("write");
+    const ssize_t result =
+        with_error(real_write(descriptor_, data, std::min<std::size_t>(size, PIPE_BUF)));
+    descriptors().changed();
+    return result;
+}
+
+} // namespace k4sim

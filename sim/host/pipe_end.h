@@ -1,0 +1,23 @@
+// One end of a pipe of the program. The pipe is a real one; only waiting for it is done
+// in virtual time.
+#pragma once
+
+#include "sim/host/open_file.h"
+
+namespace k4sim {
+
+class PipeEnd final : public OpenFile {
+public:
+    explicit PipeEnd(int descriptor) : descriptor_(descriptor) {}
+
+    bool readable() const override;
+    bool writable() const override;
+    ssize_t read(void* data, std::size_t size) override;
+    // At most what a pipe takes in one piece; wakes who waits for the other end.
+    ssize_t write(const void* data, std::size_t size) override;
+
+private:
+    int descriptor_;
+};
+
+} // namespace k4sim

@@ -1,0 +1,96 @@
+#include "sim/host/port_trap.h"
+
+#include "sim/host/real.h"
+#include "sim/machine.h"
+#include "sim/time/keep_errno.h"
+#include "sim/time/scheduler.h"
+
+#include <csignal>
+#include <cstdint>
+#include <ucontext.h>
+
+namespace k4sim {
+
+namespace {
+
+using SigactionFunction = int(int, const struct sigaction*, struct sigaction*);
+
+#ifdef __i386__
+constexpr int instruction_register = REG_EIP;
+constexpr int data_register = REG_EDX;
+constexpr int accumulator = REG_EAX;
+#else
+constexpr int instruction_register = REG_RIP;
+constexpr int data_register = REG_RDX;
+constexpr int accumulator = REG_RAX;
+#endif
+
+constexpr int general_protection_fault = 13;
+
+// The byte-wide port instructions: in al, dx / out dx, al / in al, ib / out ib, al.
+struct PortInstruction {
+    std::uint8_t opcode;
+    bool writes;
+    bool port_follows; // else the port is in dx
+};
+constexpr PortInstruction port_instructions[] = {
+    {0xEC, false, false},
+    {0xEE, true, false},
+    {0xE4, false, true},
+    {0xE6, true, true},
+};
+
+struct sigaction former_action;
+SigactionFunction* libc_sigaction = nullptr;
+
+const PortInstruction* decode(const std::uint8_t* code) {
+    for (const PortInstruction& instruction : port_instructions)
+        if (instruction.opcode == *code) return &instruction;
+    return nullptr;
+}
+
+// Only a port instruction's own fault: at a page fault the code may be unreadable.
+const PortInstruction* trapped_instruction(const greg_t* registers) {
+    const Thread* thread = Scheduler::current();
+    if (registers[REG_TRAPNO] != general_protection_fault) return nullptr;
+    if (thread == nullptr || !thread->io_privilege) return nullptr;
+    return decode(reinterpret_cast<const std::uint8_t*>(registers[instruction_register]));
+}
+
+void carry_out(const PortInstruction& instruction, greg_t* registers) {
+    const auto* code = reinterpret_cast<const std::uint8_t*>(registers[instruction_register]);
+    const auto port = instruction.port_follows
+                          ? std::uint16_t{code[1]}
+                          : static_cast<std::uint16_t>(registers[data_register]);
+    greg_t& al = registers[accumulator];
+    if (instruction.writes)
+        machine().port_out(port, static_cast<std::uint8_t>(al));
+    else
+        al = (al & ~greg_t{0xFF}) | machine().port_in(port);
+    registers[instruction_register] += instruction.port_follows ? 2 : 1;
+}
+
+// Not an ordinary handler: it runs only in place of a port instruction, which the
+// program never executes while it is inside malloc or stdio. So the models behind it
+// may use memory, and the scheduler may hand over to another thread from here.
+void on_fault(int, siginfo_t*, void* context) {
+    greg_t* registers = static_cast<ucontext_t*>(context)->uc_mcontext.gregs;
+    const KeepErrno keep_errno;
+    if (const PortInstruction* instruction = trapped_instruction(registers))
+        carry_out(*instruction, registers);
+    else
+        libc_sigaction(SIGSEGV, &former_action, nullptr); // and the instruction faults again
+}
+
+} // namespace
+
+// libc's own sigaction: a sanitizer's would wrap the handler.
+void install_port_trap() {
+    libc_sigaction = libc_function<SigactionFunction>("sigaction");
+    struct sigaction action {};
+    action.sa_sigaction = on_fault;
+    action.sa_flags = SA_SIGINFO;
+    libc_sigaction(SIGSEGV, &action, &former_action);
+}
+
+} // namespace k4sim

@@ -1,0 +1,47 @@
+// Stand-in for the request of I/O privilege. As on Linux it belongs to the calling
+// thread and to the threads that it creates later.
+#include "sim/host/real.h"
+#include "sim/host/threads.h"
+#include "sim/machine.h"
+
+#include <cerrno>
+
+namespace k4sim {
+
+namespace {
+
+constexpr unsigned highest_level = 3;
+
+int set_privilege(unsigned level) {
+    if (level > highest_level) {
+        errno = EINVAL;
+        return -1;
+    }
+    Thread& thread = *Scheduler::current();
+    const bool granted = level != highest_level || !machine().privilege_refused();
+    machine().event("program", "iopl",
+                    {{"thread", std::int64_t{thread.id}},
+                     {"level", std::int64_t{level}},
+                     {"granted", granted}});
+    if (!granted) {
+        errno = EPERM;
+        return -1;
+    }
+    // Levels below 3 leave the ports to the system.
+    thread.io_privilege = level == highest_level;
+    return 0;
+}
+
+} // namespace
+
+extern "C" {
+
+int stand_in_iopl(int level) asm("iopl");
+int stand_in_iopl(int level) {
+    if (belongs_to_program()) return set_privilege(static_cast<unsigned>(level));
+    return real_function<decltype(stand_in_iopl)>("iopl")(level);
+}
+
+} // extern "C"
+
+} // namespace k4sim

@@ -1,0 +1,86 @@
+#include "sim/host/run.h"
+
+#include "sim/host/console.h"
+#include "sim/host/descriptors.h"
+#include "sim/host/port_trap.h"
+#include "sim/host/preload.h"
+#include "sim/host/real.h"
+#include "sim/host/report.h"
+#include "sim/host/speaker_file.h"
+#include "sim/machine.h"
+#include "sim/setup.h"
+#include "sim/time/scheduler.h"
+
+#include <cstdio>
+#include <cstdlib>
+#include <pthread.h>
+#include <string>
+#include <sys/syscall.h>
+#include <unistd.h>
+
+namespace k4sim {
+
+namespace {
+
+constexpr char setup_variable[] = "K4SIM_SETUP";
+
+void in_parent() { descriptors().forget_pipes(); }
+
+void in_child() {
+    scheduler().keep_only_caller();
+    descriptors().forget_pipes();
+    machine().leave_record();
+}
+
+void start_recorded_run(const Setup& setup) {
+    machine().record(setup);
+    capture_console(
+        [](int stream, std::string_view text) { machine().console_text(stream, text); });
+    scheduler().set_pace(setup.pace);
+    scheduler().at(scheduler().now() + setup.limit_us, [] { end_process(status_limit, "limit"); });
+}
+
+[[noreturn]] void refuse(const char* why) {
+    write_fully(STDERR_FILENO, "k4sim: " + std::string(why) + "\n");
+    _exit(status_deadlock);
+}
+
+// The process of the launcher's child, or a unit test. A program that the process
+// executes later is on its own.
+void start_run() {
+    const char* text = std::getenv(setup_variable);
+    if (text == nullptr) return;
+    const auto setup = decode(text);
+    if (!setup) refuse("K4SIM_SETUP is not well-formed; start the program by k4sim run");
+    unsetenv(setup_variable);
+    unsetenv("LD_PRELOAD");
+    start_recorded_run(*setup);
+}
+
+__attribute__((constructor)) void start(int, char** arguments, char**) {
+    put_in_front(arguments);
+    scheduler().set_deadlock_action([] { end_process(status_deadlock, "deadlock"); });
+    descriptors().add_device("/dev/console", open_speaker);
+    pthread_atfork(nullptr, in_parent, in_child);
+    install_port_trap();
+    machine();
+    start_run();
+}
+
+__attribute__((destructor)) void end() {
+    std::fflush(stdout);
+    machine().end_record("end");
+}
+
+} // namespace
+
+void end_process(int status, const char* reason) {
+    std::fflush(stdout);
+    if (!machine().recorded()) write_fully(STDERR_FILENO, "k4sim: " + std::string(reason) + "\n");
+    machine().end_record(reason);
+    // Past a sanitizer, which would find fault with a thread stopped in the scheduler.
+    syscall(SYS_exit_group, status);
+    std::abort();
+}
+
+} // namespace k4sim

@@ -1,0 +1,160 @@
+#include "sim/machine.h"
+
+#include "sim/models/device.h"
+#include "sim/operator/operator.h"
+#include "sim/time/scheduler.h"
+#include "sim/time/unobserved.h"
+
+#include <charconv>
+
+namespace k4sim {
+
+namespace {
+
+// One hexadecimal digit a pixel, row by row. Without a panel there is nothing to see.
+std::string picture_text(Device& device) {
+    constexpr char digits[] = "0123456789abcdef";
+    const Picture picture = device.oled() ? device.oled()->picture() : Picture{};
+    std::string text;
+    for (const std::uint8_t grey : picture)
+        text += digits[grey & 15];
+    return text;
+}
+
+int number(std::string_view text) {
+    int value = 0;
+    std::from_chars(text.data(), text.data() + text.size(), value);
+    return value;
+}
+
+} // namespace
+
+Machine::Machine() { reset(); }
+
+Machine::~Machine() = default;
+
+void Machine::reset(const Setup& setup) {
+    const Unobserved unobserved;
+    ++generation_;
+    setup_ = setup;
+    attached_ports_ = nullptr;
+    creations_until_failure_ = 0;
+    privilege_refused_ = false;
+    new_device();
+    start_faults();
+    operator_->start();
+}
+
+Microseconds Machine::now() const { return scheduler().now(); }
+
+void Machine::at(Microseconds when, std::function<void()> action) {
+    const Unobserved unobserved;
+    scheduler().at(when, [this, generation = generation_, action = std::move(action)] {
+        if (generation == generation_) action();
+    });
+}
+
+void Machine::event(std::string_view source, std::string_view what,
+                    std::initializer_list<Field> fields) {
+    const Unobserved unobserved;
+    std::string line = report_line(now(), source, what, fields);
+    if (report_.is_open())
+        report_.write(line);
+    else
+        events_.push_back({now(), std::string(source), std::string(what), std::move(line)});
+}
+
+std::uint8_t Machine::port_in(std::uint16_t port) {
+    const Unobserved unobserved;
+    scheduler().spend(access_us);
+    return ports().in(port);
+}
+
+void Machine::port_out(std::uint16_t port, std::uint8_t value) {
+    const Unobserved unobserved;
+    scheduler().spend(access_us);
+    ports().out(port, value);
+}
+
+void Machine::apply_fault(const FaultSetting& fault) {
+    if (fault.name == "thread-create")
+        set_thread_create_failure(number(fault.value));
+    else if (fault.name == "no-privilege")
+        set_privilege_refused(true);
+    else
+        device_->set_fault(fault.name, fault.value);
+    event("fault", fault.name, {{"value", std::string_view(fault.value)}});
+}
+
+bool Machine::thread_create_fails() {
+    return creations_until_failure_ > 0 && --creations_until_failure_ == 0;
+}
+
+void Machine::record(const Setup& setup) {
+    report_.open(setup.report_fd);
+    reset(setup);
+}
+
+void Machine::end_record(std::string_view how) {
+    if (!recorded()) return;
+    event("oled", "final-picture", {{"pixels", picture_text(*device_)}});
+    event("program", how);
+    report_.close();
+}
+
+void Machine::play_tone(std::uint32_t divider, std::uint32_t length_ms) {
+    const Unobserved unobserved;
+    Speaker& speaker = device_->speaker();
+    speaker.tone(divider, length_ms);
+    if (speaker.sounding())
+        operator_->tone(static_cast<int>(speaker.frequency_hz()), static_cast<int>(length_ms));
+}
+
+void Machine::play_sound(std::uint32_t divider) {
+    const Unobserved unobserved;
+    Speaker& speaker = device_->speaker();
+    speaker.set_divider(divider);
+    if (speaker.sounding()) operator_->tone(static_cast<int>(speaker.frequency_hz()), 0);
+}
+
+void Machine::console_text(int stream, std::string_view text) {
+    event("console", "text", {{"stream", std::int64_t{stream}}, {"text", text}});
+    console_lines_.add(text, [this](std::string_view line) { operator_->console_line(line); });
+}
+
+PortSpace& Machine::ports() { return attached_ports_ ? *attached_ports_ : *device_; }
+
+// The operator goes before the device that it stands at.
+void Machine::new_device() {
+    operator_.reset();
+    device_ = std::make_unique<Device>(setup_.board, *this);
+    picture_watch_ = std::make_unique<PictureWatch>(
+        *this, [this] { return picture_text(*device_); },
+        [this](Microseconds appeared, const std::string& picture) {
+            report_picture(appeared, picture);
+        });
+    if (Oled* oled = device_->oled()) oled->set_on_change([this] { picture_watch_->changed(); });
+    operator_ = make_operator(setup_, *device_, *this,
+                              [this](const FaultSetting& fault) { apply_fault(fault); });
+}
+
+void Machine::start_faults() {
+    for (const FaultSetting& fault : setup_.faults) {
+        if (fault.at_us == 0)
+            apply_fault(fault);
+        else
+            at(fault.at_us, [this, fault] { apply_fault(fault); });
+    }
+}
+
+void Machine::report_picture(Microseconds appeared, const std::string& picture) {
+    report_.write(
+        report_line(appeared, "oled", "picture", {{"pixels", std::string_view(picture)}}));
+}
+
+Machine& machine() {
+    static Machine* const only = new Machine;
+    return *only;
+}
+
+} // namespace k4sim

@@ -1,0 +1,231 @@
+#include "sim/time/scheduler.h"
+
+#include "sim/time/futex.h"
+#include "sim/time/unobserved.h"
+
+#include <algorithm>
+#include <cstdlib>
+
+namespace k4sim {
+
+namespace {
+
+thread_local Thread* current_thread = nullptr;
+
+} // namespace
+
+Scheduler::Scheduler() {
+    threads_.push_back(std::make_unique<Thread>());
+    Thread& first = *threads_.back();
+    first.id = next_id_++;
+    first.handle = pthread_self();
+    first.state = Thread::State::running;
+    current_thread = &first;
+}
+
+Thread* Scheduler::current() { return current_thread; }
+
+void Scheduler::spend(Microseconds cost) {
+    const Unobserved unobserved;
+    advance_to(now_ + cost);
+    const Thread& self = *current();
+    if (now_ - self.slice_start >= slice_us) yield();
+}
+
+void Scheduler::yield() {
+    if (first_ready() == nullptr) return;
+    const Unobserved unobserved;
+    Thread& self = *current();
+    make_ready(self, WakeReason::woken);
+    hand_over(self);
+}
+
+WakeReason Scheduler::wait(const void* object, Microseconds deadline, Cancellation cancellation) {
+    const Unobserved unobserved;
+    Thread& self = *current();
+    self.state = Thread::State::waiting;
+    self.turn = next_turn_++;
+    self.object = object;
+    self.deadline = deadline;
+    self.cancellation = cancellation;
+    hand_over(self);
+    return self.reason;
+}
+
+void Scheduler::wake_one(const void* object) {
+    if (Thread* thread = longest_waiting(object)) make_ready(*thread, WakeReason::woken);
+}
+
+void Scheduler::wake_all(const void* object) {
+    while (Thread* thread = longest_waiting(object))
+        make_ready(*thread, WakeReason::woken);
+}
+
+void Scheduler::at(Microseconds when, std::function<void()> action) {
+    const Unobserved unobserved;
+    timers_.emplace(std::pair(std::max(when, now_), next_timer_++), std::move(action));
+}
+
+Thread& Scheduler::add() {
+    const Unobserved unobserved;
+    threads_.push_back(std::make_unique<Thread>());
+    Thread& thread = *threads_.back();
+    thread.id = next_id_++;
+    thread.io_privilege = current()->io_privilege;
+    make_ready(thread, WakeReason::woken);
+    return thread;
+}
+
+void Scheduler::remove(Thread& thread) {
+    const Unobserved unobserved;
+    std::erase_if(threads_, [&](const auto& record) { return record.get() == &thread; });
+}
+
+void Scheduler::enter(Thread& thread) {
+    current_thread = &thread;
+    take_permit(thread.permit);
+}
+
+void Scheduler::leave() {
+    const Unobserved unobserved;
+    Thread& self = *current();
+    self.state = Thread::State::ended;
+    wake_all(&self);
+    Thread& next = choose();
+    // From here on another thread runs: nothing of the scheduler may be touched.
+    if (self.detached) remove(self);
+    current_thread = nullptr;
+    give_permit(next.permit);
+}
+
+void Scheduler::cancel(Thread& thread) {
+    thread.cancelled = true;
+    if (thread.state == Thread::State::waiting && thread.cancellation == Cancellation::enabled)
+        make_ready(thread, WakeReason::cancelled);
+}
+
+Thread* Scheduler::find(pthread_t handle) const {
+    const auto found = std::find_if(threads_.begin(), threads_.end(), [&](const auto& thread) {
+        return pthread_equal(thread->handle, handle) != 0;
+    });
+    return found == threads_.end() ? nullptr : found->get();
+}
+
+void Scheduler::keep_only_caller() {
+    const Unobserved unobserved;
+    std::erase_if(threads_, [](const auto& thread) { return thread.get() != current(); });
+}
+
+void Scheduler::set_pace(std::optional<double> factor) { pace_.set(factor, now_); }
+
+void Scheduler::set_deadlock_action(std::function<void()> action) {
+    deadlock_action_ = std::move(action);
+}
+
+// Time passes while a thread runs: each timer and wake-up on the way at its own time.
+void Scheduler::advance_to(Microseconds target) {
+    for (Microseconds next = next_event(); next <= target; next = next_event()) {
+        now_ = std::max(now_, next);
+        run_due();
+    }
+    now_ = target;
+    pace_.hold(now_);
+}
+
+void Scheduler::run_due() {
+    while (run_due_timer()) {
+    }
+    wake_due();
+}
+
+bool Scheduler::run_due_timer() {
+    if (timers_.empty() || timers_.begin()->first.first > now_) return false;
+    const auto action = std::move(timers_.begin()->second);
+    timers_.erase(timers_.begin());
+    action();
+    return true;
+}
+
+// By deadline, then in order of creation, which is the order of the records.
+void Scheduler::wake_due() {
+    const auto due = [&](const auto& thread) {
+        return thread->state == Thread::State::waiting && thread->deadline <= now_;
+    };
+    for (;;) {
+        Thread* earliest = nullptr;
+        for (const auto& thread : threads_)
+            if (due(thread) && (earliest == nullptr || thread->deadline < earliest->deadline))
+                earliest = thread.get();
+        if (earliest == nullptr) return;
+        make_ready(*earliest, WakeReason::timed_out);
+    }
+}
+
+Microseconds Scheduler::next_event() const {
+    Microseconds next = timers_.empty() ? never : timers_.begin()->first.first;
+    for (const auto& thread : threads_)
+        if (thread->state == Thread::State::waiting) next = std::min(next, thread->deadline);
+    return next;
+}
+
+Thread* Scheduler::first_ready() const {
+    Thread* first = nullptr;
+    for (const auto& thread : threads_)
+        if (thread->state == Thread::State::ready && (!first || thread->turn < first->turn))
+            first = thread.get();
+    return first;
+}
+
+// The thread that runs next; the clock jumps as far as that takes.
+Thread& Scheduler::choose() {
+    for (;;) {
+        run_due();
+        if (Thread* next = first_ready()) {
+            begin_slice(*next);
+            return *next;
+        }
+        const Microseconds next = next_event();
+        if (next == never) {
+            deadlock_action_();
+            std::abort();
+        }
+        pace_.hold(next);
+        now_ = next;
+    }
+}
+
+void Scheduler::make_ready(Thread& thread, WakeReason reason) {
+    thread.state = Thread::State::ready;
+    thread.reason = reason;
+    thread.turn = next_turn_++;
+    thread.object = nullptr;
+    thread.deadline = never;
+}
+
+Thread* Scheduler::longest_waiting(const void* object) const {
+    Thread* longest = nullptr;
+    for (const auto& thread : threads_)
+        if (thread->state == Thread::State::waiting && thread->object == object &&
+            (longest == nullptr || thread->turn < longest->turn))
+            longest = thread.get();
+    return longest;
+}
+
+void Scheduler::hand_over(Thread& self) {
+    Thread& next = choose();
+    if (&next == &self) return;
+    give_permit(next.permit);
+    take_permit(self.permit);
+}
+
+void Scheduler::begin_slice(Thread& thread) {
+    thread.state = Thread::State::running;
+    thread.slice_start = now_;
+}
+
+Scheduler& scheduler() {
+    static Scheduler* const only = new Scheduler;
+    return *only;
+}
+
+} // namespace k4sim
