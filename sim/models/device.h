@@ -39,8 +39,10 @@ public:
     // Null on the board none.
     Panel* panel() { return panel_.get(); }
     Oled* oled() { return panel_ ? &panel_->oled() : nullptr; }
+    const Oled* oled() const { return panel_ ? &panel_->oled() : nullptr; }
     Keys* keys() { return panel_ ? &panel_->keys() : nullptr; }
     Cpld* cpld() { return cpld_.get(); }
+    const Cpld* cpld() const { return cpld_.get(); }
 
     // Where the I2C faults are set. On boards with the parallel port nothing hangs on it.
     I2cBus& i2c_bus() { return bus_; }
@@ -52,6 +54,8 @@ public:
     bool set_fault(std::string_view name, std::string_view value);
 
 private:
+    bool cpld_answers(std::uint16_t port) const;
+
     Board board_;
     std::uint16_t base_ = 0;
     I2cBus bus_;

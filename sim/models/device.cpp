@@ -1,0 +1,115 @@
+#include "sim/models/device.h"
+
+#include "sim/models/cpld_aes.h"
+#include "sim/models/cpld_engine.h"
+#include "sim/models/cpld_hss.h"
+#include "sim/models/cpld_i2c.h"
+#include "sim/models/faults.h"
+
+namespace k4sim {
+
+namespace {
+
+constexpr std::uint8_t nobody_answers = 0xFF;
+
+struct Fitting {
+    Board board;
+    std::uint16_t base;
+    std::uint8_t panel_type;
+    std::uint8_t panel_version;
+};
+
+constexpr Fitting fittings[] = {
+    {Board::aes, 0xD000, panel_type_ssd1362, 9},
+    {Board::plain, 0xD000, panel_type_ssd1322, 8},
+    {Board::i2c, 0xD000, panel_type_ssd1362, 5},
+    {Board::engine, 0x0A00, panel_type_ssd1322, 7},
+};
+
+const Fitting* fitting_of(Board board) {
+    for (const Fitting& fitting : fittings)
+        if (fitting.board == board) return &fitting;
+    return nullptr;
+}
+
+std::unique_ptr<Cpld> make_cpld(Board board, I2cBus& bus, Panel& panel,
+                                Surroundings& surroundings) {
+    switch (board) {
+    case Board::aes:
+        return std::make_unique<CpldAes>(panel, surroundings);
+    case Board::plain:
+        return std::make_unique<CpldHss>(panel, surroundings);
+    case Board::i2c:
+        return std::make_unique<CpldI2c>(bus);
+    case Board::engine:
+        return std::make_unique<CpldEngine>(bus, surroundings);
+    case Board::none:
+        break;
+    }
+    return nullptr;
+}
+
+std::uint8_t byte_of(std::string_view value) {
+    return static_cast<std::uint8_t>(fault_number(value));
+}
+
+struct Breaker {
+    std::string_view name;
+    void (*strike)(Device& device, std::string_view value);
+};
+
+// fault_error() has seen to it that the board has what is broken, and that the value fits.
+constexpr Breaker breakers[] = {
+    {"cpld-id", [](Device& device, auto value) { device.cpld()->set_id(byte_of(value)); }},
+    {"cpld-version",
+     [](Device& device, auto value) { device.cpld()->set_version(byte_of(value)); }},
+    {"encoder-dead",
+     [](Device& device, auto value) { device.keys()->set_encoder_dead(byte_of(value)); }},
+    {"key-dead", [](Device& device, auto value) { device.keys()->set_dead(value[0]); }},
+    {"key-held", [](Device& device, auto value) { device.keys()->set_held(value[0]); }},
+    {"key-word-invalid",
+     [](Device& device, auto value) {
+         device.keys()->set_invalid(static_cast<unsigned>(fault_number(value)));
+     }},
+    {"panel-dead", [](Device& device, auto) { device.panel()->set_dead(); }},
+    {"panel-type",
+     [](Device& device, auto value) { device.panel()->set_reported_type(byte_of(value)); }},
+    {"sda-stuck",
+     [](Device& device, auto value) { device.i2c_bus().set_sda_stuck(byte_of(value) == 1); }},
+    {"speaker-absent", [](Device& device, auto) { device.speaker().set_present(false); }},
+};
+
+} // namespace
+
+Device::Device(Board board, Surroundings& surroundings) : board_(board), speaker_(surroundings) {
+    const Fitting* const fitting = fitting_of(board);
+    if (fitting == nullptr) return;
+    base_ = fitting->base;
+    panel_ = std::make_unique<Panel>(fitting->panel_type, fitting->panel_version, surroundings);
+    bus_.attach(panel_i2c_address, *panel_);
+    cpld_ = make_cpld(board, bus_, *panel_, surroundings);
+}
+
+std::uint8_t Device::in(std::uint16_t port) {
+    return cpld_answers(port) ? cpld_->in(port) : nobody_answers;
+}
+
+void Device::out(std::uint16_t port, std::uint8_t value) {
+    if (cpld_answers(port)) cpld_->out(port, value);
+}
+
+bool Device::set_fault(std::string_view name, std::string_view value) {
+    if (!fault_error(board_, name, value).empty()) return false;
+    for (const Breaker& breaker : breakers) {
+        if (breaker.name != name) continue;
+        breaker.strike(*this, value);
+        return true;
+    }
+    return false;
+}
+
+bool Device::cpld_answers(std::uint16_t port) const {
+    return cpld_ != nullptr && port - base_ < cpld_window_size && port >= base_;
+}
+
+} // namespace k4sim
