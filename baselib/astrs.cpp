@@ -6,6 +6,7 @@ int KLTastrdevext::ochar(int c) {
 }
 
 int KLTastrdevext::ostring(const char* text) {
+    if (text == nullptr) return KLTioBadArgument;
     text_.append(KLTastrc(text));
     return 0;
 }

@@ -85,7 +85,7 @@ KLTprint& KLTprint::operator<<(const double& value) {
 #pragma GCC diagnostic pop
     if (flags_.dblPoint != '.')
         if (char* point = strchr(dblBuf, '.')) *point = static_cast<char>(flags_.dblPoint);
-    const bool negative = value < 0;
+    const bool negative = std::signbit(value); // also of -0
     const char sign = negative ? '\0' : flags_.addNneg;
     const int padding = std::abs(flags_.width) - length - (sign != 0 ? 1 : 0);
     if (flags_.width > 0) pad(padding);

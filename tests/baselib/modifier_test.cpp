@@ -1,0 +1,123 @@
+#include "baselib/modifier.h"
+
+#include "baselib/nstream.h"
+#include "recording_sink.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+class Count : public KLTmodifierUserData {
+public:
+    Count() { ++live; }
+    ~Count() override { --live; }
+    void reset() override { value = 0; }
+
+    int value = 0;
+    inline static int live = 0;
+};
+
+// Prints how often it was printed to this print object.
+class Counter : public KLTmodifierUser {
+public:
+    using KLTmodifierUser::KLTmodifierUser;
+
+protected:
+    KLTmodifierUserData* apply(KLTprint& print, KLTmodifierUserData* data) const override {
+        auto* count = data != nullptr ? static_cast<Count*>(data) : new Count;
+        print << ++count->value;
+        return count;
+    }
+};
+
+// Has nothing to keep.
+class Forgetful : public KLTmodifierUser {
+public:
+    using KLTmodifierUser::KLTmodifierUser;
+
+protected:
+    KLTmodifierUserData* apply(KLTprint& print, KLTmodifierUserData* data) const override {
+        print << (data == nullptr ? "new" : "known");
+        return nullptr;
+    }
+};
+
+class UserModifiers : public testing::Test {
+protected:
+    void TearDown() override { EXPECT_EQ(Count::live, 0); }
+
+    RecordingSink sink;
+    const char keys[3]{};
+    const Counter a{&keys[0]};
+    const Counter b{&keys[1]};
+};
+
+TEST_F(UserModifiers, KeepDataPerPrintObjectAndKey) {
+    KLTprint print(sink);
+    KLTprint other(sink);
+    const Counter sameKeyAsA(&keys[0]);
+    print << a << a << b << sameKeyAsA;
+    other << a;
+    EXPECT_EQ(sink.take(), "12131");
+    EXPECT_EQ(Count::live, 3);
+    EXPECT_NE(print.findModifier(&keys[0]), nullptr);
+    EXPECT_EQ(other.findModifier(&keys[1]), nullptr);
+}
+
+TEST_F(UserModifiers, AreResetByNormAndByTheEndOfPersistence) {
+    KLTprint print(sink);
+    print << a << a << b << KLNstream::norm << a << b;
+    EXPECT_EQ(sink.take(), "12111");
+    print.persistent(true);
+    print << a;
+    print.persistent(false);
+    print << a << b;
+    EXPECT_EQ(sink.take(), "211");
+    EXPECT_EQ(Count::live, 2) << "reset makes no new data";
+}
+
+TEST_F(UserModifiers, DataIsFreedOneByOneOrAltogether) {
+    KLTprint print(sink);
+    const Counter c(&keys[2]);
+    print << a << b << c;
+    print.delModifier(&keys[1]);
+    print.delModifier(&keys[1]);
+    EXPECT_EQ(Count::live, 2);
+    EXPECT_EQ(print.findModifier(&keys[1]), nullptr);
+    sink.take();
+    print << a << b << c;
+    EXPECT_EQ(sink.take(), "212");
+    print.freemem();
+    EXPECT_EQ(Count::live, 0);
+    print << a;
+    EXPECT_EQ(sink.take(), "1");
+}
+
+TEST_F(UserModifiers, MayKeepNothing) {
+    KLTprint print(sink);
+    const Forgetful forgetful(&keys[0]);
+    print << forgetful << forgetful;
+    EXPECT_EQ(sink.take(), "newnew");
+}
+
+TEST_F(UserModifiers, InitForgetsDataWithoutFreeingIt) {
+    KLTprint print(sink);
+    print << a;
+    KLTmodifierUserData* data = print.findModifier(&keys[0]);
+    print.init();
+    EXPECT_EQ(print.findModifier(&keys[0]), nullptr);
+    EXPECT_EQ(Count::live, 1);
+    delete data;
+}
+
+TEST(Modifiers, CallTheirFunctionWithTheirNumbers) {
+    RecordingSink sink;
+    KLTprint print(sink);
+    print << KLTmodifier0([](KLTprint& p) { p << "0"; })
+          << KLTmodifier1([](KLTprint& p, int x) { p << x; }, 1)
+          << KLTmodifier2([](KLTprint& p, int x, int y) { p << x << y; }, 2, 3)
+          << KLTmodifier3([](KLTprint& p, int x, int y, int z) { p << x << y << z; }, 4, 5, 6);
+    EXPECT_EQ(sink.take(), "0123456");
+}
+
+} // namespace

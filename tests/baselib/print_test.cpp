@@ -1,0 +1,397 @@
+#include "baselib/print.h"
+
+#include "baselib/nstream.h"
+#include "recording_sink.h"
+
+#include <algorithm>
+#include <bitset>
+#include <climits>
+#include <cmath>
+#include <cstdarg>
+#include <cstdio>
+#include <gtest/gtest.h>
+#include <limits>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace {
+
+[[gnu::format(printf, 1, 2)]] std::string formatted(const char* format, ...) {
+    char buffer[512];
+    va_list arguments;
+    va_start(arguments, format);
+    vsnprintf(buffer, sizeof buffer, format, arguments);
+    va_end(arguments);
+    return buffer;
+}
+
+struct Integer {
+    long long value;
+    int size;
+    bool isSigned;
+};
+
+std::vector<Integer> integers() {
+    std::vector<Integer> all;
+    for (const int size : {1, 2, 4, 8}) {
+        const auto ones = ~0ULL >> (64 - size * 8);
+        const auto top = static_cast<long long>(ones >> 1);
+        for (const long long value : {0LL, 5LL, 99LL, top})
+            for (const bool isSigned : {false, true})
+                all.push_back({value, size, isSigned});
+        for (const long long value : {-1LL, -42LL, -top - 1})
+            all.push_back({value, size, true});
+        all.push_back({static_cast<long long>(ones), size, false});
+        all.push_back({static_cast<long long>(ones ^ 0x55), size, false});
+    }
+    return all;
+}
+
+unsigned long long lowBytes(const Integer& integer) {
+    return static_cast<unsigned long long>(integer.value) & (~0ULL >> (64 - integer.size * 8));
+}
+
+std::string binaryDigits(unsigned long long value, int digits) {
+    const std::string all = std::bitset<64>(value).to_string();
+    const size_t significant = value == 0 ? 1 : 64 - all.find('1');
+    const size_t wanted = std::max(significant, static_cast<size_t>(digits));
+    return all.substr(64 - wanted);
+}
+
+// The number without its field, by printf. A precision counts digits only; numwidth counts
+// the sign too.
+std::string numberByPrintf(const Integer& integer, const KLTprtFlags& flags) {
+    const int digits = std::max<int>(flags.numwidth, 1);
+    const unsigned long long bits = lowBytes(integer);
+    switch (flags.base) {
+    case 2:
+        return binaryDigits(bits, digits);
+    case 8:
+        return formatted("%.*llo", digits, bits);
+    case 16:
+        return formatted(flags.upper ? "%.*llX" : "%.*llx", digits, bits);
+    default:
+        break;
+    }
+    if (integer.isSigned && integer.value < 0)
+        return formatted("%.*lld", std::max(digits - 1, 1), integer.value);
+    if (flags.addNneg == 0) return formatted("%.*llu", digits, bits);
+    return flags.addNneg + formatted("%.*llu", std::max(digits - 1, 1), bits);
+}
+
+std::string padded(std::string text, int width, char padding) {
+    const auto wanted = static_cast<size_t>(std::abs(width));
+    const size_t missing = wanted > text.size() ? wanted - text.size() : 0;
+    return text.insert(width < 0 ? text.size() : 0, missing, padding);
+}
+
+class Print : public testing::Test {
+protected:
+    std::string taken() { return sink.take(); }
+
+    RecordingSink sink;
+    KLTprint print{sink};
+};
+
+// Checks one formatting for all integers and widths.
+void compareIntegers(KLTprtFlags flags) {
+    static const std::vector<Integer> all = integers();
+    RecordingSink sink;
+    KLTprint print(sink);
+    for (const Integer& integer : all) {
+        const std::string number = numberByPrintf(integer, flags);
+        for (int width = -25; width <= 25; ++width) {
+            flags.width = static_cast<int16_t>(width);
+            print << flags;
+            print.prtint(integer.value, integer.size, integer.isSigned);
+            ASSERT_EQ(sink.take(), padded(number, width, flags.paddingchar))
+                << integer.value << " size " << integer.size << " width " << width << " numwidth "
+                << flags.numwidth << " base " << flags.base;
+        }
+    }
+}
+
+class IntegerBases : public testing::TestWithParam<int> {};
+
+TEST_P(IntegerBases, PrintLikePrintf) {
+    KLTprtFlags flags;
+    flags.base = static_cast<uint16_t>(GetParam());
+    for (const char padding : {' ', '*'})
+        for (const char addNneg : {'\0', '+', ' '})
+            for (const bool upper : {false, true})
+                for (int numwidth = 0; numwidth <= 12; ++numwidth) {
+                    flags.paddingchar = padding;
+                    flags.addNneg = addNneg;
+                    flags.upper = upper;
+                    flags.numwidth = static_cast<int16_t>(numwidth);
+                    ASSERT_NO_FATAL_FAILURE(compareIntegers(flags));
+                }
+}
+
+INSTANTIATE_TEST_SUITE_P(Print, IntegerBases, testing::Values(0, 2, 8, 10, 16));
+
+TEST_F(Print, IntegerTypesPrintByTheirOwnSize) {
+    using namespace KLNstream;
+    print << hex << -1 << ' ' << hex << -1L << ' ' << hex << -1LL << ' ';
+    EXPECT_EQ(taken(), formatted("%x %lx %llx ", -1, -1L, -1LL));
+    print << hex << ~0U << ' ' << hex << ~0UL << ' ' << hex << ~0ULL;
+    EXPECT_EQ(taken(), formatted("%x %lx %llx", ~0U, ~0UL, ~0ULL));
+    print << INT_MIN << ' ' << LONG_MIN << ' ' << LLONG_MIN << ' ' << LLONG_MAX;
+    EXPECT_EQ(taken(), formatted("%d %ld %lld %lld", INT_MIN, LONG_MIN, LLONG_MIN, LLONG_MAX));
+    print << UINT_MAX << ' ' << ULONG_MAX << ' ' << ULLONG_MAX;
+    EXPECT_EQ(taken(), formatted("%u %lu %llu", UINT_MAX, ULONG_MAX, ULLONG_MAX));
+}
+
+TEST_F(Print, BytesAreNumbersAndCharactersAreNot) {
+    print << static_cast<unsigned char>('A') << 'A' << static_cast<unsigned char>(255);
+    EXPECT_EQ(taken(), "65A255");
+}
+
+// Sizes between the types' own: only in a base are values cut.
+TEST_F(Print, OddSizesMask) {
+    print.hexadec();
+    print.prtint(-1, 3, true);
+    EXPECT_EQ(taken(), "ffffff");
+    print.prtint(-1, 3, false);
+    EXPECT_EQ(taken(), "16777215");
+    print.prtint(-1, 3, true);
+    EXPECT_EQ(taken(), "-1");
+}
+
+TEST_F(Print, IntegerOfNoSizeIsFatal) {
+    for (const int size : {-1, 0, 9})
+        EXPECT_DEATH(print.prtint(1, size, true),
+                     "KELlib-Error integer of no size in module print");
+}
+
+TEST_F(Print, PaddingBeyondAChunk) {
+    for (const int width : {39, 40, 41, 80, 81, 500, -40, -41, -500}) {
+        print.width(width);
+        print << 7;
+        EXPECT_EQ(taken(), formatted("%*d", width, 7));
+    }
+    print.numwidth(100);
+    print << -7;
+    EXPECT_EQ(taken(), formatted("%.*d", 99, -7));
+}
+
+TEST_F(Print, Booleans) {
+    print << true << false << KLNstream::width(4, '.') << true << KLNstream::width(-3, '.')
+          << false;
+    EXPECT_EQ(taken(), "10...10..");
+}
+
+TEST_F(Print, TextsAndCharactersInFields) {
+    for (int width = -25; width <= 25; ++width) {
+        for (const char* text : {"", "x", "front panel", "longer than any field here"}) {
+            print << KLNstream::width(width, '_') << text;
+            EXPECT_EQ(taken(), padded(text, width, '_'));
+            print << KLNstream::norm;
+        }
+        print << KLNstream::width(width, '_') << 'c';
+        EXPECT_EQ(taken(), padded("c", width, '_'));
+    }
+}
+
+TEST_F(Print, NoTextIsSaid) {
+    print << static_cast<const char*>(nullptr);
+    EXPECT_EQ(taken(), "(null)");
+    print << KLNstream::width(8, ' ') << static_cast<const char*>(nullptr);
+    EXPECT_EQ(taken(), "  (null)");
+}
+
+TEST_F(Print, StringsPrintTheirText) {
+    print << KLTastr("own") << KLTastrc("view") << KLNstream::width(5, '-') << KLTastr("own");
+    EXPECT_EQ(taken(), "ownview--own");
+}
+
+TEST_F(Print, PointersAreHexadecimalInAnyBase) {
+    const void* pointer = reinterpret_cast<const void*>(uintptr_t{0xbf00a0});
+    print << pointer << ' ' << KLNstream::oct << pointer << ' ' << KLNstream::Hex8 << pointer;
+    EXPECT_EQ(taken(), "bf00a0 bf00a0 00BF00A0");
+    print << KLNstream::pers << KLNstream::oct << pointer << ' ' << 8;
+    EXPECT_EQ(taken(), "bf00a0 10");
+    print << KLNstream::norm << static_cast<const void*>(nullptr);
+    EXPECT_EQ(taken(), "0");
+}
+
+std::string doubleByPrintf(double value, const KLTprtFlags& flags) {
+    const char format[] = {'%', '.', '*', flags.dblFormat, '\0'};
+    std::string text = formatted(format, std::clamp(flags.dblPrecision, 0, 30), value);
+    const size_t point = text.find('.');
+    if (point != std::string::npos) text[point] = static_cast<char>(flags.dblPoint);
+    if (flags.addNneg != 0 && !std::signbit(value)) text.insert(0, 1, flags.addNneg);
+    return padded(text, flags.width, flags.paddingchar);
+}
+
+void compareDoubles(KLTprtFlags flags) {
+    using Limits = std::numeric_limits<double>;
+    RecordingSink sink;
+    KLTprint print(sink);
+    for (const double value :
+         {0.0, -0.0, 0.5, 1.0, -1.5, 3.14159, 1234567.0, 1e-7, -6.02e23, Limits::max(),
+          Limits::lowest(), Limits::denorm_min(), Limits::infinity(), -Limits::infinity()})
+        for (const int width : {-360, -25, -9, -1, 0, 1, 8, 25, 360}) {
+            flags.width = static_cast<int16_t>(width);
+            print << flags << value;
+            ASSERT_EQ(sink.take(), doubleByPrintf(value, flags))
+                << value << " width " << width << " precision " << flags.dblPrecision;
+        }
+}
+
+class DoubleFormats : public testing::TestWithParam<char> {};
+
+TEST_P(DoubleFormats, PrintLikePrintf) {
+    KLTprtFlags flags;
+    flags.dblFormat = GetParam();
+    flags.numwidth = 30; // plays no part
+    for (int precision = -2; precision <= 32; ++precision)
+        for (const char point : {'.', ',', '\''})
+            for (const char addNneg : {'\0', '+', ' '}) {
+                flags.dblPrecision = precision;
+                flags.dblPoint = point;
+                flags.addNneg = addNneg;
+                flags.paddingchar = addNneg == 0 ? '#' : ' ';
+                ASSERT_NO_FATAL_FAILURE(compareDoubles(flags));
+            }
+}
+
+INSTANTIATE_TEST_SUITE_P(Print, DoubleFormats,
+                         testing::Values('e', 'E', 'f', 'F', 'g', 'G', 'a', 'A'));
+
+TEST_F(Print, DoublesByDefault) {
+    print << 0.5 << ' ' << 1234567.0 << ' ' << KLNstream::dblw(8, 3, 'f') << 3.14159;
+    EXPECT_EQ(taken(), "0.5 1.23457e+06    3.142");
+}
+
+// A letter that is none of a double never reaches printf.
+TEST_F(Print, OtherLettersPrintDoublesAsG) {
+    for (const char letter : {'s', 'n', 'd', 'p', '%', '\0'}) {
+        print.dblfmt(6, letter, '.');
+        print << 0.25;
+        EXPECT_EQ(taken(), "0.25");
+    }
+}
+
+// Every kind of item behind one that was formatted prints by defaults again.
+TEST_F(Print, FormattingIsGoneBehindAnItem) {
+    const std::vector<std::pair<const char*, void (*)(KLTprint&)>> items = {
+        {"integer", [](KLTprint& p) { p << 1; }},
+        {"double", [](KLTprint& p) { p << 1.0; }},
+        {"text", [](KLTprint& p) { p << "1"; }},
+        {"string", [](KLTprint& p) { p << KLTastr("1"); }},
+        {"character", [](KLTprint& p) { p << '1'; }},
+        {"bool", [](KLTprint& p) { p << true; }},
+        {"pointer", [](KLTprint& p) { p << reinterpret_cast<const void*>(1); }},
+    };
+    for (const auto& [name, item] : items) {
+        print << KLNstream::width(3, '*') << KLNstream::hex;
+        item(print);
+        print << 10;
+        EXPECT_EQ(taken(), "**110") << name;
+        print << KLNstream::pers << KLNstream::width(3, '*') << KLNstream::hex;
+        item(print);
+        print << 10 << KLNstream::norm << 10;
+        EXPECT_EQ(taken(), "**1**a10") << name;
+    }
+}
+
+TEST_F(Print, EmptyTextLeavesFormattingToTheNextItem) {
+    print << KLNstream::hex4 << "" << KLTastr() << 255 << ' ' << 255;
+    EXPECT_EQ(taken(), "00ff 255");
+    print << KLNstream::hex4 << KLNstream::width(2, '-') << "" << 255;
+    EXPECT_EQ(taken(), "--255");
+}
+
+TEST_F(Print, PersistentFlagIsReadable) {
+    print.persistent(true);
+    print.width(9);
+    print.numwidth(3);
+    print << 1;
+    EXPECT_EQ(print.flags().width, 9);
+    EXPECT_EQ(print.flags().numwidth, 3);
+    print.persistent(false);
+    EXPECT_EQ(print.flags().width, 9) << "stays for the next item";
+    print.nextflags();
+    EXPECT_EQ(print.flags().width, 0);
+}
+
+TEST_F(Print, UserFlagsChangeWithinAMask) {
+    print.uflags(0xF0F0);
+    print.uflags(0x05, 0xFF);
+    EXPECT_EQ(print.flags().uflags_, 0xF005U);
+}
+
+TEST_F(Print, SettersWorkLikeManipulators) {
+    print.binary();
+    print << 5;
+    print.octal();
+    print << 8;
+    print.hexadec();
+    print.uprise();
+    print << 255;
+    print.decimal();
+    print.addNneg('+');
+    print << 3;
+    print.paddingchar('*');
+    print.width(5);
+    print << 42;
+    print.width(-5);
+    print.paddingchar('*');
+    print << 42;
+    EXPECT_EQ(taken(), "10110FF+3***4242***");
+}
+
+TEST_F(Print, LineEndIsTheCallers) {
+    print << KLNstream::cr;
+    print.setCR("|");
+    print << KLNstream::cr << KLNstream::crlf;
+    print.setCR(nullptr);
+    print.printCR();
+    print.setCR("#");
+    print.init();
+    print.printCR();
+    EXPECT_EQ(taken(), "\n|\r\n\n\n");
+}
+
+TEST_F(Print, OutputMoves) {
+    RecordingSink other;
+    print << "a";
+    print.output(&other);
+    print << "b";
+    print.output(nullptr);
+    print << "c";
+    EXPECT_EQ(&print.output(), KLTout::null());
+    EXPECT_EQ(taken(), "a");
+    EXPECT_EQ(other.take(), "b");
+}
+
+TEST(PrintDefault, WritesToTheNullDevice) {
+    KLTprint print;
+    EXPECT_EQ(&print.output(), &devNull);
+    EXPECT_EQ(print(17), 17);
+}
+
+TEST(Sink, BaseOperationsWriteByCharacters) {
+    RecordingSink sink;
+    EXPECT_EQ(sink.oblock("a\0b", 3), 0);
+    EXPECT_EQ(sink.ostring("xyz"), 0);
+    EXPECT_EQ(sink.ostring(""), 0);
+    EXPECT_EQ(sink.take(), std::string("a\0bxyz", 6));
+    EXPECT_EQ(sink.oblock(nullptr, 1), -6848);
+    EXPECT_EQ(sink.oblock("a", 0), -6848);
+    EXPECT_EQ(sink.oblock("a", -1), -6848);
+    EXPECT_EQ(sink.ostring(nullptr), -6848);
+    EXPECT_EQ(sink.take(), "");
+}
+
+TEST(Sink, NullDeviceTakesAll) {
+    EXPECT_EQ(devNull.ochar('x'), 1);
+    EXPECT_EQ(devNull.ostring("x"), 0);
+    EXPECT_EQ(devNull.oblock("x", 1), 0);
+    EXPECT_EQ(devNull.ofull(), 0);
+    EXPECT_EQ(KLTout::null(), &devNull);
+}
+
+} // namespace
