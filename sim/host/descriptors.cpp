@@ -32,6 +32,11 @@ void Descriptors::add_device(std::string path, Opener opener) {
     openers_.insert_or_assign(std::move(path), std::move(opener));
 }
 
+bool Descriptors::owns(int descriptor) const {
+    const auto found = files_.find(descriptor);
+    return found != files_.end() && found->second.file->still_open();
+}
+
 int Descriptors::open(std::string_view path, int flags) {
     static auto* const real_open = real_function<int(const char*, int, ...)>("open");
     std::unique_ptr<OpenFile> file = openers_.find(path)->second();

@@ -27,7 +27,7 @@ public:
     void add_device(std::string path, Opener opener);
 
     bool owns_path(std::string_view path) const { return openers_.contains(path); }
-    bool owns(int descriptor) const { return files_.contains(descriptor); }
+    bool owns(int descriptor) const;
 
     // All of the following: only for a path or a descriptor that is owned.
     int open(std::string_view path, int flags);

@@ -12,6 +12,9 @@ class OpenFile {
 public:
     virtual ~OpenFile() = default;
 
+    // False when the descriptor was closed past the stand-ins and is another file now.
+    virtual bool still_open() const { return true; }
+
     // Whether `read` or `write` has an answer now. Whoever makes that true calls
     // Descriptors::changed().
     virtual bool readable() const { return false; }

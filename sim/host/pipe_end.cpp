@@ -2,11 +2,13 @@
 
 #include "sim/host/descriptors.h"
 #include "sim/host/real.h"
+#include "sim/time/keep_errno.h"
 
 #include <algorithm>
 #include <cerrno>
 #include <climits>
 #include <poll.h>
+#include <sys/stat.h>
 
 namespace k4sim {
 
@@ -18,9 +20,22 @@ bool ready(int descriptor, short wanted) {
     return real_poll(&state, 1, 0) > 0;
 }
 
+// Unique among the open pipes of the system; 0 for what is no pipe.
+ino_t pipe_inode(int descriptor) {
+    struct stat status {};
+    return fstat(descriptor, &status) == 0 && S_ISFIFO(status.st_mode) ? status.st_ino : 0;
+}
+
 ssize_t with_error(ssize_t result) { return result < 0 ? -errno : result; }
 
 } // namespace
+
+PipeEnd::PipeEnd(int descriptor) : descriptor_(descriptor), inode_(pipe_inode(descriptor)) {}
+
+bool PipeEnd::still_open() const {
+    const KeepErrno keep_errno;
+    return pipe_inode(descriptor_) == inode_;
+}
 
 bool PipeEnd::readable() const { return ready(descriptor_, POLLIN); }
 

@@ -8,8 +8,10 @@ namespace k4sim {
 
 class PipeEnd final : public OpenFile {
 public:
-    explicit PipeEnd(int descriptor) : descriptor_(descriptor) {}
+    explicit PipeEnd(int descriptor);
 
+    // A sanitizer's runtime makes pipes by libc's function and closes them by its own.
+    bool still_open() const override;
     bool readable() const override;
     bool writable() const override;
     ssize_t read(void* data, std::size_t size) override;
@@ -18,6 +20,7 @@ public:
 
 private:
     int descriptor_;
+    ino_t inode_;
 };
 
 } // namespace k4sim
