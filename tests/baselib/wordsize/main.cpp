@@ -1,0 +1,5 @@
+// Gets here only when all types have the sizes that the program relies on.
+
+#include <cstdio>
+
+int main() { puts("started"); }
