@@ -1,0 +1,243 @@
+#include "fake_surroundings.h"
+#include "sim/models/cpld_aes.h"
+#include "sim/models/cpld_engine.h"
+#include "sim/models/cpld_hss.h"
+
+#include <gmock/gmock.h>
+
+using k4sim::I2cBus;
+using k4sim::Panel;
+using testing::ElementsAre;
+
+namespace {
+
+constexpr std::uint16_t base = 0xD000;
+
+class HssTest : public testing::Test {
+protected:
+    bool busy() { return (cpld.in(base + 4) & 0x80) != 0; }
+    void send(unsigned offset, std::uint8_t byte) {
+        cpld.out(base + offset, byte);
+        surroundings.advance(2);
+    }
+
+    FakeSurroundings surroundings;
+    Panel panel{0x3D, 8, surroundings};
+    k4sim::CpldHss cpld{panel, surroundings};
+};
+
+TEST_F(HssTest, tells_itself_and_the_panel) {
+    EXPECT_EQ(cpld.in(base + 0), 1);
+    EXPECT_EQ(cpld.in(base + 1), 9);
+    EXPECT_EQ(cpld.in(base + 5), 0x3D);
+    EXPECT_EQ(cpld.in(base + 6), 8);
+    for (const unsigned absent : {2, 3, 11, 12, 13, 14, 15})
+        EXPECT_EQ(cpld.in(base + absent), 0xFF) << absent;
+}
+
+TEST_F(HssTest, takes_commands_data_and_led_patterns) {
+    send(6, 0xC1);
+    send(5, 0x42);
+    send(7, 0x99);
+    EXPECT_EQ(panel.oled().peek_contrast(), 0x42);
+    EXPECT_EQ(panel.peek_led(), 0x99);
+    EXPECT_EQ(cpld.protocol_errors(), 0u);
+}
+
+TEST_F(HssTest, is_busy_after_each_byte_and_loses_what_comes_meanwhile) {
+    for (const unsigned offset : {5, 6, 7}) {
+        surroundings.advance(10);
+        EXPECT_FALSE(busy());
+        cpld.out(base + offset, 0xAF);
+        EXPECT_TRUE(busy());
+        surroundings.advance(1);
+        EXPECT_TRUE(busy());
+        surroundings.advance(1);
+        EXPECT_FALSE(busy());
+    }
+    cpld.out(base + 7, 0x01);
+    cpld.out(base + 7, 0x02);
+    EXPECT_EQ(panel.peek_led(), 0x01);
+    EXPECT_EQ(cpld.protocol_errors(), 1u);
+}
+
+TEST_F(HssTest, the_bytes_of_a_key_word_belong_together) {
+    panel.keys().press('1');
+    EXPECT_EQ(cpld.in(base + 7), 0xEF);
+    panel.keys().press('M');
+    panel.keys().turn(1, 2);
+    EXPECT_EQ(cpld.in(base + 8), 0xFF);
+    EXPECT_EQ(cpld.in(base + 9), 0x00);
+    EXPECT_EQ(cpld.in(base + 10), 0x00);
+    EXPECT_EQ(cpld.in(base + 7), 0xEF);
+    EXPECT_EQ(cpld.in(base + 9), 0x80);
+    EXPECT_EQ(cpld.in(base + 10), 0x02);
+    EXPECT_EQ(panel.keys().peek_reads(), 2u);
+}
+
+TEST_F(HssTest, a_dead_panel_reads_ff_and_takes_no_byte) {
+    panel.set_dead();
+    for (unsigned offset = 5; offset <= 10; ++offset)
+        EXPECT_EQ(cpld.in(base + offset), 0xFF);
+    EXPECT_FALSE(busy());
+    cpld.out(base + 6, 0xAF);
+    surroundings.advance(60'000'000);
+    EXPECT_TRUE(busy());
+    EXPECT_FALSE(panel.oled().peek_on());
+    cpld.out(base + 4, 1);
+    EXPECT_FALSE(busy());
+    EXPECT_EQ(surroundings.events.back(), "cpld link-reset");
+}
+
+TEST(AesTest, has_microphone_switches_and_a_watchdog_beside_the_port) {
+    FakeSurroundings surroundings;
+    Panel panel(0x3C, 9, surroundings);
+    k4sim::CpldAes cpld(panel, surroundings);
+    EXPECT_EQ(cpld.in(base + 0), 2);
+    EXPECT_EQ(cpld.in(base + 1), 1);
+    EXPECT_EQ(cpld.in(base + 5), 0x3C);
+    EXPECT_EQ(cpld.in(base + 11), 0);
+    cpld.out(base + 11, 0x45);
+    cpld.out(base + 11, 0x45);
+    cpld.out(base + 12, 7);
+    cpld.out(base + 12, 7);
+    cpld.out(base + 12, 8);
+    EXPECT_EQ(cpld.in(base + 11), 0x45);
+    EXPECT_EQ(cpld.peek_microphone(), 0x45);
+    EXPECT_EQ(cpld.peek_watchdog(), 8);
+    EXPECT_EQ(cpld.peek_watchdog_writes(), 3u);
+    EXPECT_THAT(surroundings.events, ElementsAre("cpld microphone boost=5 phantom=4",
+                                                 "cpld watchdog value=7", "cpld watchdog value=8"));
+}
+
+TEST(CpldI2cTest, the_line_register_drives_and_reads_the_bus) {
+    FakeSurroundings surroundings;
+    Panel panel(0x3C, 5, surroundings);
+    I2cBus bus;
+    bus.attach(0x3C, panel);
+    k4sim::CpldI2c cpld(bus);
+    EXPECT_EQ(cpld.in(base + 1), 6);
+    const auto lines = [&](std::initializer_list<std::uint8_t> values) {
+        for (const std::uint8_t value : values)
+            cpld.out(base + 4, value);
+    };
+    lines({3, 2, 0}); // start condition
+    for (const bool bit : {0, 1, 1, 1, 1, 0, 0, 0}) {
+        const std::uint8_t sda = bit;
+        lines({sda, static_cast<std::uint8_t>(2 | sda), sda});
+    }
+    lines({1, 3});
+    EXPECT_EQ(cpld.in(base + 4) & 1, 0) << "the panel acknowledges its address";
+    lines({0, 2, 3});
+    EXPECT_EQ(cpld.in(base + 4) & 1, 1);
+    EXPECT_EQ(cpld.in(base + 5), 0xFF);
+}
+
+class EngineTest : public testing::Test {
+protected:
+    EngineTest() { bus.attach(0x3C, panel); }
+
+    bool busy() { return (cpld.in(base + 5) & 0x80) != 0; }
+    bool received() { return (cpld.in(base + 5) & 0x20) == 0; }
+    void put(unsigned offset, std::uint8_t value) { cpld.out(base + offset, value); }
+    // Microseconds until `condition` holds.
+    template <class Condition>
+    int wait(Condition condition) {
+        int duration_us = 0;
+        for (; !condition() && duration_us < 1000; ++duration_us)
+            surroundings.advance(1);
+        return duration_us;
+    }
+    void write(const std::vector<std::uint8_t>& bytes) {
+        wait([&] { return !busy(); });
+        put(5, 2);
+        put(6, 0x78);
+        for (std::size_t i = 0; i < bytes.size(); ++i) {
+            wait([&] { return !busy(); });
+            if (i + 1 == bytes.size()) put(5, 1);
+            put(6, bytes[i]);
+        }
+    }
+    std::vector<unsigned> read(unsigned length) {
+        std::vector<unsigned> bytes;
+        put(5, 2);
+        put(6, 0x79);
+        while (bytes.size() < length) {
+            wait([&] { return received(); });
+            if (bytes.size() + 1 == length) put(5, 1);
+            bytes.push_back(cpld.in(base + 7));
+        }
+        return bytes;
+    }
+
+    FakeSurroundings surroundings;
+    Panel panel{0x3D, 7, surroundings};
+    I2cBus bus;
+    k4sim::CpldEngine cpld{bus, surroundings};
+};
+
+TEST_F(EngineTest, moves_bytes_in_the_time_that_the_bus_takes) {
+    EXPECT_EQ(cpld.in(base + 0), 1);
+    EXPECT_EQ(cpld.in(base + 1), 8);
+    EXPECT_EQ(cpld.in(base + 5), 0x20) << "nothing to send, nothing received";
+    put(5, 2);
+    put(6, 0x78);
+    EXPECT_EQ(wait([&] { return !busy(); }), 23); // 9 bits of 2.5 us
+    put(6, 0x50);
+    EXPECT_EQ(wait([&] { return !busy(); }), 23);
+    put(5, 1);
+    put(6, 0x3E);
+    EXPECT_EQ(panel.peek_led(), 0x3E);
+    EXPECT_EQ(cpld.protocol_errors(), 0u);
+}
+
+TEST_F(EngineTest, reads_after_a_write_that_is_still_on_the_wire) {
+    panel.keys().press('0');
+    panel.keys().turn(2, -1);
+    write({0x40});
+    EXPECT_TRUE(busy());
+    EXPECT_THAT(read(4), ElementsAre(0xFF, 0xF7, 0x0F, 0x00));
+    EXPECT_FALSE(received()) << "the last byte was the last";
+    write({0x00});
+    EXPECT_THAT(read(1), ElementsAre(0x3D));
+    EXPECT_EQ(cpld.protocol_errors(), 0u);
+}
+
+TEST_F(EngineTest, a_received_byte_takes_its_time) {
+    write({0x40});
+    wait([&] { return !busy(); });
+    put(5, 2);
+    put(6, 0x79);
+    EXPECT_EQ(wait([&] { return received(); }), 46); // address byte and first byte
+    cpld.in(base + 7);
+    EXPECT_EQ(wait([&] { return received(); }), 23);
+}
+
+TEST_F(EngineTest, counts_what_a_driver_does_too_early) {
+    put(5, 2);
+    put(6, 0x78);
+    put(6, 0x50); // waits behind the address byte
+    put(6, 0x11); // lost
+    EXPECT_EQ(cpld.protocol_errors(), 1u);
+    EXPECT_EQ(panel.peek_led(), 0x00);
+    cpld.in(base + 7);
+    EXPECT_EQ(cpld.protocol_errors(), 2u);
+}
+
+TEST_F(EngineTest, tells_nothing_of_a_panel_that_does_not_answer) {
+    panel.set_dead();
+    write({0x00});
+    EXPECT_THAT(read(1), ElementsAre(0xFF));
+    bus.set_sda_stuck(false);
+    EXPECT_THAT(read(2), ElementsAre(0x00, 0x00));
+    EXPECT_EQ(cpld.protocol_errors(), 0u);
+}
+
+TEST_F(EngineTest, has_the_line_register_too) {
+    put(4, 3);
+    EXPECT_EQ(cpld.in(base + 4), 3);
+    put(4, 0);
+    EXPECT_EQ(cpld.in(base + 4), 0);
+}
+
+} // namespace

@@ -1,0 +1,147 @@
+#include "fake_surroundings.h"
+#include "sim/models/device.h"
+#include "sim/models/faults.h"
+
+#include <gmock/gmock.h>
+
+using k4sim::Board;
+using k4sim::Device;
+using testing::HasSubstr;
+using testing::IsEmpty;
+
+namespace {
+
+constexpr Board boards[] = {Board::aes, Board::plain, Board::i2c, Board::engine, Board::none};
+
+TEST(DeviceTest, each_board_answers_at_its_base_alone) {
+    const struct {
+        Board board;
+        std::uint16_t base;
+        std::uint8_t id, version, panel_type;
+    } cases[] = {
+        {Board::aes, 0xD000, 2, 1, 0x3C},
+        {Board::plain, 0xD000, 1, 9, 0x3D},
+        {Board::i2c, 0xD000, 1, 6, 0x3C},
+        {Board::engine, 0x0A00, 1, 8, 0x3D},
+    };
+    for (const auto& [board, base, id, version, panel_type] : cases) {
+        FakeSurroundings surroundings;
+        Device device(board, surroundings);
+        EXPECT_EQ(device.in(base), id);
+        EXPECT_EQ(device.in(base + 1), version);
+        EXPECT_EQ(device.panel()->reported_type(), panel_type);
+        const std::uint16_t other = base == 0xD000 ? 0x0A00 : 0xD000;
+        for (const unsigned port : {other + 0, other + 1, base + 16, base - 1, 0x80, 0})
+            EXPECT_EQ(device.in(port), 0xFF) << std::hex << port;
+    }
+}
+
+TEST(DeviceTest, board_none_reads_ff_and_swallows_writes) {
+    FakeSurroundings surroundings;
+    Device device(Board::none, surroundings);
+    for (unsigned port = 0; port < 0x10000; ++port) {
+        device.out(static_cast<std::uint16_t>(port), 0x01);
+        ASSERT_EQ(device.in(static_cast<std::uint16_t>(port)), 0xFF) << port;
+    }
+    EXPECT_EQ(device.panel(), nullptr);
+    EXPECT_EQ(device.oled(), nullptr);
+    EXPECT_EQ(device.keys(), nullptr);
+    EXPECT_EQ(device.cpld(), nullptr);
+}
+
+TEST(FaultsTest, every_device_fault_can_be_set_and_the_others_belong_to_the_host) {
+    for (const k4sim::Fault& fault : k4sim::fault_list()) {
+        FakeSurroundings surroundings;
+        Device device(Board::i2c, surroundings);
+        const std::string value = fault.value == k4sim::Fault::Value::none  ? ""
+                                  : fault.value == k4sim::Fault::Value::key ? "5"
+                                                                            : "1";
+        EXPECT_EQ(k4sim::fault_error(Board::i2c, fault.name, value), "") << fault.name;
+        EXPECT_EQ(device.set_fault(fault.name, value), fault.site == k4sim::Fault::Site::device)
+            << fault.name;
+        EXPECT_FALSE(fault.breaks.empty() || fault.verdict.empty()) << fault.name;
+        EXPECT_EQ(k4sim::find_fault(fault.name), &fault);
+    }
+    EXPECT_TRUE(std::ranges::is_sorted(k4sim::fault_list(), {}, &k4sim::Fault::name));
+}
+
+TEST(FaultsTest, an_error_names_the_fault_and_the_way_out) {
+    const struct {
+        Board board;
+        std::string_view name, value;
+        const char* text;
+    } cases[] = {
+        {Board::aes, "key-hold", "7", "unknown fault key-hold: \"k4sim faults\""},
+        {Board::aes, "", "", "unknown fault"},
+        {Board::aes, "key-held", "L", "fault key-held needs a key, one of 0123456789*#KEACDM"},
+        {Board::aes, "key-dead", "", "needs a key"},
+        {Board::aes, "key-dead", "55", "needs a key"},
+        {Board::aes, "encoder-dead", "3", "needs a number from 1 to 2"},
+        {Board::aes, "panel-type", "256", "needs a number from 0 to 255"},
+        {Board::aes, "panel-type", "0x", "needs a number"},
+        {Board::aes, "panel-type", "-1", "needs a number"},
+        {Board::aes, "panel-type", "0x-1", "needs a number"},
+        {Board::aes, "panel-type", "12x", "needs a number"},
+        {Board::aes, "thread-create", "0", "needs a number from 1"},
+        {Board::aes, "panel-dead", "1", "takes no value"},
+        {Board::aes, "sda-stuck", "0", "board aes: choose board i2c or engine"},
+        {Board::none, "panel-dead", "", "board none: choose board aes, plain, i2c or engine"},
+    };
+    for (const auto& [board, name, value, text] : cases) {
+        EXPECT_THAT(k4sim::fault_error(board, name, value), HasSubstr(text));
+        FakeSurroundings surroundings;
+        Device device(board, surroundings);
+        EXPECT_FALSE(device.set_fault(name, value)) << name << "=" << value;
+    }
+    for (const Board board : boards)
+        EXPECT_THAT(k4sim::fault_error(board, "no-privilege", ""), IsEmpty());
+}
+
+TEST(FaultsTest, each_fault_breaks_what_it_says) {
+    FakeSurroundings surroundings;
+    Device device(Board::plain, surroundings);
+    const auto key_word = [&device] {
+        std::uint32_t word = 0;
+        for (unsigned byte = 0; byte < 4; ++byte)
+            word |= device.in(0xD007 + byte) << (8 * byte);
+        return word;
+    };
+    device.set_fault("cpld-id", "0x12");
+    device.set_fault("cpld-version", "77");
+    device.set_fault("panel-type", "0x41");
+    EXPECT_EQ(device.in(0xD000), 0x12);
+    EXPECT_EQ(device.in(0xD001), 77);
+    EXPECT_EQ(device.in(0xD005), 0x41);
+
+    device.set_fault("key-held", "C");
+    device.set_fault("key-dead", "D");
+    device.set_fault("encoder-dead", "1");
+    device.set_fault("key-word-invalid", "1");
+    device.keys()->press('D');
+    device.keys()->turn(1, 1);
+    device.keys()->turn(2, 1);
+    EXPECT_NE(key_word() & 0x40000000, 0u);
+    EXPECT_EQ(key_word(), 0x0001FFFEu);
+
+    device.set_fault("panel-dead", "");
+    EXPECT_EQ(key_word(), 0xFFFFFFFFu);
+    EXPECT_EQ(device.in(0xD005), 0xFF);
+
+    EXPECT_TRUE(device.speaker().present());
+    device.set_fault("speaker-absent", "");
+    EXPECT_FALSE(device.speaker().present());
+}
+
+TEST(FaultsTest, a_stuck_data_line_reads_as_what_holds_it) {
+    for (const bool level : {false, true}) {
+        FakeSurroundings surroundings;
+        Device device(Board::i2c, surroundings);
+        EXPECT_TRUE(device.set_fault("sda-stuck", level ? "1" : "0"));
+        for (const std::uint8_t drive : {3, 2, 0, 1}) {
+            device.out(0xD004, drive);
+            EXPECT_EQ(device.in(0xD004) & 1, level);
+        }
+    }
+}
+
+} // namespace

@@ -1,0 +1,53 @@
+// Surroundings for one model alone: time stands until the test moves it, and events are
+// kept as text.
+#pragma once
+
+#include "sim/models/surroundings.h"
+
+#include <algorithm>
+#include <functional>
+#include <map>
+#include <string>
+#include <utility>
+#include <vector>
+
+class FakeSurroundings final : public k4sim::Surroundings {
+public:
+    // Each event as "source what name=value ...".
+    std::vector<std::string> events;
+
+    // Lets time pass, and what is due happen.
+    void advance(k4sim::Microseconds duration) {
+        const k4sim::Microseconds end = now_ + duration;
+        while (!planned_.empty() && planned_.begin()->first <= end) {
+            auto first = planned_.extract(planned_.begin());
+            now_ = std::max(now_, first.key());
+            first.mapped()();
+        }
+        now_ = end;
+    }
+
+    k4sim::Microseconds now() const override { return now_; }
+
+    void at(k4sim::Microseconds when, std::function<void()> action) override {
+        planned_.emplace(when, std::move(action));
+    }
+
+    void event(std::string_view source, std::string_view what,
+               std::initializer_list<k4sim::Field> fields) override {
+        std::string text = std::string(source) + " " + std::string(what);
+        for (const k4sim::Field& field : fields)
+            text += " " + std::string(field.name) + "=" + std::visit(Text{}, field.value);
+        events.push_back(text);
+    }
+
+private:
+    struct Text {
+        std::string operator()(std::int64_t number) const { return std::to_string(number); }
+        std::string operator()(bool flag) const { return flag ? "true" : "false"; }
+        std::string operator()(std::string_view text) const { return std::string(text); }
+    };
+
+    k4sim::Microseconds now_ = 0;
+    std::multimap<k4sim::Microseconds, std::function<void()>> planned_;
+};

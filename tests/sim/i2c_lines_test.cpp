@@ -1,0 +1,211 @@
+// Waveforms built by hand from the rules of the I2C bus, with the slave of the test on
+// the far side.
+#include "sim/models/i2c_lines.h"
+
+#include <gmock/gmock.h>
+
+#include <string>
+#include <vector>
+
+using k4sim::I2cBus;
+using k4sim::I2cLines;
+using testing::ElementsAre;
+
+namespace {
+
+// Notes what arrives, and answers reads with 0xA1, 0xA2 ...
+class NotingSlave final : public k4sim::I2cSlave {
+public:
+    std::vector<std::string> notes;
+    unsigned refuse_from = 1000; // data byte of a write that is not acknowledged
+
+    bool begin_write() override {
+        notes.push_back("write");
+        received_ = 0;
+        return true;
+    }
+    bool begin_read() override {
+        notes.push_back("read");
+        next_ = 0xA1;
+        return true;
+    }
+    bool write_byte(std::uint8_t byte) override {
+        notes.push_back(std::to_string(byte));
+        return ++received_ < refuse_from;
+    }
+    std::uint8_t read_byte() override { return next_++; }
+
+private:
+    unsigned received_ = 0;
+    std::uint8_t next_ = 0;
+};
+
+class I2cLinesTest : public testing::Test {
+protected:
+    I2cLinesTest() { bus.attach(0x3C, slave); }
+
+    // One character a step: the levels that the master gives the lines. Blanks are for
+    // the reader.
+    void wave(std::string scl, std::string sda) {
+        std::erase(scl, ' ');
+        std::erase(sda, ' ');
+        ASSERT_EQ(scl.size(), sda.size());
+        for (std::size_t i = 0; i < scl.size(); ++i)
+            lines.drive(scl[i] == '-', sda[i] == '-');
+    }
+    void start() { wave("-__", "__-"); } // ends with SCL low and SDA free
+    void stop() { wave("_--", "__-"); }
+    // A bit as the master gives it; what the line carries while SCL is high.
+    bool clock(bool bit) {
+        lines.drive(false, bit);
+        lines.drive(true, bit);
+        const bool level = lines.sda();
+        lines.drive(false, bit);
+        return level;
+    }
+    // True when acknowledged.
+    bool write(unsigned byte) {
+        for (unsigned mask = 0x80; mask != 0; mask >>= 1)
+            clock((byte & mask) != 0);
+        return !clock(true);
+    }
+    unsigned read(bool acknowledge) {
+        unsigned byte = 0;
+        for (int bit = 0; bit < 8; ++bit)
+            byte = byte * 2 + (clock(true) ? 1 : 0);
+        clock(!acknowledge);
+        return byte;
+    }
+
+    NotingSlave slave;
+    I2cBus bus;
+    I2cLines lines{bus};
+};
+
+TEST_F(I2cLinesTest, a_drawn_waveform_is_a_message) {
+    //   start 0   1   1   1   1   0   0   0  ack  0   1   0   1   0   0   0   0  ack stop
+    wave("--_ _-_ _-_ _-_ _-_ _-_ _-_ _-_ _-_ _-_ _-_ _-_ _-_ _-_ _-_ _-_ _-_ _-_ _-_ _--",
+         "-__ ___ --- --- --- --- ___ ___ ___ --- ___ --- ___ --- ___ ___ ___ ___ --- __-");
+    EXPECT_THAT(slave.notes, ElementsAre("write", "80"));
+}
+
+TEST_F(I2cLinesTest, a_write_reaches_the_addressed_slave_byte_by_byte) {
+    start();
+    EXPECT_TRUE(write(0x78));
+    EXPECT_TRUE(write(0x10));
+    EXPECT_TRUE(write(0xAF));
+    stop();
+    EXPECT_THAT(slave.notes, ElementsAre("write", "16", "175"));
+    EXPECT_TRUE(lines.sda());
+}
+
+TEST_F(I2cLinesTest, a_read_gives_bytes_until_one_is_not_acknowledged) {
+    start();
+    EXPECT_TRUE(write(0x79));
+    EXPECT_EQ(read(true), 0xA1u);
+    EXPECT_EQ(read(true), 0xA2u);
+    EXPECT_EQ(read(false), 0xA3u);
+    EXPECT_EQ(read(false), 0xFFu) << "the slave has let go of the line";
+    stop();
+    EXPECT_THAT(slave.notes, ElementsAre("read"));
+}
+
+TEST_F(I2cLinesTest, lines_that_change_together_are_taken_scl_first_when_it_falls) {
+    wave("-_", "__");
+    EXPECT_TRUE(write(0x79));
+    for (int bit = 0; bit < 8; ++bit) {
+        lines.drive(true, true);
+        lines.drive(false, true);
+    }
+    lines.drive(true, true);   // not acknowledged
+    lines.drive(false, false); // both fall: no start condition
+    stop();
+    EXPECT_THAT(slave.notes, ElementsAre("read"));
+}
+
+TEST_F(I2cLinesTest, other_addresses_and_lonely_clock_pulses_are_nobodys) {
+    start();
+    EXPECT_FALSE(write(0x7A));
+    EXPECT_FALSE(write(0x55));
+    stop();
+    wave("-_____--", "---__---"); // one clock pulse with SDA moving while SCL is low
+    EXPECT_FALSE(write(0x78)) << "without a start condition";
+    EXPECT_TRUE(slave.notes.empty());
+}
+
+TEST_F(I2cLinesTest, a_new_start_ends_a_message_in_its_middle) {
+    start();
+    write(0x78);
+    clock(true);
+    clock(true);
+    wave("_-", "--");
+    start();
+    EXPECT_TRUE(write(0x78));
+    EXPECT_TRUE(write(0x20));
+    stop();
+    EXPECT_THAT(slave.notes, ElementsAre("write", "write", "32"));
+}
+
+TEST_F(I2cLinesTest, a_slave_may_refuse_a_byte) {
+    slave.refuse_from = 2;
+    start();
+    EXPECT_TRUE(write(0x78));
+    EXPECT_TRUE(write(0x01));
+    EXPECT_FALSE(write(0x02));
+    stop();
+}
+
+TEST_F(I2cLinesTest, faults_of_the_bus) {
+    bus.set_no_acknowledge(0x3C);
+    start();
+    EXPECT_FALSE(write(0x78));
+    stop();
+    EXPECT_TRUE(slave.notes.empty());
+
+    bus.clear_faults();
+    bus.set_corruption(2, 0x81);
+    start();
+    EXPECT_TRUE(write(0x78));
+    write(0x00);
+    write(0x00);
+    write(0x00);
+    stop();
+    EXPECT_THAT(slave.notes, ElementsAre("write", "0", "129", "0"));
+
+    slave.notes.clear();
+    bus.set_corruption(1, 0xFF);
+    start();
+    write(0x79);
+    EXPECT_EQ(read(true), 0x5Eu);
+    EXPECT_EQ(read(false), 0xA2u);
+    stop();
+}
+
+TEST_F(I2cLinesTest, a_stuck_line_keeps_everything_from_the_slave) {
+    const struct {
+        std::optional<bool> sda, scl;
+        bool acknowledged;
+        unsigned byte;
+    } cases[] = {
+        {false, {}, true, 0x00}, // a line held low looks like an acknowledge
+        {true, {}, false, 0xFF},
+        {{}, false, false, 0xFF},
+        {{}, true, false, 0xFF},
+    };
+    for (const auto& [sda, scl, acknowledged, byte] : cases) {
+        bus.set_sda_stuck(sda);
+        bus.set_scl_stuck(scl);
+        start();
+        EXPECT_EQ(write(0x79), acknowledged);
+        EXPECT_EQ(read(false), byte);
+        stop();
+        bus.clear_faults();
+        stop();
+    }
+    EXPECT_TRUE(slave.notes.empty());
+    start();
+    EXPECT_TRUE(write(0x79));
+    EXPECT_EQ(read(false), 0xA1u) << "the bus works again";
+}
+
+} // namespace

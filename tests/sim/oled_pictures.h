@@ -1,0 +1,34 @@
+// Pictures for the tests of the OLED controllers.
+#pragma once
+
+#include "sim/models/oled.h"
+
+#include <algorithm>
+#include <random>
+
+inline k4sim::Picture random_picture(unsigned seed) {
+    std::mt19937 random(seed);
+    k4sim::Picture picture{};
+    for (std::uint8_t& grey : picture)
+        grey = random() % 16;
+    return picture;
+}
+
+inline std::uint8_t pixel(const k4sim::Picture& picture, unsigned x, unsigned y) {
+    return picture[y * k4sim::glass_width + x];
+}
+
+// The picture as seen by someone who stands on his head.
+inline k4sim::Picture turned(k4sim::Picture picture) {
+    std::reverse(picture.begin(), picture.end());
+    return picture;
+}
+
+// Rows from top to bottom exchanged.
+inline k4sim::Picture upside_down(const k4sim::Picture& picture) {
+    k4sim::Picture result{};
+    for (unsigned y = 0; y < k4sim::glass_height; ++y)
+        std::copy_n(picture.begin() + y * k4sim::glass_width, k4sim::glass_width,
+                    result.end() - (y + 1) * k4sim::glass_width);
+    return result;
+}

@@ -1,0 +1,77 @@
+#include "fake_surroundings.h"
+#include "sim/models/speaker.h"
+
+#include <gmock/gmock.h>
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+namespace {
+
+class SpeakerTest : public testing::Test {
+protected:
+    FakeSurroundings surroundings;
+    k4sim::Speaker speaker{surroundings};
+};
+
+TEST_F(SpeakerTest, a_tone_ends_by_itself) {
+    speaker.tone(2386, 100);
+    EXPECT_EQ(speaker.frequency_hz(), 500u);
+    surroundings.advance(99'999);
+    EXPECT_TRUE(speaker.sounding());
+    surroundings.advance(1);
+    EXPECT_FALSE(speaker.sounding());
+    EXPECT_EQ(speaker.frequency_hz(), 0u);
+    EXPECT_THAT(surroundings.events,
+                ElementsAre("speaker tone divider=2386 hz=500 ms=100", "speaker silence"));
+}
+
+TEST_F(SpeakerTest, a_sound_lasts_until_it_is_stopped) {
+    speaker.set_divider(1193);
+    surroundings.advance(3'600'000'000);
+    EXPECT_EQ(speaker.frequency_hz(), 1000u);
+    speaker.set_divider(0);
+    speaker.set_divider(0);
+    EXPECT_FALSE(speaker.sounding());
+    EXPECT_THAT(surroundings.events,
+                ElementsAre("speaker sound divider=1193 hz=1000", "speaker silence"));
+}
+
+TEST_F(SpeakerTest, a_later_tone_is_not_cut_by_the_end_of_an_earlier_one) {
+    speaker.tone(2386, 100);
+    surroundings.advance(60'000);
+    speaker.tone(1193, 100);
+    surroundings.advance(60'000);
+    EXPECT_EQ(speaker.frequency_hz(), 1000u);
+    surroundings.advance(40'000);
+    EXPECT_FALSE(speaker.sounding());
+    EXPECT_EQ(speaker.peek_tones(), 2u);
+}
+
+TEST_F(SpeakerTest, a_tone_without_length_or_divider_is_silence) {
+    for (const auto& [divider, length_ms] : {std::pair{0u, 100u}, {2386u, 0u}}) {
+        speaker.set_divider(1193);
+        speaker.tone(divider, length_ms);
+        EXPECT_FALSE(speaker.sounding());
+    }
+}
+
+TEST_F(SpeakerTest, an_absent_speaker_makes_no_sound) {
+    speaker.set_present(false);
+    speaker.tone(2386, 100);
+    speaker.set_divider(1193);
+    EXPECT_FALSE(speaker.sounding());
+    EXPECT_THAT(surroundings.events, IsEmpty());
+}
+
+TEST_F(SpeakerTest, tells_an_observer_of_each_beginning_and_end) {
+    std::vector<std::uint32_t> heard;
+    speaker.set_on_change([&] { heard.push_back(speaker.frequency_hz()); });
+    speaker.tone(2386, 100);
+    speaker.set_divider(1193);
+    surroundings.advance(200'000);
+    speaker.set_divider(0);
+    EXPECT_THAT(heard, ElementsAre(500, 1000, 0));
+}
+
+} // namespace

@@ -1,0 +1,313 @@
+// The byte streams here are worked out by hand from the command table of the chip.
+#include "fake_surroundings.h"
+#include "oled_pictures.h"
+#include "sim/models/ssd1362.h"
+
+#include <gmock/gmock.h>
+
+using k4sim::glass_height;
+using k4sim::glass_width;
+using k4sim::Oled;
+using k4sim::Picture;
+using testing::ElementsAre;
+
+namespace {
+
+using Bytes = std::vector<std::uint8_t>;
+
+class Ssd1362Test : public testing::Test {
+protected:
+    void commands(const Bytes& bytes) {
+        for (const std::uint8_t byte : bytes)
+            oled.command(byte);
+    }
+    void data(const Bytes& bytes) {
+        for (const std::uint8_t byte : bytes)
+            oled.data(byte);
+    }
+    void clear() {
+        commands({0x15, 0x00, 0x7F, 0x75, 0x00, 0x3F});
+        data(Bytes(8192, 0x00));
+    }
+    void start(std::uint8_t remap = 0xC3) {
+        commands({0xFD, 0x12, 0xAE, 0x23, 0x00, 0x81, 0x9F, 0xA0, remap, 0xA1, 0x00,
+                  0xA2, 0x00, 0xA4, 0xA8, 0x3F, 0xAB, 0x01, 0xAD, 0x8E,  0xB1, 0x22,
+                  0xB3, 0xA0, 0xB6, 0x04, 0xB9, 0xBC, 0x10, 0xBD, 0x01,  0xBE, 0x07});
+        clear();
+        commands({0xAF});
+    }
+    // With the even x in the high nibble, as it fits remap C3.
+    void send(const Picture& picture) {
+        commands({0x15, 0x00, 0x7F, 0x75, 0x00, 0x3F});
+        for (std::size_t i = 0; i < picture.size(); i += 2)
+            oled.data(static_cast<std::uint8_t>(picture[i] * 16 + picture[i + 1]));
+    }
+
+    FakeSurroundings surroundings;
+    k4sim::Ssd1362 oled{surroundings};
+};
+
+TEST_F(Ssd1362Test, is_asleep_with_noise_in_its_ram_after_power_up) {
+    EXPECT_FALSE(oled.peek_on());
+    EXPECT_EQ(oled.picture(), Picture{});
+    oled.command(0xAF);
+    EXPECT_NE(oled.picture(), Picture{});
+}
+
+TEST_F(Ssd1362Test, the_usual_initialisation_breaks_no_rule_and_shows_black) {
+    start();
+    EXPECT_EQ(oled.protocol_errors(), 0u);
+    EXPECT_TRUE(oled.peek_on());
+    EXPECT_EQ(oled.picture(), Picture{});
+    EXPECT_EQ(oled.peek_contrast(), 0x9F);
+    EXPECT_EQ(oled.peek_parameter(0xB1), 0x22);
+}
+
+TEST_F(Ssd1362Test, two_pixels_land_where_the_worked_example_says) {
+    start();
+    commands({0x15, 0x05, 0x05, 0x75, 0x03, 0x03});
+    data({0xA5});
+    Picture expected{};
+    expected[3 * glass_width + 10] = 0xA;
+    expected[3 * glass_width + 11] = 0x5;
+    EXPECT_EQ(oled.picture(), expected);
+}
+
+TEST_F(Ssd1362Test, a_full_picture_arrives_pixel_for_pixel) {
+    start();
+    const Picture picture = random_picture(1);
+    send(picture);
+    EXPECT_EQ(oled.picture(), picture);
+}
+
+TEST_F(Ssd1362Test, an_odd_span_takes_its_neighbours_along) {
+    start();
+    const Picture picture = random_picture(2);
+    send(picture);
+    commands({0x15, 0x05, 0x06, 0x75, 0x08, 0x08});
+    data({0x12, 0x34});
+    Picture expected = picture;
+    for (unsigned x = 10; x <= 13; ++x)
+        expected[8 * glass_width + x] = x - 9;
+    EXPECT_EQ(oled.picture(), expected);
+}
+
+TEST_F(Ssd1362Test, the_remap_byte_decides_how_the_picture_lies_on_the_glass) {
+    const Picture picture = random_picture(3);
+    Picture exchanged = picture; // the two pixels of a byte
+    for (std::size_t i = 0; i < picture.size(); i += 2)
+        std::swap(exchanged[i], exchanged[i + 1]);
+    const struct {
+        std::uint8_t remap;
+        Picture seen;
+    } cases[] = {
+        {0xC3, picture},   {0xD0, turned(picture)},      {0x52, turned(picture)},
+        {0x43, exchanged}, {0xD3, upside_down(picture)}, {0xC2, turned(upside_down(exchanged))},
+        {0xC1, exchanged},
+    };
+    for (const auto& [remap, seen] : cases) {
+        start(remap);
+        send(picture);
+        EXPECT_EQ(oled.picture(), seen) << "remap " << std::hex << int{remap};
+    }
+}
+
+TEST_F(Ssd1362Test, without_odd_even_wiring_the_two_halves_are_interleaved) {
+    start(0x00);
+    commands({0x15, 0x00, 0x00, 0x75, 0x00, 0x00});
+    data({0x21}); // segments 0 and 1, at the first two pads of the left side
+    const Picture picture = oled.picture();
+    EXPECT_EQ(pixel(picture, 255, 0), 1);
+    EXPECT_EQ(pixel(picture, 253, 0), 2);
+}
+
+TEST_F(Ssd1362Test, the_pointer_wraps_within_its_window) {
+    start();
+    commands({0x15, 0x02, 0x03, 0x75, 0x04, 0x05});
+    data({0x11, 0x22, 0x33, 0x44, 0x55});
+    const Picture along = oled.picture();
+    EXPECT_EQ(pixel(along, 4, 4), 5); // the fifth byte is back at the start
+    EXPECT_EQ(pixel(along, 6, 4), 2);
+    EXPECT_EQ(pixel(along, 4, 5), 3);
+    EXPECT_EQ(pixel(along, 6, 5), 4);
+
+    commands({0xA0, 0xC7, 0x15, 0x02, 0x03, 0x75, 0x04, 0x05});
+    data({0x11, 0x22, 0x33, 0x44});
+    const Picture down = oled.picture();
+    EXPECT_EQ(pixel(down, 4, 5), 2);
+    EXPECT_EQ(pixel(down, 6, 4), 3);
+}
+
+TEST_F(Ssd1362Test, power_and_display_mode_are_independent) {
+    start();
+    const Picture picture = random_picture(4);
+    send(picture);
+    Picture inverse = picture;
+    for (std::uint8_t& grey : inverse)
+        grey = 15 - grey;
+    Picture lit{};
+    lit.fill(15);
+    const struct {
+        std::uint8_t command;
+        Picture seen;
+    } cases[] = {{0xA5, lit}, {0xA6, Picture{}}, {0xA7, inverse}, {0xA4, picture}};
+    for (const auto& [command, seen] : cases) {
+        commands({command});
+        EXPECT_EQ(oled.picture(), seen) << std::hex << int{command};
+        commands({0xAE});
+        EXPECT_EQ(oled.picture(), Picture{}) << std::hex << int{command};
+        commands({0xAF});
+        EXPECT_EQ(oled.picture(), seen) << std::hex << int{command};
+    }
+    commands({0xAE, 0xA5, 0xAF});
+    EXPECT_EQ(oled.picture(), lit) << "a mode set during sleep applies at wake-up";
+}
+
+TEST_F(Ssd1362Test, start_line_offset_and_multiplex_move_and_cut_the_rows) {
+    start();
+    const Picture picture = random_picture(5);
+    send(picture);
+    const struct {
+        Bytes bytes;
+        unsigned first_row;
+        unsigned lines;
+    } cases[] = {{{0xA1, 0x0A}, 10, 64},
+                 {{0xA1, 0x00, 0xA2, 0x05}, 5, 64},
+                 {{0xA2, 0x00, 0xA8, 0x1F}, 0, 32}};
+    for (const auto& [bytes, first_row, lines] : cases) {
+        commands(bytes);
+        const Picture seen = oled.picture();
+        for (unsigned y = 0; y < glass_height; ++y) {
+            const unsigned expected =
+                y < lines ? pixel(picture, 77, (y + first_row) % glass_height) : 0;
+            EXPECT_EQ(pixel(seen, 77, y), expected) << "row " << y << " from " << first_row;
+        }
+    }
+}
+
+TEST_F(Ssd1362Test, while_locked_only_unlocking_works) {
+    start();
+    const Picture picture = random_picture(6);
+    send(picture);
+    commands({0xFD, 0x16, 0xA5, 0xAE, 0x81, 0x01});
+    data({0xFF, 0xFF});
+    EXPECT_TRUE(oled.peek_locked());
+    EXPECT_EQ(oled.picture(), picture);
+    EXPECT_EQ(oled.peek_contrast(), 0x9F);
+    commands({0xFD, 0x12, 0xA5});
+    EXPECT_EQ(oled.peek_mode(), Oled::Mode::all_on);
+}
+
+TEST_F(Ssd1362Test, bytes_against_the_rules_are_counted_and_ignored) {
+    const struct {
+        const char* what;
+        Bytes bytes;
+        unsigned errors;
+    } cases[] = {
+        {"commands of the other chip", {0x5C, 0xC1, 0xC7, 0xCA, 0xD1, 0xE3}, 6},
+        {"contrast 0", {0x81, 0x00}, 1},
+        {"column beyond the last", {0x15, 0x00, 0x80}, 1},
+        {"row beyond the last", {0x75, 0x00, 0x40}, 1},
+        {"window backwards", {0x15, 0x06, 0x05}, 1},
+        {"fixed bit of the remap byte", {0xA0, 0xCB}, 1},
+        {"lock byte", {0xFD, 0x13}, 1},
+        {"reference current", {0xAD, 0x8F}, 1},
+        {"multiplex below 4", {0xA8, 0x02}, 1},
+        {"grey table that falls", {0xB8, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 13, 150}, 1},
+        {"grey 15 too narrow", {0xB8, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 140}, 1},
+    };
+    for (const auto& [what, bytes, errors] : cases) {
+        start();
+        const std::uint32_t before = oled.protocol_errors();
+        commands(bytes);
+        EXPECT_EQ(oled.protocol_errors() - before, errors) << what;
+        EXPECT_EQ(oled.picture(), Picture{}) << what;
+        EXPECT_EQ(oled.peek_contrast(), 0x9F) << what;
+        EXPECT_EQ(oled.peek_parameter(0xA0), 0xC3) << what;
+        EXPECT_EQ(oled.peek_pulse_width(14), 168u) << what;
+    }
+}
+
+TEST_F(Ssd1362Test, a_parameter_sent_as_data_becomes_two_pixels) {
+    start();
+    commands({0x15, 0x00, 0x7F, 0x75, 0x00, 0x3F, 0x81});
+    data({0x7B});
+    EXPECT_EQ(oled.protocol_errors(), 1u);
+    EXPECT_EQ(pixel(oled.picture(), 0, 0), 0x7);
+    EXPECT_EQ(pixel(oled.picture(), 1, 0), 0xB);
+    commands({0x44});
+    EXPECT_EQ(oled.peek_contrast(), 0x44) << "the chip still waits for the parameter";
+}
+
+TEST_F(Ssd1362Test, there_is_no_ram_without_core_supply) {
+    start();
+    commands({0xAB, 0x00});
+    data({0xFF});
+    commands({0xAB, 0x01});
+    EXPECT_EQ(oled.protocol_errors(), 1u);
+    EXPECT_EQ(oled.picture(), Picture{});
+}
+
+TEST_F(Ssd1362Test, grey_tables_can_be_peeked) {
+    commands({0xB8, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 150});
+    EXPECT_EQ(oled.protocol_errors(), 0u);
+    EXPECT_EQ(oled.peek_pulse_width(0), 0u);
+    EXPECT_EQ(oled.peek_pulse_width(3), 3u);
+    EXPECT_EQ(oled.peek_pulse_width(15), 150u);
+    commands({0xB9});
+    EXPECT_EQ(oled.peek_pulse_width(3), 36u);
+}
+
+TEST_F(Ssd1362Test, the_version_grows_only_with_what_can_be_seen) {
+    start();
+    unsigned calls = 0;
+    oled.set_on_change([&calls] { ++calls; });
+    std::uint64_t before = oled.version();
+    const auto changed = [&] {
+        const bool grown = oled.version() != before;
+        EXPECT_EQ(grown, calls > 0);
+        before = oled.version();
+        calls = 0;
+        return grown;
+    };
+    data({0x10});
+    EXPECT_TRUE(changed());
+    data({0x00}); // was 0 before
+    EXPECT_FALSE(changed());
+    commands({0x81, 0x10, 0xAF, 0xA4});
+    EXPECT_FALSE(changed()) << "contrast, and what was set already";
+    commands({0xA5});
+    EXPECT_TRUE(changed());
+    data({0x77});
+    EXPECT_FALSE(changed()) << "the RAM is not seen in all-on mode";
+    commands({0xAE});
+    EXPECT_TRUE(changed());
+    commands({0xA7});
+    EXPECT_FALSE(changed()) << "asleep";
+}
+
+TEST_F(Ssd1362Test, power_mode_contrast_and_first_errors_are_events) {
+    commands({0xAF, 0xA5, 0x81, 0x20, 0x81, 0x20, 0xA7, 0xAE, 0xC1, 0xC7, 0xCA, 0xE3});
+    EXPECT_THAT(surroundings.events,
+                ElementsAre("oled power on=true", "oled mode mode=all-on", "oled contrast value=32",
+                            "oled mode mode=inverse", "oled power on=false",
+                            "oled protocol-error why=unknown command byte=193 count=1",
+                            "oled protocol-error why=unknown command byte=199 count=2",
+                            "oled protocol-error why=unknown command byte=227 count=4"));
+}
+
+TEST_F(Ssd1362Test, reset_restores_registers_and_keeps_the_ram) {
+    start();
+    const Picture picture = random_picture(7);
+    send(picture);
+    commands({0xA7, 0xFD, 0x16});
+    oled.reset();
+    EXPECT_FALSE(oled.peek_on());
+    EXPECT_FALSE(oled.peek_locked());
+    EXPECT_EQ(oled.peek_contrast(), 0x7F);
+    EXPECT_EQ(oled.peek_parameter(0xA0), 0x40);
+    commands({0xA0, 0xC3, 0xAF});
+    EXPECT_EQ(oled.picture(), picture);
+}
+
+} // namespace
