@@ -6,22 +6,29 @@
 #include "baselib/vecprt.h"
 
 #include <cstddef>
+#include <cstdlib>
 #include <gtest/gtest.h>
 #include <memory>
 
 namespace {
 
-thread_local int requests = 0;
+// Volatile: the compiler takes malloc for a function that changes no variable.
+thread_local volatile int requests = 0;
+
+void count() { requests = requests + 1; }
 
 } // namespace
 
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
 
-#include <sanitizer/allocator_interface.h>
+// The sanitizer owns malloc. Declared here, since g++ comes without the header of it.
+extern "C" int __sanitizer_install_malloc_and_free_hooks(void (*mallocHook)(const volatile void*,
+                                                                            size_t),
+                                                         void (*freeHook)(const volatile void*));
 
 namespace {
 
-void countRequest(const volatile void*, size_t) { ++requests; }
+void countRequest(const volatile void*, size_t) { count(); }
 void ignoreFree(const volatile void*) {}
 
 const int hooks = __sanitizer_install_malloc_and_free_hooks(countRequest, ignoreFree);
@@ -37,17 +44,17 @@ void* __libc_calloc(size_t count, size_t size);
 void* __libc_realloc(void* memory, size_t size);
 
 void* malloc(size_t size) noexcept {
-    ++requests;
+    count();
     return __libc_malloc(size);
 }
 
 void* calloc(size_t count, size_t size) noexcept {
-    ++requests;
+    count();
     return __libc_calloc(count, size);
 }
 
 void* realloc(void* memory, size_t size) noexcept {
-    ++requests;
+    count();
     return __libc_realloc(memory, size);
 }
 }
