@@ -15,7 +15,7 @@ namespace {
 // Volatile: the compiler takes malloc for a function that changes no variable.
 thread_local volatile int requests = 0;
 
-void count() { requests = requests + 1; }
+void noteRequest() { requests = requests + 1; }
 
 } // namespace
 
@@ -28,7 +28,7 @@ extern "C" int __sanitizer_install_malloc_and_free_hooks(void (*mallocHook)(cons
 
 namespace {
 
-void countRequest(const volatile void*, size_t) { count(); }
+void countRequest(const volatile void*, size_t) { noteRequest(); }
 void ignoreFree(const volatile void*) {}
 
 const int hooks = __sanitizer_install_malloc_and_free_hooks(countRequest, ignoreFree);
@@ -44,17 +44,17 @@ void* __libc_calloc(size_t count, size_t size);
 void* __libc_realloc(void* memory, size_t size);
 
 void* malloc(size_t size) noexcept {
-    count();
+    noteRequest();
     return __libc_malloc(size);
 }
 
 void* calloc(size_t count, size_t size) noexcept {
-    count();
+    noteRequest();
     return __libc_calloc(count, size);
 }
 
 void* realloc(void* memory, size_t size) noexcept {
-    count();
+    noteRequest();
     return __libc_realloc(memory, size);
 }
 }
