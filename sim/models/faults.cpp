@@ -74,7 +74,7 @@ std::optional<std::int64_t> parse_number(std::string_view text) {
     std::int64_t number = 0;
     const char* const end = text.data() + text.size();
     const auto [stop, error] = std::from_chars(text.data(), end, number, hexadecimal ? 16 : 10);
-    if (error != std::errc() || stop != end || number < 0) return std::nullopt;
+    if (error != std::errc() || stop != end) return std::nullopt;
     return number;
 }
 

@@ -84,7 +84,6 @@ void I2cLines::byte_complete() {
     const bool reading = is_address && (byte_ & read_bit) != 0;
     phase_ = Phase::acknowledge;
     after_acknowledge_ = reading ? Phase::to_master : Phase::to_slave;
-    if (is_address && !acknowledged) after_acknowledge_ = Phase::idle;
     slave_sda_ = !acknowledged;
 }
 
