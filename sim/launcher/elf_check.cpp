@@ -3,6 +3,8 @@
 #include "sim/launcher/options.h"
 
 #include <array>
+#include <climits>
+#include <cstdint>
 #include <cstdlib>
 #include <elf.h>
 #include <filesystem>
@@ -29,6 +31,29 @@ std::string in_search_path(const std::string& name) {
     return {};
 }
 
+template <class Value>
+bool read_at(std::ifstream& file, std::uint64_t offset, Value& value) {
+    file.seekg(static_cast<std::streamoff>(offset));
+    return static_cast<bool>(file.read(reinterpret_cast<char*>(&value), sizeof value));
+}
+
+template <class Header, class Segment>
+std::string loader_named_in(const std::string& path) {
+    std::ifstream file(path, std::ios::binary);
+    Header header{};
+    if (!read_at(file, 0, header) || header.e_phentsize != sizeof(Segment)) return {};
+    for (unsigned i = 0; i < header.e_phnum; ++i) {
+        Segment segment{};
+        if (!read_at(file, header.e_phoff + i * sizeof segment, segment)) return {};
+        if (segment.p_type != PT_INTERP) continue;
+        std::array<char, PATH_MAX> name{};
+        file.seekg(static_cast<std::streamoff>(segment.p_offset));
+        file.getline(name.data(), name.size(), '\0');
+        return file ? name.data() : "";
+    }
+    return {};
+}
+
 } // namespace
 
 std::optional<WordSize> elf_word_size(const std::string& path) {
@@ -42,6 +67,13 @@ std::optional<WordSize> elf_word_size(const std::string& path) {
     if (elf_class == ELFCLASS32 && header.e_machine == EM_386) return WordSize::bits32;
     if (elf_class == ELFCLASS64 && header.e_machine == EM_X86_64) return WordSize::bits64;
     return std::nullopt;
+}
+
+std::string elf_loader(const std::string& path) {
+    const auto size = elf_word_size(path);
+    if (!size) return {};
+    return *size == WordSize::bits32 ? loader_named_in<Elf32_Ehdr, Elf32_Phdr>(path)
+                                     : loader_named_in<Elf64_Ehdr, Elf64_Phdr>(path);
 }
 
 std::string find_program(const std::string& name, const std::string& fallback_folder) {
@@ -60,10 +92,28 @@ std::string find_program(const std::string& name, const std::string& fallback_fo
     return path;
 }
 
+WordSize check_program(const std::string& name, const std::string& path) {
+    const auto size = elf_word_size(path);
+    if (!size)
+        throw UsageError(name + " is no i386 or x86-64 ELF program; name the program file itself");
+    const std::string loader = elf_loader(path);
+    if (loader.empty())
+        throw UsageError(name + " is statically linked, so that the virtual device can't be loaded "
+                                "into it; link it dynamically");
+    if (!std::filesystem::exists(loader))
+        throw UsageError(name + " needs the loader " + loader + ", which is not there; install " +
+                         (*size == WordSize::bits32 ? "libc6:i386" : "libc6:amd64"));
+    return *size;
+}
+
 std::string find_library(const std::string& folder, WordSize size) {
     for (const char* name : {"libk4sim.so", "libk4sim64.so"}) {
         const std::string path = folder + "/" + name;
-        if (elf_word_size(path) == size) return path;
+        if (elf_word_size(path) != size) continue;
+        if (path.find_first_of(" :") != std::string::npos)
+            throw UsageError(path + " can't be loaded: the loader knows no names with a blank or a "
+                                    "colon; move the build folder");
+        return path;
     }
     throw UsageError(std::string("no libk4sim for ") + (size == WordSize::bits32 ? "32" : "64") +
                      "-bit programs beside k4sim in " + folder + "; build the release preset");

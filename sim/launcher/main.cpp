@@ -8,6 +8,7 @@
 
 #include <cstdio>
 #include <cstring>
+#include <exception>
 #include <filesystem>
 
 namespace {
@@ -24,43 +25,47 @@ std::string own_folder() {
 
 int list_faults() {
     for (const Fault& fault : fault_list()) {
-        const std::string name =
-            std::string(fault.name) +
-            (fault.value_syntax.empty() ? "" : "=" + std::string(fault.value_syntax));
-        std::printf("%-24s %s\n%-24s verdict: %s\n", name.c_str(),
-                    std::string(fault.breaks).c_str(), "", std::string(fault.verdict).c_str());
+        std::string name(fault.name);
+        if (!fault.value_syntax.empty()) name.append("=").append(fault.value_syntax);
+        std::printf("%-20s %s\n%-20s -> %s\n", name.c_str(), std::string(fault.breaks).c_str(), "",
+                    std::string(fault.verdict).c_str());
     }
     return 0;
 }
 
-int run(const Options& options) {
-    const std::string folder = own_folder();
-    const std::string path = find_program(options.program[0], folder);
-    const auto size = elf_word_size(path);
-    if (!size)
-        throw UsageError(options.program[0] +
-                         " is no i386 or x86-64 ELF program; name the program file itself");
-    const std::string library = find_library(folder, *size);
-    Record record(options.record);
-    const ProcessEnd end = run_process(path, options.program, library, options.setup, record);
-    write_reports(record, judge(record.observation(), end), end);
+double seconds(Microseconds duration) { return static_cast<double>(duration) / 1e6; }
+
+// Tells the user about an end that was not the program's own, and gives the exit status.
+int exit_status(const Options& options, const Observation& seen, ProcessEnd end) {
+    const char* const name = options.program[0].c_str();
     if (end.by_signal) {
-        std::fprintf(stderr, "k4sim: %s died by signal %d (%s) after %.6f virtual seconds\n",
-                     options.program[0].c_str(), end.code, strsignal(end.code),
-                     static_cast<double>(record.observation().duration_us) / 1e6);
+        std::fprintf(stderr, "k4sim: %s died by signal %d (%s) after %.6f virtual seconds\n", name,
+                     end.code, strsignal(end.code), seconds(seen.duration_us));
         return status_died;
     }
-    if (record.observation().deadlock) {
-        std::fprintf(stderr, "k4sim: %s can never go on: every thread waits for another\n",
-                     options.program[0].c_str());
+    if (seen.deadlock) {
+        std::fprintf(stderr, "k4sim: %s can never go on: every thread waits for another\n", name);
         return status_died;
     }
-    if (record.observation().limit) {
-        std::fprintf(stderr, "k4sim: time limit of %lld virtual seconds reached\n",
-                     static_cast<long long>(options.setup.limit_us / 1'000'000));
+    if (seen.limit) {
+        std::fprintf(stderr, "k4sim: the run reached its limit of %g virtual seconds\n",
+                     seconds(options.setup.limit_us));
         return status_limit;
     }
     return end.code;
+}
+
+// All checks come before the record, so that a run which can't be leaves nothing behind.
+int run(const Options& options) {
+    const std::string folder = own_folder();
+    const std::string path = find_program(options.program[0], folder);
+    const std::string library = find_library(folder, check_program(options.program[0], path));
+    Record record(options.record);
+    const ProcessEnd end = run_process(path, options.program, library, options.setup, record);
+    const int status = exit_status(options, record.observation(), end);
+    write_reports(record, judge(record.observation(), end), end);
+    record.check_written();
+    return status;
 }
 
 } // namespace

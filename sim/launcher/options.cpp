@@ -18,7 +18,7 @@ constexpr double seconds_max = 1e9;
 
 // What the command line sets, each thing at most as often as it is said.
 struct Said {
-    std::string scenario;
+    std::optional<std::string> scenario;
     std::optional<Board> board;
     std::optional<OperatorKind> operator_kind;
     std::optional<std::uint64_t> seed;
@@ -74,6 +74,11 @@ void set_limit(Setup& setup, const std::string& value) {
         throw UsageError("--limit: a run needs some time; say for example 600");
 }
 
+void set_record(Options& options, const std::string& value) {
+    if (value.empty()) throw UsageError("--record needs the name of a folder");
+    options.record = value;
+}
+
 // NAME[=VALUE][@SECONDS]
 void add_fault(Setup& setup, const std::string& text) {
     FaultSetting fault;
@@ -117,7 +122,7 @@ void apply(Options& options, Said& said, const std::string& name, const std::str
         {"--seed", [&] { set_seed(said, value); }},
         {"--pace", [&] { set_pace(options.setup, value); }},
         {"--limit", [&] { set_limit(options.setup, value); }},
-        {"--record", [&] { options.record = value; }},
+        {"--record", [&] { set_record(options, value); }},
     }};
     for (const auto& [option, action] : actions)
         if (option == name) action();
@@ -128,7 +133,7 @@ void settle(Options& options, const Said& said) {
     std::vector<FaultSetting> faults = std::move(options.setup.faults);
     options.setup.faults.clear();
     options.setup.operator_kind = OperatorKind::automatic;
-    if (!said.scenario.empty()) read_scenario(said.scenario, options.setup);
+    if (said.scenario) read_scenario(*said.scenario, options.setup, said.board);
     if (said.board) options.setup.board = *said.board;
     if (said.operator_kind) options.setup.operator_kind = *said.operator_kind;
     if (said.seed) options.setup.seed = *said.seed;
@@ -149,6 +154,7 @@ Options parse_run(const std::vector<std::string>& arguments) {
             ++i;
             break;
         }
+        if (arguments[i] == "--help" || arguments[i] == "-h") return {};
         const std::size_t equals = arguments[i].find('=');
         const std::string name = arguments[i].substr(0, equals);
         if (!is_option(name))

@@ -3,7 +3,9 @@
 
 #include "sim/setup.h"
 
+#include <exception>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace k4sim {
@@ -29,7 +31,8 @@ struct Options {
 };
 
 // arguments: without the name of k4sim itself. Throws UsageError. A scenario file is read
-// here; what the command line says goes before what the file says.
+// here; what the command line says goes before what the file says. An option may be said
+// again: the last one counts, and faults add up.
 Options parse_options(const std::vector<std::string>& arguments);
 
 // The text of `k4sim --help`.

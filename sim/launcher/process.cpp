@@ -3,10 +3,14 @@
 #include "sim/launcher/options.h"
 
 #include <array>
+#include <atomic>
 #include <cerrno>
+#include <csignal>
 #include <cstdlib>
 #include <cstring>
 #include <fcntl.h>
+#include <spawn.h>
+#include <string_view>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -14,7 +18,9 @@ namespace k4sim {
 
 namespace {
 
-constexpr int exit_status_no_exec = 127;
+// Where the program's end of the report is: beyond the descriptors that a program gets for
+// its own files, so that these have the numbers that they have on a real device.
+constexpr int report_descriptor = 100;
 
 // A closed end stands for -1, so that nothing is closed twice.
 class Pipe {
@@ -42,24 +48,75 @@ private:
     std::array<int, 2> ends_{-1, -1};
 };
 
-void set_environment(const std::string& library, const Setup& setup) {
+// The launcher's own, with the library and the setup put in.
+std::vector<std::string> environment_with(const std::string& library, const Setup& setup) {
     const char* preloaded = std::getenv("LD_PRELOAD");
-    const std::string list =
-        preloaded != nullptr && *preloaded != '\0' ? library + ":" + preloaded : library;
-    setenv("LD_PRELOAD", list.c_str(), 1);
-    setenv("K4SIM_SETUP", encode(setup).c_str(), 1);
+    std::vector<std::string> variables{"K4SIM_SETUP=" + encode(setup), "LD_PRELOAD=" + library};
+    if (preloaded != nullptr && *preloaded != '\0') variables[1].append(":").append(preloaded);
+    for (char** variable = environ; *variable != nullptr; ++variable) {
+        const std::string_view text(*variable);
+        if (!text.starts_with("K4SIM_SETUP=") && !text.starts_with("LD_PRELOAD="))
+            variables.emplace_back(text);
+    }
+    return variables;
 }
 
-[[noreturn]] void become_program(const std::string& path, const std::vector<std::string>& arguments,
-                                 int report_fd) {
-    std::vector<char*> argv;
-    for (const std::string& argument : arguments)
-        argv.push_back(const_cast<char*>(argument.c_str()));
-    argv.push_back(nullptr);
-    fcntl(report_fd, F_SETFD, 0);
-    execv(path.c_str(), argv.data());
-    _exit(exit_status_no_exec);
+// As the exec functions want it: pointers into `texts`, and a null pointer behind them.
+std::vector<char*> pointers_to(const std::vector<std::string>& texts) {
+    std::vector<char*> pointers;
+    for (const std::string& text : texts)
+        pointers.push_back(const_cast<char*>(text.c_str()));
+    pointers.push_back(nullptr);
+    return pointers;
 }
+
+pid_t start(const std::string& path, const std::vector<std::string>& arguments,
+            const std::vector<std::string>& environment, int report_end) {
+    posix_spawn_file_actions_t actions;
+    posix_spawn_file_actions_init(&actions);
+    posix_spawn_file_actions_adddup2(&actions, report_end, report_descriptor);
+    pid_t child = 0;
+    const int error = posix_spawn(&child, path.c_str(), &actions, nullptr,
+                                  pointers_to(arguments).data(), pointers_to(environment).data());
+    posix_spawn_file_actions_destroy(&actions);
+    if (error != 0)
+        throw UsageError(path + " can't be started (" + std::strerror(error) +
+                         "); try it without k4sim");
+    return child;
+}
+
+std::atomic<pid_t> running_child{0};
+static_assert(std::atomic<pid_t>::is_always_lock_free, "read by a signal handler");
+
+void hand_on(int signal_number) { kill(running_child, signal_number); }
+
+// While it lives, signals that would end the launcher reach the program alone. Begins after
+// the start of the program, which keeps the handling that it inherited.
+class SignalsToProgram {
+public:
+    explicit SignalsToProgram(pid_t child) {
+        running_child = child;
+        for (std::size_t i = 0; i < numbers.size(); ++i) {
+            struct sigaction action {};
+            action.sa_handler = from_keyboard(numbers[i]) ? SIG_IGN : hand_on;
+            action.sa_flags = SA_RESTART;
+            sigaction(numbers[i], &action, &former_[i]);
+        }
+    }
+    ~SignalsToProgram() {
+        for (std::size_t i = 0; i < numbers.size(); ++i)
+            sigaction(numbers[i], &former_[i], nullptr);
+    }
+    SignalsToProgram(const SignalsToProgram&) = delete;
+    SignalsToProgram& operator=(const SignalsToProgram&) = delete;
+
+private:
+    static constexpr std::array<int, 4> numbers{SIGINT, SIGQUIT, SIGTERM, SIGHUP};
+    // The terminal sends these to the program as well.
+    static bool from_keyboard(int number) { return number == SIGINT || number == SIGQUIT; }
+
+    std::array<struct sigaction, numbers.size()> former_{};
+};
 
 // Until the last writer, the program, is gone.
 void read_report(int fd, Record& record) {
@@ -81,16 +138,13 @@ void read_report(int fd, Record& record) {
 } // namespace
 
 ProcessEnd run_process(const std::string& path, const std::vector<std::string>& arguments,
-                       const std::string& library, Setup setup, Record& record) {
+                       const std::string& library, const Setup& setup, Record& record) {
     Pipe report;
-    setup.report_fd = report.writing();
-    const pid_t child = fork();
-    if (child < 0)
-        throw UsageError(std::string("no process for the program: ") + std::strerror(errno));
-    if (child == 0) {
-        set_environment(library, setup);
-        become_program(path, arguments, report.writing());
-    }
+    Setup childs_setup = setup;
+    childs_setup.report_fd = report_descriptor;
+    const pid_t child =
+        start(path, arguments, environment_with(library, childs_setup), report.writing());
+    const SignalsToProgram signals(child);
     report.close_writing();
     read_report(report.reading(), record);
     int status = 0;

@@ -62,12 +62,27 @@ std::optional<Picture> picture_from(const std::string& pixels) {
     return picture;
 }
 
+// What every line of libk4sim.so has.
+bool is_report(const Json& event) {
+    const auto has = [&](const char* name, auto is_kind) {
+        return event.contains(name) && is_kind(event[name]);
+    };
+    const auto is_text = [](const Json& value) { return value.is_string(); };
+    return event.is_object() && has("t", [](const Json& t) { return t.is_number_integer(); }) &&
+           has("source", is_text) && has("event", is_text);
+}
+
+std::string text_field(const Json& event, const char* name) {
+    const auto found = event.find(name);
+    return found != event.end() && found->is_string() ? found->get<std::string>() : "";
+}
+
 bool write_png(const std::string& path, const Picture& picture) {
     std::array<std::uint8_t, std::tuple_size_v<Picture>> greys{};
     for (std::size_t i = 0; i < greys.size(); ++i)
         greys[i] = static_cast<std::uint8_t>(picture[i] * full_white / grey_max);
-    return stbi_write_png(path.c_str(), glass_width, glass_height, 1, greys.data(),
-                          glass_width) != 0;
+    return stbi_write_png(path.c_str(), glass_width, glass_height, 1, greys.data(), glass_width) !=
+           0;
 }
 
 } // namespace
@@ -81,21 +96,35 @@ Record::Record(const std::string& folder) : folder_(folder) {
 
 void Record::line(const std::string& text) {
     Json event = Json::parse(text, nullptr, false);
-    if (!event.is_object()) return; // cut off by the death of the program
-    const Microseconds t = event.value("t", Microseconds{0});
-    const std::string source = event.value("source", "");
-    const std::string what = event.value("event", "");
+    if (!is_report(event)) return;
+    const Microseconds t = event["t"].get<Microseconds>();
+    const std::string source = event["source"].get<std::string>();
+    const std::string what = event["event"].get<std::string>();
     observation_.duration_us = t;
-    if (source == "console") console(event.value("text", ""));
+    if (source == "console") console(text_field(event, "text"));
     if (source == "program" && what == "deadlock") observation_.deadlock = true;
     if (source == "program" && what == "limit") observation_.limit = true;
-    if (source == "program" && what == "end") observation_.ended = true;
     if (event.contains("pixels")) {
-        const std::string file = picture(event["pixels"].get<std::string>(), t, what);
+        const auto picture = picture_from(text_field(event, "pixels"));
         event.erase("pixels");
-        if (!file.empty()) event["file"] = file;
+        if (!picture) return;
+        look_at(*picture, t);
+        event["file"] = keep(*picture, what);
     }
     if (!folder_.empty()) events_ << event.dump() << '\n' << std::flush;
+}
+
+void Record::write_file(const std::string& name, const std::string& content) {
+    if (folder_.empty()) return;
+    std::ofstream file(folder_ + "/" + name, std::ios::binary);
+    file << content << std::flush;
+    if (!file) files_written_ = false;
+}
+
+void Record::check_written() const {
+    if (!events_ || !console_ || !files_written_)
+        throw UsageError("--record: " + folder_ +
+                         " could not be written to the end; make room, or name another folder");
 }
 
 // The report writes bytes as Latin-1 code points; here they become bytes again.
@@ -114,24 +143,27 @@ void Record::console(std::string_view text) {
     if (!folder_.empty()) console_ << bytes << std::flush;
 }
 
-// Returns the name of the file; empty without a record.
-std::string Record::picture(const std::string& pixels, Microseconds t, const std::string& name) {
-    const auto picture = picture_from(pixels);
-    if (!picture) return {};
-    const std::vector<ScreenRow> rows = read_screen(*picture);
+// The status rows that can be read off it, and since when each stands there.
+void Record::look_at(const Picture& picture, Microseconds t) {
+    const std::vector<ScreenRow> rows = read_screen(picture);
     for (std::size_t i = 0; i < rows.size(); ++i) {
         if (observation_.rows.size() <= i) observation_.rows.push_back({rows[i].label, "", t});
         if (observation_.rows[i].status == rows[i].status) continue;
         observation_.rows[i].status = rows[i].status;
         observation_.rows[i].since_us = t;
     }
-    if (folder_.empty()) return {};
+}
+
+// Returns the name of its file.
+std::string Record::keep(const Picture& picture, std::string_view event) {
     std::array<char, 32> file{};
-    if (name == "final-picture")
+    if (event == "final-picture")
         std::snprintf(file.data(), file.size(), "oled-final.png");
     else
         std::snprintf(file.data(), file.size(), "oled-%04d.png", ++pictures_);
-    return write_png(folder_ + "/" + file.data(), *picture) ? file.data() : "";
+    if (!folder_.empty() && !write_png(folder_ + "/" + file.data(), picture))
+        files_written_ = false;
+    return file.data();
 }
 
 } // namespace k4sim

@@ -1,6 +1,7 @@
 // The record of a run: what libk4sim.so reports, sorted into files.
 #pragma once
 
+#include "sim/models/oled.h"
 #include "sim/models/surroundings.h"
 
 #include <fstream>
@@ -15,7 +16,6 @@ struct Observation {
     std::string console; // all that the program wrote, both streams
     bool deadlock = false;
     bool limit = false;
-    bool ended = false;           // the program came to its regular end
     Microseconds duration_us = 0; // time of the last event
     // The status rows of the last picture that showed a text, and since when each stood.
     struct Row {
@@ -34,21 +34,30 @@ public:
     // Empty: nothing is written. Throws UsageError when it can't be written to.
     explicit Record(const std::string& folder);
 
-    // A line as libk4sim.so wrote it.
+    // A line as libk4sim.so wrote it. One that is no report, such as the last of a program
+    // that died while it wrote, is dropped.
     void line(const std::string& text);
+
+    // A file of the record, from its name and content.
+    void write_file(const std::string& name, const std::string& content);
+
+    // Throws UsageError when anything of the record could not be written.
+    void check_written() const;
 
     const Observation& observation() const { return observation_; }
     const std::string& folder() const { return folder_; }
 
 private:
     void console(std::string_view text);
-    std::string picture(const std::string& pixels, Microseconds t, const std::string& name);
+    void look_at(const Picture& picture, Microseconds t);
+    std::string keep(const Picture& picture, std::string_view event);
 
     std::string folder_;
     std::ofstream events_;
     std::ofstream console_;
     Observation observation_;
     int pictures_ = 0;
+    bool files_written_ = true;
 };
 
 } // namespace k4sim

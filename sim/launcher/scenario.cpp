@@ -5,8 +5,9 @@
 #include "sim/operator/action.h"
 
 #include <cmath>
+#include <filesystem>
 #include <fstream>
-#include <sstream>
+#include <iterator>
 
 #define TOML_EXCEPTIONS 1
 #include <toml++/toml.h>
@@ -20,12 +21,14 @@ constexpr double seconds_max = 1e9;
 
 class Reader {
 public:
-    Reader(const std::string& path, Setup& setup) : path_(path), setup_(setup) {}
+    Reader(const std::string& path, Setup& setup, std::optional<Board> board)
+        : path_(path), setup_(setup), board_(board) {}
 
     void read() {
         const toml::table file = parse();
         for (const auto& [key, node] : file)
             top_level(key, node);
+        if (board_) setup_.board = *board_;
         // Steps last: whether a fault can be had depends on the board.
         if (const toml::node* steps = file.get("step")) read_steps(*steps);
     }
@@ -33,12 +36,11 @@ public:
 private:
     toml::table parse() const {
         std::ifstream file(path_, std::ios::binary);
-        std::ostringstream text;
-        text << file.rdbuf();
-        if (!file || !text)
+        if (!file || std::filesystem::is_directory(path_))
             throw UsageError("--scenario: " + path_ + " can't be read; name a TOML file");
+        const std::string text{std::istreambuf_iterator<char>(file), {}};
         try {
-            return toml::parse(text.str());
+            return toml::parse(text);
         } catch (const toml::parse_error& error) {
             throw UsageError(path_ + ":" + std::to_string(error.source().begin.line) + ": " +
                              one_line(std::string(error.description())));
@@ -139,10 +141,13 @@ private:
 
     const std::string& path_;
     Setup& setup_;
+    std::optional<Board> board_;
 };
 
 } // namespace
 
-void read_scenario(const std::string& path, Setup& setup) { Reader(path, setup).read(); }
+void read_scenario(const std::string& path, Setup& setup, std::optional<Board> board) {
+    Reader(path, setup, board).read();
+}
 
 } // namespace k4sim

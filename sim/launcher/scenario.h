@@ -18,13 +18,15 @@
 
 #include "sim/setup.h"
 
+#include <optional>
 #include <string>
 
 namespace k4sim {
 
 // Reads the file into the setup: board, operator and seed if it names them, and its steps.
+// `board`: the one to be used whatever the file says; what its faults can break depends on it.
 // Throws UsageError, which names file and line, for a file that can't be read, that is no
 // TOML, or that holds an unknown key, fault or value.
-void read_scenario(const std::string& path, Setup& setup);
+void read_scenario(const std::string& path, Setup& setup, std::optional<Board> board = {});
 
 } // namespace k4sim

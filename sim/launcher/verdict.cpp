@@ -2,8 +2,9 @@
 
 #include <algorithm>
 #include <array>
-#include <fstream>
 #include <nlohmann/json.hpp>
+#include <sstream>
+#include <vector>
 
 namespace k4sim {
 
@@ -22,7 +23,9 @@ constexpr double us_per_s = 1e6;
 // The program's closing line for an exit status.
 bool announced(const std::string& console, int status) {
     const int code = status < 128 ? status : status - 256;
-    return console.ends_with("Selftest exits with code " + std::to_string(code) + "\n");
+    const std::string line = "Selftest exits with code " + std::to_string(code) + "\n";
+    if (!console.ends_with(line)) return false;
+    return console.size() == line.size() || console[console.size() - line.size() - 1] == '\n';
 }
 
 std::string escaped(std::string_view text) {
@@ -47,39 +50,55 @@ std::string escaped(std::string_view text) {
     return xml;
 }
 
-void write_json(const Record& record, Verdict verdict, ProcessEnd end) {
-    const Observation& seen = record.observation();
+double seconds(Microseconds duration) { return static_cast<double>(duration) / us_per_s; }
+
+std::string json_report(const Observation& seen, Verdict verdict, ProcessEnd end) {
     Json report;
     report["verdict"] = verdict_name(verdict);
     report[end.by_signal ? "signal" : "status"] = end.code;
-    report["seconds"] = static_cast<double>(seen.duration_us) / us_per_s;
+    report["seconds"] = seconds(seen.duration_us);
     report["units"] = Json::array();
     for (const Observation::Row& row : seen.rows)
-        report["units"].push_back({{"name", row.label},
-                                   {"status", row.status},
-                                   {"since", static_cast<double>(row.since_us) / us_per_s}});
-    std::ofstream(record.folder() + "/report.json") << report.dump(2) << '\n';
+        report["units"].push_back(
+            {{"name", row.label}, {"status", row.status}, {"since", seconds(row.since_us)}});
+    return report.dump(2) + "\n";
 }
 
-void write_xml(const Record& record, Verdict verdict) {
-    const std::vector<Observation::Row>& rows = record.observation().rows;
-    const auto failures =
-        std::count_if(rows.begin(), rows.end(), [](const auto& row) { return row.status != "OK"; });
-    std::ofstream xml(record.folder() + "/report.xml");
+struct Case {
+    std::string name;
+    double time_s;
+    std::string failure; // empty: passed
+};
+
+std::vector<Case> cases_of(const Observation& seen, Verdict verdict) {
+    std::vector<Case> cases;
+    for (const Observation::Row& row : seen.rows) {
+        const std::string text = row.status.empty() ? "no status text" : row.status;
+        cases.push_back({row.label, seconds(row.since_us), text == "OK" ? "" : text});
+    }
+    if (cases.empty())
+        cases.push_back({"run", seconds(seen.duration_us),
+                         verdict == Verdict::passed ? "" : std::string(verdict_name(verdict))});
+    return cases;
+}
+
+std::string xml_report(const Observation& seen, Verdict verdict) {
+    const std::vector<Case> cases = cases_of(seen, verdict);
+    std::ostringstream xml;
     xml << "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
-        << "<testsuite name=\"k4selftest\" tests=\"" << rows.size() << "\" failures=\"" << failures
-        << "\" time=\"" << static_cast<double>(record.observation().duration_us) / us_per_s
-        << "\">\n"
+        << "<testsuite name=\"k4selftest\" tests=\"" << cases.size() << "\" failures=\""
+        << std::ranges::count_if(cases, [](const Case& unit) { return !unit.failure.empty(); })
+        << "\" time=\"" << seconds(seen.duration_us) << "\">\n"
         << "  <properties><property name=\"verdict\" value=\"" << verdict_name(verdict)
         << "\"/></properties>\n";
-    for (const Observation::Row& row : rows) {
-        xml << "  <testcase classname=\"k4selftest\" name=\"" << escaped(row.label) << "\" time=\""
-            << static_cast<double>(row.since_us) / us_per_s << "\">";
-        if (row.status != "OK") xml << "<failure message=\"" << escaped(row.status) << "\"/>";
+    for (const Case& unit : cases) {
+        xml << "  <testcase classname=\"k4selftest\" name=\"" << escaped(unit.name) << "\" time=\""
+            << unit.time_s << "\">";
+        if (!unit.failure.empty()) xml << "<failure message=\"" << escaped(unit.failure) << "\"/>";
         xml << "</testcase>\n";
     }
-    xml << "  <system-out>" << escaped(record.observation().console)
-        << "</system-out>\n</testsuite>\n";
+    xml << "  <system-out>" << escaped(seen.console) << "</system-out>\n</testsuite>\n";
+    return xml.str();
 }
 
 } // namespace
@@ -98,10 +117,9 @@ Verdict judge(const Observation& observation, ProcessEnd end) {
 
 std::string_view verdict_name(Verdict verdict) { return names[static_cast<std::size_t>(verdict)]; }
 
-void write_reports(const Record& record, Verdict verdict, ProcessEnd end) {
-    if (record.folder().empty()) return;
-    write_json(record, verdict, end);
-    write_xml(record, verdict);
+void write_reports(Record& record, Verdict verdict, ProcessEnd end) {
+    record.write_file("report.json", json_report(record.observation(), verdict, end));
+    record.write_file("report.xml", xml_report(record.observation(), verdict));
 }
 
 } // namespace k4sim

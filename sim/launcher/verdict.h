@@ -27,7 +27,9 @@ Verdict judge(const Observation& observation, ProcessEnd end);
 // "PASSED", "ABORTED", "NOT STARTED", "NOT RUN", "DIED", "UNDECIDED".
 std::string_view verdict_name(Verdict verdict);
 
-// report.json and report.xml (JUnit: one case a status row) in the record's folder.
-void write_reports(const Record& record, Verdict verdict, ProcessEnd end);
+// report.json and report.xml in the record's folder. JUnit: one case a status row, failed
+// when its last text is not "OK"; its time is when that text came. Where no row was ever
+// seen, the run itself is the only case.
+void write_reports(Record& record, Verdict verdict, ProcessEnd end);
 
 } // namespace k4sim

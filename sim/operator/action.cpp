@@ -74,11 +74,12 @@ std::optional<Action> parse_action(std::string_view line) {
 
 std::string action_error(Board board, std::string_view line) {
     const auto action = parse_action(line);
-    if (!action)
-        return "\"" + std::string(line) +
-               "\" can't be done; say press, hold or release with one of " +
-               std::string(key_characters) +
-               ", turn 1 or 2 by a number of steps, or fault NAME=VALUE";
+    if (!action) {
+        std::string error = "\"";
+        error.append(line).append("\" can't be done; say press, hold or release with one of ");
+        error.append(key_characters);
+        return error.append(", turn 1 or 2 by a number of steps, or fault NAME=VALUE");
+    }
     if (action->kind == Action::Kind::fault) return fault_error(board, action->name, action->value);
     return {};
 }
