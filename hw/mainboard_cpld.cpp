@@ -74,7 +74,7 @@ Driver CHmainboardCPLD_K4::probe(std::uint16_t base) {
 }
 
 bool CHmainboardCPLD_K4::isLinkDriver() const {
-    return dynamic_cast<const CHCPLDinterface_k4*>(fplink.get()) == cpld.get();
+    return dynamic_cast<const CHCPLDinterface_k4*>(&*fplink) == &*cpld;
 }
 
 void CHmainboardCPLD_K4::setLink(std::unique_ptr<CHfplinkK4> link) {
