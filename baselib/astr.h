@@ -94,8 +94,8 @@ public:
     KLTastr& pathCorrDelim();
 
     // The text becomes the number. pad fills it to width characters, in front; a pad of "0"
-    // goes between sign and digits. sign ("+", " ", or 0 for none) stands before a number
-    // that is not negative and counts for the width. Base 2..36, lower-case digits; any
+    // goes between sign and digits, NUL fills nothing. sign ("+", " ", or 0 for none) stands before
+    // a number that is not negative and counts for the width. Base 2..36, lower-case digits; any
     // other base is 10.
     KLTastr& itos(long long value, char pad = ' ', int width = 0, char sign = 0, int base = 10);
     // As itos, filled with "0" and without a sign for numbers that are not negative.

@@ -4,7 +4,7 @@
 #include <cstdint>
 #include <vector>
 
-class KLTastr;
+class KLTastrc;
 
 // Status of KLTparams::parse.
 constexpr int KLTparamsOk = 0;
@@ -54,14 +54,14 @@ public:
 
 private:
     struct Targets;
-    struct Match;
 
     int parseAll(const char* format, Targets& targets);
     int parseOne(const char*& format, Targets& targets);
-    int match(const KLTastr& keyword, Match& found);
-    int convert(char letter, Match& found, Targets& targets);
-    int checkValue(const Match& found) const;
-    int find(const KLTastr& keyword) const;
+    int match(const KLTastrc& keyword, int& index);
+    int find(const KLTastrc& keyword) const;
+    int convert(char letter, int& index, Targets& targets);
+    template <class Read>
+    int takeValue(int& index, Read read);
 
     int argc_;
     const char** argv_;

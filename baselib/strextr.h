@@ -31,8 +31,12 @@ public:
     [[nodiscard]] int extract(long long& value, int base = 10);
 
 private:
-    KLTastr token() const;
-    int tokenEnd() const;
+    struct Token {
+        int start; // -1: there is none
+        int end;
+    };
+
+    Token next() const;
     template <class Number>
     int extractInteger(Number& value, int base);
 

@@ -3,6 +3,7 @@
 
 #include "baselib/astr.h"
 
+#include <cstddef>
 #include <vector>
 
 class KLTtextarray {
@@ -11,7 +12,7 @@ public:
     void clr() { texts_.clear(); }
     int count() const { return static_cast<int>(texts_.size()); }
     // 0 <= index < count().
-    const KLTastr& operator[](int index) const { return texts_[static_cast<size_t>(index)]; }
+    const KLTastr& operator[](int index) const { return texts_[static_cast<std::size_t>(index)]; }
 
 private:
     std::vector<KLTastr> texts_;
