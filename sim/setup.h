@@ -17,31 +17,31 @@ enum class OperatorKind { automatic, none };
 // A fault of the fault list, for example {"key-held", "7", 0}.
 struct FaultSetting {
     std::string name;
-    std::string value;           // empty where the fault takes none
-    std::int64_t at_us = 0;      // 0: from the start
+    std::string value;      // empty where the fault takes none
+    std::int64_t at_us = 0; // 0: from the start
 };
 
 // One step of a scenario: when it is due, and what is done.
 struct ScenarioStep {
     enum class Trigger {
-        time,      // at_us after the start of the run
-        console,   // a console line that contains `text`
-        screen,    // a row of the OLED that contains `text`
-        beep       // a tone of the speaker
+        time,    // at_us after the start of the run
+        console, // a console line that contains `text`
+        screen,  // a row of the OLED that contains `text`
+        beep     // a tone of the speaker
     };
     Trigger trigger = Trigger::time;
-    std::int64_t at_us = 0;      // Trigger::time: since the start; else: delay after the trigger
-    std::string text;            // what to look for (console, screen)
-    std::string action;          // "press 7", "hold E", "release E", "turn 1 -3", "fault NAME[=VALUE]"
+    std::int64_t at_us = 0; // Trigger::time: since the start; else: delay after the trigger
+    std::string text;       // what to look for (console, screen)
+    std::string action;     // "press 7", "hold E", "release E", "turn 1 -3", "fault NAME[=VALUE]"
 };
 
 struct Setup {
     Board board = Board::aes;
     OperatorKind operator_kind = OperatorKind::none;
     std::uint64_t seed = 1;
-    std::optional<double> pace;              // empty: as fast as it can (max)
-    std::int64_t limit_us = 3'600'000'000;   // end of the run, status 124
-    int report_fd = -1;                      // where the report lines go; -1: nowhere
+    std::optional<double> pace;            // empty: as fast as it can (max)
+    std::int64_t limit_us = 3'600'000'000; // end of the run, status 124
+    int report_fd = -1;                    // where the report lines go; -1: nowhere
     std::vector<FaultSetting> faults;
     std::vector<ScenarioStep> steps;
 };

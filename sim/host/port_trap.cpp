@@ -73,13 +73,18 @@ void carry_out(const PortInstruction& instruction, greg_t* registers) {
 // Not an ordinary handler: it runs only in place of a port instruction, which the
 // program never executes while it is inside malloc or stdio. So the models behind it
 // may use memory, and the scheduler may hand over to another thread from here.
-void on_fault(int, siginfo_t*, void* context) {
+void on_fault(int signal, siginfo_t* info, void* context) {
     greg_t* registers = static_cast<ucontext_t*>(context)->uc_mcontext.gregs;
     const KeepErrno keep_errno;
-    if (const PortInstruction* instruction = trapped_instruction(registers))
+    const bool sent = info->si_code <= 0; // by a process, not by an instruction
+    const PortInstruction* instruction = sent ? nullptr : trapped_instruction(registers);
+    if (instruction != nullptr) {
         carry_out(*instruction, registers);
-    else
-        libc_sigaction(SIGSEGV, &former_action, nullptr); // and the instruction faults again
+        return;
+    }
+    libc_sigaction(SIGSEGV, &former_action, nullptr);
+    // An instruction faults again by itself; what was sent must be sent again.
+    if (sent) raise(signal);
 }
 
 } // namespace

@@ -13,6 +13,7 @@
 #include <string_view>
 #include <sys/wait.h>
 #include <unistd.h>
+#include <utility>
 
 namespace k4sim {
 
@@ -86,36 +87,58 @@ pid_t start(const std::string& path, const std::vector<std::string>& arguments,
 }
 
 std::atomic<pid_t> running_child{0};
-static_assert(std::atomic<pid_t>::is_always_lock_free, "read by a signal handler");
+std::atomic<int> early_signal{0}; // came before there was a child
+static_assert(std::atomic<int>::is_always_lock_free, "for use in a signal handler");
 
-void hand_on(int signal_number) { kill(running_child, signal_number); }
+void hand_on(int number) {
+    const pid_t child = running_child;
+    if (child == 0)
+        early_signal = number;
+    else
+        kill(child, number);
+}
 
-// While it lives, signals that would end the launcher reach the program alone. Begins after
-// the start of the program, which keeps the handling that it inherited.
+// The terminal tells the program as well.
+void leave_to_program(int) {}
+
+// While it lives, signals that would end the launcher reach the program alone. The program
+// gets the handling that the launcher had: handlers end at its start, and a signal that is
+// ignored stays so.
 class SignalsToProgram {
 public:
-    explicit SignalsToProgram(pid_t child) {
-        running_child = child;
-        for (std::size_t i = 0; i < numbers.size(); ++i) {
+    SignalsToProgram() {
+        running_child = 0;
+        early_signal = 0;
+        for (std::size_t i = 0; i < handlers.size(); ++i) {
+            sigaction(handlers[i].first, nullptr, &former_[i]);
+            if (former_[i].sa_handler == SIG_IGN) continue;
             struct sigaction action {};
-            action.sa_handler = from_keyboard(numbers[i]) ? SIG_IGN : hand_on;
+            action.sa_handler = handlers[i].second;
             action.sa_flags = SA_RESTART;
-            sigaction(numbers[i], &action, &former_[i]);
+            sigaction(handlers[i].first, &action, nullptr);
         }
     }
     ~SignalsToProgram() {
-        for (std::size_t i = 0; i < numbers.size(); ++i)
-            sigaction(numbers[i], &former_[i], nullptr);
+        for (std::size_t i = 0; i < handlers.size(); ++i)
+            sigaction(handlers[i].first, &former_[i], nullptr);
     }
     SignalsToProgram(const SignalsToProgram&) = delete;
     SignalsToProgram& operator=(const SignalsToProgram&) = delete;
 
-private:
-    static constexpr std::array<int, 4> numbers{SIGINT, SIGQUIT, SIGTERM, SIGHUP};
-    // The terminal sends these to the program as well.
-    static bool from_keyboard(int number) { return number == SIGINT || number == SIGQUIT; }
+    void begin(pid_t child) {
+        running_child = child;
+        if (const int number = early_signal; number != 0) kill(child, number);
+    }
 
-    std::array<struct sigaction, numbers.size()> former_{};
+private:
+    static constexpr std::array<std::pair<int, void (*)(int)>, 4> handlers{{
+        {SIGINT, leave_to_program},
+        {SIGQUIT, leave_to_program},
+        {SIGTERM, hand_on},
+        {SIGHUP, hand_on},
+    }};
+
+    std::array<struct sigaction, handlers.size()> former_{};
 };
 
 // Until the last writer, the program, is gone.
@@ -142,9 +165,10 @@ ProcessEnd run_process(const std::string& path, const std::vector<std::string>& 
     Pipe report;
     Setup childs_setup = setup;
     childs_setup.report_fd = report_descriptor;
+    SignalsToProgram signals;
     const pid_t child =
         start(path, arguments, environment_with(library, childs_setup), report.writing());
-    const SignalsToProgram signals(child);
+    signals.begin(child);
     report.close_writing();
     read_report(report.reading(), record);
     int status = 0;

@@ -28,9 +28,9 @@ struct OledCommand {
 
     std::uint8_t code = 0;
     std::uint8_t parameter_count = 0;
-    Order order = Order::any; // of the parameters' values
     // The first parameter, and every further one.
     std::array<OledParameter, 2> parameters{};
+    Order order = Order::any; // of the parameters' values
 
     constexpr const OledParameter& parameter(unsigned index) const {
         return parameters[index == 0 ? 0 : 1];
@@ -52,8 +52,8 @@ constexpr OledCommand oled_command(std::uint8_t code, OledParameter first, OledP
 constexpr OledCommand oled_span(std::uint8_t code, std::uint8_t limit) {
     return {.code = code,
             .parameter_count = 2,
-            .order = OledCommand::Order::not_falling,
-            .parameters = {OledParameter{0x00, limit, 0x00}, OledParameter{0x00, limit, limit}}};
+            .parameters = {OledParameter{0x00, limit, 0x00}, OledParameter{0x00, limit, limit}},
+            .order = OledCommand::Order::not_falling};
 }
 
 // The pulse widths of grey 1 to 15, each at most `widest`.
@@ -61,8 +61,8 @@ constexpr OledCommand oled_grey_table(std::uint8_t code, OledCommand::Order orde
                                       std::uint8_t widest) {
     return {.code = code,
             .parameter_count = oled_parameters_max,
-            .order = order,
-            .parameters = {OledParameter{0x00, widest}, OledParameter{0x00, widest}}};
+            .parameters = {OledParameter{0x00, widest}, OledParameter{0x00, widest}},
+            .order = order};
 }
 
 } // namespace k4sim

@@ -10,7 +10,7 @@ namespace k4sim {
 namespace {
 
 constexpr Microseconds look_us = 250'000;  // between two looks at the glass
-constexpr Microseconds pause_us = 400'000; // between two actions, from start to start
+constexpr Microseconds pause_us = 700'000; // between two actions, from start to start
 constexpr Microseconds pause_jitter_us = 100'000;
 constexpr Microseconds reading_us = 2'500'000;    // until the screen shows what was done
 constexpr Microseconds patience_us = 120'000'000; // without any change on the glass

@@ -11,10 +11,10 @@ namespace k4sim {
 
 class Device;
 
-// How long a pressed key is held: longer than the 100 ms after which a panel's keys are
-// looked at again, so that none is missed.
-inline constexpr Microseconds key_hold_us = 150'000;
-// Between two steps of a knob, for the same reason.
+// How long a pressed key is held: longer than the program may need to look at the keys
+// again, 100 ms and the quarter of a second that a whole picture takes over software I2C.
+inline constexpr Microseconds key_hold_us = 400'000;
+// Between two steps of a knob: counters lose no step, but a jump looks like noise.
 inline constexpr Microseconds knob_step_us = 150'000;
 
 class Hands {

@@ -16,7 +16,7 @@ protected:
 
 class MutexDeath : public testing::Test {
 protected:
-    MutexDeath() { GTEST_FLAG_SET(death_test_style, "threadsafe"); }
+    MutexDeath() { GTEST_FLAG_SET(death_test_style, "fast"); }
 };
 
 constexpr int statusOfMisuse = 255; // exit status -1

@@ -27,7 +27,7 @@ protected:
 class ThreadDeath : public testing::Test {
 protected:
     // Each death starts in a process of its own, where no main thread exists yet.
-    ThreadDeath() { GTEST_FLAG_SET(death_test_style, "threadsafe"); }
+    ThreadDeath() { GTEST_FLAG_SET(death_test_style, "fast"); }
 };
 
 constexpr int statusOfMisuse = 255; // exit status -1

@@ -18,7 +18,7 @@ breach() {
 program='baselib grc hw audio app'
 
 breach "Assembly outside the port access layer" \
-    grep -rnE '\b(asm|__asm__)\b' $program --include=*.cpp --include=*.h --exclude=ports.h
+    grep -rnE '\b(asm|__asm__)\b' $program --include=*.cpp --include=*.h --exclude=ports.cpp
 breach "Sleeping outside the clock and the thread layer" \
     grep -rnE '\b(usleep|nanosleep) *\(' $program --include=*.cpp --exclude=clock.cpp --exclude=thread.cpp
 breach "The program includes the virtual device" \

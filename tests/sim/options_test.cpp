@@ -72,6 +72,60 @@ TEST(Options, BothFormsAndTheProgramsOwnOptions) {
     EXPECT_EQ(options.program, (std::vector<std::string>{"--board", "x"}));
 }
 
+TEST(Options, HelpIsGivenWhereverItIsAskedFor) {
+    EXPECT_EQ(parse({"--board", "aes", "--help", "p"}).command, Command::help);
+    EXPECT_EQ(parse_options({"--help"}).command, Command::help);
+    // Behind the program's name it is the program's.
+    EXPECT_EQ(parse({"p", "--help"}).command, Command::run);
+}
+
+TEST(Options, WhatCannotBeCarriedOutIsOneLine) {
+    const struct {
+        std::vector<std::string> words;
+        const char* says;
+    } cases[] = {
+        {{}, "PROGRAM"},
+        {{"--"}, "PROGRAM"},
+        {{"--bord", "aes", "p"}, "--bord"},
+        {{"--board"}, "--board"},
+        {{"--board=", "p"}, "i2c"},
+        {{"--operator=robot", "p"}, "robot"},
+        {{"--seed=-1", "p"}, "-1"},
+        {{"--seed=18446744073709551616", "p"}, "18446744073709551616"},
+        {{"--pace=0", "p"}, "pace"},
+        {{"--pace=nan", "p"}, "nan"},
+        {{"--pace=1x", "p"}, "1x"},
+        {{"--limit=0", "p"}, "limit"},
+        {{"--limit=inf", "p"}, "inf"},
+        {{"--record=", "p"}, "--record"},
+        {{"--scenario=", "p"}, "--scenario"},
+        {{"--fault=gremlin", "p"}, "gremlin"},
+        {{"--fault=key-held", "p"}, "key-held"},
+        {{"--fault=key-held=7@soon", "p"}, "soon"},
+        {{"--board=none", "--fault=key-held=7", "p"}, "none"},
+    };
+    for (const auto& test : cases) {
+        const std::string error = error_of(test.words);
+        EXPECT_NE(error.find(test.says), std::string::npos) << test.says << ": " << error;
+        EXPECT_EQ(error.find('\n'), std::string::npos) << error;
+    }
+}
+
+TEST_F(ScenarioFile, MayBeEmptyButMustBeAFile) {
+    EXPECT_TRUE(parse({"--scenario", write(""), "p"}).setup.steps.empty());
+    EXPECT_NE(error_of({"--scenario", folder_.string(), "p"}).find(folder_.string()),
+              std::string::npos);
+    EXPECT_NE(error_of({"--scenario", folder_ / "absent", "p"}).find("absent"), std::string::npos);
+}
+
+TEST_F(ScenarioFile, FaultsMustSuitTheBoardOfTheCommandLine) {
+    const std::string path =
+        write("board = \"i2c\"\n[[step]]\nat = 1\ndo = \"fault sda-stuck=0\"\n");
+    EXPECT_EQ(error_of({"--scenario", path, "p"}), "");
+    const std::string error = error_of({"--board", "aes", "--scenario", path, "p"});
+    EXPECT_TRUE(error.starts_with(path + ":4: ")) << error;
+}
+
 TEST_F(ScenarioFile, StepsAndSettings) {
     const std::string path =
         write("board = \"plain\"\noperator = \"none\"\nseed = 9\n"
@@ -92,7 +146,8 @@ TEST_F(ScenarioFile, StepsAndSettings) {
     EXPECT_EQ(setup.steps[3].trigger, ScenarioStep::Trigger::beep);
 
     // The command line goes before the file, wherever it stands.
-    const k4sim::Setup other = parse({"--board", "aes", "--scenario", path, "--seed", "3", "p"}).setup;
+    const k4sim::Setup other =
+        parse({"--board", "aes", "--scenario", path, "--seed", "3", "p"}).setup;
     EXPECT_EQ(other.board, Board::aes);
     EXPECT_EQ(other.seed, 3U);
 }

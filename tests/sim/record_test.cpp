@@ -2,6 +2,7 @@
 
 #include "sim/launcher/options.h"
 #include "sim/launcher/verdict.h"
+#include "status_picture.h"
 
 #include <cstdlib>
 #include <filesystem>
@@ -91,6 +92,82 @@ TEST_F(Recording, AFolderThatCannotBeIsAUsageError) {
     std::ofstream(folder / "file") << "x";
     EXPECT_THROW(Record((folder / "file" / "sub").string()), UsageError);
     EXPECT_THROW(Record((folder / "file").string()), UsageError);
+}
+
+TEST_F(Recording, WhatIsNoReportIsDropped) {
+    Record record(folder.string());
+    for (const char* line : {"", "no report", "[1]", "{}", R"({"t":"1","source":"a","event":"b"})",
+                             R"({"t":1,"source":2,"event":"b"})", R"({"t":1,"source":"a"})",
+                             "{\"t\":1,\"source\":\"a\",\"event\":\"\xff\"}",
+                             R"({"t":1,"source":"oled","event":"picture","pixels":7})"})
+        record.line(line);
+    EXPECT_EQ(read(folder / "events.jsonl"), "");
+    EXPECT_NO_THROW(record.check_written());
+}
+
+TEST_F(Recording, AFileThatCouldNotBeWrittenIsReported) {
+    Record record(folder.string());
+    record.write_file("absent/report.json", "x");
+    EXPECT_THROW(record.check_written(), UsageError);
+}
+
+TEST_F(Recording, WithoutAFolderObservesAllTheSame) {
+    Record record("");
+    record.line(R"({"t":1,"source":"console","event":"text","stream":1,"text":"x"})");
+    record.line(R"({"t":5,"source":"program","event":"deadlock"})");
+    EXPECT_EQ(record.observation().console, "x");
+    EXPECT_TRUE(record.observation().deadlock);
+    EXPECT_FALSE(record.observation().limit);
+    EXPECT_NO_THROW(record.check_written());
+}
+
+std::string pixels_of(const Picture& picture) {
+    std::string pixels;
+    for (const std::uint8_t grey : picture)
+        pixels += "0123456789abcdef"[grey];
+    return pixels;
+}
+
+std::string table_line(int t, const std::string& parallel, const std::string& panel) {
+    const StatusPicture table({{"ParallelPrt", parallel}, {"", ""}, {"Frontpanel", panel}});
+    return R"({"t":)" + std::to_string(t) + R"(,"source":"oled","event":"picture","pixels":")" +
+           pixels_of(table.picture()) + "\"}";
+}
+
+// The rows of the table as "name status since".
+std::vector<std::string> units_of(const nlohmann::json& report) {
+    std::vector<std::string> units;
+    for (const auto& unit : report.at("units"))
+        if (unit.at("name") != "")
+            units.push_back(unit.at("name").get<std::string>() + " " +
+                            unit.at("status").get<std::string>() + " " + unit.at("since").dump());
+    return units;
+}
+
+TEST_F(Recording, ReportsTheLastTextOfEachUnitAndWhenItCame) {
+    Record record(folder.string());
+    record.line(table_line(1'000'000, "Testing", "012"));
+    record.line(table_line(2'000'000, "OK", "012"));
+    record.line(table_line(3'000'000, "OK", "2"));
+    record.line(picture_line("final-picture", std::string(256 * 64, '0')));
+    write_reports(record, Verdict::aborted, {false, 250});
+    const auto report = nlohmann::json::parse(read(folder / "report.json"));
+    EXPECT_EQ(units_of(report),
+              (std::vector<std::string>{"ParallelPrt OK 2.0", "Frontpanel 2 3.0"}));
+    EXPECT_EQ(report.at("status"), 250);
+    const std::string xml = read(folder / "report.xml");
+    EXPECT_NE(xml.find(R"(name="ParallelPrt" time="2"></testcase>)"), std::string::npos) << xml;
+    EXPECT_NE(xml.find(R"(name="Frontpanel" time="3"><failure message="2"/></testcase>)"),
+              std::string::npos)
+        << xml;
+}
+
+TEST_F(Recording, ARunWithoutAnyRowIsACaseOfItsOwn) {
+    Record record(folder.string());
+    write_reports(record, Verdict::not_run, {false, 0});
+    const std::string xml = read(folder / "report.xml");
+    EXPECT_NE(xml.find(R"(tests="1" failures="1")"), std::string::npos) << xml;
+    EXPECT_NE(xml.find(R"(<failure message="NOT RUN"/>)"), std::string::npos) << xml;
 }
 
 TEST_F(Recording, ReportsAreWellFormed) {

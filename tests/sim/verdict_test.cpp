@@ -22,6 +22,8 @@ TEST(Verdict, FromConsoleStatusAndReport) {
         {closing(-1), false, false, {false, 255}, "NOT STARTED"},
         {closing(-5), false, false, {false, 251}, "NOT STARTED"},
         {"banner\n", false, false, {false, 0}, "NOT RUN"},
+        {"no line: Selftest exits with code 0\n", false, false, {false, 0}, "NOT RUN"},
+        {"Selftest exits with code 0\n", false, false, {false, 0}, "PASSED"},
         {closing(0) + "more\n", false, false, {false, 0}, "NOT RUN"},
         {closing(-6), false, false, {false, 0}, "NOT RUN"},
         {"banner\n", false, false, {false, 250}, "DIED"},

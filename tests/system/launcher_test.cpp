@@ -68,7 +68,7 @@ INSTANTIATE_TEST_SUITE_P(
             "not_executable", {"run", "--record", "{}/record", "--", "{}/plain.txt"}, "plain.txt"},
         BadCase{"no_elf_file", {"run", "--record", "{}/record", "--", "{}/script.sh"}, "script.sh"},
         BadCase{"cut_elf_file", {"run", "--record", "{}/record", "--", "{}/cut.elf"}, "cut.elf"},
-        BadCase{"a_folder", {"run", "--", "{}"}, "{}"},
+        BadCase{"a_folder", {"run", "--", "{}"}, "not a file"},
         BadCase{"record_under_a_file",
                 {"run", "--record", "{}/plain.txt/record", "--", K4_PROGRAM},
                 "plain.txt"},

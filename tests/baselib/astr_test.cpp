@@ -1,0 +1,266 @@
+#include "astr_model.h"
+
+#include "baselib/astr.h"
+#include "baselib/astr_node.h"
+
+#include <gtest/gtest.h>
+
+#include <new>
+#include <random>
+
+namespace {
+
+// Opens the inside of a string, so that a test can look at it and damage it.
+struct OpenString : KLTastr {
+    using KLTastr::HN;
+    using KLTastr::length_;
+    using KLTastr::node_;
+    using KLTastr::text_;
+
+    using KLTastr::KLTastr;
+    OpenString(const KLTastr& source) : KLTastr(source) {}
+
+    int32_t capacity() const { return node_ ? node_->capacity : 0; }
+    int32_t references() const { return node_ ? node_->references : 0; }
+};
+
+} // namespace
+
+TEST(Astr, follows_std_string_through_random_changes) {
+    const KLTastrInfo before = KLTastr::info();
+    for (unsigned seed = 1; seed <= 8; ++seed) {
+        std::mt19937 random(seed);
+        AstrModel model([&random](unsigned limit) { return random() % limit; });
+        for (int step = 0; step < 20000; ++step)
+            ASSERT_TRUE(model.step()) << "seed " << seed << ", step " << step;
+    }
+    const KLTastrInfo after = KLTastr::info();
+    EXPECT_EQ(after.nodesLive, before.nodesLive);
+    EXPECT_EQ(after.bytesHeld, before.bytesHeld);
+    EXPECT_GT(after.nodesAllocated, before.nodesAllocated);
+}
+
+TEST(Astr, is_empty_without_a_node_from_null_and_from_no_characters) {
+    const char* const null = nullptr;
+    const OpenString strings[] = {{}, null, "", KLTastr(KLTastrc()), KLTastr().assign("abc", 3)};
+    for (const OpenString& string : strings) {
+        EXPECT_EQ(string.length(), 0);
+        EXPECT_STREQ(string.text(), "");
+        EXPECT_EQ(string.node_, nullptr);
+        EXPECT_EQ(string.text(), KLTastrc().text());
+    }
+}
+
+TEST(Astr, sizes_its_node_by_the_length) {
+    // Worked out by hand: (3n + 36) / 2 + 10, up to a multiple of 64, less 11.
+    constexpr struct {
+        int length;
+        int32_t capacity;
+    } rows[] = {
+        {1, 53}, {10, 53}, {24, 53}, {25, 117}, {40, 117}, {67, 117}, {68, 181}, {1000, 1525},
+    };
+    for (const auto& row : rows) {
+        const OpenString string(KLTastr().append('x', row.length));
+        EXPECT_EQ(string.capacity(), row.capacity) << row.length;
+    }
+}
+
+TEST(Astr, shares_a_node_until_one_of_the_copies_changes) {
+    const OpenString first("abc");
+    OpenString second(first);
+    EXPECT_EQ(second.node_, first.node_);
+    EXPECT_EQ(first.references(), 2);
+    second.append('d');
+    EXPECT_STREQ(first.text(), "abc");
+    EXPECT_STREQ(second.text(), "abcd");
+    EXPECT_EQ(first.references(), 1);
+    const OpenString own(static_cast<const KLTastrc&>(first));
+    EXPECT_NE(own.node_, first.node_);
+}
+
+TEST(Astr, keeps_its_node_while_the_text_fits) {
+    OpenString string("abc");
+    const void* const node = string.node_;
+    string.append('x', 49).replace(0, 3, "y");
+    EXPECT_EQ(string.node_, node);
+    string.append('x', 3);
+    EXPECT_NE(string.node_, node) << "53 characters and their NUL do not fit into 53 bytes";
+}
+
+TEST(Astr, changes_nothing_when_nothing_is_to_change) {
+    OpenString string("abc");
+    const OpenString copy(string);
+    string.append("").append('x', 0).append('\0', 4).delN(1, 0).delN(9, 9).replace('x', 'y');
+    string.pathAddDelim().dellast(1);
+    EXPECT_STREQ(string.text(), "abc");
+    EXPECT_EQ(copy.references(), 1);
+    OpenString unchanged(copy);
+    unchanged.append("").replace('x', 'y').dellast(-1).insert2(0, 'x', -1);
+    EXPECT_EQ(unchanged.node_, copy.node_);
+}
+
+TEST(Astr, frees_the_node_with_the_last_character) {
+    const KLTastrInfo before = KLTastr::info();
+    KLTastr string("abc");
+    EXPECT_EQ(KLTastr::info().nodesLive, before.nodesLive + 1);
+    EXPECT_EQ(KLTastr::info().bytesHeld, before.bytesHeld + 64);
+    string.delN(0, 3);
+    EXPECT_EQ(KLTastr::info().nodesLive, before.nodesLive);
+    EXPECT_EQ(KLTastr::info().bytesHeld, before.bytesHeld);
+    EXPECT_EQ(KLTastr::info().nodesAllocated, before.nodesAllocated + 1);
+}
+
+TEST(Astr, remembers_the_peaks) {
+    const KLTastrInfo before = KLTastr::info();
+    { const KLTastr large(KLTastr().append('x', 1 << 20)); }
+    const KLTastrInfo after = KLTastr::info();
+    EXPECT_GE(after.bytesPeak, before.bytesHeld + (1 << 20) * 3 / 2);
+    EXPECT_EQ(after.bytesHeld, before.bytesHeld);
+    EXPECT_GE(after.nodesPeak, before.nodesLive + 1);
+}
+
+TEST(Astr, ends_a_source_at_its_nul) {
+    KLTastr string;
+    string.append("ab\0cd", 5).append('\0').insert2(0, 256);
+    EXPECT_STREQ(string.text(), "ab");
+    char changing[] = "abc";
+    const KLTastrc view(changing);
+    changing[1] = '\0';
+    EXPECT_EQ(view.length(), 3);
+    EXPECT_EQ(view.trueLen(), 1);
+    EXPECT_EQ(KLTastr(view).length(), 1);
+}
+
+TEST(Astr, cuts_every_position_and_count_to_the_text) {
+    const auto of = [](const char* text) { return KLTastr(text); };
+    EXPECT_EQ(of("abc").insert2(INT_MIN, 'x', 2), "xxabc");
+    EXPECT_EQ(of("abc").insert2(INT_MAX, 'x', 2), "abcxx");
+    EXPECT_EQ(of("abc").replace(-5, INT_MAX, "x"), "x");
+    EXPECT_EQ(of("abc").replace(INT_MAX, INT_MAX, "x"), "abcx");
+    EXPECT_EQ(of("abc").delN(INT_MIN, 1), "bc");
+    EXPECT_EQ(of("abc").delN(1, INT_MAX), "a");
+    EXPECT_EQ(of("abc").delRange(INT_MIN, INT_MAX), "");
+    EXPECT_EQ(of("abc").delRange(2, INT_MIN), "abc");
+    EXPECT_EQ(of("abc").dellast(INT_MAX), "");
+    EXPECT_EQ(of("abc").cleanCopy(INT_MIN), "abc");
+    EXPECT_EQ(of("x").assign("abc", INT_MIN, INT_MAX), "abc");
+    EXPECT_EQ(of("x").assign(KLTastrc("abc"), INT_MAX, INT_MAX), "");
+}
+
+TEST(Astr, refuses_a_text_too_long_for_a_node_and_stays_as_it_is) {
+    KLTastr string("abc");
+    EXPECT_THROW(string.append('x', INT_MAX), std::bad_alloc);
+    EXPECT_THROW(string.append('x', INT_MAX - 3), std::bad_array_new_length);
+    EXPECT_THROW(string.append('x', 2147483570), std::bad_array_new_length);
+    EXPECT_THROW(string.cleanCopy(INT_MAX), std::bad_array_new_length);
+    EXPECT_EQ(string, "abc");
+    string.checkKrnl2(__LINE__);
+}
+
+TEST(Astr, tells_sources_inside_its_text) {
+    const KLTastr string("abc");
+    EXPECT_TRUE(string.hasOverlap(string.text()));
+    EXPECT_TRUE(string.hasOverlap(string.text() + 2));
+    EXPECT_FALSE(string.hasOverlap(string.text() + 3));
+    EXPECT_FALSE(string.hasOverlap(string.text() - 1));
+    EXPECT_FALSE(KLTastr().hasOverlap(KLTastrc().text()));
+}
+
+TEST(Astr, makes_room_in_a_node_of_its_own) {
+    OpenString string("abc");
+    const OpenString copy(string);
+    string.cleanCopy(1000);
+    EXPECT_EQ(copy.references(), 1);
+    EXPECT_EQ(string.capacity(), 1525);
+    EXPECT_STREQ(string.text(), "abc");
+    EXPECT_EQ(OpenString(KLTastr().cleanCopy(1000)).node_, nullptr);
+}
+
+TEST(Astr, counts_what_it_replaces) {
+    KLTastr string("a-b-c-");
+    EXPECT_EQ(string.replaceAll("-", "--"), 3);
+    EXPECT_EQ(string, "a--b--c--");
+    EXPECT_EQ(string.replaceAll("bc", '*'), 2);
+    EXPECT_EQ(string.replaceAll("-", 0), 6);
+    EXPECT_EQ(string, "a**");
+    EXPECT_EQ(string.replaceFirst("A", "b"), -1);
+    EXPECT_EQ(string.replaceFirst("A", "b", false), 0);
+    EXPECT_EQ(string, "b**");
+}
+
+// Does damage, reads the code of the check and mends the damage before the string goes.
+class AstrCheck : public testing::Test {
+protected:
+    template <class Damage> int codeAfter(OpenString& string, Damage damage) {
+        const char* const text = string.text_;
+        const int length = string.length_;
+        OpenString::HN* const node = string.node_;
+        const OpenString::HN head = node ? *node : OpenString::HN{};
+        damage(string);
+        const int code = thrown(string);
+        string.text_ = text;
+        string.length_ = length;
+        string.node_ = node;
+        if (node) *node = head;
+        return code;
+    }
+
+    template <class Damage> int codeAfter(const char* text, Damage damage) {
+        OpenString string(text);
+        return codeAfter(string, damage);
+    }
+
+private:
+    static int thrown(const KLTastr& string) {
+        testing::internal::CaptureStderr();
+        int code = 0;
+        try {
+            string.checkKrnl2(77);
+        } catch (int caught) {
+            code = caught;
+        }
+        const std::string message =
+            code ? "KLTastr::check() error " + std::to_string(code) + " in line 77\r\n" : "";
+        EXPECT_EQ(testing::internal::GetCapturedStderr(), message);
+        return code;
+    }
+};
+
+TEST_F(AstrCheck, finds_each_inconsistency) {
+    EXPECT_EQ(codeAfter("", [](OpenString&) {}), 0);
+    EXPECT_EQ(codeAfter("abc", [](OpenString&) {}), 0);
+    EXPECT_EQ(codeAfter("abc", [](OpenString& s) { s.text_ = nullptr; }), -1);
+    EXPECT_EQ(codeAfter("", [](OpenString& s) { s.length_ = 1; }), -2);
+    EXPECT_EQ(codeAfter("", [](OpenString& s) { s.text_ = "x"; }), -3);
+    EXPECT_EQ(codeAfter("abc", [](OpenString& s) { s.length_ = 0; }), -4);
+    EXPECT_EQ(codeAfter("abc", [](OpenString& s) { ++s.text_; }), -5);
+    EXPECT_EQ(codeAfter("abc", [](OpenString& s) { s.node_->capacity = 3; }), -6);
+    EXPECT_EQ(codeAfter("abc", [](OpenString& s) { *s.node_->text() = '\0'; }), -7);
+    EXPECT_EQ(codeAfter("abc", [](OpenString& s) { s.node_->references = 0; }), -8);
+    EXPECT_EQ(codeAfter("abc", [](OpenString& s) { s.length_ = 2; }), -9);
+}
+
+TEST_F(AstrCheck, yields_the_first_code_that_applies) {
+    EXPECT_EQ(codeAfter("abc",
+                        [](OpenString& s) {
+                            s.node_->references = 0;
+                            s.length_ = 2;
+                        }),
+              -8);
+    EXPECT_EQ(codeAfter("abc",
+                        [](OpenString& s) {
+                            s.length_ = 60;
+                            s.node_->references = 0;
+                        }),
+              -6);
+}
+
+TEST_F(AstrCheck, runs_after_an_assignment) {
+    OpenString damaged("abc");
+    damaged.length_ = 2;
+    testing::internal::CaptureStderr();
+    EXPECT_THROW(KLTastr(static_cast<const KLTastr&>(damaged)), int);
+    EXPECT_NE(testing::internal::GetCapturedStderr(), "");
+    --damaged.node_->references; // of the copy that was never finished
+    damaged.length_ = 3;
+}

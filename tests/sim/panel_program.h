@@ -1,0 +1,143 @@
+// Stands for the program under test in front of the operators: looks at the keys every
+// 100 ms, lights the whole glass until the first key, and shows what is missing in the
+// status table. It knows the panel's wires only.
+#pragma once
+
+#include "fake_surroundings.h"
+#include "status_picture.h"
+
+#include "sim/models/device.h"
+
+#include <bit>
+#include <initializer_list>
+#include <string>
+#include <vector>
+
+class PanelProgram {
+public:
+    // As with and without a numeric keypad.
+    enum class Keypad { fitted, absent };
+
+    // For a device of the board aes.
+    PanelProgram(k4sim::Device& device, FakeSurroundings& surroundings, Keypad keypad)
+        : device_(device), surroundings_(surroundings), keypad_(keypad) {
+        commands({0xFD, 0x12, 0xA0, 0xC3, 0xA8, 0x3F, 0xAB, 0x01, 0xAF});
+        show(StatusPicture());
+    }
+
+    void start() {
+        commands({0xA5}); // all pixels lit
+        word_ = device_.panel()->key_word();
+        tick();
+    }
+
+    // What another unit's row reads.
+    void set_other_status(const std::string& status) { other_status_ = status; }
+
+    // Codes of accepted presses, in order.
+    const std::vector<int>& keys() const { return keys_; }
+    bool aborted() const { return aborted_at_ >= 0; }
+    k4sim::Microseconds aborted_at() const { return aborted_at_; }
+    k4sim::Microseconds last_key_at() const { return last_key_at_; }
+    int most_keys_at_once() const { return most_keys_at_once_; }
+
+    std::string status() const {
+        if (missing_ == 0) return "OK";
+        return keypad_ == Keypad::fitted ? missing_characters() : missing_words();
+    }
+
+private:
+    static constexpr std::string_view characters = "0123456789*#LRKEACDMhH";
+    static constexpr std::string_view word_keys = "CDEA147*2580369#"; // from bit 0 on
+
+    static int code_of(char character) { return static_cast<int>(characters.find(character)); }
+
+    void commands(std::initializer_list<int> bytes) {
+        for (const int byte : bytes)
+            device_.panel()->oled_command(static_cast<std::uint8_t>(byte));
+    }
+
+    void show(const StatusPicture& table) {
+        const k4sim::Picture picture = table.picture();
+        commands({0x15, 0x00, 0x7F, 0x75, 0x00, 0x3F});
+        for (std::size_t i = 0; i < picture.size(); i += 2)
+            device_.panel()->oled_data(static_cast<std::uint8_t>(picture[i] << 4 | picture[i + 1]));
+    }
+
+    void tick() {
+        const std::uint32_t word = device_.panel()->key_word();
+        const std::uint32_t pressed = pressed_keys(word);
+        const std::uint32_t fresh = pressed & ~pressed_keys(word_);
+        most_keys_at_once_ = std::max(most_keys_at_once_, std::popcount(pressed));
+        for (int code = 0; code < 22; ++code)
+            if (fresh >> code & 1) accept(code);
+        turned((word >> 24) - (word_ >> 24), 'L', 'R');
+        turned((word >> 16) - (word_ >> 16), 'h', 'H');
+        word_ = word;
+        if (ticks_++ % 10 == 0) redraw();
+        if (!aborted()) surroundings_.at(surroundings_.now() + 100'000, [this] { tick(); });
+    }
+
+    static std::uint32_t pressed_keys(std::uint32_t word) {
+        std::uint32_t codes = 0;
+        for (unsigned bit = 0; bit < word_keys.size(); ++bit)
+            if ((word >> bit & 1) == 0) codes |= 1U << code_of(word_keys[bit]);
+        if (word >> 23 & 1) codes |= 1U << code_of('M');
+        if (word >> 31 & 1) codes |= 1U << code_of('K');
+        return codes;
+    }
+
+    void turned(std::uint32_t difference, char left, char right) {
+        constexpr unsigned counter_mask = 0x3F;
+        difference &= counter_mask;
+        if (difference == 0) return;
+        accept(code_of(difference <= counter_mask / 2 ? right : left));
+    }
+
+    void accept(int code) {
+        if (!swallowed_ && (code == code_of('7') || code == code_of('M'))) {
+            swallowed_ = true;
+            return;
+        }
+        if (keys_.empty()) commands({0xA4}); // the picture
+        if (code == code_of('E') && !keys_.empty() && keys_.back() == code)
+            aborted_at_ = surroundings_.now();
+        keys_.push_back(code);
+        missing_ &= ~(1U << code);
+        last_key_at_ = surroundings_.now();
+    }
+
+    std::string missing_characters() const {
+        std::string text;
+        for (unsigned code = 0; code < characters.size(); ++code)
+            if (missing_ >> code & 1) text += characters[code];
+        return text;
+    }
+
+    std::string missing_words() const {
+        std::string text = "Missing ";
+        const std::pair<char, const char*> words[] = {{'L', "Ml "},  {'R', "Mr "}, {'K', "M "},
+                                                      {'E', "Esc "}, {'M', "H "},  {'h', "Hl "},
+                                                      {'H', "Hr "}};
+        for (const auto& [character, word] : words)
+            if (missing_ >> code_of(character) & 1) text += word;
+        return text;
+    }
+
+    void redraw() {
+        show(StatusPicture({{"ParallelPrt", other_status_}, {"", ""}, {"Frontpanel", status()}}));
+    }
+
+    k4sim::Device& device_;
+    FakeSurroundings& surroundings_;
+    Keypad keypad_;
+    std::string other_status_ = "Not running";
+    std::uint32_t word_ = 0;
+    std::uint32_t missing_ = keypad_ == Keypad::fitted ? 0x3FFFFF : 0x38F000;
+    bool swallowed_ = false;
+    std::vector<int> keys_;
+    k4sim::Microseconds aborted_at_ = -1;
+    k4sim::Microseconds last_key_at_ = 0;
+    int most_keys_at_once_ = 0;
+    unsigned ticks_ = 0;
+};
