@@ -13,7 +13,8 @@ inline std::string characters(const KLTastrc& text) {
 }
 
 // Next gives the next random number, 0 up to but not including its argument.
-template <class Next> class AstrModel {
+template <class Next>
+class AstrModel {
 public:
     explicit AstrModel(Next next) : next_(next) {}
 

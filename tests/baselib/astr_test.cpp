@@ -191,7 +191,8 @@ TEST(Astr, counts_what_it_replaces) {
 // Does damage, reads the code of the check and mends the damage before the string goes.
 class AstrCheck : public testing::Test {
 protected:
-    template <class Damage> int codeAfter(OpenString& string, Damage damage) {
+    template <class Damage>
+    int codeAfter(OpenString& string, Damage damage) {
         const char* const text = string.text_;
         const int length = string.length_;
         OpenString::HN* const node = string.node_;
@@ -205,7 +206,8 @@ protected:
         return code;
     }
 
-    template <class Damage> int codeAfter(const char* text, Damage damage) {
+    template <class Damage>
+    int codeAfter(const char* text, Damage damage) {
         OpenString string(text);
         return codeAfter(string, damage);
     }
