@@ -68,16 +68,22 @@ std::optional<Number> number_from(std::string_view text) {
     return number;
 }
 
+std::optional<std::int64_t> duration_from(std::string_view text) {
+    const auto duration = number_from<std::int64_t>(text);
+    return duration && *duration >= 0 ? duration : std::nullopt;
+}
+
 using Words = std::vector<std::string_view>;
 
+// Exactly one blank between two words.
 Words words_of(std::string_view line) {
     Words words;
-    while (!line.empty()) {
+    for (;;) {
         const std::size_t blank = line.find(' ');
         words.push_back(line.substr(0, blank));
-        line.remove_prefix(blank == std::string_view::npos ? line.size() : blank + 1);
+        if (blank == std::string_view::npos) return words;
+        line.remove_prefix(blank + 1);
     }
-    return words;
 }
 
 template <class Target, class Value>
@@ -94,11 +100,10 @@ bool read_operator(Setup& setup, std::string_view word) {
 
 bool read_fault(Setup& setup, const Words& words) {
     if (words.size() != 4) return false;
-    FaultSetting fault;
-    setup.faults.push_back(fault);
-    FaultSetting& last = setup.faults.back();
-    return store(last.name, unescaped(words[1])) && store(last.value, unescaped(words[2])) &&
-           store(last.at_us, number_from<std::int64_t>(words[3]));
+    setup.faults.emplace_back();
+    FaultSetting& fault = setup.faults.back();
+    return store(fault.name, unescaped(words[1])) && store(fault.value, unescaped(words[2])) &&
+           store(fault.at_us, duration_from(words[3]));
 }
 
 bool read_step(Setup& setup, const Words& words) {
@@ -109,8 +114,8 @@ bool read_step(Setup& setup, const Words& words) {
     const auto trigger = number_from<int>(words[1]);
     if (!trigger || *trigger < 0 || *trigger >= triggers) return false;
     step.trigger = static_cast<ScenarioStep::Trigger>(*trigger);
-    return store(step.at_us, number_from<std::int64_t>(words[2])) &&
-           store(step.text, unescaped(words[3])) && store(step.action, unescaped(words[4]));
+    return store(step.at_us, duration_from(words[2])) && store(step.text, unescaped(words[3])) &&
+           store(step.action, unescaped(words[4]));
 }
 
 bool read_pace(Setup& setup, std::string_view word) {
@@ -120,7 +125,6 @@ bool read_pace(Setup& setup, std::string_view word) {
 
 bool read_line(Setup& setup, std::string_view line) {
     const Words words = words_of(line);
-    if (words.empty()) return false;
     if (words[0] == "fault") return read_fault(setup, words);
     if (words[0] == "step") return read_step(setup, words);
     if (words.size() != 2) return false;
@@ -128,7 +132,7 @@ bool read_line(Setup& setup, std::string_view line) {
     if (words[0] == "operator") return read_operator(setup, words[1]);
     if (words[0] == "seed") return store(setup.seed, number_from<std::uint64_t>(words[1]));
     if (words[0] == "pace") return read_pace(setup, words[1]);
-    if (words[0] == "limit") return store(setup.limit_us, number_from<std::int64_t>(words[1]));
+    if (words[0] == "limit") return store(setup.limit_us, duration_from(words[1]));
     if (words[0] == "report") return store(setup.report_fd, number_from<int>(words[1]));
     return false;
 }

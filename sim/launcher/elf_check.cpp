@@ -49,7 +49,7 @@ std::string loader_named_in(const std::string& path) {
         std::array<char, PATH_MAX> name{};
         file.seekg(static_cast<std::streamoff>(segment.p_offset));
         file.getline(name.data(), name.size(), '\0');
-        return file ? name.data() : "";
+        return file.good() ? name.data() : "";
     }
     return {};
 }

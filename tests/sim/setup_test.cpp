@@ -65,11 +65,17 @@ TEST(Setup, SurvivesTheWayThroughTheEnvironment) {
 }
 
 TEST(Setup, MalformedTextIsRefused) {
-    for (const char* text :
-         {"board", "board aes", "board aex\n", "board aes aes\n", "seed -1\n", "seed 1x\n",
-          "pace 0\n", "pace nan\n", "limit\n", "fault a b\n", "fault a %4 0\n", "fault a %zz 0\n",
-          "step 4 0 a b\n", "step -1 0 a b\n", "step 0 0 a\n", "operator bob\n", "colour red\n",
-          "\n"})
+    for (const char* text : {"board",          "board aes",
+                             "board aex\n",    "board aes aes\n",
+                             "seed -1\n",      "seed 1x\n",
+                             "pace 0\n",       "pace nan\n",
+                             "limit\n",        "fault a b\n",
+                             "fault a b -1\n", "limit -1\n",
+                             "limit 1 \n",     "step 0 -1 a b\n",
+                             "fault a %4 0\n", "fault a %zz 0\n",
+                             "step 4 0 a b\n", "step -1 0 a b\n",
+                             "step 0 0 a\n",   "operator bob\n",
+                             "colour red\n",   "\n"})
         EXPECT_FALSE(decode(text)) << text;
     EXPECT_TRUE(decode(""));
 }
