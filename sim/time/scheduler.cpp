@@ -161,11 +161,16 @@ void Scheduler::wake_due() {
     }
 }
 
-Microseconds Scheduler::next_event() const {
-    Microseconds next = timers_.empty() ? never : timers_.begin()->first.first;
+Microseconds Scheduler::next_deadline() const {
+    Microseconds next = never;
     for (const auto& thread : threads_)
         if (thread->state == Thread::State::waiting) next = std::min(next, thread->deadline);
     return next;
+}
+
+Microseconds Scheduler::next_event() const {
+    const Microseconds deadline = next_deadline();
+    return timers_.empty() ? deadline : std::min(deadline, timers_.begin()->first.first);
 }
 
 Thread* Scheduler::first_ready() const {
@@ -184,11 +189,11 @@ Thread& Scheduler::choose() {
             begin_slice(*next);
             return *next;
         }
-        const Microseconds next = next_event();
-        if (next == never) {
+        if (next_deadline() == never) {
             deadlock_action_();
             std::abort();
         }
+        const Microseconds next = next_event();
         pace_.hold(next);
         now_ = next;
     }

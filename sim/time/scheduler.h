@@ -112,7 +112,9 @@ public:
     // Follow real time at `factor` from now on (2: twice as fast); without: never wait.
     void set_pace(std::optional<double> factor);
 
-    // Called when no thread can ever run again; must end the process.
+    // Called when no thread can ever run again: each waits without a deadline. Timers do
+    // not count, since what they do, such as the end of a tone, wakes no thread. Must end
+    // the process.
     void set_deadlock_action(std::function<void()> action);
 
 private:
@@ -120,6 +122,7 @@ private:
     void run_due();
     void wake_due();
     bool run_due_timer();
+    Microseconds next_deadline() const;
     Microseconds next_event() const;
     Thread* first_ready() const;
     Thread& choose();

@@ -156,7 +156,12 @@ TEST(Scheduler, TheChildOfAForkHasOnlyTheCaller) {
 
 TEST(SchedulerDeathTest, NothingThatCanEverRunEndsTheProcess) {
     int object = 0;
-    EXPECT_EXIT(scheduler().wait(&object, never), testing::ExitedWithCode(125), "deadlock");
+    const auto lock_up = [&] {
+        std::function<void()> tick = [&] { scheduler().at(scheduler().now() + 10, tick); };
+        tick(); // a device that goes on for ever changes nothing about it
+        scheduler().wait(&object, never);
+    };
+    EXPECT_EXIT(lock_up(), testing::ExitedWithCode(125), "deadlock");
 }
 
 // The system's own clock, past the stand-ins.
