@@ -1,5 +1,5 @@
 // ID 1 version 8: the line register of version 6, and an I2C engine that moves bytes by
-// itself at 400 kHz.
+// itself at 1 MHz.
 //
 // +5 write: 2 = the next byte is the address byte after a start condition, 1 = the next
 // byte is the last one, a stop condition follows it. +6 write: the byte to transmit; one
@@ -22,8 +22,8 @@ namespace k4sim {
 
 class CpldEngine final : public CpldI2c {
 public:
-    // Eight bits and the acknowledge at 400 kHz, rounded up.
-    static constexpr Microseconds byte_time_us = 23;
+    // Eight bits and the acknowledge at 1 MHz.
+    static constexpr Microseconds byte_time_us = 9;
 
     CpldEngine(I2cBus& bus, Surroundings& surroundings)
         : CpldI2c(1, 8, bus), bus_(bus), surroundings_(surroundings) {}

@@ -182,9 +182,9 @@ TEST_F(EngineTest, moves_bytes_in_the_time_that_the_bus_takes) {
     EXPECT_EQ(cpld.in(base + 5), 0x20) << "nothing to send, nothing received";
     put(5, 2);
     put(6, 0x78);
-    EXPECT_EQ(wait([&] { return !busy(); }), 23); // 9 bits of 2.5 us
+    EXPECT_EQ(wait([&] { return !busy(); }), 9); // 9 bits of 1 us
     put(6, 0x50);
-    EXPECT_EQ(wait([&] { return !busy(); }), 23);
+    EXPECT_EQ(wait([&] { return !busy(); }), 9);
     put(5, 1);
     put(6, 0x3E);
     EXPECT_EQ(panel.peek_led(), 0x3E);
@@ -208,9 +208,9 @@ TEST_F(EngineTest, a_received_byte_takes_its_time) {
     wait([&] { return !busy(); });
     put(5, 2);
     put(6, 0x79);
-    EXPECT_EQ(wait([&] { return received(); }), 46); // address byte and first byte
+    EXPECT_EQ(wait([&] { return received(); }), 18); // address byte and first byte
     cpld.in(base + 7);
-    EXPECT_EQ(wait([&] { return received(); }), 23);
+    EXPECT_EQ(wait([&] { return received(); }), 9);
 }
 
 TEST_F(EngineTest, counts_what_a_driver_does_too_early) {
