@@ -1,11 +1,10 @@
 #include "sim/machine.h"
 
 #include "sim/models/device.h"
+#include "sim/models/faults.h"
 #include "sim/operator/operator.h"
 #include "sim/time/scheduler.h"
 #include "sim/time/unobserved.h"
-
-#include <charconv>
 
 namespace k4sim {
 
@@ -19,12 +18,6 @@ std::string picture_text(Device& device) {
     for (const std::uint8_t grey : picture)
         text += digits[grey & 15];
     return text;
-}
-
-int number(std::string_view text) {
-    int value = 0;
-    std::from_chars(text.data(), text.data() + text.size(), value);
-    return value;
 }
 
 } // namespace
@@ -78,7 +71,7 @@ void Machine::port_out(std::uint16_t port, std::uint8_t value) {
 
 void Machine::apply_fault(const FaultSetting& fault) {
     if (fault.name == "thread-create")
-        set_thread_create_failure(number(fault.value));
+        set_thread_create_failure(static_cast<int>(fault_number(fault.value)));
     else if (fault.name == "no-privilege")
         set_privilege_refused(true);
     else

@@ -67,6 +67,16 @@ TEST(AutoOperator, UnderstandsThePanelWithoutKeypad) {
     EXPECT_TRUE(bench.program.aborted());
 }
 
+TEST(AutoOperator, DoesAgainWhateverTheScreenStillAsksFor) {
+    for (const auto keypad : {PanelProgram::Keypad::fitted, PanelProgram::Keypad::absent}) {
+        Bench bench(keypad);
+        bench.program.set_forgetful(21); // all of the first round
+        bench.run(60 * second);
+        EXPECT_EQ(bench.program.status(), "OK");
+        EXPECT_TRUE(bench.program.aborted());
+    }
+}
+
 TEST(AutoOperator, GivesAUnitTwoMinutesToChangeItsText) {
     Bench bench;
     bench.program.set_other_status("Error 1");

@@ -94,6 +94,7 @@ TEST_F(ElfCheck, RefusesWhatIsNoSuchProgram) {
         {"\177ELV" + whole.substr(4), "no i386 or x86-64"},
         {bytes_of({ELFCLASS32, EM_ARM, ET_EXEC, "/bin/sh"}), "no i386 or x86-64"},
         {bytes_of({ELFCLASS32, EM_X86_64, ET_EXEC, "/bin/sh"}), "no i386 or x86-64"},
+        {bytes_of({ELFCLASS64, EM_386, ET_EXEC, "/bin/sh"}), "no i386 or x86-64"},
         {bytes_of({ELFCLASS32, EM_386, ET_REL, "/bin/sh"}), "no i386 or x86-64"},
         {bytes_of({ELFCLASS32, EM_386, ET_EXEC, ""}), "statically linked"},
         {bytes_of({ELFCLASS64, EM_X86_64, ET_DYN, ""}), "statically linked"},

@@ -34,6 +34,9 @@ public:
     // What another unit's row reads.
     void set_other_status(const std::string& status) { other_status_ = status; }
 
+    // The first so many keys and steps do not count: the table goes on asking for them.
+    void set_forgetful(std::size_t count) { forgotten_ = count; }
+
     // Codes of accepted presses, in order.
     const std::vector<int>& keys() const { return keys_; }
     bool aborted() const { return aborted_at_ >= 0; }
@@ -103,7 +106,7 @@ private:
         if (code == code_of('E') && !keys_.empty() && keys_.back() == code)
             aborted_at_ = surroundings_.now();
         keys_.push_back(code);
-        missing_ &= ~(1U << code);
+        if (keys_.size() > forgotten_) missing_ &= ~(1U << code);
         last_key_at_ = surroundings_.now();
     }
 
@@ -134,6 +137,7 @@ private:
     std::string other_status_ = "Not running";
     std::uint32_t word_ = 0;
     std::uint32_t missing_ = keypad_ == Keypad::fitted ? 0x3FFFFF : 0x38F000;
+    std::size_t forgotten_ = 0;
     bool swallowed_ = false;
     std::vector<int> keys_;
     k4sim::Microseconds aborted_at_ = -1;
