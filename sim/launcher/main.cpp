@@ -23,12 +23,26 @@ std::string own_folder() {
     return std::filesystem::read_symlink("/proc/self/exe").parent_path().string();
 }
 
+const char* sight_text(Fault::Sight sight) {
+    switch (sight) {
+    case Fault::Sight::seen:
+        return "seen";
+    case Fault::Sight::depends:
+        return "depends";
+    case Fault::Sight::unseen:
+        break;
+    }
+    return "escapes";
+}
+
 int list_faults() {
+    std::puts("Faults for --fault, and what a run of the self-test must make of each: it is seen,\n"
+              "escapes the self-test by its nature, or depends on the value.\n");
     for (const Fault& fault : fault_list()) {
         std::string name(fault.name);
         if (!fault.value_syntax.empty()) name.append("=").append(fault.value_syntax);
-        std::printf("%-20s %s\n%-20s -> %s\n", name.c_str(), std::string(fault.breaks).c_str(), "",
-                    std::string(fault.verdict).c_str());
+        std::printf("%-24s %s\n    %-8s %s\n", name.c_str(), std::string(fault.breaks).c_str(),
+                    sight_text(fault.sight), std::string(fault.verdict).c_str());
     }
     return 0;
 }
