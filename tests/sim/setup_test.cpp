@@ -15,17 +15,18 @@ std::string random_text(std::mt19937& random) {
 }
 
 Setup random_setup(std::mt19937& random) {
+    const auto random_time = [&] { return static_cast<std::int64_t>(random()); };
     Setup setup;
     setup.board = static_cast<Board>(random() % 5);
     setup.operator_kind = static_cast<OperatorKind>(random() % 2);
     setup.seed = random() * 0x1'0000'0001ULL;
     if (random() % 2) setup.pace = 1.0 / (1 + random() % 1000);
-    setup.limit_us = random();
+    setup.limit_us = random_time();
     setup.report_fd = static_cast<int>(random() % 100) - 1;
     for (unsigned n = random() % 4; n > 0; --n)
-        setup.faults.push_back({random_text(random), random_text(random), random()});
+        setup.faults.push_back({random_text(random), random_text(random), random_time()});
     for (unsigned n = random() % 4; n > 0; --n)
-        setup.steps.push_back({static_cast<ScenarioStep::Trigger>(random() % 4), random(),
+        setup.steps.push_back({static_cast<ScenarioStep::Trigger>(random() % 4), random_time(),
                                random_text(random), random_text(random)});
     return setup;
 }
