@@ -122,7 +122,8 @@ Microseconds AutoOperator::decide() {
 Microseconds AutoOperator::wait_for_lamp_test(const Picture& picture) {
     const bool lit =
         std::all_of(picture.begin(), picture.end(), [](std::uint8_t grey) { return grey == 15; });
-    if (lit) {
+    // A key that was down at the start ends the lamp test before anyone can see it.
+    if (lit || !read_screen(picture).empty()) {
         plan_everything();
         phase_ = Phase::operates;
     }
