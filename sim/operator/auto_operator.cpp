@@ -170,7 +170,7 @@ void AutoOperator::plan_what_is_asked(const std::vector<ScreenRow>& rows) {
     });
     if (row == rows.end() || settled(*row)) return;
     if (row->status.starts_with("Missing ")) {
-        for (const std::string_view word : words_of(row->status.substr(8)))
+        for (const std::string_view word : words_of(std::string_view(row->status).substr(8)))
             for (const Request& request : knob_requests())
                 if (request.word == word) plan_.push_back(request.action);
     } else if (row->status.find(' ') == std::string::npos) {
