@@ -20,6 +20,26 @@ std::string picture_text(Device& device) {
     return text;
 }
 
+// A thread that has read the same from one port this often waits for something outside.
+// From then on it looks less often, so that a wait without end costs little real time.
+constexpr int reads_of_busy_wait = 20'000;
+constexpr Microseconds busy_wait_access_us = 1000;
+
+// What a thread reads again and again, with no other access between.
+struct Polling {
+    std::uint16_t port = 0;
+    std::uint8_t value = 0;
+    int reads = 0;
+
+    void note(std::uint16_t read_port, std::uint8_t read_value) {
+        if (read_port != port || read_value != value) *this = {read_port, read_value, 0};
+        if (reads < reads_of_busy_wait) ++reads;
+    }
+    bool is_busy_wait() const { return reads == reads_of_busy_wait; }
+};
+
+thread_local Polling polling;
+
 } // namespace
 
 Machine::Machine() { reset(); }
@@ -59,12 +79,15 @@ void Machine::event(std::string_view source, std::string_view what,
 
 std::uint8_t Machine::port_in(std::uint16_t port) {
     const Unobserved unobserved;
-    scheduler().spend(access_us);
-    return ports().in(port);
+    scheduler().spend(polling.is_busy_wait() ? busy_wait_access_us : access_us);
+    const std::uint8_t value = ports().in(port);
+    polling.note(port, value);
+    return value;
 }
 
 void Machine::port_out(std::uint16_t port, std::uint8_t value) {
     const Unobserved unobserved;
+    polling = {};
     scheduler().spend(access_us);
     ports().out(port, value);
 }

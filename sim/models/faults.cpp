@@ -18,13 +18,12 @@ using Sight = Fault::Sight;
 constexpr Fault faults[] = {
     {"cpld-id", "N", Value::number, 0, 255, Site::device, Needs::cpld, Sight::depends,
      "the CPLD identifies itself as N",
-     "UNDECIDED: with an unknown ID the parallel row shows \"CPLDerr: ID=N VER=...\", the panel "
-     "row \"FP init error\", and nobody can abort; without the fault's effect when N is the "
-     "board's own ID"},
+     "UNDECIDED: with an unknown ID \"Frontpanel init error -49997\", and nobody can abort; as "
+     "without the fault when N is the board's own ID"},
     {"cpld-version", "N", Value::number, 0, 255, Site::device, Needs::cpld, Sight::depends,
      "the CPLD tells version N",
-     "UNDECIDED: a version without a driver gives \"FP init error\", and nobody can abort; not "
-     "seen when N is another version for the same driver"},
+     "UNDECIDED: a version without a driver gives \"Frontpanel init error -49997\", and nobody "
+     "can abort; not seen when N is another version for the same driver"},
     {"encoder-dead", "N", Value::number, 1, 2, Site::device, Needs::cpld, Sight::seen,
      "the counter of encoder N stands still",
      "ABORTED: the panel row keeps LR (encoder 1) or hH (encoder 2)"},
@@ -42,8 +41,7 @@ constexpr Fault faults[] = {
      "keys that go down and up meanwhile are missed"},
     {"no-privilege", "", Value::none, 0, 0, Site::host, Needs::nothing, Sight::seen,
      "iopl is refused as it is without root",
-     "UNDECIDED: \"Frontpanel init error -49999\", \"CPLDerr: ID=255 VER=255\", and nobody can "
-     "abort"},
+     "UNDECIDED: \"Frontpanel init error -49999\", and nobody can abort"},
     {"panel-dead", "", Value::none, 0, 0, Site::device, Needs::cpld, Sight::seen,
      "the front panel answers nothing: no acknowledge on I2C, 0xFF and busy on the parallel port",
      "UNDECIDED: from the start \"Frontpanel init error -49997\", and nobody can abort; later the "
@@ -57,7 +55,7 @@ constexpr Fault faults[] = {
      "UNDECIDED: from the start \"Frontpanel init error -49997\", and nobody can abort"},
     {"speaker-absent", "", Value::none, 0, 0, Site::device, Needs::nothing, Sight::seen,
      "the console device has no speaker and can't be opened for it",
-     "UNDECIDED: the panel row shows \"Beeper init error\", and nobody can abort"},
+     "UNDECIDED: \"FP init error 0\", the lamp test stays on the glass, and nobody can abort"},
     {"thread-create", "N", Value::number, 1, 99, Site::host, Needs::nothing, Sight::seen,
      "the Nth thread creation from then on fails",
      "NOT STARTED: status -1 to -5 by the unit that gets no thread"},
