@@ -51,7 +51,8 @@ void countRelease(int size) {
 
 KLTastr::HN* KLTastr::HN::allocate(int length) {
     const int size = nodeSize(length);
-    HN* node = new (new char[static_cast<std::size_t>(size)]) HN{size - overhead, 1};
+    char* const memory = new char[static_cast<std::size_t>(size)];
+    HN* const node = new (memory) HN{size - overhead, 1};
     countAllocation(size);
     return node;
 }
