@@ -46,7 +46,7 @@ public:
     void carry(std::int64_t first, unsigned rate_hz, std::span<const Frame> sent,
                std::span<Frame> arriving) override;
 
-    // The registers. The setters of the transmitter change nothing when it refuses.
+    // The registers.
     bool transmitter_on() const { return transmitter_on_; }
     void set_transmitter(bool on);
     std::uint8_t spdif() const { return spdif_; }

@@ -128,7 +128,7 @@ public:
     // Breaks the running stream off as if the program had been late.
     void interrupt();
 
-    void set_present(bool present) { present_ = present; }
+    void remove() { present_ = false; }
     void set_busy(bool busy) { busy_ = busy; }
     void set_parameters_refused(bool refused) { parameters_refused_ = refused; }
     // Called with the new rate when parameters are set, with 0 when they are forgotten.
@@ -142,10 +142,13 @@ private:
     bool fits(const PcmConfiguration& wanted) const;
     bool started() const { return state_ == State::running || state_ == State::draining; }
     std::int64_t limit() const; // position at which the clock passes the buffer
-    std::size_t slot(std::int64_t position) const;
+    void prepare_now();
+    void break_off();
+    template <class Use>
+    void for_runs(unsigned count, Use use);
+    std::size_t slot_of(std::int64_t position) const;
     void fetch(std::int64_t first, std::span<Frame> frames) const; // by the clock's number
     void append(std::span<const Frame> frames);
-    void end_at(std::int64_t position);
 
     PcmDevice& device_;
     const Direction direction_;

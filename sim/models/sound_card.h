@@ -11,6 +11,7 @@
 #pragma once
 
 #include "sim/models/aesebu.h"
+#include "sim/models/card_controls.h"
 #include "sim/models/codec.h"
 #include "sim/models/controls.h"
 #include "sim/models/pcm.h"
@@ -57,7 +58,8 @@ public:
     // input 1 and 2.
     void set_microphone_switches(std::uint8_t bits);
 
-    // What the operator does. Each is an event. Null aes(): no digital socket, no effect.
+    // What the operator does. Each is an event, also without an effect. On boards without
+    // aes() there is no digital socket.
     void plug_analog(bool plugged);
     void plug_digital(bool plugged);
 
@@ -69,8 +71,9 @@ public:
     void set_analog_cable_lost(bool lost);    // plugging has no effect
     void set_digital_cable_lost(bool lost);
     void set(const CodecFaults& faults);
+    void set(const AesEbuFaults& faults); // board aes
     void crackle();
-    void set_present(bool present);
+    void remove();                                          // present() no more
     void set_busy(bool busy);                               // PCM device 0
     void set_parameters_refused(bool refused);              // PCM device 0
     void set_controls_refused(bool refused);                // every write to a mixer element
@@ -81,13 +84,32 @@ public:
     void set_interruptions(PcmStream::Direction direction, Microseconds period_us);
 
 private:
+    void change(const CodecSettings& settings);
+    void report_switches(std::string_view what, const CodecSettings::Pair<bool>& before,
+                         const CodecSettings::Pair<bool>& after);
+    void report_control(const ControlElement& element, std::span<const std::int32_t> values);
+    ControlResult writable(std::size_t index, std::span<const std::int32_t> values) const;
+    void store(const ControlRow& row, std::span<const std::int32_t> values);
+    void fit_analog_cable();
+    void fit_digital_cable();
+    void remove_digital(bool receiver);
+    void interrupt_every(PcmStream& stream, Microseconds period_us);
+
+    Surroundings& surroundings_;
+    std::vector<ControlRow> rows_;
     std::vector<ControlElement> controls_;
     std::vector<bool> missing_;
-    std::unique_ptr<AesEbu> aes_;
     Codec codec_;
     PcmDevice analog_;
+    std::unique_ptr<AesEbu> aes_;
     std::unique_ptr<PcmDevice> digital_;
     bool present_ = true;
+    bool controls_refused_ = false;
+    bool analog_plugged_ = false;
+    bool analog_lost_ = false;
+    AnalogCable analog_shape_ = AnalogCable::straight;
+    bool digital_plugged_ = false;
+    bool digital_lost_ = false;
 };
 
 } // namespace k4sim

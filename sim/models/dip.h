@@ -1,0 +1,24 @@
+// A filter that takes a band around one frequency out of a signal, as a bad coupling does.
+#pragma once
+
+namespace k4sim {
+
+class Dip {
+public:
+    // How much weaker the signal is in the middle of the band, in dB.
+    static constexpr double depth_db = 12;
+
+    // At a frequency below half the rate; the band is about as wide as the frequency.
+    void tune(double frequency_hz, double rate_hz);
+    double filter(double sample);
+
+    double frequency_hz() const { return frequency_hz_; }
+    double rate_hz() const { return rate_hz_; }
+
+private:
+    double frequency_hz_ = 0, rate_hz_ = 0;
+    double in_0_ = 1, in_1_ = 0, in_2_ = 0, out_1_ = 0, out_2_ = 0;
+    double state_1_ = 0, state_2_ = 0;
+};
+
+} // namespace k4sim
