@@ -143,7 +143,7 @@ PortSpace& Machine::ports() { return attached_ports_ ? *attached_ports_ : *devic
 // The operator goes before the device that it stands at.
 void Machine::new_device() {
     operator_.reset();
-    device_ = std::make_unique<Device>(setup_.board, *this);
+    device_ = std::make_unique<Device>(setup_.board, *this, setup_.seed);
     picture_watch_ = std::make_unique<PictureWatch>(
         *this, [this] { return picture_text(*device_); },
         [this](Microseconds appeared, const std::string& picture) {

@@ -32,7 +32,8 @@ struct ScenarioStep {
     Trigger trigger = Trigger::time;
     std::int64_t at_us = 0; // Trigger::time: since the start; else: delay after the trigger
     std::string text;       // what to look for (console, screen)
-    std::string action;     // "press 7", "hold E", "release E", "turn 1 -3", "fault NAME[=VALUE]"
+    std::string action;     // "press 7", "hold E", "release E", "turn 1 -3", "plug analog",
+                            // "unplug digital", "fault NAME[=VALUE]"
 };
 
 struct Setup {

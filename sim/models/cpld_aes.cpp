@@ -33,6 +33,7 @@ void CpldAes::set_microphone(std::uint8_t value) {
     surroundings().event(
         "cpld", "microphone",
         {{"boost", std::int64_t{value & 0x0F}}, {"phantom", std::int64_t{value >> 4}}});
+    if (on_microphone_) on_microphone_(value);
 }
 
 // A watchdog is fed for ever: only a change of the value is worth an event.

@@ -9,6 +9,9 @@
 
 #include "sim/models/cpld_hss.h"
 
+#include <functional>
+#include <utility>
+
 namespace k4sim {
 
 class CpldAes final : public CpldHss {
@@ -18,6 +21,11 @@ public:
     std::uint8_t in(std::uint16_t port) override;
     void out(std::uint16_t port, std::uint8_t value) override;
 
+    // Called with the register at +0x0B whenever it changes.
+    void set_on_microphone(std::function<void(std::uint8_t)> observer) {
+        on_microphone_ = std::move(observer);
+    }
+
     std::uint8_t peek_microphone() const override { return microphone_; }
     std::uint8_t peek_watchdog() const override { return watchdog_; }
     std::uint64_t peek_watchdog_writes() const override { return watchdog_writes_; }
@@ -26,6 +34,7 @@ private:
     void set_microphone(std::uint8_t value);
     void set_watchdog(std::uint8_t value);
 
+    std::function<void(std::uint8_t)> on_microphone_;
     std::uint8_t microphone_ = 0;
     std::uint8_t watchdog_ = 0;
     std::uint64_t watchdog_writes_ = 0;

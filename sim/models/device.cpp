@@ -5,6 +5,7 @@
 #include "sim/models/cpld_hss.h"
 #include "sim/models/cpld_i2c.h"
 #include "sim/models/faults.h"
+#include "sim/models/sound_faults.h"
 
 namespace k4sim {
 
@@ -32,11 +33,19 @@ const Fitting* fitting_of(Board board) {
     return nullptr;
 }
 
-std::unique_ptr<Cpld> make_cpld(Board board, I2cBus& bus, Panel& panel,
+std::unique_ptr<Cpld> make_aes_cpld(Panel& panel, SoundCard& sound_card,
+                                    Surroundings& surroundings) {
+    auto cpld = std::make_unique<CpldAes>(panel, surroundings);
+    cpld->set_on_microphone(
+        [&sound_card](std::uint8_t bits) { sound_card.set_microphone_switches(bits); });
+    return cpld;
+}
+
+std::unique_ptr<Cpld> make_cpld(Board board, I2cBus& bus, Panel& panel, SoundCard& sound_card,
                                 Surroundings& surroundings) {
     switch (board) {
     case Board::aes:
-        return std::make_unique<CpldAes>(panel, surroundings);
+        return make_aes_cpld(panel, sound_card, surroundings);
     case Board::plain:
         return std::make_unique<CpldHss>(panel, surroundings);
     case Board::i2c:
@@ -81,13 +90,14 @@ constexpr Breaker breakers[] = {
 
 } // namespace
 
-Device::Device(Board board, Surroundings& surroundings) : board_(board), speaker_(surroundings) {
+Device::Device(Board board, Surroundings& surroundings, std::uint64_t seed)
+    : board_(board), sound_card_(board, seed, surroundings), speaker_(surroundings) {
     const Fitting* const fitting = fitting_of(board);
     if (fitting == nullptr) return;
     base_ = fitting->base;
     panel_ = std::make_unique<Panel>(fitting->panel_type, fitting->panel_version, surroundings);
     bus_.attach(panel_i2c_address, *panel_);
-    cpld_ = make_cpld(board, bus_, *panel_, surroundings);
+    cpld_ = make_cpld(board, bus_, *panel_, sound_card_, surroundings);
 }
 
 std::uint8_t Device::in(std::uint16_t port) {
@@ -105,7 +115,7 @@ bool Device::set_fault(std::string_view name, std::string_view value) {
         breaker.strike(*this, value);
         return true;
     }
-    return false;
+    return strike_sound_card(sound_card_, name, value);
 }
 
 bool Device::cpld_answers(std::uint16_t port) const {

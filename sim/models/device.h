@@ -1,5 +1,6 @@
 // Everything of one K/4 that the processor can reach: the CPLD in I/O port space with the
-// front panel behind it, and the speaker. Which CPLD, panel and address is the Board's:
+// front panel behind it, the sound card and the speaker. Which CPLD, panel and address is the
+// Board's:
 //
 //   aes     CPLD ID 2 version 1  at 0xD000   panel type 0x3C version 9   parallel port
 //   plain   CPLD ID 1 version 9  at 0xD000   panel type 0x3D version 8   parallel port
@@ -14,6 +15,7 @@
 #include "sim/models/oled.h"
 #include "sim/models/panel.h"
 #include "sim/models/port_space.h"
+#include "sim/models/sound_card.h"
 #include "sim/models/speaker.h"
 #include "sim/models/surroundings.h"
 #include "sim/setup.h"
@@ -26,8 +28,9 @@ namespace k4sim {
 
 class Device final : public PortSpace {
 public:
-    // `surroundings` must outlive the device.
-    Device(Board board, Surroundings& surroundings);
+    // `surroundings` must outlive the device. The seed tells what differs from one device
+    // to the next and from run to run, such as the noise of the converters.
+    Device(Board board, Surroundings& surroundings, std::uint64_t seed = 1);
 
     // The processor's port instructions. Ports that nothing answers read 0xFF and swallow
     // writes, port 0x80 among them.
@@ -49,6 +52,9 @@ public:
 
     Speaker& speaker() { return speaker_; }
 
+    // On every board: it is a card of the processor's.
+    SoundCard& sound_card() { return sound_card_; }
+
     // Sets a fault of fault_list() whose site is the device. False, and nothing is
     // changed, when fault_error() objects or the host layer must carry it out.
     bool set_fault(std::string_view name, std::string_view value);
@@ -59,6 +65,7 @@ private:
     Board board_;
     std::uint16_t base_ = 0;
     I2cBus bus_;
+    SoundCard sound_card_;
     std::unique_ptr<Panel> panel_;
     std::unique_ptr<Cpld> cpld_;
     Speaker speaker_;

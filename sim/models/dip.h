@@ -6,7 +6,7 @@ namespace k4sim {
 class Dip {
 public:
     // How much weaker the signal is in the middle of the band, in dB.
-    static constexpr double depth_db = 12;
+    static constexpr double depth_db = 8;
 
     // At a frequency below half the rate; the band is about as wide as the frequency.
     void tune(double frequency_hz, double rate_hz);

@@ -16,6 +16,91 @@ using Needs = Fault::Needs;
 using Sight = Fault::Sight;
 
 constexpr Fault faults[] = {
+    {"aes-cable", "early|never", Value::word, 0, 0, Site::device, Needs::aes, Sight::seen,
+     "the digital loopback cable is in from then on (early), or is never plugged",
+     "ABORTED: the AES row keeps \"Wait for cable unplugged\" (early from the start) or \"Wait for "
+     "32000 Hz 'LOCK'\" (never)"},
+    {"aes-lock-lost", "", Value::none, 0, 0, Site::device, Needs::aes, Sight::depends,
+     "the receiver loses its lock for 0.3 s",
+     "as without the fault, 5 s later: \"Lost lock\" on the console where it strikes while the "
+     "lock "
+     "is waited for; else not seen"},
+    {"aes-measured-rate", "0|32000|44100|48000|88200|96000", Value::word, 0, 0, Site::device,
+     Needs::aes, Sight::seen, "the receiver measures this rate (0: none) whatever comes",
+     "ABORTED: the AES row keeps \"Wait for N Hz 'LOCK'\" with the first other rate N"},
+    {"aes-rate-dead", "32000|44100|48000", Value::word, 0, 0, Site::device, Needs::aes, Sight::seen,
+     "the receiver does not lock at this rate",
+     "ABORTED: the AES row keeps \"Wait for N Hz 'LOCK'\" with this rate"},
+    {"aes-receiver-absent", "", Value::none, 0, 0, Site::device, Needs::aes, Sight::seen,
+     "the digital receiver is gone: its stream and its control elements",
+     "ABORTED: the AES row shows \"Cannot open 'hw:0,1' capture\""},
+    {"aes-status-rate", "0|32000|44100|48000", Value::word, 0, 0, Site::device, Needs::aes,
+     Sight::seen, "the received channel status tells this rate (0: none) whatever was sent",
+     "ABORTED: the AES row keeps \"Wait for N Hz 'LOCK'\" with the first other rate N"},
+    {"aes-transmitter-absent", "", Value::none, 0, 0, Site::device, Needs::aes, Sight::seen,
+     "the digital transmitter is gone: its stream and its control elements",
+     "ABORTED: the AES row shows \"Cannot open 'hw:0,1' playback\""},
+    {"aes-transmitter-refuses", "", Value::none, 0, 0, Site::device, Needs::aes, Sight::seen,
+     "the transmitter's control elements can't be written",
+     "ABORTED: the AES row shows \"SR config error -1\""},
+    {"analog-cable", "early|never|left|right|crossed|phones", Value::word, 0, 0, Site::device,
+     Needs::nothing, Sight::depends,
+     "the analog loopback cable is in from then on (early), is never plugged, connects one side "
+     "only (left, right), is crossed, or goes into the headphone socket (phones)",
+     "ABORTED: the audio row keeps \"Silence/DC\" (early from the start) or \"Voltages, loopback\" "
+     "(never, left, right, phones); PASSED with crossed: all channels play the same tone, so "
+     "swapped sides can't be told"},
+    {"analog-crackle", "", Value::none, 0, 0, Site::device, Needs::nothing, Sight::depends,
+     "both inputs crackle for 10 ms",
+     "as without the fault: in the silence phase the count of quiet cycles begins again, later it "
+     "is not seen"},
+    {"analog-dc", "DB", Value::number, -100, 0, Site::device, Needs::nothing, Sight::depends,
+     "both inputs have a DC offset, in dB re full scale",
+     "ABORTED from about -45 dB on: the audio row keeps \"Silence/DC\"; not seen below"},
+    {"analog-droop", "HZ", Value::number, 20, 20'000, Site::device, Needs::nothing, Sight::depends,
+     "the loop is 8 dB weaker around this frequency",
+     "ABORTED: the audio row keeps \"Loop gain\" when one of the sweep's frequencies is near; not "
+     "seen where none is"},
+    {"analog-gain", "DB", Value::number, -100, 40, Site::device, Needs::nothing, Sight::depends,
+     "the loop has this gain more than it should",
+     "ABORTED: the audio row keeps \"Loop gain\" beyond 2 dB, \"Voltages, loopback\" below -11 dB; "
+     "not seen within 2 dB"},
+    {"analog-hum", "DB", Value::number, -100, 0, Site::device, Needs::nothing, Sight::depends,
+     "both inputs hum with 50 Hz of this peak, in dB re full scale",
+     "ABORTED from about -75 dB on: the audio row keeps \"Silence/DC\"; not seen below"},
+    {"analog-input-dead", "N", Value::number, 1, 2, Site::device, Needs::nothing, Sight::seen,
+     "input N hears nothing of its socket",
+     "ABORTED: the audio row keeps \"Voltages, loopback\", or \"Loop gain\" when it strikes during "
+     "the sweep"},
+    {"analog-noise", "DB", Value::number, -100, 0, Site::device, Needs::nothing, Sight::depends,
+     "both inputs have noise of this RMS, in dB re full scale",
+     "ABORTED from about -78 dB on: the audio row keeps \"Silence/DC\"; not seen below"},
+    {"capture-overrun", "SECONDS", Value::number, 1, 3600, Site::device, Needs::nothing,
+     Sight::depends, "the recording breaks off every so many seconds as if read too late",
+     "ABORTED: before the sweep the recording stays off, and the audio row keeps \"Voltages, "
+     "loopback\"; as without the fault where it strikes in the sweep only: \"UNDERRUN - Recorder "
+     "restart\" on the console"},
+    {"card-absent", "", Value::none, 0, 0, Site::device, Needs::nothing, Sight::seen,
+     "the sound card does not answer; streams that are open stay so",
+     "ABORTED: from the start the audio row shows \"ALSA mixer error\" and the AES row \"Cannot "
+     "open "
+     "'hw:0,1' capture\"; later the AES row shows \"Cannot get AES lock status\" or \"Cannot get "
+     "AES "
+     "stream info\""},
+    {"card-busy", "", Value::none, 0, 0, Site::device, Needs::nothing, Sight::seen,
+     "another program holds the analog streams",
+     "ABORTED: the audio row shows \"ALSA mixer error\""},
+    {"card-element-missing", "headphone|line-out|line-in|line-in-level|micboost|phantom",
+     Value::word, 0, 0, Site::device, Needs::nothing, Sight::depends,
+     "the mixer lacks this element",
+     "ABORTED: the audio row shows \"ALSA mixer error\"; not seen with micboost and phantom on "
+     "board aes, which has none"},
+    {"card-mixer-refuses", "", Value::none, 0, 0, Site::device, Needs::nothing, Sight::seen,
+     "the mixer's elements can't be written",
+     "ABORTED: the audio row keeps \"Voltages, loopback\", for every level stays at 0"},
+    {"card-parameters-refused", "", Value::none, 0, 0, Site::device, Needs::nothing, Sight::seen,
+     "the analog streams take no parameters",
+     "ABORTED: the audio row shows \"ALSA PCM open error\""},
     {"cpld-id", "N", Value::number, 0, 255, Site::device, Needs::cpld, Sight::depends,
      "the CPLD identifies itself as N",
      "UNDECIDED: with an unknown ID \"Frontpanel init error -49997\", and nobody can abort; as "
@@ -50,6 +135,9 @@ constexpr Fault faults[] = {
      "the front panel reports type N",
      "UNDECIDED: with an unknown type \"Frontpanel init error -49997\", and nobody can abort; "
      "with the other known type the picture is wrong, which only the operator can see"},
+    {"playback-underrun", "SECONDS", Value::number, 1, 3600, Site::device, Needs::nothing,
+     Sight::depends, "the playback breaks off every so many seconds as if written too late",
+     "as without the fault: the console tells \"Playout restart!\" each time"},
     {"sda-stuck", "0|1", Value::number, 0, 1, Site::device, Needs::i2c, Sight::seen,
      "the data line of the I2C bus is held low (0) or high (1)",
      "UNDECIDED: from the start \"Frontpanel init error -49997\", and nobody can abort"},
@@ -86,10 +174,37 @@ bool board_has(Board board, Needs needs) {
         return true;
     case Needs::cpld:
         return board != Board::none;
+    case Needs::aes:
+        return board == Board::aes;
     case Needs::i2c:
         break;
     }
     return board == Board::i2c || board == Board::engine;
+}
+
+bool is_word(std::string_view words, std::string_view value) {
+    for (;;) {
+        const std::size_t bar = words.find('|');
+        if (words.substr(0, bar) == value) return true;
+        if (bar == std::string_view::npos) return false;
+        words.remove_prefix(bar + 1);
+    }
+}
+
+std::string first_word(std::string_view words) {
+    return std::string(words.substr(0, words.find('|')));
+}
+
+// What to choose where board_has() says no.
+std::string_view boards_with(Needs needs) {
+    switch (needs) {
+    case Needs::aes:
+        return "aes";
+    case Needs::i2c:
+        return "i2c or engine";
+    default:
+        return "aes, plain, i2c or engine";
+    }
 }
 
 std::string value_error(const Fault& fault, std::string_view value) {
@@ -101,6 +216,11 @@ std::string value_error(const Fault& fault, std::string_view value) {
         return is_key(value) ? ""
                              : "fault " + name + " needs a key, one of " +
                                    std::string(key_characters) + ": for example " + name + "=5";
+    case Value::word:
+        return is_word(fault.value_syntax, value)
+                   ? ""
+                   : "fault " + name + " needs one of " + std::string(fault.value_syntax) +
+                         ": for example " + name + "=" + first_word(fault.value_syntax);
     case Value::number:
         break;
     }
@@ -126,7 +246,7 @@ std::string fault_error(Board board, std::string_view name, std::string_view val
     if (!board_has(board, fault->needs))
         return "fault " + std::string(name) + " has nothing to break on board " +
                std::string(board_name(board)) + ": choose board " +
-               (fault->needs == Needs::i2c ? "i2c or engine" : "aes, plain, i2c or engine");
+               std::string(boards_with(fault->needs));
     return value_error(*fault, value);
 }
 

@@ -12,16 +12,16 @@
 namespace k4sim {
 
 struct Fault {
-    enum class Value { none, key, number };
+    enum class Value { none, key, number, word };
     // Who carries it out: Device::set_fault, or the layer that stands in for the kernel.
     enum class Site { device, host };
     // What a board must have for the fault to make sense.
-    enum class Needs { nothing, cpld, i2c };
+    enum class Needs { nothing, cpld, i2c, aes };
     // Whether the self-test can notice it.
     enum class Sight { seen, depends, unseen };
 
     std::string_view name;
-    std::string_view value_syntax; // as in the usage text; empty: takes no value
+    std::string_view value_syntax; // as in the usage text, all words of a word fault; empty: none
     Value value;
     std::int64_t low, high; // range of a number
     Site site;

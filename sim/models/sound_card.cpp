@@ -198,7 +198,7 @@ void SoundCard::report_control(const ControlElement& element,
     while (values.size() > 1 && values.back() == 0)
         values = values.first(values.size() - 1);
     for (const std::int32_t value : values.subspan(1))
-        text += " " + std::to_string(value);
+        text.append(" ").append(std::to_string(value));
     surroundings_.event("sound", "control",
                         {{"element", element.name}, {"values", std::string_view(text)}});
 }

@@ -50,6 +50,14 @@ std::optional<Action> parse_turn(std::string_view encoder, std::string_view step
     return action;
 }
 
+std::optional<Action> parse_cable(Action::Kind kind, std::string_view cable) {
+    Action action;
+    action.kind = kind;
+    action.cable = cable == "analog" ? Action::Cable::analog : Action::Cable::digital;
+    if (cable != "analog" && cable != "digital") return std::nullopt;
+    return action;
+}
+
 Action parse_fault(std::string_view setting) {
     Action action;
     action.kind = Action::Kind::fault;
@@ -68,6 +76,8 @@ std::optional<Action> parse_action(std::string_view line) {
     if (words[0] == "press") return parse_key(Action::Kind::press, words[1]);
     if (words[0] == "hold") return parse_key(Action::Kind::hold, words[1]);
     if (words[0] == "release") return parse_key(Action::Kind::release, words[1]);
+    if (words[0] == "plug") return parse_cable(Action::Kind::plug, words[1]);
+    if (words[0] == "unplug") return parse_cable(Action::Kind::unplug, words[1]);
     if (words[0] == "fault") return parse_fault(words[1]);
     return std::nullopt;
 }
@@ -78,7 +88,8 @@ std::string action_error(Board board, std::string_view line) {
         std::string error = "\"";
         error.append(line).append("\" can't be done; say press, hold or release with one of ");
         error.append(key_characters);
-        return error.append(", turn 1 or 2 by a number of steps, or fault NAME=VALUE");
+        return error.append(", turn 1 or 2 by a number of steps, plug or unplug analog or "
+                            "digital, or fault NAME=VALUE");
     }
     if (action->kind == Action::Kind::fault) return fault_error(board, action->name, action->value);
     return {};

@@ -22,6 +22,12 @@ void Hands::act(const Action& action) {
     case Action::Kind::turn:
         turn(action.encoder, action.steps);
         break;
+    case Action::Kind::plug:
+        plug(action.cable, true);
+        break;
+    case Action::Kind::unplug:
+        plug(action.cable, false);
+        break;
     case Action::Kind::fault:
         apply_fault_({action.name, action.value, 0});
         break;
@@ -49,6 +55,13 @@ void Hands::turn(int encoder, int steps) {
     if (steps != step)
         surroundings_.at(surroundings_.now() + knob_step_us,
                          [this, encoder, left = steps - step] { turn(encoder, left); });
+}
+
+void Hands::plug(Action::Cable cable, bool plugged) {
+    if (cable == Action::Cable::analog)
+        device_.sound_card().plug_analog(plugged);
+    else
+        device_.sound_card().plug_digital(plugged);
 }
 
 } // namespace k4sim

@@ -1,4 +1,5 @@
-// What an operator's hands do at the panel; each action becomes an event of the record.
+// What an operator's hands do at the panel and the cables; each action becomes an event of the
+// record.
 #pragma once
 
 #include "sim/models/surroundings.h"
@@ -24,13 +25,14 @@ public:
         : device_(device), surroundings_(surroundings), apply_fault_(std::move(apply_fault)) {}
 
     // Begins the action; its end (a release, the further steps of a knob) comes by itself.
-    // Without a panel nothing happens.
+    // Without a panel keys and knobs do nothing.
     void act(const Action& action);
 
 private:
     void press(char key);
     void release(char key);
     void turn(int encoder, int steps);
+    void plug(Action::Cable cable, bool plugged);
 
     Device& device_;
     Surroundings& surroundings_;

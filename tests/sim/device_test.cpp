@@ -49,14 +49,27 @@ TEST(DeviceTest, board_none_reads_ff_and_swallows_writes) {
     EXPECT_EQ(device.cpld(), nullptr);
 }
 
+std::string some_value(const k4sim::Fault& fault) {
+    switch (fault.value) {
+    case k4sim::Fault::Value::none:
+        return "";
+    case k4sim::Fault::Value::key:
+        return "5";
+    case k4sim::Fault::Value::number:
+        return std::to_string(fault.low);
+    case k4sim::Fault::Value::word:
+        break;
+    }
+    return std::string(fault.value_syntax.substr(0, fault.value_syntax.find('|')));
+}
+
 TEST(FaultsTest, every_device_fault_can_be_set_and_the_others_belong_to_the_host) {
     for (const k4sim::Fault& fault : k4sim::fault_list()) {
         FakeSurroundings surroundings;
-        Device device(Board::i2c, surroundings);
-        const std::string value = fault.value == k4sim::Fault::Value::none  ? ""
-                                  : fault.value == k4sim::Fault::Value::key ? "5"
-                                                                            : "1";
-        EXPECT_EQ(k4sim::fault_error(Board::i2c, fault.name, value), "") << fault.name;
+        const Board board = fault.needs == k4sim::Fault::Needs::aes ? Board::aes : Board::i2c;
+        Device device(board, surroundings);
+        const std::string value = some_value(fault);
+        EXPECT_EQ(k4sim::fault_error(board, fault.name, value), "") << fault.name;
         EXPECT_EQ(device.set_fault(fault.name, value), fault.site == k4sim::Fault::Site::device)
             << fault.name;
         EXPECT_FALSE(fault.breaks.empty() || fault.verdict.empty()) << fault.name;
@@ -85,6 +98,11 @@ TEST(FaultsTest, an_error_names_the_fault_and_the_way_out) {
         {Board::aes, "thread-create", "0", "needs a number from 1"},
         {Board::aes, "panel-dead", "1", "takes no value"},
         {Board::aes, "sda-stuck", "0", "board aes: choose board i2c or engine"},
+        {Board::aes, "analog-cable", "righ", "needs one of early|never|left"},
+        {Board::aes, "analog-cable", "", "needs one of early|never|left"},
+        {Board::aes, "aes-rate-dead", "96000", "one of 32000|44100|48000: for example"},
+        {Board::aes, "analog-hum", "1", "needs a number from -100 to 0"},
+        {Board::plain, "aes-receiver-absent", "", "board plain: choose board aes"},
         {Board::none, "panel-dead", "", "board none: choose board aes, plain, i2c or engine"},
     };
     for (const auto& [board, name, value, text] : cases) {
