@@ -21,6 +21,8 @@ void noteRequest() { requests = requests + 1; }
 
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
 
+#define K4_SANITIZED 1
+
 // The sanitizer owns malloc. Declared here, since g++ comes without the header of it.
 extern "C" int __sanitizer_install_malloc_and_free_hooks(void (*mallocHook)(const volatile void*,
                                                                             size_t),
@@ -36,6 +38,8 @@ const int hooks = __sanitizer_install_malloc_and_free_hooks(countRequest, ignore
 } // namespace
 
 #else
+
+#define K4_SANITIZED 0
 
 extern "C" {
 
@@ -65,6 +69,7 @@ namespace {
 
 template <class Action>
 int requestsOf(Action action) {
+    if (K4_SANITIZED) action(); // UBSan looks at each dynamic type once, by means of a pipe
     const int before = requests;
     action();
     return requests - before;
