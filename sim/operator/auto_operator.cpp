@@ -13,10 +13,13 @@ constexpr Microseconds look_us = 250'000;  // between two looks at the glass
 constexpr Microseconds pause_us = 700'000; // between two actions, from start to start
 constexpr Microseconds pause_jitter_us = 100'000;
 constexpr Microseconds reading_us = 2'500'000;    // until the screen shows what was done
-constexpr Microseconds patience_us = 120'000'000; // without any change on the glass
+constexpr Microseconds patience_us = 120'000'000; // without any change but of numbers
+constexpr Microseconds plug_us = 1'500'000;       // from the request to the plug in its socket
 
 constexpr std::string_view panel_label = "Frontpanel";
 constexpr char escape_key = 'E';
+constexpr std::string_view analog_request = "Check for loopback audio";
+constexpr std::string_view digital_request = "'LOCK'";
 
 Action press(char key) {
     Action action;
@@ -78,9 +81,22 @@ std::vector<std::string_view> words_of(std::string_view text) {
     return words;
 }
 
+// What the table reads, without numbers: levels flicker for ever.
+std::string words_on(const std::vector<ScreenRow>& rows) {
+    std::string words;
+    for (const ScreenRow& row : rows)
+        words.append(row.label).append(" ").append(row.status).append("\n");
+    std::erase_if(words, [](char character) {
+        return std::string_view("0123456789.-").find(character) != std::string_view::npos;
+    });
+    return words;
+}
+
+bool passed(const ScreenRow& row) { return row.label.empty() || row.status == "OK"; }
+
 // A unit that does not run, or passed, changes no more.
 bool settled(const ScreenRow& row) {
-    return row.status.empty() || row.status == "OK" || row.status == "Not running";
+    return row.status.empty() || passed(row) || row.status == "Not running";
 }
 
 } // namespace
@@ -94,11 +110,19 @@ void AutoOperator::start() {
     if (device_.oled() != nullptr) look();
 }
 
+void AutoOperator::console_line(std::string_view line) {
+    if (line.find(analog_request) == std::string_view::npos || analog_plugged_) return;
+    analog_plugged_ = true;
+    plug(Action::Cable::analog);
+}
+
 void AutoOperator::look() {
     const Picture picture = device_.oled()->picture();
     if (picture != last_picture_) {
         last_picture_ = picture;
-        last_change_ = surroundings_.now();
+        const std::vector<ScreenRow> rows = read_screen(picture);
+        plug_when_asked(rows);
+        notice(words_on(rows));
     }
     const Microseconds pause = decide();
     if (pause > 0) surroundings_.at(surroundings_.now() + pause, [this] { look(); });
@@ -153,6 +177,28 @@ Microseconds AutoOperator::watch(const std::vector<ScreenRow>& rows) {
     return operate();
 }
 
+void AutoOperator::plug_when_asked(const std::vector<ScreenRow>& rows) {
+    const bool asked = std::any_of(rows.begin(), rows.end(), [](const ScreenRow& row) {
+        return row.status.find(digital_request) != std::string::npos;
+    });
+    if (!asked || digital_plugged_) return;
+    digital_plugged_ = true;
+    plug(Action::Cable::digital);
+}
+
+void AutoOperator::plug(Action::Cable cable) {
+    Action action;
+    action.kind = Action::Kind::plug;
+    action.cable = cable;
+    surroundings_.at(surroundings_.now() + plug_us, [this, action] { hands_.act(action); });
+}
+
+void AutoOperator::notice(std::string words) {
+    if (words == last_words_) return;
+    last_words_ = std::move(words);
+    last_change_ = surroundings_.now();
+}
+
 // Esc stands between other keys: twice in a row it would end the run.
 void AutoOperator::plan_everything() {
     for (const char key : key_characters)
@@ -181,7 +227,8 @@ void AutoOperator::plan_what_is_asked(const std::vector<ScreenRow>& rows) {
 
 bool AutoOperator::nothing_more_can_come(const std::vector<ScreenRow>& rows) const {
     if (surroundings_.now() - last_change_ >= patience_us) return true;
-    return !rows.empty() && std::all_of(rows.begin(), rows.end(), settled);
+    return !rows.empty() && std::all_of(rows.begin(), rows.end(), settled) &&
+           !std::all_of(rows.begin(), rows.end(), passed);
 }
 
 } // namespace k4sim

@@ -2,8 +2,13 @@
 //
 // When the lamp test lights the whole glass, every key is pressed and every knob turned,
 // once each and one after the other. What the front panel's row still asks for after that
-// is done again. When nothing more can come - every row that can still change reads "OK",
-// or nothing changed for two minutes - Esc is pressed twice.
+// is done again. Both loopback cables are unplugged at first; the analog one is plugged
+// when the console asks to "Check for loopback audio", the digital one when a row asks for
+// 'LOCK'.
+//
+// When all rows read "OK", the program ends by itself. When nothing more can come - every
+// row that can still change reads "OK", but not all, or for two minutes nothing changed
+// but numbers - Esc is pressed twice.
 #pragma once
 
 #include "sim/operator/hands.h"
@@ -12,6 +17,7 @@
 
 #include <deque>
 #include <random>
+#include <string>
 #include <vector>
 
 namespace k4sim {
@@ -22,7 +28,7 @@ public:
                  std::function<void(const FaultSetting&)> apply_fault);
 
     void start() override;
-    void console_line(std::string_view) override {}
+    void console_line(std::string_view line) override;
     void tone(int, int) override {}
 
 private:
@@ -33,6 +39,9 @@ private:
     Microseconds wait_for_lamp_test(const Picture& picture);
     Microseconds operate();
     Microseconds watch(const std::vector<ScreenRow>& rows);
+    void plug_when_asked(const std::vector<ScreenRow>& rows);
+    void plug(Action::Cable cable);
+    void notice(std::string words);
     void plan_everything();
     void plan_what_is_asked(const std::vector<ScreenRow>& rows);
     bool nothing_more_can_come(const std::vector<ScreenRow>& rows) const;
@@ -43,7 +52,10 @@ private:
     std::mt19937_64 random_;
     Phase phase_ = Phase::waits_for_lamp_test;
     std::deque<Action> plan_;
+    bool digital_plugged_ = false;
+    bool analog_plugged_ = false;
     Picture last_picture_{};
+    std::string last_words_;
     Microseconds last_change_ = 0;
 };
 

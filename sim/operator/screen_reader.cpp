@@ -96,7 +96,7 @@ std::string read_text(const Picture& picture, int x0, int x1, int y) {
         const auto letter =
             std::find_if(letters().begin(), letters().end(),
                          [&](const Letter& candidate) { return stands_at(candidate, columns, x); });
-        if (letter == letters().end()) return {};
+        if (letter == letters().end()) return text.empty() ? text : text + '?';
         text += letter->character;
         x += letter->columns.size() + letter_gap;
     }

@@ -15,8 +15,8 @@ struct ScreenRow {
 };
 
 // The text in the picture whose letters' top row is y, from column x0 up to but not
-// including column x1; without blanks at its end. Empty when there is nothing, or when
-// something is no letter.
+// including column x1; without blanks at its end. Ends with "?" where something is no
+// letter, such as one that the edge cuts off; empty when that is so from the start.
 std::string read_text(const Picture& picture, int x0, int x1, int y);
 
 // The rows of the status table from the top; none when no row has a label.

@@ -79,7 +79,7 @@ TEST(AutoOperator, DoesAgainWhateverTheScreenStillAsksFor) {
 
 TEST(AutoOperator, GivesAUnitTwoMinutesToChangeItsText) {
     Bench bench;
-    bench.program.set_other_status("Error 1");
+    bench.program.set_other_status("First error");
     bench.run(90 * second);
     bench.program.set_other_status("Error 2");
     bench.surroundings.advance(patience + 10 * second);
@@ -87,6 +87,49 @@ TEST(AutoOperator, GivesAUnitTwoMinutesToChangeItsText) {
     ASSERT_TRUE(bench.program.aborted());
     EXPECT_GE(bench.program.aborted_at(), 90 * second + patience);
     EXPECT_LE(bench.program.aborted_at(), 90 * second + patience + 3 * second);
+}
+
+TEST(AutoOperator, TakesNumbersForNoChange) {
+    Bench bench;
+    for (int tick = 0; tick < 300; ++tick)
+        bench.surroundings.at(tick * second, [&bench, tick] {
+            bench.program.set_other_status(tick % 2 ? "Silence/DC -12.0 1.5 -20.9 -19.5"
+                                                    : "Silence/DC -11.9 -1.5 -21.0 3");
+        });
+    bench.run(patience + 40 * second);
+    EXPECT_TRUE(bench.program.aborted());
+}
+
+TEST(AutoOperator, LeavesAPassedRunAlone) {
+    Bench bench;
+    bench.program.set_other_status("OK");
+    bench.run(90 * second);
+    EXPECT_EQ(bench.program.status(), "OK");
+    EXPECT_FALSE(bench.program.aborted());
+}
+
+TEST(AutoOperator, PlugsEachCableOnceWhenItIsAskedFor) {
+    Bench bench;
+    bench.program.set_other_status("Wait for cable unplugged");
+    bench.run(60 * second);
+    const auto plugs = [&bench] {
+        return std::ranges::count_if(bench.surroundings.events, [](const std::string& event) {
+            return event.starts_with("operator plug");
+        });
+    };
+    bench.person.console_line("Silence: RMS=  -90.0");
+    bench.surroundings.advance(10 * second);
+    EXPECT_EQ(plugs(), 0);
+    bench.program.set_other_status("Wait for 32000 Hz 'LOCK'");
+    bench.surroundings.advance(10 * second);
+    EXPECT_TRUE(bench.device.sound_card().aes()->cable());
+    EXPECT_EQ(bench.device.sound_card().codec().cable(), AnalogCable::unplugged);
+    bench.program.set_other_status("Wait for 44100 Hz 'LOCK'");
+    bench.person.console_line("Check for loopback audio");
+    bench.person.console_line("Check for loopback audio");
+    bench.surroundings.advance(10 * second);
+    EXPECT_EQ(bench.device.sound_card().codec().cable(), AnalogCable::straight);
+    EXPECT_EQ(plugs(), 2);
 }
 
 TEST(AutoOperator, AsksADeadKeyAgainAndAgainAndThenGivesUp) {

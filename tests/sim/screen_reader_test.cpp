@@ -50,6 +50,12 @@ TEST(ScreenReader, ReadsTheStatusTable) {
     EXPECT_EQ(rows[5].status, "");
 }
 
+TEST(ScreenReader, TellsWhereTheEdgeCutsALetter) {
+    StatusPicture picture;
+    picture.draw(240, 0, "WWWW");
+    EXPECT_EQ(read_text(picture.picture(), 240, 256, 0), "WW?");
+}
+
 TEST(ScreenReader, WhatIsNoLetterIsNoText) {
     EXPECT_TRUE(read_screen(Picture{}).empty());
     Picture lit{};
