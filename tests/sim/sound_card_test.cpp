@@ -1,0 +1,355 @@
+// The sound card as the program reaches it: streams in time, control elements, faults.
+#include "sim/models/sound_card.h"
+
+#include "fake_surroundings.h"
+
+#include "sim/models/device.h"
+#include "sim/models/samples.h"
+
+#include <algorithm>
+#include <array>
+#include <gtest/gtest.h>
+#include <span>
+#include <string>
+#include <vector>
+
+namespace {
+
+using namespace k4sim;
+using State = PcmStream::State;
+
+constexpr Microseconds ms = 1000;
+constexpr Microseconds second = 1'000'000;
+
+struct Bench {
+    explicit Bench(Board board = Board::aes) : device(board, surroundings) {}
+
+    SoundCard& card() { return device.sound_card(); }
+    PcmStream& playback() { return card().pcm(0)->playback(); }
+    PcmStream& capture() { return card().pcm(0)->capture(); }
+
+    bool put(std::string_view name, unsigned number, int first, int other) {
+        const auto index = card().find_control(name, number);
+        const std::array<std::int32_t, control_values_max> values{first, other};
+        return index && card().put(*index, values) == ControlResult::changed;
+    }
+    int get(std::string_view name, unsigned number) {
+        std::array<std::int32_t, control_values_max> values{};
+        const auto index = card().find_control(name, number);
+        return index && card().get(*index, values) == ControlResult::unchanged ? values[0] : -1;
+    }
+    void set_line_levels() {
+        put("Line Out Playback Volume", 0, 127, 127);
+        put("Line Out Playback Switch", 0, 1, 1);
+        put("Line In Capture Volume", 0, 24, 24);
+        put("Line In Capture Switch", 0, 1, 1);
+    }
+    void open_both(unsigned rate_hz, unsigned buffer_frames, SampleFormat format) {
+        ASSERT_EQ(playback().open(), PcmStream::OpenResult::opened);
+        ASSERT_EQ(capture().open(), PcmStream::OpenResult::opened);
+        const unsigned channels = playback().limits().channels;
+        ASSERT_TRUE(playback().configure({format, rate_hz, channels, buffer_frames}));
+        ASSERT_TRUE(capture().configure({format, rate_hz, 2, buffer_frames}));
+    }
+    bool saw(std::string_view event) const {
+        return std::ranges::any_of(
+            surroundings.events, [&](const std::string& text) { return text.starts_with(event); });
+    }
+
+    FakeSurroundings surroundings;
+    Device device;
+};
+
+TEST(SoundCard, TheClockMovesFramesToTheMicrosecond) {
+    for (const unsigned rate_hz : {44100U, 48000U}) {
+        Bench bench;
+        bench.surroundings.advance(123'457);
+        bench.open_both(rate_hz, 65536, SampleFormat::s16);
+        ASSERT_TRUE(bench.capture().start());
+        for (const std::int64_t frame : {1, 2, 1000, 44099, 65000}) {
+            bench.surroundings.advance(bench.capture().due(frame) - bench.surroundings.now() - 1);
+            EXPECT_EQ(bench.capture().position(), frame - 1) << rate_hz;
+            bench.surroundings.advance(1);
+            EXPECT_EQ(bench.capture().position(), frame) << rate_hz;
+            EXPECT_EQ(bench.capture().available(), frame);
+        }
+    }
+}
+
+TEST(SoundCard, WhatIsPlayedComesBackAfterTheLatencyWhoeverStartedFirst) {
+    for (const Microseconds capture_start : {Microseconds{0}, 10 * ms, 30 * ms}) {
+        Bench bench;
+        bench.set_line_levels();
+        bench.card().plug_analog(true);
+        bench.open_both(48000, 9600, SampleFormat::s16);
+        std::vector<std::int16_t> ramp(4800 * 6);
+        for (std::size_t i = 0; i < ramp.size(); ++i)
+            ramp[i] = static_cast<std::int16_t>(i / 6 * 6);
+        EXPECT_EQ(bench.playback().write(ramp.data(), 4800), 4800U);
+        const Microseconds play_start = 10 * ms;
+        for (const Microseconds now : {0 * ms, 10 * ms, 20 * ms, 30 * ms}) {
+            bench.surroundings.advance(now - bench.surroundings.now());
+            EXPECT_EQ(now == play_start, now == play_start && bench.playback().start());
+            EXPECT_EQ(now == capture_start, now == capture_start && bench.capture().start());
+        }
+        bench.surroundings.advance(100 * ms);
+        std::vector<std::int16_t> heard(4800 * 2);
+        ASSERT_EQ(bench.capture().read(heard.data(), 4800), 4800U);
+        // Played frame n is heard 40 frames later by the common clock.
+        const std::int64_t offset = (capture_start - play_start) * 48 / 1000 - 40;
+        for (std::int64_t frame = 100; frame < 4800; ++frame) {
+            const std::int64_t played = frame + offset;
+            const int expected = played >= 0 && played < 4800 ? static_cast<int>(played) * 6 : 0;
+            ASSERT_NEAR(heard[static_cast<std::size_t>(frame) * 2], expected, 40)
+                << frame << " " << capture_start;
+        }
+    }
+}
+
+TEST(SoundCard, EveryFormatCarriesTheSameSignal) {
+    constexpr SampleFormat formats[] = {SampleFormat::s16, SampleFormat::s24, SampleFormat::s32,
+                                        SampleFormat::float32};
+    for (const SampleFormat format : formats) {
+        Frame frames[] = {{0, 512}, {-512, 1 << 23}, {-full_scale, full_scale - 512}};
+        std::byte memory[64];
+        encode_samples(frames, format, memory);
+        Frame back[3];
+        decode_samples(memory, format, 2, back);
+        for (int i = 0; i < 3; ++i) {
+            EXPECT_EQ(back[i].left, frames[i].left) << static_cast<int>(format);
+            EXPECT_EQ(back[i].right, frames[i].right) << static_cast<int>(format);
+        }
+        frames[0] = {2 * full_scale, -2 * full_scale};
+        encode_samples(std::span(frames).first(1), format, memory);
+        decode_samples(memory, format, 2, std::span(back).first(1));
+        EXPECT_NEAR(back[0].left, full_scale, 512);
+        EXPECT_EQ(back[0].right, -full_scale);
+    }
+    const std::uint32_t twentyfour[] = {0xAA800000, 0x557FFFFF}; // the upper byte does not count
+    Frame frame;
+    decode_samples(twentyfour, SampleFormat::s24, 2, std::span(&frame, 1));
+    EXPECT_EQ(frame.left, -full_scale);
+    EXPECT_EQ(frame.right, full_scale - 2);
+}
+
+TEST(SoundCard, BeingLateBreaksAStreamOffUntilItIsPreparedAgain) {
+    Bench bench;
+    bench.open_both(48000, 4800, SampleFormat::s16);
+    std::vector<std::int16_t> silence(4800 * 6);
+    EXPECT_EQ(bench.playback().write(silence.data(), 4800), 4800U);
+    EXPECT_EQ(bench.playback().write(silence.data(), 1), 0U);
+    ASSERT_TRUE(bench.playback().start());
+    ASSERT_TRUE(bench.capture().start());
+    bench.surroundings.advance(100 * ms);
+    EXPECT_EQ(bench.playback().state(), State::running);
+    EXPECT_EQ(bench.capture().state(), State::running);
+    EXPECT_EQ(bench.capture().available(), 4800U);
+    bench.surroundings.advance(1 * ms);
+    EXPECT_EQ(bench.playback().state(), State::xrun);
+    EXPECT_EQ(bench.capture().state(), State::xrun);
+    EXPECT_EQ(bench.playback().position(), 4800);
+    EXPECT_EQ(bench.playback().write(silence.data(), 1), 0U);
+    EXPECT_EQ(bench.capture().read(silence.data(), 1), 0U);
+    EXPECT_TRUE(bench.saw("sound underrun device=0 stream=playback position=4800"));
+    EXPECT_TRUE(bench.saw("sound overrun device=0 stream=capture position=4800"));
+    bench.playback().prepare();
+    EXPECT_EQ(bench.playback().write(silence.data(), 4801), 4800U);
+    EXPECT_TRUE(bench.playback().start());
+}
+
+TEST(SoundCard, ADrainEndsWithTheLastFrame) {
+    Bench bench;
+    bench.open_both(48000, 4800, SampleFormat::s16);
+    std::vector<std::int16_t> silence(480 * 6);
+    bench.playback().write(silence.data(), 480);
+    ASSERT_TRUE(bench.playback().start());
+    bench.playback().drain();
+    EXPECT_EQ(bench.playback().drained_at(), bench.surroundings.now() + 10 * ms);
+    bench.surroundings.advance(10 * ms - 1);
+    EXPECT_EQ(bench.playback().state(), State::draining);
+    bench.surroundings.advance(1);
+    EXPECT_EQ(bench.playback().state(), State::prepared);
+    EXPECT_FALSE(bench.saw("sound underrun"));
+}
+
+TEST(SoundCard, TheBoardTellsWhichCardItIs) {
+    for (const Board board : {Board::aes, Board::plain, Board::i2c, Board::engine, Board::none}) {
+        Bench bench(board);
+        const bool aes = board == Board::aes;
+        EXPECT_EQ(bench.playback().limits().channels, aes ? 6U : 4U);
+        EXPECT_EQ(bench.capture().limits().channels, 2U);
+        EXPECT_EQ(bench.card().pcm(1) != nullptr, aes);
+        EXPECT_EQ(bench.card().pcm(2), nullptr);
+        EXPECT_EQ(bench.card().find_control("MicBoost Playback Switch", 0).has_value(), !aes);
+        EXPECT_EQ(bench.card().find_control("Phantom Playback Switch", 0).has_value(), !aes);
+        EXPECT_EQ(bench.card().find_control("IEC958 Playback Default", 1).has_value(), aes);
+        EXPECT_TRUE(bench.card().find_control("Line In Level Capture Volume", 0));
+    }
+}
+
+TEST(SoundCard, AStreamTakesOnlyWhatTheHardwareCan) {
+    Bench bench;
+    EXPECT_FALSE(bench.playback().configure({SampleFormat::s16, 48000, 6, 4800})); // closed
+    ASSERT_EQ(bench.playback().open(), PcmStream::OpenResult::opened);
+    EXPECT_EQ(bench.playback().open(), PcmStream::OpenResult::busy);
+    ASSERT_EQ(bench.capture().open(), PcmStream::OpenResult::opened);
+    EXPECT_FALSE(bench.playback().configure({SampleFormat::s16, 48000, 4, 4800}));
+    EXPECT_FALSE(bench.playback().configure({SampleFormat::s16, 48001, 6, 4800}));
+    EXPECT_FALSE(bench.playback().configure({SampleFormat::s16, 48000, 6, 100'000}));
+    EXPECT_TRUE(bench.playback().configure({SampleFormat::s16, 48000, 6, 4800}));
+    EXPECT_FALSE(bench.capture().configure({SampleFormat::s16, 44100, 2, 4800})); // one clock
+    bench.playback().release();
+    EXPECT_TRUE(bench.capture().configure({SampleFormat::s16, 44100, 2, 4800}));
+    EXPECT_FALSE(bench.playback().start());
+}
+
+TEST(SoundCard, ElementsKeepWhatFitsAndRefuseTheRest) {
+    Bench bench;
+    std::array<std::int32_t, control_values_max> values{127, 100};
+    const auto put = [&](std::string_view name, unsigned number) {
+        return bench.card().put(*bench.card().find_control(name, number), values);
+    };
+    EXPECT_EQ(put("Line Out Playback Volume", 0), ControlResult::changed);
+    EXPECT_EQ(put("Line Out Playback Volume", 0), ControlResult::unchanged);
+    EXPECT_EQ(bench.card().codec().settings().line_out, (CodecSettings::Pair<int>{127, 100}));
+    EXPECT_TRUE(bench.saw("sound control element=Line Out Playback Volume values=127 100"));
+    values = {127, 128};
+    EXPECT_EQ(put("Line Out Playback Volume", 0), ControlResult::invalid);
+    EXPECT_EQ(bench.card().codec().settings().line_out[1], 100);
+    EXPECT_EQ(put("IEC958 Capture RXP Status", 1), ControlResult::denied);
+    EXPECT_EQ(bench.card().put(1000, values), ControlResult::absent);
+    EXPECT_EQ(bench.card().put(0, std::span(values).first(1)), ControlResult::invalid);
+
+    ASSERT_TRUE(bench.device.set_fault("card-mixer-refuses", ""));
+    values = {1, 1};
+    EXPECT_EQ(put("Line Out Playback Volume", 0), ControlResult::refused);
+    EXPECT_EQ(put("IEC958 Playback TXC State", 1), ControlResult::changed);
+    ASSERT_TRUE(bench.device.set_fault("aes-transmitter-refuses", ""));
+    EXPECT_EQ(put("IEC958 Playback TXC SPdif", 1), ControlResult::refused);
+    EXPECT_EQ(put("IEC958 Capture RXP Processing State", 1), ControlResult::changed);
+}
+
+TEST(SoundCard, BoostAndPhantomComeFromTheCpldOrTheMixer) {
+    Bench aes;
+    aes.device.out(0xD00B, 0x12); // boost of input 2, phantom of input 1
+    EXPECT_EQ(aes.card().codec().settings().boost, (CodecSettings::Pair<bool>{false, true}));
+    EXPECT_EQ(aes.card().codec().settings().phantom, (CodecSettings::Pair<bool>{true, false}));
+    EXPECT_TRUE(aes.saw("sound phantom input=1 on=true"));
+
+    Bench plain(Board::plain);
+    EXPECT_EQ(plain.get("MicBoost Playback Switch", 0), 1); // inverted: boost is off
+    EXPECT_TRUE(plain.put("MicBoost Playback Switch", 0, 1, 0));
+    EXPECT_TRUE(plain.put("Phantom Playback Switch", 0, 0, 1));
+    EXPECT_EQ(plain.card().codec().settings().boost, (CodecSettings::Pair<bool>{false, true}));
+    EXPECT_TRUE(plain.saw("sound phantom input=2 on=true"));
+}
+
+TEST(SoundCard, TheDigitalLineRunsFromStreamAndElements) {
+    Bench bench;
+    PcmStream& stream = bench.card().pcm(1)->playback();
+    bench.card().plug_digital(true);
+    ASSERT_EQ(stream.open(), PcmStream::OpenResult::opened);
+    ASSERT_TRUE(stream.configure({SampleFormat::s16, 44100, 2, 4410}));
+    EXPECT_TRUE(bench.put("IEC958 Playback TXC State", 1, 1, 0));
+    EXPECT_TRUE(bench.put("IEC958 Playback TXC SPdif", 1, 0x80, 0));
+    EXPECT_TRUE(bench.put("IEC958 Playback TXC Channel", 1, 0x41, 0));
+    bench.surroundings.advance(100 * ms);
+    EXPECT_EQ(bench.get("IEC958 Capture RXP Status", 1), 0x0B);
+    EXPECT_EQ(bench.get("IEC958 Capture RXC Channel", 1), 0x41);
+    EXPECT_EQ(bench.get("IEC958 Capture RXP Lock Change", 1), 1);
+    EXPECT_TRUE(bench.put("IEC958 Capture RXP Lock Change", 1, 1, 0)); // as read
+    EXPECT_EQ(bench.get("IEC958 Capture RXP Lock Change", 1), 0);
+    stream.close();
+    EXPECT_EQ(bench.get("IEC958 Capture RXP Status", 1), 0x0E);
+    EXPECT_EQ(bench.get("IEC958 Capture RXP Lock Change", 1), 1);
+}
+
+TEST(SoundCard, FaultsOfCardAndCables) {
+    using Open = PcmStream::OpenResult;
+    const struct {
+        std::string_view name, value;
+        void (*check)(Bench&);
+    } cases[] = {
+        {"card-absent", "",
+         [](Bench& bench) {
+             EXPECT_FALSE(bench.card().present());
+             EXPECT_EQ(bench.playback().open(), Open::absent);
+             EXPECT_EQ(bench.card().pcm(1)->capture().open(), Open::absent);
+         }},
+        {"card-busy", "",
+         [](Bench& bench) {
+             EXPECT_EQ(bench.capture().open(), Open::busy);
+             EXPECT_EQ(bench.card().pcm(1)->capture().open(), Open::opened);
+         }},
+        {"card-parameters-refused", "",
+         [](Bench& bench) {
+             EXPECT_EQ(bench.playback().open(), Open::opened);
+             EXPECT_FALSE(bench.playback().configure({SampleFormat::s16, 48000, 6, 4800}));
+         }},
+        {"card-element-missing", "line-in",
+         [](Bench& bench) {
+             EXPECT_FALSE(bench.card().find_control("Line In Capture Volume", 0));
+             EXPECT_FALSE(bench.card().find_control("Line In Capture Switch", 0));
+             EXPECT_TRUE(bench.card().find_control("Line In Level Capture Volume", 0));
+         }},
+        {"aes-receiver-absent", "",
+         [](Bench& bench) {
+             EXPECT_EQ(bench.card().pcm(1)->capture().open(), Open::absent);
+             EXPECT_EQ(bench.card().pcm(1)->playback().open(), Open::opened);
+             EXPECT_EQ(bench.get("IEC958 Capture RXP Status", 1), -1);
+             EXPECT_EQ(bench.get("IEC958 Playback TXC State", 1), 0);
+         }},
+        {"aes-transmitter-absent", "",
+         [](Bench& bench) {
+             EXPECT_EQ(bench.card().pcm(1)->playback().open(), Open::absent);
+             EXPECT_EQ(bench.get("IEC958 Playback TXC State", 1), -1);
+         }},
+        {"aes-cable", "early", [](Bench& bench) { EXPECT_TRUE(bench.card().aes()->cable()); }},
+        {"aes-cable", "never",
+         [](Bench& bench) {
+             bench.card().plug_digital(true);
+             EXPECT_FALSE(bench.card().aes()->cable());
+         }},
+        {"analog-cable", "early",
+         [](Bench& bench) { EXPECT_EQ(bench.card().codec().cable(), AnalogCable::straight); }},
+        {"analog-cable", "never",
+         [](Bench& bench) {
+             bench.card().plug_analog(true);
+             EXPECT_EQ(bench.card().codec().cable(), AnalogCable::unplugged);
+         }},
+        {"analog-cable", "phones",
+         [](Bench& bench) {
+             EXPECT_EQ(bench.card().codec().cable(), AnalogCable::unplugged);
+             bench.card().plug_analog(true);
+             EXPECT_EQ(bench.card().codec().cable(), AnalogCable::phones);
+             EXPECT_TRUE(bench.saw("sound analog-cable fitted=phones"));
+         }},
+        {"playback-underrun", "2",
+         [](Bench& bench) {
+             bench.open_both(48000, 4800, SampleFormat::s16);
+             const std::vector<std::int16_t> silence(4800 * 6);
+             ASSERT_TRUE(bench.playback().start());
+             const Microseconds end = bench.surroundings.now() + 5 * second;
+             while (bench.surroundings.now() < end) {
+                 bench.playback().write(silence.data(), 4800);
+                 bench.surroundings.advance(50 * ms);
+                 if (bench.playback().state() != State::xrun) continue;
+                 bench.playback().prepare();
+                 EXPECT_TRUE(bench.playback().start());
+             }
+             EXPECT_EQ(std::ranges::count_if(bench.surroundings.events,
+                                             [](const std::string& event) {
+                                                 return event.starts_with("sound underrun");
+                                             }),
+                       2);
+         }},
+    };
+    for (const auto& [name, value, check] : cases) {
+        SCOPED_TRACE(std::string(name) + "=" + std::string(value));
+        Bench bench;
+        ASSERT_TRUE(bench.device.set_fault(name, value));
+        check(bench);
+    }
+}
+
+} // namespace
