@@ -84,6 +84,17 @@ TEST(AesEbu, NeedsCableTransmitterAndStreamAndAMoment) {
     }
 }
 
+TEST(AesEbu, AnInterruptedLockBeginsAgain) {
+    Bench bench;
+    bench.surroundings.advance(AesEbu::lock_time_us / 2);
+    bench.line.set_cable(false);
+    bench.line.set_cable(true);
+    bench.surroundings.advance(AesEbu::lock_time_us - 1);
+    EXPECT_FALSE(bench.line.locked());
+    bench.surroundings.advance(1);
+    EXPECT_TRUE(bench.line.locked());
+}
+
 TEST(AesEbu, TheConsumerFormatTellsTheRateInByte3) {
     const struct {
         unsigned rate_hz;

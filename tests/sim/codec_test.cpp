@@ -204,6 +204,17 @@ TEST(Codec, FaultsMeasureWhatTheySay) {
     }
 }
 
+TEST(Codec, NothingIsUnderWayAfterAPause) {
+    Codec codec(Board::aes, 1);
+    codec.set(settings(127, 24, false));
+    codec.set_cable(AnalogCable::straight);
+    std::vector<Frame> loud(100, {full_scale / 2, full_scale / 2}), quiet(100), arriving(100);
+    codec.carry(0, rate_hz, loud, arriving);
+    EXPECT_GT(arriving.back().left, full_scale / 4);
+    codec.carry(1000, rate_hz, quiet, arriving);
+    EXPECT_LT(arriving.front().left, full_scale / 4);
+}
+
 TEST(Codec, ACrackleIsLoudOnce) {
     Codec codec(Board::aes, 1);
     codec.crackle();
