@@ -44,7 +44,8 @@ KLTastr& KLTastr::operator=(const char* source) { return assign(source); }
 KLTastr& KLTastr::operator=(const KLTastrc& source) { return assign(source); }
 
 KLTastr& KLTastr::operator=(const KLTastr& source) {
-    // Counted first, so that the node outlives an assignment to itself.
+    if (this == &source) return *this;
+    // Counted first: this may hold the same node.
     if (source.node_) ++source.node_->references;
     HN* const node = source.node_;
     const int length = source.length_;
@@ -106,7 +107,7 @@ void KLTastr::checkKrnl2(int line) const {
     const int error = check();
     if (error == 0) return;
     std::fprintf(stderr, "KLTastr::check() error %d in line %d\r\n", error, line);
-    throw error;
+    throw int(error);
 }
 
 int KLTastr::check() const {

@@ -23,7 +23,7 @@ int KLTstrextr::extract(KLTastr& token, int maxLength) {
 }
 
 KLTastr KLTstrextr::extractLine() {
-    const KLTastr line = text_.getUpTo("\r\n", position_);
+    KLTastr line = text_.getUpTo("\r\n", position_);
     position_ += line.length();
     if (text_.into(position_) == '\r' && text_.into(position_ + 1) == '\n') ++position_;
     position_ = std::min(position_ + 1, text_.length());

@@ -49,16 +49,22 @@ const PortInstruction* decode(const std::uint8_t* code) {
     return nullptr;
 }
 
+// The instruction that trapped.
+const std::uint8_t* code_at(const greg_t* registers) {
+    // NOLINTNEXTLINE(performance-no-int-to-ptr): the register holds an address
+    return reinterpret_cast<const std::uint8_t*>(registers[instruction_register]);
+}
+
 // Only a port instruction's own fault: at a page fault the code may be unreadable.
 const PortInstruction* trapped_instruction(const greg_t* registers) {
     const Thread* thread = Scheduler::current();
     if (registers[REG_TRAPNO] != general_protection_fault) return nullptr;
     if (thread == nullptr || !thread->io_privilege) return nullptr;
-    return decode(reinterpret_cast<const std::uint8_t*>(registers[instruction_register]));
+    return decode(code_at(registers));
 }
 
 void carry_out(const PortInstruction& instruction, greg_t* registers) {
-    const auto* code = reinterpret_cast<const std::uint8_t*>(registers[instruction_register]);
+    const std::uint8_t* const code = code_at(registers);
     const auto port = instruction.port_follows
                           ? std::uint16_t{code[1]}
                           : static_cast<std::uint16_t>(registers[data_register]);

@@ -24,8 +24,8 @@ Microseconds deadline_of(clockid_t clock, const Time& time) {
 }
 
 // The condition's attribute as glibc keeps it: bit 1 of the reference count.
-clockid_t clock_of(const pthread_cond_t& condition) {
-    return (condition.__data.__wrefs & 2) != 0 ? CLOCK_MONOTONIC : CLOCK_REALTIME;
+clockid_t clock_of(const pthread_cond_t* condition) {
+    return (condition->__data.__wrefs & 2) != 0 ? CLOCK_MONOTONIC : CLOCK_REALTIME;
 }
 
 template <typename Time>
@@ -62,7 +62,7 @@ int wait_until(const char* name, pthread_cond_t* condition, pthread_mutex_t* mut
         return real_function<int(pthread_cond_t*, pthread_mutex_t*, const Time*)>(name)(
             condition, mutex, time);
     if (!valid(*time)) return EINVAL;
-    return wait_condition(condition, mutex, deadline_of(clock_of(*condition), *time));
+    return wait_condition(condition, mutex, deadline_of(clock_of(condition), *time));
 }
 
 } // namespace

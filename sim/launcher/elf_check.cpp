@@ -25,7 +25,7 @@ std::string in_search_path(const std::string& name) {
     const char* folders = std::getenv("PATH");
     std::istringstream list(folders != nullptr ? folders : "");
     for (std::string folder; std::getline(list, folder, ':');) {
-        const std::string candidate = (folder.empty() ? "." : folder) + "/" + name;
+        std::string candidate = (folder.empty() ? "." : folder) + "/" + name;
         if (is_program_file(candidate)) return candidate;
     }
     return {};
@@ -108,7 +108,7 @@ WordSize check_program(const std::string& name, const std::string& path) {
 
 std::string find_library(const std::string& folder, WordSize size) {
     for (const char* name : {"libk4sim.so", "libk4sim64.so"}) {
-        const std::string path = folder + "/" + name;
+        std::string path = folder + "/" + name;
         if (elf_word_size(path) != size) continue;
         if (path.find_first_of(" :") != std::string::npos)
             throw UsageError(path + " can't be loaded: the loader knows no names with a blank or a "

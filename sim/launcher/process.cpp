@@ -65,6 +65,7 @@ std::vector<std::string> environment_with(const std::string& library, const Setu
 // As the exec functions want it: pointers into `texts`, and a null pointer behind them.
 std::vector<char*> pointers_to(const std::vector<std::string>& texts) {
     std::vector<char*> pointers;
+    pointers.reserve(texts.size() + 1);
     for (const std::string& text : texts)
         pointers.push_back(const_cast<char*>(text.c_str()));
     pointers.push_back(nullptr);

@@ -22,7 +22,7 @@ inline constexpr unsigned glass_width = 256;
 inline constexpr unsigned glass_height = 64;
 
 // Greys 0 (dark) to 15, row by row from the top left corner.
-using Picture = std::array<std::uint8_t, glass_width * glass_height>;
+using Picture = std::array<std::uint8_t, std::size_t{glass_width} * glass_height>;
 
 class Oled {
 public:
