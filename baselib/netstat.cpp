@@ -1,5 +1,7 @@
 #include "baselib/netstat.h"
 
+#include "baselib/thread.h"
+
 #include <arpa/inet.h>
 #include <cstring>
 #include <linux/ethtool.h>
@@ -22,7 +24,9 @@ public:
         if (nameFits_) memcpy(record.ifr_name, name, strlen(name) + 1);
     }
     ~Request() {
-        if (socket_ >= 0) close(socket_);
+        if (!hasSocket()) return;
+        const KLTptNoCancel hold;
+        close(socket_);
     }
     Request(const Request&) = delete;
     Request& operator=(const Request&) = delete;
