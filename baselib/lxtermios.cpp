@@ -20,9 +20,7 @@ constexpr std::array<Speed, 6> speeds{{
 
 } // namespace
 
-KLTlxTermios::KLTlxTermios(int fd) {
-    if (query(fd) != 0) settings_ = {};
-}
+KLTlxTermios::KLTlxTermios(int fd) { query(fd); }
 
 int KLTlxTermios::query(int fd) {
     settings_ = {};
