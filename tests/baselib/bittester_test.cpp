@@ -53,6 +53,30 @@ INSTANTIATE_TEST_SUITE_P(
                "+L++++++"}),
     [](const auto& case_info) { return case_info.param.name; });
 
+// What bit 0 reads while nothing, all others, it alone, and all lines are put out.
+TEST(BitTester, JudgesEveryBehaviourOfALine) {
+    const struct {
+        bool none, others, alone, all;
+        char mark;
+    } behaviours[] = {
+        {0, 0, 0, 0, '0'}, {0, 0, 0, 1, 'L'}, {0, 0, 1, 0, 'H'}, {0, 0, 1, 1, '+'},
+        {0, 1, 0, 0, '0'}, {0, 1, 0, 1, 'L'}, {0, 1, 1, 0, 'H'}, {0, 1, 1, 1, 'H'},
+        {1, 0, 0, 0, '0'}, {1, 0, 0, 1, 'L'}, {1, 0, 1, 0, 'H'}, {1, 0, 1, 1, 'H'},
+        {1, 1, 0, 0, '0'}, {1, 1, 0, 1, '1'}, {1, 1, 1, 0, '1'}, {1, 1, 1, 1, '1'},
+    };
+    for (const auto& line : behaviours) {
+        WiredPort port([&line](unsigned long out) -> unsigned long {
+            return out == 0            ? line.none
+                   : out == 1          ? line.alone
+                   : out == 0xFFFFFFFF ? line.all
+                                       : line.others;
+        });
+        EXPECT_EQ(port.test(1), line.mark == '+');
+        EXPECT_EQ(port.bitMap(), std::string(1, line.mark))
+            << line.none << line.others << line.alone << line.all;
+    }
+}
+
 TEST(BitTester, WidthIsTheLimit) {
     KLTbitTester perfect;
     EXPECT_EQ(perfect.bitMap(), std::string(32, '-'));
