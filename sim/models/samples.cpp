@@ -37,8 +37,8 @@ struct Signed32 {
 struct Float32 {
     using Sample = float;
     static std::int32_t decode(Sample sample) {
-        const float value = std::clamp(sample, -1.0F, 1.0F) * static_cast<float>(full_scale);
-        return static_cast<std::int32_t>(value);
+        const float clipped = sample > -1.0F ? std::min(sample, 1.0F) : -1.0F; // also no number
+        return static_cast<std::int32_t>(clipped * static_cast<float>(full_scale));
     }
     static Sample encode(std::int32_t value) {
         return static_cast<float>(value) / static_cast<float>(full_scale);
