@@ -164,10 +164,10 @@ TEST_F(Usb, LooksForMissingAdaptersEveryTwoSeconds) {
 }
 
 TEST_F(Usb, PassesAfterAHundredRounds) {
+    plug("/dev/ttyUSB3");
+    plug("/dev/ttyUSB4");
     for (const bool cable : {true, false}) {
         crossed = cable;
-        plug("/dev/ttyUSB3");
-        plug("/dev/ttyUSB4");
         ASSERT_EQ(unit.start(true), 0);
         EXPECT_TRUE(reaches("In progress: 1", 10 * second_us));
         for (const auto& adapter : adapters) {
