@@ -36,9 +36,9 @@ int prefixBase(Rest& rest) {
     if (rest.skip('#')) return 10;
     if (rest.skip('$')) return 16;
     if (rest.skip('%')) return 2;
+    // Whether a digit follows, the parser of the digits finds out; "0x" alone has none.
     const bool isHex = rest.end - rest.next > 2 && rest.next[0] == '0' &&
-                       (rest.next[1] == 'x' || rest.next[1] == 'X') &&
-                       digitValue(rest.next[2]) < 16;
+                       (rest.next[1] == 'x' || rest.next[1] == 'X');
     if (isHex) rest.next += 2;
     return isHex ? 16 : 10;
 }

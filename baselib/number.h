@@ -8,7 +8,7 @@
 constexpr int KLTnumberOk = 0;
 constexpr int KLTnumberEmpty = -1;   // no digit behind sign and prefix
 constexpr int KLTnumberInvalid = -2; // a character that is no part of such a number
-constexpr int KLTnumberRange = -3;   // too large for its type
+constexpr int KLTnumberRange = -3;   // too large for its type, or a double too close to 0
 constexpr int KLTnumberBase = -4;    // the base is neither 0 nor 2..36
 
 namespace KLNnumber {

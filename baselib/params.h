@@ -39,6 +39,7 @@ constexpr int KLTparamsUsed = -8842;         // the argument, or its value, is a
 class KLTparams {
 public:
     // argv[0] is the program's name and is never matched. The arguments must stay valid.
+    // Without case, letters match as in collation.h.
     KLTparams(int argc, const char** argv, bool caseSensitive);
     KLTparams(const KLTparams&) = delete;
     KLTparams& operator=(const KLTparams&) = delete;

@@ -7,8 +7,9 @@
 // two tokens. The object keeps copies of both texts.
 //
 // Every extract returns 0, or a code of number.h and neither moves on nor changes its
-// target: KLTnumberEmpty when there is no token left (also for a text), the others when the
-// token is not such a number. What isn't a number can thus still be taken as a text.
+// target: KLTnumberEmpty when there is no token left (also for a text; for a number also when
+// the token is a mere sign or prefix), the others when the token is not such a number. What
+// isn't a number can thus still be taken as a text.
 class KLTstrextr {
 public:
     explicit KLTstrextr(const KLTastrc& text, const char* delimiters = " \t\r\n");
