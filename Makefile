@@ -32,7 +32,7 @@ coverage: setup
 	@scripts/coverage
 
 fuzz: setup
-	@cmake --preset fuzz && cmake --build --preset fuzz && ctest --preset fuzz
+	@cmake --preset fuzz && cmake --build --preset fuzz --target fuzz_targets && ctest --preset fuzz
 
 bench: build
 	@for program in $(BUILD)/*_bench; do $$program; done
