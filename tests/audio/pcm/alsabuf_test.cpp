@@ -46,7 +46,8 @@ TYPED_TEST(AlsaBuf, HasRoomForTheTime) {
           Case{48000, 0, 0, 48000, 1, 48},
           // More samples than a count holds.
           Case{48000, 2, 22369622, 48000, 2, 0}, Case{huge, huge, huge, huge, huge, 0},
-          Case{huge, 1, huge, huge, 1, 0}, Case{1000, huge, 2, 1000, huge, 0}}) {
+          Case{huge, 1, huge, huge, 1, 0}, Case{1000, huge, 2, 1000, huge, 0},
+          Case{1000, 1 << 30, 4, 1000, 1 << 30, 0}}) {
         const TypeParam buffer(c.rate, c.channels, c.msec);
         SCOPED_TRACE(testing::Message() << c.rate << " " << c.channels << " " << c.msec);
         EXPECT_EQ(buffer.rate(), c.gotRate);
@@ -199,6 +200,15 @@ TEST(AlsaBuf32, ClipsTheSineWithDC) {
         EXPECT_NEAR(*std::max_element(samples.begin(), samples.end()), c.highest, 1.0);
         EXPECT_GE(*std::min_element(samples.begin(), samples.end()), -2147483646); // 0x80000002
     }
+}
+
+// Rounding must not be taken for clipping.
+TEST(AlsaBuf32, ASineAtFullScaleIsNotClipped) {
+    for (int divider = 4; divider < 400; divider += 4) // a frame at each peak
+        for (double phase : {0.0, turn / 8, turn / 4, 1.0}) {
+            KLTalsaBuf32 buffer(48000, 1, 100);
+            EXPECT_EQ(buffer.fillSineDC(48000.0 / divider, 1.0, phase, 0.0, 1), 0) << divider;
+        }
 }
 
 template <class Buffer>
