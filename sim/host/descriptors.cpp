@@ -38,14 +38,10 @@ bool Descriptors::owns(int descriptor) const {
 }
 
 int Descriptors::open(std::string_view path, int flags) {
-    static auto* const real_open = real_function<int(const char*, int, ...)>("open");
     std::unique_ptr<OpenFile> file = openers_.find(path)->second();
     machine().event("program", "open", {{"device", path}, {"present", file != nullptr}});
     if (!file) return with_errno(-ENOENT);
-    const int descriptor =
-        real_open("/dev/null", flags & (O_ACCMODE | O_CLOEXEC | O_NONBLOCK | O_APPEND));
-    if (descriptor >= 0) files_[descriptor] = {std::move(file), std::string(path)};
-    return descriptor;
+    return add(std::string(path), flags, std::move(file));
 }
 
 ssize_t Descriptors::read(int descriptor, void* data, std::size_t size) {
@@ -78,6 +74,14 @@ void Descriptors::forget(int descriptor) {
     changed();
 }
 
+int Descriptors::add(std::string name, int flags, std::unique_ptr<OpenFile> file) {
+    static auto* const real_open = real_function<int(const char*, int, ...)>("open");
+    const int descriptor =
+        real_open("/dev/null", flags & (O_ACCMODE | O_CLOEXEC | O_NONBLOCK | O_APPEND));
+    if (descriptor >= 0) files_[descriptor] = {std::move(file), std::move(name)};
+    return descriptor;
+}
+
 void Descriptors::add_pipe(const int ends[2]) {
     for (const int end : {ends[0], ends[1]})
         files_[end] = {std::make_unique<PipeEnd>(end), {}};
@@ -93,7 +97,7 @@ int Descriptors::poll(pollfd* states, nfds_t count, Microseconds deadline) {
     for (;;) {
         const int ready = look(states, count);
         if (ready != 0 || scheduler().now() >= deadline) return ready;
-        wait_cancellable(this, deadline);
+        wait_cancellable(this, std::min(deadline, ready_at(states, count)));
     }
 }
 
@@ -128,6 +132,19 @@ int Descriptors::look(pollfd* states, nfds_t count) const {
     }
     return static_cast<int>(std::count_if(states, states + count,
                                           [](const pollfd& state) { return state.revents != 0; }));
+}
+
+// When the first of the descriptors becomes ready by time alone. One that is ready now is
+// not in the way that the caller asks for.
+Microseconds Descriptors::ready_at(const pollfd* states, nfds_t count) const {
+    Microseconds first = never;
+    for (const pollfd* state = states; state != states + count; ++state) {
+        const auto found = files_.find(state->fd);
+        if (found == files_.end()) continue;
+        const Microseconds ready = found->second.file->ready_at();
+        if (ready > scheduler().now()) first = std::min(first, ready);
+    }
+    return first;
 }
 
 bool Descriptors::owns_any(const pollfd* states, nfds_t count) const {

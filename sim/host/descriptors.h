@@ -38,6 +38,10 @@ public:
     // Before the descriptor is really closed.
     void forget(int descriptor);
 
+    // A descriptor for a file that no path leads to, opened with `flags`. `name` is for the
+    // record. The result is that of open.
+    int add(std::string name, int flags, std::unique_ptr<OpenFile> file);
+
     // Looks after the two ends of a pipe. After a fork nobody does: another process may
     // hold the other end, so waiting for it is waiting in real time.
     void add_pipe(const int ends[2]);
@@ -60,6 +64,7 @@ private:
     bool wait_until(int descriptor, bool (OpenFile::*ready)() const);
     bool is_nonblocking(int descriptor) const;
     int look(pollfd* states, nfds_t count) const;
+    Microseconds ready_at(const pollfd* states, nfds_t count) const;
     bool owns_any(const pollfd* states, nfds_t count) const;
 
     std::map<std::string, Opener, std::less<>> openers_;

@@ -3,7 +3,10 @@
 // only what is different.
 #pragma once
 
+#include "sim/models/surroundings.h"
+
 #include <cstddef>
+#include <limits>
 #include <sys/types.h>
 
 namespace k4sim {
@@ -19,6 +22,8 @@ public:
     // Descriptors::changed().
     virtual bool readable() const { return false; }
     virtual bool writable() const { return true; }
+    // When time alone will make it true; by default never.
+    virtual Microseconds ready_at() const { return std::numeric_limits<Microseconds>::max(); }
 
     // Called only when readable or writable. The count of bytes, or an error number,
     // negative.

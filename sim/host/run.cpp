@@ -1,5 +1,6 @@
 #include "sim/host/run.h"
 
+#include "sim/alsa/configuration.h"
 #include "sim/host/console.h"
 #include "sim/host/descriptors.h"
 #include "sim/host/port_trap.h"
@@ -63,6 +64,7 @@ __attribute__((constructor)) void start(int, char** arguments, char**) {
     descriptors().add_device("/dev/console", open_speaker);
     pthread_atfork(nullptr, in_parent, in_child);
     install_port_trap();
+    configure_alsa();
     machine();
     start_run();
 }

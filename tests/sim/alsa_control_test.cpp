@@ -1,0 +1,207 @@
+#include "alsa_client.h"
+
+#include <cstring>
+#include <gmock/gmock.h>
+#include <numeric>
+#include <string>
+#include <vector>
+
+using namespace k4sim;
+
+namespace {
+
+struct Mixer : Opened<snd_mixer_t, snd_mixer_close> {
+    explicit Mixer(const char* name)
+        : Opened([](snd_mixer_t** handle) { return snd_mixer_open(handle, 0); }) {
+        EXPECT_EQ(snd_mixer_attach(*this, name), 0);
+        EXPECT_EQ(snd_mixer_selem_register(*this, nullptr, nullptr), 0);
+        EXPECT_EQ(snd_mixer_load(*this), 0);
+    }
+    snd_mixer_elem_t* element(const char* name) {
+        snd_mixer_selem_id_t* id = nullptr;
+        snd_mixer_selem_id_malloc(&id);
+        snd_mixer_selem_id_set_name(id, name);
+        snd_mixer_elem_t* const found = snd_mixer_find_selem(*this, id);
+        snd_mixer_selem_id_free(id);
+        return found;
+    }
+    // "Line Out: playback 0..127 switch", one for each element.
+    std::vector<std::string> list() {
+        std::vector<std::string> lines;
+        for (snd_mixer_elem_t* element = snd_mixer_first_elem(*this); element != nullptr;
+             element = snd_mixer_elem_next(element))
+            lines.push_back(describe(element));
+        return lines;
+    }
+
+private:
+    static std::string describe(snd_mixer_elem_t* element) {
+        std::string line = std::string(snd_mixer_selem_get_name(element)) + ":";
+        long minimum = 0;
+        long maximum = 0;
+        if (snd_mixer_selem_has_playback_volume(element)) {
+            snd_mixer_selem_get_playback_volume_range(element, &minimum, &maximum);
+            line += " playback " + std::to_string(minimum) + ".." + std::to_string(maximum);
+        }
+        if (snd_mixer_selem_has_playback_switch(element)) line += " playback switch";
+        if (snd_mixer_selem_has_capture_volume(element)) {
+            snd_mixer_selem_get_capture_volume_range(element, &minimum, &maximum);
+            line += " capture " + std::to_string(minimum) + ".." + std::to_string(maximum);
+        }
+        if (snd_mixer_selem_has_capture_switch(element)) line += " capture switch";
+        return line;
+    }
+};
+
+// An element of the digital line, written and read by its name.
+class Element {
+public:
+    explicit Element(const char* name) {
+        snd_ctl_elem_value_malloc(&value_);
+        snd_ctl_elem_value_set_interface(value_, SND_CTL_ELEM_IFACE_PCM);
+        snd_ctl_elem_value_set_device(value_, 1);
+        snd_ctl_elem_value_set_name(value_, name);
+    }
+    ~Element() { snd_ctl_elem_value_free(value_); }
+    Element(const Element&) = delete;
+    Element& operator=(const Element&) = delete;
+    operator snd_ctl_elem_value_t*() const { return value_; }
+
+private:
+    snd_ctl_elem_value_t* value_ = nullptr;
+};
+
+using AlsaControlTest = AlsaTest;
+
+// The stock configuration gives a control device one argument, the card.
+TEST_F(AlsaControlTest, OpensUnderTheStockNames) {
+    static constexpr struct {
+        const char* name;
+        int result;
+    } cases[] = {
+        {"hw:0", 0},       {"default", 0},     {"hw:K4", 0},          {"hw", 0},
+        {"hw:1", -ENOENT}, {"hw:99", -EINVAL}, {"hw:Other", -ENODEV}, {"default:1", -ENOENT},
+    };
+    for (const auto& row : cases)
+        EXPECT_EQ(Control(row.name).result, row.result) << row.name;
+    EXPECT_EQ(Control("hw:0,1").result, -ENOENT);
+    EXPECT_THAT(complaints(), testing::HasSubstr("Unknown parameter 1"));
+    card().remove();
+    EXPECT_EQ(Control("hw:0").result, -ENOENT);
+    EXPECT_EQ(Control("default").result, -ENOENT);
+}
+
+TEST_F(AlsaControlTest, TheSimpleMixerHasTheElementsOfTheBoard) {
+    using testing::UnorderedElementsAre;
+    EXPECT_THAT(Mixer("default").list(),
+                UnorderedElementsAre("Headphone: playback 0..127 playback switch",
+                                     "Line Out: playback 0..127 playback switch",
+                                     "Line In: capture 0..63 capture switch",
+                                     "Line In Level: capture 0..15"));
+    use_board(Board::plain);
+    EXPECT_THAT(Mixer("hw:0").list(),
+                UnorderedElementsAre("Headphone: playback 0..127 playback switch",
+                                     "Line Out: playback 0..127 playback switch",
+                                     "Line In: capture 0..31 capture switch",
+                                     "Line In Level: capture 0..15", "MicBoost: playback switch",
+                                     "Phantom: playback switch"));
+    card().set_control_missing("Line In Level");
+    Mixer mixer("default");
+    EXPECT_EQ(mixer.element("Line In Level"), nullptr);
+    EXPECT_NE(mixer.element("Phantom"), nullptr);
+}
+
+TEST_F(AlsaControlTest, TheSimpleMixerReachesTheCodec) {
+    use_board(Board::plain);
+    Mixer mixer("default");
+    snd_mixer_elem_t* const out = mixer.element("Line Out");
+    ASSERT_NE(out, nullptr);
+    EXPECT_EQ(snd_mixer_selem_set_playback_volume(out, SND_MIXER_SCHN_FRONT_RIGHT, 100), 0);
+    EXPECT_EQ(snd_mixer_selem_set_playback_switch_all(out, 1), 0);
+    EXPECT_EQ(snd_mixer_selem_set_playback_switch_all(mixer.element("MicBoost"), 1), 0);
+    const CodecSettings& settings = card().codec().settings();
+    EXPECT_THAT(settings.line_out, testing::ElementsAre(0, 100));
+    EXPECT_THAT(settings.line_out_on, testing::ElementsAre(true, true));
+    EXPECT_THAT(settings.boost, testing::ElementsAre(false, false));
+    long decibels_hundredths = 0;
+    EXPECT_EQ(
+        snd_mixer_selem_get_playback_dB(out, SND_MIXER_SCHN_FRONT_RIGHT, &decibels_hundredths), 0);
+    EXPECT_EQ(decibels_hundredths, -2700);
+    EXPECT_EQ(
+        snd_mixer_selem_ask_capture_vol_dB(mixer.element("Line In Level"), 4, &decibels_hundredths),
+        0);
+    EXPECT_EQ(decibels_hundredths, 1200);
+    card().set_controls_refused(true);
+    EXPECT_EQ(snd_mixer_selem_set_playback_volume_all(out, 7), -EIO);
+}
+
+TEST_F(AlsaControlTest, DigitalElementsAreWrittenByNameOnDeviceOne) {
+    const Control control("hw:0");
+    const Element channel("IEC958 Playback TXC Channel");
+    for (unsigned i = 0; i < 24; ++i)
+        snd_ctl_elem_value_set_byte(channel, i, static_cast<unsigned char>(0xC1 + i));
+    EXPECT_EQ(snd_ctl_elem_write(control, channel), 1);
+    EXPECT_EQ(snd_ctl_elem_write(control, channel), 0);
+    EXPECT_EQ(card().aes()->channel_status()[23], 0xC1 + 23);
+
+    const Element state("IEC958 Playback TXC State");
+    snd_ctl_elem_value_set_integer(state, 0, 1);
+    EXPECT_EQ(snd_ctl_elem_write(control, state), 1);
+    EXPECT_TRUE(card().aes()->transmitter_on());
+    snd_ctl_elem_value_set_integer(state, 0, 0);
+    EXPECT_EQ(snd_ctl_elem_read(control, state), 0);
+    EXPECT_EQ(snd_ctl_elem_value_get_integer(state, 0), 1);
+    snd_ctl_elem_value_set_integer(state, 0, 2);
+    EXPECT_EQ(snd_ctl_elem_write(control, state), -EINVAL);
+
+    const Element status("IEC958 Capture RXP Status");
+    EXPECT_EQ(snd_ctl_elem_read(control, status), 0);
+    EXPECT_EQ(snd_ctl_elem_value_get_integer(status, 0), card().aes()->receiver_status());
+    EXPECT_EQ(snd_ctl_elem_write(control, status), -EPERM);
+}
+
+TEST_F(AlsaControlTest, AnElementIsOfOneDeviceAndInterface) {
+    const Control control("hw:0");
+    const Element state("IEC958 Playback TXC State");
+    snd_ctl_elem_value_set_device(state, 0);
+    EXPECT_EQ(snd_ctl_elem_read(control, state), -ENOENT);
+    snd_ctl_elem_value_set_device(state, 1);
+    snd_ctl_elem_value_set_interface(state, SND_CTL_ELEM_IFACE_MIXER);
+    EXPECT_EQ(snd_ctl_elem_read(control, state), -ENOENT);
+    card().remove_transmitter();
+    snd_ctl_elem_value_set_interface(state, SND_CTL_ELEM_IFACE_PCM);
+    EXPECT_EQ(snd_ctl_elem_read(control, state), -ENOENT);
+}
+
+// The numbers of the list lead to the same elements, also when one before is missing.
+TEST_F(AlsaControlTest, TheListNumbersTheElements) {
+    card().set_control_missing("Line Out");
+    const Control control("hw:0");
+    snd_ctl_elem_list_t* list = nullptr;
+    snd_ctl_elem_list_malloc(&list);
+    EXPECT_EQ(snd_ctl_elem_list(control, list), 0);
+    const unsigned count = snd_ctl_elem_list_get_count(list);
+    EXPECT_EQ(count, card().controls().size() - 2);
+    snd_ctl_elem_list_alloc_space(list, count);
+    EXPECT_EQ(snd_ctl_elem_list(control, list), 0);
+    snd_ctl_elem_info_t* info = nullptr;
+    snd_ctl_elem_info_malloc(&info);
+    for (unsigned i = 0; i < count; ++i) {
+        const std::string name = snd_ctl_elem_list_get_name(list, i);
+        snd_ctl_elem_info_clear(info);
+        snd_ctl_elem_info_set_numid(info, snd_ctl_elem_list_get_numid(list, i));
+        EXPECT_EQ(snd_ctl_elem_info(control, info), 0);
+        EXPECT_EQ(snd_ctl_elem_info_get_name(info), name);
+        const auto index = card().find_control(name, snd_ctl_elem_list_get_device(list, i));
+        ASSERT_TRUE(index) << name;
+        EXPECT_EQ(snd_ctl_elem_info_get_count(info), card().controls()[*index].count) << name;
+    }
+    snd_ctl_elem_info_clear(info);
+    snd_ctl_elem_info_set_numid(info, count + 1);
+    EXPECT_EQ(snd_ctl_elem_info(control, info), -ENOENT);
+    snd_ctl_elem_info_free(info);
+    snd_ctl_elem_list_free_space(list);
+    snd_ctl_elem_list_free(list);
+}
+
+} // namespace
