@@ -11,7 +11,7 @@ typedef struct _snd_pcm snd_pcm_t;
 // Results, besides 0 for success.
 inline constexpr int KLTpcmBadFormat = -9143;   // not one of the formats of configure()
 inline constexpr int KLTpcmXrun = -9144;        // underrun or overrun; restart() recovers
-inline constexpr int KLTpcmNotOpen = -9145;     //
+inline constexpr int KLTpcmNotOpen = -9145;     // no stream
 inline constexpr int KLTpcmBusy = -9146;        // the device is open elsewhere
 inline constexpr int KLTpcmOpenFailed = -9147;  // for any other reason
 inline constexpr int KLTpcmBadArgument = -9148; // null, empty, negative, or no such buffer
@@ -35,8 +35,8 @@ public:
     void close();
 
     // Whether transfers wait until all is transferred. Asking for what blocking() says does
-    // nothing. blocking() stays what open() made it, false: so the non-blocking mode can't be
-    // had back, except by opening anew. KLTpcmNotOpen, KLTpcmFailed.
+    // nothing. blocking() stays what open() made it, false: the way back to the non-blocking
+    // mode is stop(), or opening anew. KLTpcmNotOpen, KLTpcmFailed.
     [[nodiscard]] int blocking(bool on);
     bool blocking() const { return blocking_; }
 
