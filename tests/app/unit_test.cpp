@@ -1,7 +1,5 @@
 #include "app/unit.h"
 
-#include "app/aesebu_test.h"
-#include "app/audio_test.h"
 #include "baselib/mutex.h"
 #include "characters.h"
 
@@ -159,23 +157,6 @@ TEST_F(Unit, BindingRunsItsMemberFunctionOrNothing) {
     ASSERT_EQ(thread.run(), 0);
     thread.waitend();
     EXPECT_EQ(counter.value, 1);
-}
-
-TEST_F(Unit, AudioTestThatIsNotMadePassesNothing) {
-    K4STaudio unit(true);
-    ASSERT_EQ(unit.start(true), 0);
-    unit.waitend();
-    EXPECT_EQ(characters(unit.info()), "Not running");
-    EXPECT_TRUE(unit.micBoost());
-    EXPECT_FALSE(K4STaudio(false).micBoost());
-}
-
-TEST_F(Unit, AesebuHasNoTextBeforeItsTestHasBegun) {
-    K4STaesebu unit;
-    EXPECT_EQ(characters(unit.info()), "");
-    ASSERT_EQ(unit.start(true), 0);
-    unit.waitend();
-    EXPECT_EQ(characters(unit.info()), "Not running");
 }
 
 } // namespace
