@@ -60,11 +60,12 @@ Sample clippedSample(double value) {
     return toSample<Sample>(std::min(numberOrZero(value), 1.0));
 }
 
-// Turns values of the sine into samples; whether one was clipped.
+// Turns the first count values of a sine into samples; whether one was clipped.
 template <class Sample>
-bool convert(const KLTalsaSine::Block& sines, double height, double dc, Sample* samples) {
+bool convert(const KLTalsaSine::Block& sines, int count, double height, double dc,
+             Sample* samples) {
     bool clipped = false;
-    for (int i = 0; i < KLTalsaSine::blockFrames; ++i) {
+    for (int i = 0; i < count; ++i) {
         const double value = height * sines[i] + dc;
         clipped |= std::abs(value) > 1.0;
         samples[i] = toSample<Sample>(std::clamp(value, -1.0, 1.0));
@@ -109,8 +110,10 @@ template <class Sample>
 void KLTalsaBuf<Sample>::fillValue(double value, int mask) {
     std::array<Sample, KLTalsaSine::blockFrames> samples;
     samples.fill(clippedSample<Sample>(value));
-    for (int first = 0; first < frames_; first += KLTalsaSine::blockFrames)
-        fillMasked(mask, first, samples.data(), KLTalsaSine::blockFrames);
+    for (int first = 0, count; first < frames_; first += count) {
+        count = std::min(KLTalsaSine::blockFrames, frames_ - first);
+        fillMasked(mask, first, samples.data(), count);
+    }
     setFrameLimit(frames_);
 }
 
@@ -141,10 +144,11 @@ bool KLTalsaBuf<Sample>::fillWave(double freq, double level, double& phase, doub
     KLTalsaSine::Block values;
     std::array<Sample, KLTalsaSine::blockFrames> samples;
     bool clipped = false;
-    for (int first = 0; first < frames_; first += KLTalsaSine::blockFrames) {
+    for (int first = 0, count; first < frames_; first += count) {
+        count = std::min(KLTalsaSine::blockFrames, frames_ - first);
         sine.read(first, values);
-        clipped |= convert(values, height, numberOrZero(dc), samples.data());
-        fillMasked(mask, first, samples.data(), KLTalsaSine::blockFrames);
+        clipped |= convert(values, count, height, numberOrZero(dc), samples.data());
+        fillMasked(mask, first, samples.data(), count);
     }
     phase = isFinite ? withinTurn(end) : 0.0;
     setFrameLimit(frames_);
@@ -158,12 +162,10 @@ void KLTalsaBuf<Sample>::fillChannel(int channel, int first, const Sample* sampl
         target[offset(i)] = samples[i];
 }
 
-// What lies behind the last frame is left out.
 template <class Sample>
 void KLTalsaBuf<Sample>::fillMasked(int mask, int first, const Sample* samples, int count) {
     for (int channel = 0; channel < std::min<int>(channels_, maskBits); ++channel)
-        if (static_cast<uint32_t>(mask) >> channel & 1)
-            fillChannel(channel, first, samples, std::min(count, frames_ - first));
+        if (static_cast<uint32_t>(mask) >> channel & 1) fillChannel(channel, first, samples, count);
 }
 
 template <class Sample>
@@ -174,8 +176,8 @@ KLTalsaAinfo KLTalsaBuf<Sample>::channelInfo(int channel, int count) const {
     int64_t sum = 0;
     typename Format<Sample>::Squares squares = 0;
     const Sample* source = data_.get() + channel;
-    for (int i = 0; i < count; ++i, source += channels_) {
-        const int sample = *source;
+    for (int i = 0; i < count; ++i) {
+        const int sample = source[offset(i)];
         min = std::min(min, sample);
         max = std::max(max, sample);
         fullScaleCount += sample >= highest<Sample> || sample <= -highest<Sample>;

@@ -209,6 +209,11 @@ TEST(AlsaBuf32, ASineAtFullScaleIsNotClipped) {
             KLTalsaBuf32 buffer(48000, 1, 100);
             EXPECT_EQ(buffer.fillSineDC(48000.0 / divider, 1.0, phase, 0.0, 1), 0) << divider;
         }
+    // Nor what would come behind the end.
+    double phase = 0;
+    KLTalsaBuf32 buffer(48000, 1, 1);
+    EXPECT_EQ(buffer.fillSineDC(80, 1.0, phase, 0.5, 1), 0);
+    EXPECT_EQ(buffer.fillSineDC(80, 1.0, phase, 0.5, 1), 1);
 }
 
 template <class Buffer>
