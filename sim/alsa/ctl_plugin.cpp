@@ -14,6 +14,7 @@
 #include <cerrno>
 #include <limits>
 #include <memory>
+#include <string>
 #include <string_view>
 
 namespace k4sim {

@@ -1,25 +1,31 @@
 // The PCM devices of the virtual card as a plug-in of libasound. It only carries: samples
 // are made and heard in the model, and its sample clock is the position.
 //
-// Offered is interleaved access by writei and readi, without mmap and pause.
+// Offered is interleaved access by writei and readi, without mmap and pause. What libasound
+// does itself for a plug-in differs from the kernel in two ways: a read of any size starts
+// the capture, and a write without blocking gives -EAGAIN until avail_min frames are free.
 #include "sim/alsa/address.h"
 #include "sim/alsa/callback.h"
 #include "sim/alsa/pcm_port.h"
-#include "sim/machine.h"
 #include "sim/time/scheduler.h"
 
+#include <algorithm>
 #include <alsa/asoundlib.h>
 #include <alsa/pcm_external.h>
 #include <array>
 #include <cerrno>
+#include <cstddef>
+#include <cstdint>
 #include <memory>
 #include <poll.h>
+#include <span>
 
 namespace k4sim {
 
 namespace {
 
 using State = PcmStream::State;
+using Direction = PcmStream::Direction;
 
 struct FormatRow {
     snd_pcm_format_t name;
@@ -37,7 +43,7 @@ constexpr unsigned periods_max = 1024;
 constexpr unsigned bits_per_byte = 8;
 
 struct PcmPlugin {
-    PcmPlugin(unsigned device, PcmStream::Direction direction) : port(device, direction) {}
+    PcmPlugin(int device, Direction direction) : port(static_cast<unsigned>(device), direction) {}
 
     snd_pcm_ioplug_t handle{};
     PcmPort port;
@@ -165,11 +171,6 @@ constexpr snd_pcm_ioplug_callback_t callbacks = [] {
     return table;
 }();
 
-int set_list(snd_pcm_ioplug_t* handle, int what, std::span<const unsigned> values) {
-    return snd_pcm_ioplug_set_param_list(handle, what, static_cast<unsigned>(values.size()),
-                                         values.data());
-}
-
 // The buffer is limited in bytes, as memory is: such that the model takes it with the
 // shortest and the longest samples.
 int set_sizes(snd_pcm_ioplug_t* handle, const PcmLimits& limits) {
@@ -177,53 +178,54 @@ int set_sizes(snd_pcm_ioplug_t* handle, const PcmLimits& limits) {
         limits.buffer_frames_min * limits.channels * sample_bytes(SampleFormat::s32);
     const unsigned bytes_max =
         limits.buffer_frames_max * limits.channels * sample_bytes(SampleFormat::s16);
-    if (const int error = snd_pcm_ioplug_set_param_minmax(handle, SND_PCM_IOPLUG_HW_BUFFER_BYTES,
-                                                          bytes_min, bytes_max);
-        error < 0)
-        return error;
-    if (const int error =
-            snd_pcm_ioplug_set_param_minmax(handle, SND_PCM_IOPLUG_HW_PERIOD_BYTES,
-                                            bytes_min / periods_min, bytes_max / periods_min);
-        error < 0)
-        return error;
-    return snd_pcm_ioplug_set_param_minmax(handle, SND_PCM_IOPLUG_HW_PERIODS, periods_min,
-                                           periods_max);
+    const struct {
+        int what;
+        unsigned minimum, maximum;
+    } ranges[] = {
+        {SND_PCM_IOPLUG_HW_BUFFER_BYTES, bytes_min, bytes_max},
+        {SND_PCM_IOPLUG_HW_PERIOD_BYTES, bytes_min / periods_min, bytes_max / periods_min},
+        {SND_PCM_IOPLUG_HW_PERIODS, periods_min, periods_max},
+    };
+    for (const auto& [what, minimum, maximum] : ranges)
+        if (const int error = snd_pcm_ioplug_set_param_minmax(handle, what, minimum, maximum);
+            error < 0)
+            return error;
+    return 0;
 }
 
 int set_limits(snd_pcm_ioplug_t* handle, const PcmLimits& limits) {
     static constexpr unsigned access[] = {SND_PCM_ACCESS_RW_INTERLEAVED};
-    std::array<unsigned, formats.size()> names{};
-    for (std::size_t i = 0; i < formats.size(); ++i)
-        names[i] = static_cast<unsigned>(formats[i].name);
     const unsigned channels[] = {limits.channels};
-    for (const auto& [what, values] :
-         std::initializer_list<std::pair<int, std::span<const unsigned>>>{
-             {SND_PCM_IOPLUG_HW_ACCESS, access},
-             {SND_PCM_IOPLUG_HW_FORMAT, names},
-             {SND_PCM_IOPLUG_HW_CHANNELS, channels},
-             {SND_PCM_IOPLUG_HW_RATE, limits.rates_hz}})
-        if (const int error = set_list(handle, what, values); error < 0) return error;
+    std::array<unsigned, formats.size()> names{};
+    std::ranges::transform(formats, names.begin(),
+                           [](const FormatRow& row) { return static_cast<unsigned>(row.name); });
+    const struct {
+        int what;
+        std::span<const unsigned> values;
+    } lists[] = {
+        {SND_PCM_IOPLUG_HW_ACCESS, access},
+        {SND_PCM_IOPLUG_HW_FORMAT, names},
+        {SND_PCM_IOPLUG_HW_CHANNELS, channels},
+        {SND_PCM_IOPLUG_HW_RATE, limits.rates_hz},
+    };
+    for (const auto& [what, values] : lists)
+        if (const int error = snd_pcm_ioplug_set_param_list(
+                handle, what, static_cast<unsigned>(values.size()), values.data());
+            error < 0)
+            return error;
     return set_sizes(handle, limits);
 }
 
-// Takes over the plug-in when it succeeds.
-int create(std::unique_ptr<PcmPlugin>& plugin, const char* name, snd_pcm_stream_t stream,
-           int mode) {
-    snd_pcm_ioplug_t& handle = plugin->handle;
+void describe(PcmPlugin& plugin, int mode) {
+    snd_pcm_ioplug_t& handle = plugin.handle;
     handle.version = SND_PCM_IOPLUG_VERSION;
     handle.name = "K/4 sound card";
     handle.flags = SND_PCM_IOPLUG_FLAG_MONOTONIC | SND_PCM_IOPLUG_FLAG_BOUNDARY_WA;
-    handle.poll_fd = plugin->port.descriptor();
-    handle.poll_events = stream == SND_PCM_STREAM_PLAYBACK ? POLLOUT : POLLIN;
+    handle.poll_fd = plugin.port.descriptor();
+    handle.poll_events = plugin.port.direction() == Direction::playback ? POLLOUT : POLLIN;
     handle.callback = &callbacks;
-    handle.private_data = plugin.get();
+    handle.private_data = &plugin;
     handle.nonblock = mode & SND_PCM_NONBLOCK; // libasound tells only what changes
-    if (const int error = snd_pcm_ioplug_create(&handle, name, stream, mode); error < 0)
-        return error;
-    PcmPlugin& created = *plugin.release();
-    const int error = set_limits(&handle, created.port.stream()->limits());
-    if (error < 0) snd_pcm_ioplug_delete(&handle);
-    return error;
 }
 
 int open_stream(snd_pcm_t** result, const char* name, snd_config_t* node, snd_pcm_stream_t stream,
@@ -232,14 +234,18 @@ int open_stream(snd_pcm_t** result, const char* name, snd_config_t* node, snd_pc
     if (const int error = find_card(node); error < 0) return error;
     const int device = find_device(node);
     if (device < 0) return device;
-    auto plugin = std::make_unique<PcmPlugin>(static_cast<unsigned>(device),
-                                              stream == SND_PCM_STREAM_PLAYBACK
-                                                  ? PcmStream::Direction::playback
-                                                  : PcmStream::Direction::capture);
+    auto plugin = std::make_unique<PcmPlugin>(
+        device, stream == SND_PCM_STREAM_PLAYBACK ? Direction::playback : Direction::capture);
     if (const int error = plugin->port.open(); error < 0) return error;
-    snd_pcm_ioplug_t& handle = plugin->handle;
-    const int error = create(plugin, name, stream, mode);
-    if (error == 0) *result = handle.pcm;
+    describe(*plugin, mode);
+    if (const int error = snd_pcm_ioplug_create(&plugin->handle, name, stream, mode); error < 0)
+        return error;
+    PcmPlugin& created = *plugin.release(); // the handle's from now on: see close
+    const int error = set_limits(&created.handle, created.port.stream()->limits());
+    if (error < 0)
+        snd_pcm_ioplug_delete(&created.handle);
+    else
+        *result = created.handle.pcm;
     return error;
 }
 

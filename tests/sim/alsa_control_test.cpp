@@ -1,8 +1,9 @@
 #include "alsa_client.h"
 
-#include <cstring>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
 #include <gmock/gmock.h>
-#include <numeric>
 #include <string>
 #include <vector>
 
@@ -89,6 +90,18 @@ TEST_F(AlsaControlTest, OpensUnderTheStockNames) {
     card().remove();
     EXPECT_EQ(Control("hw:0").result, -ENOENT);
     EXPECT_EQ(Control("default").result, -ENOENT);
+}
+
+TEST_F(AlsaControlTest, TheSettingsOfTheUserPlayNoPart) {
+    const auto home = std::filesystem::temp_directory_path() / "k4sim-alsa-home";
+    std::filesystem::create_directory(home);
+    std::ofstream(home / ".asoundrc") << "ctl.!default { type nonsense }\n";
+    const std::string former = std::getenv("HOME") != nullptr ? std::getenv("HOME") : "";
+    setenv("HOME", home.c_str(), 1);
+    snd_config_update_free_global(); // the next use reads everything anew
+    EXPECT_EQ(Control("default").result, 0) << complaints();
+    setenv("HOME", former.c_str(), 1);
+    std::filesystem::remove_all(home);
 }
 
 TEST_F(AlsaControlTest, TheSimpleMixerHasTheElementsOfTheBoard) {

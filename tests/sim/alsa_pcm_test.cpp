@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
+#include <fcntl.h>
+#include <poll.h>
 #include <unistd.h>
 #include <vector>
 
@@ -89,12 +91,15 @@ TEST_F(AlsaPcmTest, OpensNothingOfAnAbsentCardOrStream) {
 }
 
 TEST_F(AlsaPcmTest, AStreamIsForOneAtATime) {
+    pollfd state{};
     {
         const Pcm first("hw:0,0");
+        EXPECT_EQ(snd_pcm_poll_descriptors(first, &state, 1), 1);
         EXPECT_EQ(Pcm("hw:0,0").result, -EBUSY);
         EXPECT_EQ(Pcm("hw:0,0", playback, 0).result, -EBUSY);
         EXPECT_EQ(Pcm("hw:0,0", capture).result, 0);
     }
+    EXPECT_EQ(fcntl(state.fd, F_GETFD), -1);
     EXPECT_EQ(Pcm("hw:0,0").result, 0);
     card().set_busy(true);
     EXPECT_EQ(Pcm("hw:0,0").result, -EBUSY);
@@ -143,6 +148,8 @@ TEST_F(AlsaPcmTest, BothDirectionsOfADeviceHaveOneRate) {
     Playback out;
     const Pcm in("hw:0,0", capture);
     EXPECT_EQ(set_params(in, SND_PCM_FORMAT_S16_LE, 2, 44100), -EINVAL);
+    EXPECT_EQ(snd_pcm_hw_free(out), 0);
+    EXPECT_EQ(set_params(in, SND_PCM_FORMAT_S16_LE, 2, 44100), 0);
     card().set_parameters_refused(true);
     EXPECT_EQ(set_params(in, SND_PCM_FORMAT_S16_LE, 2), -EINVAL);
     card().set_parameters_refused(false);
@@ -261,6 +268,16 @@ TEST_F(AlsaPcmTest, ABlockingWriteWaitsForTheSampleClock) {
     EXPECT_EQ(duration_ms([&] { EXPECT_EQ(snd_pcm_wait(out, -1), 1); }), 0);
 }
 
+TEST_F(AlsaPcmTest, TheDescriptorTellsItsOwnDirectionOnly) {
+    Playback out;
+    out.write(buffer_frames);
+    pollfd state{};
+    ASSERT_EQ(snd_pcm_poll_descriptors(out, &state, 1), 1);
+    EXPECT_EQ(duration_ms([&] { EXPECT_EQ(poll(&state, 1, -1), 1); }), 25);
+    state.events = POLLIN;
+    EXPECT_EQ(duration_ms([&] { EXPECT_EQ(poll(&state, 1, 10), 0); }), 10);
+}
+
 TEST_F(AlsaPcmTest, ABlockingReadWaitsForTheSampleClock) {
     Capture in(0);
     EXPECT_EQ(duration_ms([&] { EXPECT_EQ(in.read(rate_hz / 2), rate_hz / 2); }), 500);
@@ -291,7 +308,7 @@ TEST_F(AlsaPcmTest, WithoutBlockingADrainGoesOnByItself) {
     EXPECT_EQ(snd_pcm_drain(out), -EAGAIN);
     EXPECT_EQ(out.write(1), -EBADFD);
     EXPECT_EQ(duration_ms([&] { snd_pcm_wait(out, 1000); }), 50);
-    EXPECT_EQ(snd_pcm_drain(out), 0);
+    EXPECT_EQ(snd_pcm_hwsync(out), 0);
     EXPECT_EQ(snd_pcm_state(out), SND_PCM_STATE_SETUP);
 }
 
