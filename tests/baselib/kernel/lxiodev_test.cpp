@@ -60,6 +60,7 @@ TEST(LxIOdev, ClosedDeviceFails) {
     EXPECT_EQ(device.iblock(data, 4), -1);
     EXPECT_EQ(device.ochar('x'), 0);
     EXPECT_EQ(device.oblock(data, 4), -1);
+    EXPECT_EQ(device.oblock(data, -1), -1) << "what the kernel answers is no count";
     EXPECT_EQ(device.ostring("x"), -1);
     EXPECT_EQ(KLTlxIOdev::syserr(), EBADF);
     EXPECT_EQ(device.blocking(true), -2);
