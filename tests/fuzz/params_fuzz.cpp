@@ -151,14 +151,26 @@ struct Real {
     }
 };
 
-// Lines: the format, then the arguments.
-Arguments lines(const std::uint8_t* data, std::size_t size) {
+// Pieces that soon make a format and arguments that match it.
+constexpr const char* pieces[] = {"a%%l", "a%L",     "b%%s",      "b%p", "ab%P", "%",
+                                  " \t",  "program", "program%p", "a",   "B",    "\n",
+                                  "\n",   "\n",      "012",       "0xA", "-1"};
+
+std::string build(const std::string& bytes) {
+    std::string result;
+    for (const char c : bytes)
+        result += pieces[static_cast<unsigned char>(c) % std::size(pieces)];
+    return result;
+}
+
+// The lines of a text: the format, then the arguments.
+Arguments lines(const std::string& text) {
     Arguments result(1);
-    for (; size > 0; ++data, --size) {
-        if (*data == '\n')
+    for (const char c : text) {
+        if (c == '\n')
             result.emplace_back();
-        else if (*data != 0)
-            result.back() += static_cast<char>(*data);
+        else if (c != '\0')
+            result.back() += c;
     }
     return result;
 }
@@ -167,7 +179,8 @@ Arguments lines(const std::uint8_t* data, std::size_t size) {
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     if (size == 0) return 0;
-    Arguments arguments = lines(data + 1, size - 1);
+    const std::string bytes(data + 1, data + size);
+    Arguments arguments = lines((*data & 6) != 0 ? build(bytes) : bytes);
     const std::string format = std::exchange(arguments.front(), "program");
     Model model{arguments, (*data & 1) != 0};
     const int expected = model.parse(format);
