@@ -26,6 +26,19 @@ Result with_errno(Result result) {
     return -1;
 }
 
+// When time alone makes the file ready. A file that is ready now is not in the way that the
+// caller asks for.
+Microseconds later_ready_at(const OpenFile& file) {
+    const Microseconds ready = file.ready_at();
+    return ready > scheduler().now() ? ready : never;
+}
+
+// What poll says of the file, of the events asked for.
+int answer(const OpenFile& file, short events) {
+    return ((events & POLLIN) != 0 && file.readable() ? POLLIN : 0) |
+           ((events & POLLOUT) != 0 && file.writable() ? POLLOUT : 0);
+}
+
 } // namespace
 
 void Descriptors::add_device(std::string path, Opener opener) {
@@ -76,8 +89,8 @@ void Descriptors::forget(int descriptor) {
 
 int Descriptors::add(std::string name, int flags, std::unique_ptr<OpenFile> file) {
     static auto* const real_open = real_function<int(const char*, int, ...)>("open");
-    const int descriptor =
-        real_open("/dev/null", flags & (O_ACCMODE | O_CLOEXEC | O_NONBLOCK | O_APPEND));
+    constexpr int kept_flags = O_ACCMODE | O_CLOEXEC | O_NONBLOCK | O_APPEND;
+    const int descriptor = real_open(file->path().c_str(), (flags & kept_flags) | O_NOCTTY);
     if (descriptor >= 0) files_[descriptor] = {std::move(file), std::move(name)};
     return descriptor;
 }
@@ -110,7 +123,7 @@ bool Descriptors::wait_until(int descriptor, bool (OpenFile::*ready)() const) {
         if (found == files_.end()) return with_errno(-EBADF) == 0;
         if ((found->second.file.get()->*ready)()) return true;
         if (is_nonblocking(descriptor)) return with_errno(-EAGAIN) == 0;
-        wait_cancellable(this, never);
+        wait_cancellable(this, later_ready_at(*found->second.file));
     }
 }
 
@@ -125,24 +138,22 @@ int Descriptors::look(pollfd* states, nfds_t count) const {
     for (pollfd* state = states; state != states + count; ++state) {
         const auto found = files_.find(state->fd);
         if (found == files_.end() || found->second.name.empty()) continue;
-        const OpenFile& file = *found->second.file;
-        state->revents =
-            static_cast<short>((file.readable() ? POLLIN : 0) | (file.writable() ? POLLOUT : 0)) &
-            state->events;
+        // An end of a line that was hung up is known to the kernel.
+        constexpr short always_told = POLLERR | POLLHUP | POLLNVAL;
+        state->revents = static_cast<short>((state->revents & always_told) |
+                                            answer(*found->second.file, state->events));
     }
     return static_cast<int>(std::count_if(states, states + count,
                                           [](const pollfd& state) { return state.revents != 0; }));
 }
 
-// When the first of the descriptors becomes ready by time alone. One that is ready now is
-// not in the way that the caller asks for.
+// When the first of the descriptors becomes ready by time alone.
 Microseconds Descriptors::ready_at(const pollfd* states, nfds_t count) const {
     Microseconds first = never;
     for (const pollfd* state = states; state != states + count; ++state) {
         const auto found = files_.find(state->fd);
         if (found == files_.end()) continue;
-        const Microseconds ready = found->second.file->ready_at();
-        if (ready > scheduler().now()) first = std::min(first, ready);
+        first = std::min(first, later_ready_at(*found->second.file));
     }
     return first;
 }

@@ -1,6 +1,6 @@
 // The descriptors that the virtual K/4 looks after: its device files, and the pipes of
-// the program. A device file is open as a real descriptor of /dev/null, so that numbers
-// never collide and descriptor flags are the kernel's business.
+// the program. A device file is open as a real descriptor, most of them of /dev/null, so
+// that numbers never collide and descriptor flags are the kernel's business.
 //
 // Functions with an `int` or `ssize_t` result return what the libc function of that name
 // returns, and set errno.

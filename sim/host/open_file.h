@@ -7,6 +7,7 @@
 
 #include <cstddef>
 #include <limits>
+#include <string>
 #include <sys/types.h>
 
 namespace k4sim {
@@ -14,6 +15,9 @@ namespace k4sim {
 class OpenFile {
 public:
     virtual ~OpenFile() = default;
+
+    // What the descriptor is for the kernel.
+    virtual std::string path() const { return "/dev/null"; }
 
     // False when the descriptor was closed past the stand-ins and is another file now.
     virtual bool still_open() const { return true; }

@@ -7,6 +7,7 @@
 #include "sim/host/preload.h"
 #include "sim/host/real.h"
 #include "sim/host/report.h"
+#include "sim/host/serial_file.h"
 #include "sim/host/speaker_file.h"
 #include "sim/machine.h"
 #include "sim/setup.h"
@@ -30,6 +31,7 @@ void in_parent() { descriptors().forget_pipes(); }
 void in_child() {
     scheduler().keep_only_caller();
     descriptors().forget_pipes();
+    leave_serial_lines();
     machine().leave_record();
 }
 
@@ -62,6 +64,7 @@ __attribute__((constructor)) void start(int, char** arguments, char**) {
     put_in_front(arguments);
     scheduler().set_deadlock_action([] { end_process(status_deadlock, "deadlock"); });
     descriptors().add_device("/dev/console", open_speaker);
+    add_serial_devices();
     pthread_atfork(nullptr, in_parent, in_child);
     install_port_trap();
     configure_alsa();

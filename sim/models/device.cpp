@@ -5,6 +5,7 @@
 #include "sim/models/cpld_hss.h"
 #include "sim/models/cpld_i2c.h"
 #include "sim/models/faults.h"
+#include "sim/models/serial_faults.h"
 #include "sim/models/sound_faults.h"
 
 namespace k4sim {
@@ -91,7 +92,8 @@ constexpr Breaker breakers[] = {
 } // namespace
 
 Device::Device(Board board, Surroundings& surroundings, std::uint64_t seed)
-    : board_(board), sound_card_(board, seed, surroundings), speaker_(surroundings) {
+    : board_(board), sound_card_(board, seed, surroundings), speaker_(surroundings),
+      serial_(surroundings) {
     const Fitting* const fitting = fitting_of(board);
     if (fitting == nullptr) return;
     base_ = fitting->base;
@@ -115,7 +117,7 @@ bool Device::set_fault(std::string_view name, std::string_view value) {
         breaker.strike(*this, value);
         return true;
     }
-    return strike_sound_card(sound_card_, name, value);
+    return strike_sound_card(sound_card_, name, value) || strike_serial(serial_, name, value);
 }
 
 bool Device::cpld_answers(std::uint16_t port) const {

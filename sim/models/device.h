@@ -1,6 +1,6 @@
 // Everything of one K/4 that the processor can reach: the CPLD in I/O port space with the
-// front panel behind it, the sound card and the speaker. Which CPLD, panel and address is the
-// Board's:
+// front panel behind it, the sound card, the speaker and the serial adapters. Which CPLD, panel and
+// address is the Board's:
 //
 //   aes     CPLD ID 2 version 1  at 0xD000   panel type 0x3C version 9   parallel port
 //   plain   CPLD ID 1 version 9  at 0xD000   panel type 0x3D version 8   parallel port
@@ -15,6 +15,7 @@
 #include "sim/models/oled.h"
 #include "sim/models/panel.h"
 #include "sim/models/port_space.h"
+#include "sim/models/serial_adapters.h"
 #include "sim/models/sound_card.h"
 #include "sim/models/speaker.h"
 #include "sim/models/surroundings.h"
@@ -55,6 +56,8 @@ public:
     // On every board: it is a card of the processor's.
     SoundCard& sound_card() { return sound_card_; }
 
+    SerialAdapters& serial() { return serial_; }
+
     // Sets a fault of fault_list() whose site is the device. False, and nothing is
     // changed, when fault_error() objects or the host layer must carry it out.
     bool set_fault(std::string_view name, std::string_view value);
@@ -69,6 +72,7 @@ private:
     std::unique_ptr<Panel> panel_;
     std::unique_ptr<Cpld> cpld_;
     Speaker speaker_;
+    SerialAdapters serial_;
 };
 
 } // namespace k4sim

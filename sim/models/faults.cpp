@@ -141,6 +141,43 @@ constexpr Fault faults[] = {
     {"sda-stuck", "0|1", Value::number, 0, 1, Site::device, Needs::i2c, Sight::seen,
      "the data line of the I2C bus is held low (0) or high (1)",
      "UNDECIDED: from the start \"Frontpanel init error -49997\", and nobody can abort"},
+    {"serial-absent", "N", Value::number, 1, 2, Site::device, Needs::nothing, Sight::seen,
+     "serial adapter N is not plugged in; one that is in use is pulled out",
+     "ABORTED: the USB row keeps \"Missing USBs: 1\", with both adapters gone \"Missing USBs: 2\"; "
+     "as without the fault when it strikes after the row reads \"OK\""},
+    {"serial-byte-flipped", "N", Value::number, 1, 1'000'000, Site::device, Needs::nothing,
+     Sight::seen, "the lowest bit of the Nth byte between the serial adapters is wrong",
+     "ABORTED: the USB row keeps \"In progress: \" and the rounds until then; not seen beyond the "
+     "last byte of the test"},
+    {"serial-byte-lost", "N", Value::number, 1, 1'000'000, Site::device, Needs::nothing,
+     Sight::seen, "the Nth byte between the serial adapters is lost",
+     "ABORTED: the USB row keeps \"In progress: \" and the rounds until then; not seen beyond the "
+     "last byte of the test"},
+    {"serial-cable", "looped|none", Value::word, 0, 0, Site::device, Needs::nothing, Sight::depends,
+     "each serial adapter hears itself (looped) or nothing (none)",
+     "ABORTED with none: the USB row keeps \"In progress: 0\"; as without the fault with looped: "
+     "both adapters are sent the same text, so the test takes either wiring"},
+    {"serial-first-number", "N", Value::number, 0, 9, Site::device, Needs::nothing, Sight::unseen,
+     "serial adapter 1 is plugged again and becomes /dev/ttyUSBN; when adapter 2 has that "
+     "number, the two change places",
+     "as without the fault: the test finds an adapter under any number"},
+    {"serial-late", "SECONDS", Value::number, 1, 3600, Site::device, Needs::nothing, Sight::depends,
+     "both serial adapters are plugged in only so many seconds later",
+     "as without the fault: the USB row shows \"Missing USBs: 2\" until then"},
+    {"serial-output-refused", "N", Value::number, 1, 2, Site::device, Needs::nothing, Sight::seen,
+     "serial adapter N takes no output (I/O error)",
+     "ABORTED: the USB row shows \"Not running\" after \"Cannot write to RS232\" on the console"},
+    {"serial-second-number", "N", Value::number, 0, 9, Site::device, Needs::nothing, Sight::unseen,
+     "serial adapter 2 is plugged again and becomes /dev/ttyUSBN; when adapter 1 has that "
+     "number, the two change places",
+     "as without the fault: the test finds an adapter under any number"},
+    {"serial-settings-refused", "N", Value::number, 1, 2, Site::device, Needs::nothing, Sight::seen,
+     "serial adapter N takes no settings (I/O error)",
+     "ABORTED: the USB row shows \"Not running\" after \"Cannot set raw mode, error -1\" on the "
+     "console"},
+    {"serial-speed-wrong", "N", Value::number, 1, 2, Site::device, Needs::nothing, Sight::seen,
+     "serial adapter N runs at half the speed that is set",
+     "ABORTED: the USB row keeps \"In progress: \" and the rounds until then"},
     {"speaker-absent", "", Value::none, 0, 0, Site::device, Needs::nothing, Sight::seen,
      "the console device has no speaker and can't be opened for it",
      "UNDECIDED: \"FP init error 0\", the lamp test stays on the glass, and nobody can abort"},

@@ -1,0 +1,50 @@
+// Stand-ins for the functions of libc on terminals that change something, as the requests
+// that libc makes of them. The symbol's name stands in quotes. Looking at settings needs
+// no stand-in: the descriptor is one of a real terminal.
+#include "sim/host/descriptors.h"
+#include "sim/host/real.h"
+#include "sim/host/threads.h"
+
+#include <cerrno>
+#include <sys/ioctl.h>
+#include <termios.h>
+
+namespace k4sim {
+
+namespace {
+
+bool owned(int descriptor) { return belongs_to_program() && descriptors().owns(descriptor); }
+
+} // namespace
+
+extern "C" {
+
+int stand_in_tcsetattr(int descriptor, int when, const termios* settings) asm("tcsetattr");
+int stand_in_tcsetattr(int descriptor, int when, const termios* settings) {
+    if (!owned(descriptor))
+        return real_function<decltype(stand_in_tcsetattr)>("tcsetattr")(descriptor, when, settings);
+    if (when < TCSANOW || when > TCSAFLUSH) {
+        errno = EINVAL;
+        return -1;
+    }
+    // The kernel's record is the first part of libc's.
+    termios copy = *settings;
+    return descriptors().control(descriptor, TCSETS + static_cast<unsigned long>(when), &copy);
+}
+
+int stand_in_tcflush(int descriptor, int queue) asm("tcflush");
+int stand_in_tcflush(int descriptor, int queue) {
+    if (!owned(descriptor))
+        return real_function<decltype(stand_in_tcflush)>("tcflush")(descriptor, queue);
+    return descriptors().control(descriptor, TCFLSH, reinterpret_cast<void*>(queue));
+}
+
+int stand_in_tcdrain(int descriptor) asm("tcdrain");
+int stand_in_tcdrain(int descriptor) {
+    if (!owned(descriptor)) return real_function<decltype(stand_in_tcdrain)>("tcdrain")(descriptor);
+    return descriptors().control(descriptor, TCSBRK, reinterpret_cast<void*>(1));
+}
+
+} // extern "C"
+
+} // namespace k4sim
