@@ -6,8 +6,8 @@
 #include <cstdio>
 #include <cstdlib>
 #include <exception>
+#include <gmock/gmock.h>
 #include <memory>
-#include <regex>
 #include <vector>
 
 namespace {
@@ -75,7 +75,7 @@ protected:
     // Lets time go on until the text matches.
     testing::AssertionResult matches(const char* pattern) {
         const Microseconds end = k4sim::machine().now() + patience_us;
-        while (!std::regex_match(characters(unit->info()), std::regex(pattern))) {
+        while (!testing::Matches(testing::MatchesRegex(pattern))(characters(unit->info()))) {
             if (k4sim::machine().now() >= end)
                 return testing::AssertionFailure() << characters(unit->info());
             KLFptdelay(step_us);
