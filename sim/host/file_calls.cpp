@@ -4,12 +4,14 @@
 #include "sim/host/clocks.h"
 #include "sim/host/console.h"
 #include "sim/host/descriptors.h"
+#include "sim/host/network_calls.h"
 #include "sim/host/real.h"
 #include "sim/host/selection.h"
 #include "sim/host/threads.h"
 #include "sim/host/wire_time.h"
 #include "sim/time/unobserved.h"
 
+#include <cerrno>
 #include <cstdarg>
 #include <fcntl.h>
 #include <unistd.h>
@@ -43,8 +45,18 @@ ssize_t read_file(int descriptor, void* data, std::size_t size) {
     return descriptors().read(descriptor, data, size);
 }
 
+// An error number, negative, goes to errno.
+int as_libc_result(int result) {
+    if (result >= 0) return result;
+    errno = -result;
+    return -1;
+}
+
 int control_file(const char* name, int descriptor, unsigned long request, void* argument) {
     if (owned(descriptor)) return descriptors().control(descriptor, request, argument);
+    if (belongs_to_program())
+        if (const auto answer = network_request(descriptor, request, argument))
+            return as_libc_result(*answer);
     return real_function<int(int, unsigned long, ...)>(name)(descriptor, request, argument);
 }
 

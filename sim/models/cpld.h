@@ -1,7 +1,9 @@
 // The mainboard CPLD: a window of 16 byte-wide ports. Every generation tells its ID at
-// offset 0 and its version at offset 1; the rest is up to the generation.
+// offset 0 and its version at offset 1, drives the output lines of the parallel port by a
+// write to offset 2 and reads its input lines at offset 3; the rest is up to the generation.
 #pragma once
 
+#include "sim/models/parallel_loopback.h"
 #include "sim/models/port_space.h"
 
 #include <cstdint>
@@ -12,6 +14,15 @@ inline constexpr std::uint16_t cpld_window_size = 16;
 
 class Cpld : public PortSpace {
 public:
+    // What all generations have in common. Offsets without a register read 0xFF and
+    // swallow writes.
+    std::uint8_t in(std::uint16_t port) override;
+    void out(std::uint16_t port, std::uint8_t value) override;
+
+    // The plug in the parallel port, which must outlive the CPLD. Without one its inputs
+    // are low.
+    void plug(ParallelLoopback& loopback) { loopback_ = &loopback; }
+
     // Offset of `port` in the window.
     static constexpr unsigned offset(std::uint16_t port) { return port % cpld_window_size; }
 
@@ -36,16 +47,12 @@ public:
 protected:
     Cpld(std::uint8_t id, std::uint8_t version) : id_(id), version_(version) {}
 
-    // What reads at offset 0 or 1, and at offsets without a register.
-    std::uint8_t identification(unsigned offset) const {
-        return offset == 0 ? id_ : offset == 1 ? version_ : absent;
-    }
-
     static constexpr std::uint8_t absent = 0xFF;
 
 private:
     std::uint8_t id_;
     std::uint8_t version_;
+    ParallelLoopback* loopback_ = nullptr;
 };
 
 } // namespace k4sim

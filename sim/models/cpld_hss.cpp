@@ -22,7 +22,7 @@ std::uint8_t CpldHss::in(std::uint16_t port) {
     const unsigned place = offset(port);
     if (place == link_register) return busy() ? link_busy : 0;
     if (place >= data_or_type && place <= last_key_byte) return from_panel(place);
-    return identification(place);
+    return Cpld::in(port);
 }
 
 void CpldHss::out(std::uint16_t port, std::uint8_t value) {
@@ -31,6 +31,8 @@ void CpldHss::out(std::uint16_t port, std::uint8_t value) {
         reset_link();
     else if (place >= data_or_type && place <= led_or_keys)
         to_panel(place, value);
+    else
+        Cpld::out(port, value);
 }
 
 bool CpldHss::busy() const { return surroundings_.now() < busy_until_; }

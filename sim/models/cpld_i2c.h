@@ -14,12 +14,15 @@ public:
     explicit CpldI2c(I2cBus& bus) : CpldI2c(1, 6, bus) {}
 
     std::uint8_t in(std::uint16_t port) override {
-        if (offset(port) != line_register) return identification(offset(port));
+        if (offset(port) != line_register) return Cpld::in(port);
         return static_cast<std::uint8_t>(lines_.scl() << 1 | (lines_.sda() ? 1 : 0));
     }
 
     void out(std::uint16_t port, std::uint8_t value) override {
-        if (offset(port) == line_register) lines_.drive((value & 2) != 0, (value & 1) != 0);
+        if (offset(port) == line_register)
+            lines_.drive((value & 2) != 0, (value & 1) != 0);
+        else
+            Cpld::out(port, value);
     }
 
 protected:

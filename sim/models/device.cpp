@@ -1,5 +1,6 @@
 #include "sim/models/device.h"
 
+#include "sim/models/connector_faults.h"
 #include "sim/models/cpld_aes.h"
 #include "sim/models/cpld_engine.h"
 #include "sim/models/cpld_hss.h"
@@ -93,13 +94,14 @@ constexpr Breaker breakers[] = {
 
 Device::Device(Board board, Surroundings& surroundings, std::uint64_t seed)
     : board_(board), sound_card_(board, seed, surroundings), speaker_(surroundings),
-      serial_(surroundings) {
+      loopback_(seed, surroundings), links_(surroundings), serial_(surroundings) {
     const Fitting* const fitting = fitting_of(board);
     if (fitting == nullptr) return;
     base_ = fitting->base;
     panel_ = std::make_unique<Panel>(fitting->panel_type, fitting->panel_version, surroundings);
     bus_.attach(panel_i2c_address, *panel_);
     cpld_ = make_cpld(board, bus_, *panel_, sound_card_, surroundings);
+    cpld_->plug(loopback_);
 }
 
 std::uint8_t Device::in(std::uint16_t port) {
@@ -117,7 +119,8 @@ bool Device::set_fault(std::string_view name, std::string_view value) {
         breaker.strike(*this, value);
         return true;
     }
-    return strike_sound_card(sound_card_, name, value) || strike_serial(serial_, name, value);
+    return strike_sound_card(sound_card_, name, value) || strike_connectors(*this, name, value) ||
+           strike_serial(serial_, name, value);
 }
 
 bool Device::cpld_answers(std::uint16_t port) const {

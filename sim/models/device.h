@@ -1,6 +1,7 @@
 // Everything of one K/4 that the processor can reach: the CPLD in I/O port space with the
-// front panel behind it, the sound card, the speaker and the serial adapters. Which CPLD, panel and
-// address is the Board's:
+// front panel behind it and the loopback plug in its parallel port, the sound card, the
+// speaker, the serial adapters and the network links. Which CPLD, panel and address is the
+// Board's:
 //
 //   aes     CPLD ID 2 version 1  at 0xD000   panel type 0x3C version 9   parallel port
 //   plain   CPLD ID 1 version 9  at 0xD000   panel type 0x3D version 8   parallel port
@@ -12,8 +13,10 @@
 #include "sim/models/cpld.h"
 #include "sim/models/i2c_bus.h"
 #include "sim/models/keys.h"
+#include "sim/models/network_links.h"
 #include "sim/models/oled.h"
 #include "sim/models/panel.h"
+#include "sim/models/parallel_loopback.h"
 #include "sim/models/port_space.h"
 #include "sim/models/serial_adapters.h"
 #include "sim/models/sound_card.h"
@@ -56,6 +59,10 @@ public:
     // On every board: it is a card of the processor's.
     SoundCard& sound_card() { return sound_card_; }
 
+    // The same on every board; on the board none nothing drives the parallel port.
+    ParallelLoopback& loopback() { return loopback_; }
+    NetworkLinks& links() { return links_; }
+
     SerialAdapters& serial() { return serial_; }
 
     // Sets a fault of fault_list() whose site is the device. False, and nothing is
@@ -72,6 +79,8 @@ private:
     std::unique_ptr<Panel> panel_;
     std::unique_ptr<Cpld> cpld_;
     Speaker speaker_;
+    ParallelLoopback loopback_;
+    NetworkLinks links_;
     SerialAdapters serial_;
 };
 

@@ -124,6 +124,22 @@ constexpr Fault faults[] = {
      "the next N key status words are read errors",
      "as without the fault: invalid words are skipped and counted, the count is never shown; "
      "keys that go down and up meanwhile are missed"},
+    {"link-absent", "eth0|usb0", Value::word, 0, 0, Site::device, Needs::nothing, Sight::seen,
+     "the network interface does not exist",
+     "ABORTED: the Ethernet row keeps -?? for LAN (eth0) or WAN (usb0)"},
+    {"link-down", "eth0|usb0", Value::word, 0, 0, Site::device, Needs::nothing, Sight::seen,
+     "nothing is at the other end of the network cable",
+     "ABORTED: the Ethernet row keeps -?? for LAN (eth0) or WAN (usb0)"},
+    {"link-dropped", "eth0|usb0", Value::word, 0, 0, Site::device, Needs::nothing, Sight::depends,
+     "the network link is down for 0.6 s",
+     "as without the fault: the count of good readings begins again when it strikes while they "
+     "are counted; else not seen"},
+    {"link-flapping", "eth0|usb0", Value::word, 0, 0, Site::device, Needs::nothing, Sight::seen,
+     "the network link is down for a second, up for four, down again ...",
+     "ABORTED: the Ethernet row changes between -ok and -?? for LAN (eth0) or WAN (usb0)"},
+    {"link-refused", "eth0|usb0", Value::word, 0, 0, Site::device, Needs::nothing, Sight::seen,
+     "the network driver refuses to tell the state of its link",
+     "ABORTED: the Ethernet row keeps -?? for LAN (eth0) or WAN (usb0)"},
     {"no-privilege", "", Value::none, 0, 0, Site::host, Needs::nothing, Sight::seen,
      "iopl is refused as it is without root",
      "UNDECIDED: \"Frontpanel init error -49999\", and nobody can abort"},
@@ -135,6 +151,29 @@ constexpr Fault faults[] = {
      "the front panel reports type N",
      "UNDECIDED: with an unknown type \"Frontpanel init error -49997\", and nobody can abort; "
      "with the other known type the picture is wrong, which only the operator can see"},
+    {"parallel-flaky", "LINE:N", Value::pair, 0, 7, Site::device, Needs::cpld, Sight::depends,
+     "one reading in each N of line LINE of the parallel port is wrong",
+     "ABORTED: the parallel row keeps \"Bit status: \" with a changing character at LINE; PASSED "
+     "where ten tests in a row, 660 readings, see none of it",
+     1, 1'000'000},
+    {"parallel-high", "LINE", Value::number, 0, 7, Site::device, Needs::cpld, Sight::seen,
+     "input line LINE of the parallel port is stuck high",
+     "ABORTED: the parallel row keeps \"Bit status: \" with 1 at LINE"},
+    {"parallel-inverted", "LINE", Value::number, 0, 7, Site::device, Needs::cpld, Sight::seen,
+     "input line LINE of the parallel port is the inverse of its output",
+     "ABORTED: the parallel row keeps \"Bit status: \" with 0 at LINE"},
+    {"parallel-low", "LINE", Value::number, 0, 7, Site::device, Needs::cpld, Sight::seen,
+     "input line LINE of the parallel port is stuck low",
+     "ABORTED: the parallel row keeps \"Bit status: \" with 0 at LINE"},
+    {"parallel-open", "LINE", Value::number, 0, 7, Site::device, Needs::cpld, Sight::seen,
+     "the wire of line LINE in the loopback plug of the parallel port is broken",
+     "ABORTED: the parallel row keeps \"Bit status: \" with 0 at LINE"},
+    {"parallel-tied-high", "LINE", Value::number, 0, 6, Site::device, Needs::cpld, Sight::seen,
+     "line LINE of the parallel port is tied to the next one, and a high output wins",
+     "ABORTED: the parallel row keeps \"Bit status: \" with H at LINE and the next"},
+    {"parallel-tied-low", "LINE", Value::number, 0, 6, Site::device, Needs::cpld, Sight::seen,
+     "line LINE of the parallel port is tied to the next one, and a low output wins",
+     "ABORTED: the parallel row keeps \"Bit status: \" with L at LINE and the next"},
     {"playback-underrun", "SECONDS", Value::number, 1, 3600, Site::device, Needs::nothing,
      Sight::depends, "the playback breaks off every so many seconds as if written too late",
      "as without the fault: the console tells \"Playout restart!\" each time"},
@@ -201,6 +240,28 @@ std::optional<std::int64_t> parse_number(std::string_view text) {
     return number;
 }
 
+bool is_number(std::string_view value, std::int64_t low, std::int64_t high) {
+    const auto number = parse_number(value);
+    return number && low <= *number && *number <= high;
+}
+
+bool is_pair(const Fault& fault, std::string_view value) {
+    const std::size_t colon = value.find(':');
+    return colon != std::string_view::npos &&
+           is_number(value.substr(0, colon), fault.low, fault.high) &&
+           is_number(value.substr(colon + 1), fault.second_low, fault.second_high);
+}
+
+std::string pair_needed(const Fault& fault) {
+    const auto pair_of = [](std::int64_t first, std::int64_t second) {
+        return std::to_string(first) + ":" + std::to_string(second);
+    };
+    return " needs " + std::string(fault.value_syntax) + ", two numbers from " +
+           pair_of(fault.low, fault.second_low) + " to " + pair_of(fault.high, fault.second_high) +
+           ": for example " + std::string(fault.name) + "=" +
+           pair_of(fault.high, fault.second_high);
+}
+
 bool is_key(std::string_view value) {
     return value.size() == 1 && key_characters.find(value[0]) != std::string_view::npos;
 }
@@ -258,11 +319,12 @@ std::string value_error(const Fault& fault, std::string_view value) {
                    ? ""
                    : "fault " + name + " needs one of " + std::string(fault.value_syntax) +
                          ": for example " + name + "=" + first_word(fault.value_syntax);
+    case Value::pair:
+        return is_pair(fault, value) ? "" : "fault " + name + pair_needed(fault);
     case Value::number:
         break;
     }
-    const auto number = parse_number(value);
-    if (number && fault.low <= *number && *number <= fault.high) return "";
+    if (is_number(value, fault.low, fault.high)) return "";
     return "fault " + name + " needs a number from " + std::to_string(fault.low) + " to " +
            std::to_string(fault.high) + ": for example " + name + "=" + std::to_string(fault.high);
 }
@@ -288,5 +350,11 @@ std::string fault_error(Board board, std::string_view name, std::string_view val
 }
 
 std::int64_t fault_number(std::string_view value) { return parse_number(value).value_or(0); }
+
+std::pair<std::int64_t, std::int64_t> fault_pair(std::string_view value) {
+    const std::size_t colon = std::min(value.find(':'), value.size());
+    const std::string_view rest = value.substr(colon);
+    return {fault_number(value.substr(0, colon)), rest.empty() ? 0 : fault_number(rest.substr(1))};
+}
 
 } // namespace k4sim

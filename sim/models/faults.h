@@ -8,11 +8,12 @@
 #include <span>
 #include <string>
 #include <string_view>
+#include <utility>
 
 namespace k4sim {
 
 struct Fault {
-    enum class Value { none, key, number, word };
+    enum class Value { none, key, number, pair, word };
     // Who carries it out: Device::set_fault, or the layer that stands in for the kernel.
     enum class Site { device, host };
     // What a board must have for the fault to make sense.
@@ -23,12 +24,13 @@ struct Fault {
     std::string_view name;
     std::string_view value_syntax; // as in the usage text, all words of a word fault; empty: none
     Value value;
-    std::int64_t low, high; // range of a number
+    std::int64_t low, high; // range of a number, or of the first one of a pair
     Site site;
     Needs needs;
     Sight sight;
     std::string_view breaks;  // what it breaks
     std::string_view verdict; // the verdict of a run of the self-test with this fault
+    std::int64_t second_low = 0, second_high = 0; // range of the second number of a pair
 };
 
 // Sorted by name.
@@ -44,5 +46,8 @@ std::string fault_error(Board board, std::string_view name, std::string_view val
 // The value of a number fault that fault_error() has nothing against: decimal, or
 // hexadecimal with 0x.
 std::int64_t fault_number(std::string_view value);
+
+// The same for a pair fault, "A:B"; of a number fault's value the second one is 0.
+std::pair<std::int64_t, std::int64_t> fault_pair(std::string_view value);
 
 } // namespace k4sim

@@ -57,6 +57,8 @@ std::string some_value(const k4sim::Fault& fault) {
         return "5";
     case k4sim::Fault::Value::number:
         return std::to_string(fault.low);
+    case k4sim::Fault::Value::pair:
+        return std::to_string(fault.low) + ":" + std::to_string(fault.second_high);
     case k4sim::Fault::Value::word:
         break;
     }
@@ -97,6 +99,13 @@ TEST(FaultsTest, an_error_names_the_fault_and_the_way_out) {
         {Board::aes, "panel-type", "12x", "needs a number"},
         {Board::aes, "thread-create", "0", "needs a number from 1"},
         {Board::aes, "panel-dead", "1", "takes no value"},
+        {Board::aes, "parallel-high", "8", "needs a number from 0 to 7"},
+        {Board::aes, "parallel-flaky", "3", "needs LINE:N, two numbers from 0:1 to 7:1000000"},
+        {Board::aes, "parallel-flaky", "8:1", "for example parallel-flaky=7:1000000"},
+        {Board::aes, "parallel-flaky", "3:0", "needs LINE:N"},
+        {Board::aes, "parallel-flaky", "3:", "needs LINE:N"},
+        {Board::aes, "link-down", "eth1", "needs one of eth0|usb0"},
+        {Board::none, "parallel-low", "1", "board none"},
         {Board::aes, "sda-stuck", "0", "board aes: choose board i2c or engine"},
         {Board::aes, "analog-cable", "righ", "needs one of early|never|left"},
         {Board::aes, "analog-cable", "", "needs one of early|never|left"},

@@ -1,0 +1,15 @@
+// What the faults of the list do to the loopback plug of the parallel port and to the
+// network links.
+#pragma once
+
+#include <string_view>
+
+namespace k4sim {
+
+class Device;
+
+// False, and nothing is changed, for a fault that is none of theirs. The value must fit
+// (fault_error()).
+bool strike_connectors(Device& device, std::string_view name, std::string_view value);
+
+} // namespace k4sim
