@@ -13,7 +13,7 @@ constexpr Microseconds look_us = 250'000;  // between two looks at the glass
 constexpr Microseconds pause_us = 700'000; // between two actions, from start to start
 constexpr Microseconds pause_jitter_us = 100'000;
 constexpr Microseconds reading_us = 2'500'000;    // until the screen shows what was done
-constexpr Microseconds patience_us = 120'000'000; // without any change but of numbers
+constexpr Microseconds patience_us = 120'000'000; // without anything new but numbers
 constexpr Microseconds plug_us = 1'500'000;       // from the request to the plug in its socket
 
 constexpr std::string_view panel_label = "Frontpanel";
@@ -194,9 +194,7 @@ void AutoOperator::plug(Action::Cable cable) {
 }
 
 void AutoOperator::notice(std::string words) {
-    if (words == last_words_) return;
-    last_words_ = std::move(words);
-    last_change_ = surroundings_.now();
+    if (seen_words_.insert(std::move(words)).second) last_change_ = surroundings_.now();
 }
 
 // Esc stands between other keys: twice in a row it would end the run.

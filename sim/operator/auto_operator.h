@@ -7,8 +7,8 @@
 // 'LOCK'.
 //
 // When all rows read "OK", the program ends by itself. When nothing more can come - every
-// row that can still change reads "OK", but not all, or for two minutes nothing changed
-// but numbers - Esc is pressed twice.
+// row that can still change reads "OK", but not all, or for two minutes the table showed
+// nothing new but numbers - Esc is pressed twice. What comes and goes is not new.
 #pragma once
 
 #include "sim/operator/hands.h"
@@ -17,6 +17,7 @@
 
 #include <deque>
 #include <random>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -55,8 +56,8 @@ private:
     bool digital_plugged_ = false;
     bool analog_plugged_ = false;
     Picture last_picture_{};
-    std::string last_words_;
-    Microseconds last_change_ = 0;
+    std::set<std::string> seen_words_; // all that the table ever read
+    Microseconds last_change_ = 0;     // when it read something new
 };
 
 } // namespace k4sim

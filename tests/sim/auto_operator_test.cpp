@@ -100,6 +100,16 @@ TEST(AutoOperator, TakesNumbersForNoChange) {
     EXPECT_TRUE(bench.program.aborted());
 }
 
+TEST(AutoOperator, TakesWhatComesAndGoesForNoChange) {
+    Bench bench;
+    for (int tick = 0; tick < 300; ++tick)
+        bench.surroundings.at(tick * second, [&bench, tick] {
+            bench.program.set_other_status(tick % 5 ? "LAN-ok   WAN-ok" : "LAN-??   WAN-ok");
+        });
+    bench.run(patience + 40 * second);
+    EXPECT_TRUE(bench.program.aborted());
+}
+
 TEST(AutoOperator, LeavesAPassedRunAlone) {
     Bench bench;
     bench.program.set_other_status("OK");
