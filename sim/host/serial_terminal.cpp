@@ -97,6 +97,7 @@ SerialTerminal::~SerialTerminal() { leave(); }
 
 void SerialTerminal::closed() {
     if (--open_count_ > 0 || adapter_ == nullptr) return;
+    const Unobserved unobserved;
     const KeepErrno keep_errno;
     kernel_control(TCFLSH, reinterpret_cast<void*>(TCIFLUSH));
     arrived_.clear();
