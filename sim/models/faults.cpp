@@ -153,9 +153,9 @@ constexpr Fault faults[] = {
      "with the other known type the picture is wrong, which only the operator can see"},
     {"parallel-flaky", "LINE:N", Value::pair, 0, 7, Site::device, Needs::cpld, Sight::depends,
      "one reading in each N of line LINE of the parallel port is wrong",
-     "ABORTED with N up to about 5: the parallel row keeps \"Bit status: \" with a changing "
-     "character at LINE; PASSED above, only later: a test looks at a line in 4 of its 66 "
-     "readings, and ten tests in a row soon see nothing",
+     "ABORTED with N up to 5: the parallel row keeps \"Bit status: \" with a changing character at "
+     "LINE; PASSED from 12 on, only later: a test looks at a line in 4 of its 66 readings, and ten "
+     "tests in a row soon see nothing; between, chance decides",
      1, 1'000'000},
     {"parallel-high", "LINE", Value::number, 0, 7, Site::device, Needs::cpld, Sight::seen,
      "input line LINE of the parallel port is stuck high",

@@ -12,6 +12,11 @@ bool NetworkLink::refuses() {
     return refusing_;
 }
 
+void NetworkLink::disconnect() {
+    connect(false);
+    cable_out_ = true;
+}
+
 void NetworkLink::drop(Microseconds duration) {
     connect(false);
     surroundings_.at(surroundings_.now() + duration, [this] { connect(true); });
@@ -28,6 +33,7 @@ void NetworkLink::remove() {
 }
 
 void NetworkLink::connect(bool connected) {
+    if (cable_out_) return;
     connected_ = connected;
     surroundings_.event("link", connected ? "up" : "down", {{"interface", name_}});
 }

@@ -38,7 +38,7 @@ public:
     bool refuses();
 
     // Faults. Each change of the connection is an event.
-    void disconnect() { connect(false); }
+    void disconnect();                             // for good
     void drop(Microseconds duration);              // once
     void flap(Microseconds down, Microseconds up); // from now on, down first
     void remove();
@@ -52,6 +52,7 @@ private:
     Surroundings& surroundings_;
     bool present_ = true;
     bool connected_ = true;
+    bool cable_out_ = false; // and stays so
     bool up_ = true;
     bool refusing_ = false;
     std::uint32_t refusals_ = 0;

@@ -130,6 +130,15 @@ TEST_F(NetworkRequest, LinksComeAndGoInVirtualTime) {
     }
 }
 
+TEST_F(NetworkRequest, ACableThatIsOutStaysOutHoweverItWasBefore) {
+    machine().apply_fault({"link-flapping", "eth0", 0});
+    usleep(2'000'000);
+    EXPECT_EQ(link("eth0"), link_up);
+    machine().apply_fault({"link-down", "eth0", 0});
+    usleep(5'000'000);
+    EXPECT_EQ(link("eth0"), link_down);
+}
+
 TEST_F(NetworkRequest, AddressesAreKept) {
     ifreq record = about("eth0");
     EXPECT_EQ(request(SIOCGIFADDR, record), -EADDRNOTAVAIL);
