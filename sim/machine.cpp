@@ -113,6 +113,7 @@ void Machine::record(const Setup& setup) {
 
 void Machine::end_record(std::string_view how) {
     if (!recorded()) return;
+    picture_watch_->end();
     event("oled", "final-picture", {{"pixels", picture_text(*device_)}});
     event("program", how);
     report_.close();
@@ -134,6 +135,8 @@ void Machine::play_sound(std::uint32_t divider) {
 }
 
 void Machine::console_text(int stream, std::string_view text) {
+    const Unobserved unobserved;
+    if (recorded()) picture_watch_->complete();
     event("console", "text", {{"stream", std::int64_t{stream}}, {"text", text}});
     console_lines_.add(text, [this](std::string_view line) { operator_->console_line(line); });
 }

@@ -14,6 +14,16 @@ void PictureWatch::changed() {
     surroundings_.at(appeared_ + standing_us, [this] { look(); });
 }
 
+void PictureWatch::complete() {
+    const std::string picture = glass_();
+    if (picture != lit_.picture) note_lit(picture, picture == last_);
+}
+
+void PictureWatch::end() {
+    if (!lit_.picture.empty() && !lit_.handed_on) reader_(lit_.appeared, lit_.picture);
+    lit_ = {};
+}
+
 // One look is planned at a time: a picture that changes all the time costs nothing.
 void PictureWatch::look() {
     const Microseconds due = appeared_ + standing_us;
@@ -25,7 +35,13 @@ void PictureWatch::look() {
     std::string picture = glass_();
     if (picture == last_) return;
     last_ = std::move(picture);
+    note_lit(last_, true);
     reader_(appeared_, last_);
+}
+
+void PictureWatch::note_lit(const std::string& picture, bool handed_on) {
+    if (picture.find_first_not_of('0') == std::string::npos) return;
+    lit_ = {appeared_, picture, handed_on};
 }
 
 } // namespace k4sim

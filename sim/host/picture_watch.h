@@ -13,7 +13,7 @@ inline constexpr Microseconds standing_us = 500'000;
 
 class PictureWatch {
 public:
-    // The picture as text, one character a pixel.
+    // The picture as text, one character a pixel, '0' where it is dark.
     using Glass = std::function<std::string()>;
     // `appeared`: when the picture came.
     using Reader = std::function<void(Microseconds appeared, const std::string& picture)>;
@@ -25,8 +25,23 @@ public:
     // The picture is another one from now on.
     void changed();
 
+    // The program turns to something else than drawing: what stands on the glass is whole.
+    void complete();
+
+    // Nothing more comes. Hands on the last whole picture with any light on it, however
+    // short it stood, unless it was handed on: a program that ends may clear the glass as
+    // soon as its last words are there.
+    void end();
+
 private:
+    struct Lit {
+        Microseconds appeared = 0;
+        std::string picture;
+        bool handed_on = false;
+    };
+
     void look();
+    void note_lit(const std::string& picture, bool handed_on);
 
     Surroundings& surroundings_;
     Glass glass_;
@@ -34,6 +49,7 @@ private:
     Microseconds appeared_ = 0;
     bool watching_ = false;
     std::string last_;
+    Lit lit_; // the latest known
 };
 
 } // namespace k4sim

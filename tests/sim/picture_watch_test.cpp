@@ -56,4 +56,31 @@ TEST_F(PictureWatchTest, TheSamePictureIsKeptOnce) {
                 ElementsAre(Seen(0, "a"), Seen(2 * standing_us, "b"), Seen(3 * standing_us, "a")));
 }
 
+// A whole picture that the program clears at once: the last one that an operator could see.
+TEST_F(PictureWatchTest, TheLastLitPictureIsKeptHoweverShortItStood) {
+    show("11");
+    surroundings_.advance(standing_us);
+    show("12");
+    watch_.complete();
+    surroundings_.advance(5);
+    show("02"); // being erased
+    show("00");
+    watch_.complete();
+    watch_.end();
+    EXPECT_THAT(seen_, ElementsAre(Seen(0, "11"), Seen(standing_us, "12")));
+    watch_.end();
+    EXPECT_EQ(seen_.size(), 2u);
+}
+
+TEST_F(PictureWatchTest, TheLastLitPictureIsNotKeptTwice) {
+    show("11");
+    watch_.complete();
+    surroundings_.advance(standing_us);
+    watch_.complete();
+    show("00");
+    surroundings_.advance(standing_us);
+    watch_.end();
+    EXPECT_THAT(seen_, ElementsAre(Seen(0, "11"), Seen(standing_us, "00")));
+}
+
 } // namespace
