@@ -231,7 +231,6 @@ int SerialTerminal::change_settings(unsigned long request, void* argument) {
     if (result < 0 || adapter_ == nullptr) return result;
     if (flushes_input(request)) input_.clear();
     learn_settings();
-    pull();
     return result;
 }
 

@@ -33,7 +33,6 @@ void SerialAdapter::unplug() {
     if (!std::exchange(plugged_, false)) return;
     event("unplugged");
     drop_unsent();
-    baud_ = reset_baud;
     hang_up();
 }
 

@@ -35,7 +35,6 @@ std::uint8_t sampled_byte(std::uint8_t sent, unsigned sender_baud, unsigned rece
 
 class SerialAdapter {
 public:
-    static constexpr unsigned reset_baud = 9600;
     static constexpr std::size_t buffer_size = 4096; // of the transmitter
 
     // `number` (1 or 2) is for the record.
@@ -46,7 +45,7 @@ public:
 
     // The world's side. An adapter is plugged in at first. Events "plugged", "unplugged".
     void plug();
-    // Forgets its settings and what was not sent, and its end hangs up.
+    // What was not sent is lost, and its end hangs up.
     void unplug();
     bool plugged() const { return plugged_; }
     // Runs at half the speed that is set.
@@ -64,7 +63,7 @@ public:
     // The driver's side.
     void attach(std::shared_ptr<SerialEnd> end) { end_ = std::move(end); }
     const std::shared_ptr<SerialEnd>& end() const { return end_; }
-    // At 0 nothing is sent or received.
+    // At 0, as at first, nothing is sent or received.
     void set_baud(unsigned baud);
     // The driver asks before a write or a change of settings; a refusal leaves an event,
     // "output-refused" or "settings-refused".
@@ -91,7 +90,7 @@ private:
     bool slow_ = false;
     bool output_refused_ = false;
     bool settings_refused_ = false;
-    unsigned baud_ = reset_baud;
+    unsigned baud_ = 0;
     std::pair<unsigned, unsigned> mismatch_; // that was reported last
     std::function<void(std::uint8_t)> carry_;
     std::shared_ptr<SerialEnd> end_;

@@ -182,9 +182,18 @@ TEST_F(SerialLine, BeginsLikeANewAdapterAndIsNobodysControllingTerminal) {
     EXPECT_EQ(settings.c_cflag, unsigned{B9600 | CS8 | CREAD | HUPCL | CLOCAL});
     EXPECT_EQ(settings.c_lflag & (ICANON | ECHO | ISIG), unsigned{ICANON | ECHO | ISIG});
     EXPECT_TRUE(isatty(first_));
-    EXPECT_EQ(tcgetsid(first_), -1);
     EXPECT_EQ(tcsetattr(first_, 7, &settings), -1);
     EXPECT_EQ(errno, EINVAL);
+    const pid_t child = fork();
+    if (child == 0) {
+        setsid(); // from now on any terminal would become it
+        close(first_);
+        const bool opened = open("/dev/ttyUSB0", O_RDWR) >= 0;
+        _exit(opened && open("/dev/tty", O_RDWR) < 0 ? 0 : 1);
+    }
+    int status = -1;
+    EXPECT_EQ(waitpid(child, &status, 0), child);
+    EXPECT_EQ(status, 0);
     // Settings belong to the device, not to the descriptor.
     set(first_, make_raw, B38400);
     const int again = open("/dev/ttyUSB0", O_RDWR | O_CLOEXEC);
@@ -231,12 +240,27 @@ TEST_F(SerialLine, OutputIsWaitedForAndDropped) {
     EXPECT_EQ(tcsetattr(first_, TCSADRAIN, &settings), 0);
     EXPECT_EQ(machine().now(), start + 100'000);
 
+    EXPECT_TRUE(has_data(second_, 0));
+    EXPECT_EQ(tcsetattr(second_, TCSAFLUSH, &settings), 0);
+    EXPECT_FALSE(has_data(second_, 0));
+    send(first_, "x");
+    usleep(1000);
     EXPECT_EQ(tcflush(second_, TCIFLUSH), 0);
     EXPECT_FALSE(has_data(second_, 0));
     send(first_, text);
     usleep(25'000);
     EXPECT_EQ(tcflush(first_, TCOFLUSH), 0);
     EXPECT_EQ(received(second_), text.substr(48));
+
+    // The last close drops what was not read, and what comes after it.
+    send(first_, text);
+    usleep(12'500);
+    EXPECT_TRUE(has_data(second_, 0));
+    usleep(12'500);
+    close(second_);
+    usleep(12'500);
+    second_ = open("/dev/ttyUSB1", O_RDWR);
+    EXPECT_EQ(received(second_), text.substr(72));
 }
 
 TEST_F(SerialLine, AFullTransmitterMakesAWriteWait) {
