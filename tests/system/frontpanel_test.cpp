@@ -46,7 +46,10 @@ class EveryBoard : public testing::TestWithParam<std::string> {};
 TEST_P(EveryBoard, ShowsLampTestThenStatusTableThenDark) {
     const RunResult run = operate({"press 5", "press E", "press E"}, {"run"}, GetParam());
     EXPECT_EQ(run.status, aborted_status);
-    const std::string aes_text = GetParam() == "aes" ? "Not running" : "";
+    // The parallel port is looked for where the board engine has nothing.
+    const std::string parallel_text =
+        GetParam() == "engine" ? "CPLDerr: ID=255 VER=255" : "Bit status: ++++++++";
+    const std::string aes_text = GetParam() == "aes" ? "Wait for cable unplugged" : "";
 
     const auto lit = std::find_if(run.pictures.begin(), run.pictures.end(),
                                   [](const Picture& picture) { return all_of_grey(picture, 15); });
@@ -55,11 +58,9 @@ TEST_P(EveryBoard, ShowsLampTestThenStatusTableThenDark) {
         return !all_of_grey(picture, 15) && !all_of_grey(picture, 0);
     });
     ASSERT_NE(table, run.pictures.end()) << "no status table";
-    EXPECT_TRUE(row_shows(*table, 0, "ParallelPrt", "Not running"));
-    EXPECT_TRUE(row_shows(*table, 1, "Ethernet", "Not running"));
+    EXPECT_TRUE(row_shows(*table, 0, "ParallelPrt", parallel_text));
+    EXPECT_TRUE(row_shows(*table, 1, "Ethernet", "LAN-ok   WAN-ok"));
     EXPECT_TRUE(row_shows(*table, 2, "Frontpanel", "012346789*#LRKEACDMhH"));
-    EXPECT_TRUE(row_shows(*table, 3, "USB Ports", "Not running"));
-    EXPECT_TRUE(row_shows(*table, 4, "AnalogAudio", "Not running"));
     EXPECT_TRUE(row_shows(*table, 5, "AES/EBU", aes_text));
     EXPECT_TRUE(all_of_grey(run.final_picture, 0)) << as_text(run.final_picture);
     EXPECT_EQ(run.count_events("oled", "protocol-error"), 0);
@@ -190,13 +191,14 @@ TEST(Frontpanel, AReleaseNeitherBeepsNorCounts) {
 
 TEST(Frontpanel, TheAutomaticOperatorPressesEverythingThenEscTwice) {
     RunPlan plan;
+    plan.board = "plain"; // a board that can't pass
     plan.automatic_operator = true;
     const RunResult run = run_on_virtual_k4(plan);
     EXPECT_EQ(run.status, aborted_status);
     EXPECT_EQ(run.verdict(), "ABORTED");
     EXPECT_TRUE(row_shows(run.last_lit(), 2, "Frontpanel", "OK"));
     EXPECT_TRUE(run.console.ends_with("Selftest exits with code -6\n")) << run.console;
-    EXPECT_LT(run.seconds(), 60.0);
+    EXPECT_LT(run.seconds(), 120.0); // as soon as all that can pass has passed
 }
 
 } // namespace

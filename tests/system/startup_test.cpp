@@ -3,6 +3,7 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sstream>
 
 namespace {
 
@@ -150,6 +151,15 @@ std::string waiting_lines(bool analog) {
                    "Selftest exits with code -6\n";
 }
 
+// Without what the audio test tells about its cycles.
+std::string without_levels(const std::string& console) {
+    std::istringstream lines(console);
+    std::string rest;
+    for (std::string line; std::getline(lines, line);)
+        if (!line.starts_with("Silence: ")) rest += line + "\n";
+    return rest;
+}
+
 class Shutdown : public testing::TestWithParam<bool> {};
 
 TEST_P(Shutdown, JoinsInOrderAndLeavesTheDisplayDark) {
@@ -161,10 +171,10 @@ TEST_P(Shutdown, JoinsInOrderAndLeavesTheDisplayDark) {
     EXPECT_EQ(run.status, aborted_status);
     EXPECT_EQ(run.verdict(), "ABORTED");
     const std::string ending = "Frontpanel signals program abortion!\n" + waiting_lines(GetParam());
-    EXPECT_TRUE(run.console.ends_with(ending)) << run.console;
+    EXPECT_TRUE(without_levels(run.console).ends_with(ending)) << run.console;
     ASSERT_EQ(run.count_events("oled", "final-picture"), 1);
     EXPECT_TRUE(all_of_grey(run.final_picture, 0)) << as_text(run.final_picture);
-    EXPECT_TRUE(row_shows(run.last_lit(), 4, "AnalogAudio", GetParam() ? "Not running" : ""));
+    EXPECT_EQ(!row_shows(run.last_lit(), 4, "AnalogAudio", ""), GetParam());
 }
 
 INSTANTIATE_TEST_SUITE_P(Startup, Shutdown, testing::Bool(), [](const auto& case_info) {
