@@ -66,11 +66,3 @@ function(k4_public_headers target folder)
   file(CREATE_LINK ${CMAKE_SOURCE_DIR}/${folder} ${root}/${folder} SYMBOLIC)
   target_include_directories(${target} PUBLIC ${root})
 endfunction()
-
-# Lets a folder without sources configure while the tree is being set up.
-function(k4_bootstrap list)
-  if(NOT ${list})
-    file(WRITE ${CMAKE_CURRENT_BINARY_DIR}/empty.cpp "")
-    set(${list} ${CMAKE_CURRENT_BINARY_DIR}/empty.cpp PARENT_SCOPE)
-  endif()
-endfunction()
