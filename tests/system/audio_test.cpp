@@ -109,6 +109,12 @@ TEST(Audio, APassIsOutOfReachWithoutAesHardwareOrAnalogTest) {
     EXPECT_TRUE(row_shows(noanalog.last_lit(), 5, "AES/EBU", "OK"));
 }
 
+TEST(Audio, ThePictureNamesTheLineMode) {
+    const RunResult run = operated("plain", {"run", "nomicboost"}, {"analog-gain=4"});
+    EXPECT_TRUE(
+        row_shows(run.last_lit(), audio_row, "AnalogAudio", "Loop gain (line) 4.0 4.0 (2)"));
+}
+
 // Phantom power off, boost off, input at its nominal level: after a pass, and after an abort
 // in each phase.
 TEST(Audio, NothingStaysSwitchedOn) {

@@ -1,6 +1,7 @@
 // Every fault of the parallel port, the network links and the serial adapters. On the board
 // plain, which can never pass, a run that nothing is wrong with ends by the operator's abort.
 #include "fault_case.h"
+#include "virtual_run.h"
 
 namespace {
 
@@ -72,5 +73,28 @@ INSTANTIATE_TEST_SUITE_P(
                     FaultCase{"serial-speed-wrong=1", "plain", "ABORTED", usb,
                               "In progress: [0-9]+", "", "serial/speed-mismatch"}),
     name_of);
+
+constexpr int usb_row = 3;
+
+RunResult run_with(const std::vector<std::string>& faults) {
+    RunPlan plan;
+    plan.board = "plain";
+    plan.automatic_operator = true;
+    plan.faults = faults;
+    return run_on_virtual_k4(plan);
+}
+
+TEST(BusFaults, BothAdaptersAreMissed) {
+    const RunResult run = run_with({"serial-absent=1", "serial-absent=2"});
+    EXPECT_TRUE(row_shows(run.last_lit(), usb_row, usb, "Missing USBs: 2"));
+    EXPECT_EQ(run.count_events("serial", "unplugged"), 2);
+}
+
+TEST(BusFaults, LateAdaptersAreMissedUntilTheyCome) {
+    const RunResult run = run_with({"serial-late=7"});
+    EXPECT_GE(first_picture_with(run, usb_row, usb, "Missing USBs: 2"), 0);
+    EXPECT_TRUE(run.console_has("USB-0: Opened /dev/ttyUSB0")) << run.console;
+    EXPECT_TRUE(row_shows(run.last_lit(), usb_row, usb, "OK"));
+}
 
 } // namespace
