@@ -65,14 +65,11 @@ TEST_F(AlsaPcmTest, OpensTheDevicesOfTheBoardUnderTheStockNames) {
         const char* name;
         int result;
     } cases[] = {
-        {Board::aes, "hw:0,0", 0},         {Board::aes, "hw:0,1", 0},
-        {Board::aes, "hw:0", 0},           {Board::aes, "hw:K4,1", 0},
-        {Board::aes, "default", 0},        {Board::aes, "plughw:0,0", 0},
-        {Board::aes, "hw:0,2", -ENOENT},   {Board::aes, "hw:1,0", -ENOENT},
-        {Board::aes, "hw:40,0", -EINVAL},  {Board::aes, "hw:Other", -ENODEV},
-        {Board::aes, "hw:0,0,1", -EBUSY},  {Board::aes, "hw:0,0,0,0", -ENOENT},
-        {Board::plain, "hw:0,0", 0},       {Board::plain, "hw:0,1", -ENOENT},
-        {Board::aes, "nonsense", -ENOENT},
+        {Board::aes, "hw:0,0", 0},       {Board::aes, "hw:0,1", 0},
+        {Board::aes, "hw:0", 0},         {Board::aes, "hw:K4,1", 0},
+        {Board::aes, "default", 0},      {Board::aes, "plughw:0,0", 0},
+        {Board::aes, "hw:0,2", -ENOENT}, {Board::aes, "hw:1,0", -ENOENT},
+        {Board::plain, "hw:0,0", 0},     {Board::plain, "hw:0,1", -ENOENT},
     };
     for (const auto& row : cases) {
         use_board(row.board);
@@ -118,17 +115,14 @@ TEST_F(AlsaPcmTest, LatencyIsTheBufferAndTheCardsLimitsHold) {
     } cases[] = {
         {Board::aes, playback, s16, 6, 48000, 100, 0, 4800, 1200},
         {Board::aes, capture, s16, 2, 48000, 100, 0, 4800, 1200},
-        {Board::plain, playback, s16, 4, 48000, 200, 0, 9600, 2400},
         {Board::aes, playback, SND_PCM_FORMAT_S24_LE, 6, 44100, 500, 0, 22050, 5512},
         {Board::aes, playback, SND_PCM_FORMAT_FLOAT_LE, 6, 96000, 10, 0, 960, 240},
-        {Board::aes, playback, s16, 6, 48000, 1300, 0, 62400, 15600},
         {Board::aes, playback, s32, 6, 48000, 1300, 0, 32768, 8192}, // all there is
         {Board::aes, playback, s16, 6, 48000, 1, 0, 128, 64},        // the least there is
         {Board::aes, playback, s16, 4, 48000, 100, -EINVAL, 0, 0},
         {Board::plain, playback, s16, 6, 48000, 100, -EINVAL, 0, 0},
         {Board::aes, capture, s16, 1, 48000, 100, -EINVAL, 0, 0},
         {Board::aes, playback, s16, 6, 12345, 100, -EINVAL, 0, 0},
-        {Board::aes, playback, SND_PCM_FORMAT_S16_BE, 6, 48000, 100, -EINVAL, 0, 0},
     };
     for (const auto& row : cases) {
         use_board(row.board);
@@ -150,37 +144,6 @@ TEST_F(AlsaPcmTest, BothDirectionsOfADeviceHaveOneRate) {
     EXPECT_EQ(set_params(in, SND_PCM_FORMAT_S16_LE, 2, 44100), -EINVAL);
     EXPECT_EQ(snd_pcm_hw_free(out), 0);
     EXPECT_EQ(set_params(in, SND_PCM_FORMAT_S16_LE, 2, 44100), 0);
-    card().set_parameters_refused(true);
-    EXPECT_EQ(set_params(in, SND_PCM_FORMAT_S16_LE, 2), -EINVAL);
-    card().set_parameters_refused(false);
-    EXPECT_EQ(set_params(in, SND_PCM_FORMAT_S16_LE, 2), 0);
-}
-
-// As who only wants a rate sets it: the digital line follows.
-TEST_F(AlsaPcmTest, TheRateAloneCanBeSetAgainAndAgain) {
-    const Pcm pcm("hw:0,1");
-    for (const unsigned wanted : {32000U, 44100U, 48000U}) {
-        snd_pcm_hw_params_t* parameters = nullptr;
-        snd_pcm_hw_params_malloc(&parameters);
-        EXPECT_GE(snd_pcm_hw_params_any(pcm, parameters), 0);
-        unsigned rate = wanted;
-        EXPECT_EQ(snd_pcm_hw_params_set_rate_near(pcm, parameters, &rate, nullptr), 0);
-        EXPECT_EQ(snd_pcm_hw_params(pcm, parameters), 0);
-        snd_pcm_hw_params_free(parameters);
-        EXPECT_EQ(card().pcm(1)->playback().configuration().rate_hz, wanted);
-    }
-}
-
-TEST_F(AlsaPcmTest, PlaybackStartsWhenTheBufferIsFull) {
-    Playback out;
-    EXPECT_EQ(out.write(buffer_frames - 1), buffer_frames - 1);
-    sleep_ms(50);
-    EXPECT_EQ(snd_pcm_state(out), SND_PCM_STATE_PREPARED);
-    EXPECT_EQ(out.write(buffer_frames), 1);
-    EXPECT_EQ(snd_pcm_state(out), SND_PCM_STATE_RUNNING);
-    EXPECT_EQ(out.write(buffer_frames), -EAGAIN);
-    sleep_ms(50);
-    EXPECT_EQ(out.write(buffer_frames), buffer_frames / 2);
 }
 
 TEST_F(AlsaPcmTest, CaptureStartsWithTheFirstRead) {
@@ -189,44 +152,20 @@ TEST_F(AlsaPcmTest, CaptureStartsWithTheFirstRead) {
     EXPECT_LE(in.read(buffer_frames), 1); // the look at the clock may end a frame
     sleep_ms(50);
     EXPECT_EQ(in.read(buffer_frames), buffer_frames / 2);
-    EXPECT_EQ(snd_pcm_drop(in), 0);
-    EXPECT_EQ(snd_pcm_prepare(in), 0);
-    EXPECT_EQ(snd_pcm_start(in), 0);
-    sleep_ms(25);
-    EXPECT_EQ(in.read(buffer_frames), buffer_frames / 4);
-}
-
-TEST_F(AlsaPcmTest, ASecondOfSoundTakesASecond) {
-    Playback out;
-    Capture in;
-    snd_pcm_sframes_t left = rate_hz;
-    snd_pcm_sframes_t recorded = 0;
-    const long taken_ms = duration_ms([&] {
-        while (left > 0) {
-            left -= std::max<snd_pcm_sframes_t>(out.write(left), 0);
-            recorded += std::max<snd_pcm_sframes_t>(in.read(buffer_frames), 0);
-            sleep_ms(30);
-        }
-    });
-    // The last part fits into the buffer 900 ms after the start; one pass of the loop more.
-    EXPECT_GE(taken_ms, 900);
-    EXPECT_LE(taken_ms, 960);
-    EXPECT_NEAR(static_cast<double>(recorded), rate_hz * (taken_ms - 30) / 1000.0, 48);
 }
 
 // A buffer exactly played and an empty one must not be taken for each other.
-TEST_F(AlsaPcmTest, AllIsPlayedToTheLastFrame) {
+TEST_F(AlsaPcmTest, StartsWhenFullPlaysToTheLastFrameAndStaysBrokenOffUntilPrepare) {
     Playback out;
-    ASSERT_EQ(out.write(buffer_frames), buffer_frames);
+    EXPECT_EQ(out.write(buffer_frames - 1), buffer_frames - 1);
+    sleep_ms(50);
+    EXPECT_EQ(snd_pcm_state(out), SND_PCM_STATE_PREPARED);
+    EXPECT_EQ(out.write(buffer_frames), 1);
+    EXPECT_EQ(out.write(buffer_frames), -EAGAIN);
     sleep_ms(100);
     EXPECT_EQ(snd_pcm_avail(out), buffer_frames);
     EXPECT_EQ(snd_pcm_state(out), SND_PCM_STATE_RUNNING);
-}
-
-TEST_F(AlsaPcmTest, AnUnderrunLastsUntilPrepare) {
-    Playback out;
-    out.write(buffer_frames);
-    sleep_ms(101);
+    sleep_ms(1);
     EXPECT_EQ(out.write(1), -EPIPE);
     EXPECT_EQ(out.write(1), -EPIPE);
     EXPECT_EQ(snd_pcm_wait(out, 100), -EPIPE);
@@ -243,13 +182,6 @@ TEST_F(AlsaPcmTest, AnOverrunLastsUntilPrepare) {
     EXPECT_EQ(in.read(1), -EPIPE);
     EXPECT_EQ(in.read(1), -EPIPE);
     EXPECT_EQ(snd_pcm_prepare(in), 0);
-    EXPECT_EQ(snd_pcm_start(in), 0);
-    sleep_ms(50);
-    EXPECT_EQ(in.read(buffer_frames), buffer_frames / 2);
-    snd_pcm_sframes_t result = 1; // while looks at the clock end a frame
-    while (result == 1)
-        result = in.read(1);
-    EXPECT_EQ(result, -EAGAIN);
 }
 
 TEST_F(AlsaPcmTest, AWaitEndsWhenAnUnderrunHappens) {
@@ -260,25 +192,17 @@ TEST_F(AlsaPcmTest, AWaitEndsWhenAnUnderrunHappens) {
     EXPECT_EQ(snd_pcm_wait(out, 1000), -EPIPE);
 }
 
-TEST_F(AlsaPcmTest, ABlockingWriteWaitsForTheSampleClock) {
+TEST_F(AlsaPcmTest, WhoBlocksWaitsForTheSampleClock) {
     Playback out(0);
     EXPECT_EQ(duration_ms([&] { EXPECT_EQ(out.write(rate_hz), rate_hz); }), 900);
-    // A period of 25 ms must be free.
-    EXPECT_EQ(duration_ms([&] { EXPECT_EQ(snd_pcm_wait(out, -1), 1); }), 25);
-    EXPECT_EQ(duration_ms([&] { EXPECT_EQ(snd_pcm_wait(out, -1), 1); }), 0);
-}
-
-TEST_F(AlsaPcmTest, TheDescriptorTellsItsOwnDirectionOnly) {
-    Playback out;
-    out.write(buffer_frames);
     pollfd state{};
     ASSERT_EQ(snd_pcm_poll_descriptors(out, &state, 1), 1);
-    EXPECT_EQ(duration_ms([&] { EXPECT_EQ(poll(&state, 1, -1), 1); }), 25);
-    state.events = POLLIN;
+    state.events = POLLIN; // not its direction
     EXPECT_EQ(duration_ms([&] { EXPECT_EQ(poll(&state, 1, 10), 0); }), 10);
-}
+    // A period of 25 ms must be free.
+    EXPECT_EQ(duration_ms([&] { EXPECT_EQ(snd_pcm_wait(out, -1), 1); }), 15);
+    EXPECT_EQ(duration_ms([&] { EXPECT_EQ(snd_pcm_wait(out, -1), 1); }), 0);
 
-TEST_F(AlsaPcmTest, ABlockingReadWaitsForTheSampleClock) {
     Capture in(0);
     EXPECT_EQ(duration_ms([&] { EXPECT_EQ(in.read(rate_hz / 2), rate_hz / 2); }), 500);
     EXPECT_EQ(snd_pcm_drop(in), 0);
@@ -298,18 +222,6 @@ TEST_F(AlsaPcmTest, DrainTakesAsLongAsWhatIsLeft) {
     EXPECT_EQ(duration_ms([&] { EXPECT_EQ(snd_pcm_drain(out), 0); }), 0);
     for (const Event& event : machine().events())
         EXPECT_NE(event.what, "underrun");
-}
-
-TEST_F(AlsaPcmTest, WithoutBlockingADrainGoesOnByItself) {
-    Playback out;
-    out.write(buffer_frames);
-    EXPECT_EQ(snd_pcm_drain(out), -EAGAIN);
-    sleep_ms(50);
-    EXPECT_EQ(snd_pcm_drain(out), -EAGAIN);
-    EXPECT_EQ(out.write(1), -EBADFD);
-    EXPECT_EQ(duration_ms([&] { snd_pcm_wait(out, 1000); }), 50);
-    EXPECT_EQ(snd_pcm_hwsync(out), 0);
-    EXPECT_EQ(snd_pcm_state(out), SND_PCM_STATE_SETUP);
 }
 
 // A square wave of a quarter of full scale in each format, heard over the loopback cable.
@@ -347,16 +259,6 @@ TEST_F(AlsaPcmTest, SamplesOfEachFormatArrive) {
     EXPECT_NEAR(loop(SND_PCM_FORMAT_S24_LE, fill(std::int32_t{1 << 21}).data()), level, 2);
     EXPECT_NEAR(loop(SND_PCM_FORMAT_S32_LE, fill(std::int32_t{1 << 29}).data()), level, 2);
     EXPECT_NEAR(loop(SND_PCM_FORMAT_FLOAT_LE, fill(0.25F).data()), level, 2);
-}
-
-TEST_F(AlsaPcmTest, AHandleOfAFormerDeviceFails) {
-    Playback out;
-    const Pcm digital("hw:0,1");
-    out.write(buffer_frames);
-    use_board(Board::plain);
-    EXPECT_LT(snd_pcm_prepare(digital), 0);
-    EXPECT_LT(set_params(digital, SND_PCM_FORMAT_S16_LE, 2), 0);
-    EXPECT_LE(out.write(buffer_frames), 0);
 }
 
 } // namespace
