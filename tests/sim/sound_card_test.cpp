@@ -19,7 +19,6 @@ using namespace k4sim;
 using State = PcmStream::State;
 
 constexpr Microseconds ms = 1000;
-constexpr Microseconds second = 1'000'000;
 
 struct Bench {
     explicit Bench(Board board = Board::aes) : device(board, surroundings) {}
@@ -173,37 +172,6 @@ TEST(SoundCard, ADrainEndsWithTheLastFrame) {
     EXPECT_FALSE(bench.saw("sound underrun"));
 }
 
-TEST(SoundCard, TheBoardTellsWhichCardItIs) {
-    for (const Board board : {Board::aes, Board::plain, Board::i2c, Board::engine, Board::none}) {
-        Bench bench(board);
-        const bool aes = board == Board::aes;
-        EXPECT_EQ(bench.playback().limits().channels, aes ? 6U : 4U);
-        EXPECT_EQ(bench.capture().limits().channels, 2U);
-        EXPECT_EQ(bench.card().pcm(1) != nullptr, aes);
-        EXPECT_EQ(bench.card().pcm(2), nullptr);
-        EXPECT_EQ(bench.card().find_control("MicBoost Playback Switch", 0).has_value(), !aes);
-        EXPECT_EQ(bench.card().find_control("Phantom Playback Switch", 0).has_value(), !aes);
-        EXPECT_EQ(bench.card().find_control("IEC958 Playback Default", 1).has_value(), aes);
-        EXPECT_TRUE(bench.card().find_control("Line In Level Capture Volume", 0));
-    }
-}
-
-TEST(SoundCard, AStreamTakesOnlyWhatTheHardwareCan) {
-    Bench bench;
-    EXPECT_FALSE(bench.playback().configure({SampleFormat::s16, 48000, 6, 4800})); // closed
-    ASSERT_EQ(bench.playback().open(), PcmStream::OpenResult::opened);
-    EXPECT_EQ(bench.playback().open(), PcmStream::OpenResult::busy);
-    ASSERT_EQ(bench.capture().open(), PcmStream::OpenResult::opened);
-    EXPECT_FALSE(bench.playback().configure({SampleFormat::s16, 48000, 4, 4800}));
-    EXPECT_FALSE(bench.playback().configure({SampleFormat::s16, 48001, 6, 4800}));
-    EXPECT_FALSE(bench.playback().configure({SampleFormat::s16, 48000, 6, 100'000}));
-    EXPECT_TRUE(bench.playback().configure({SampleFormat::s16, 48000, 6, 4800}));
-    EXPECT_FALSE(bench.capture().configure({SampleFormat::s16, 44100, 2, 4800})); // one clock
-    bench.playback().release();
-    EXPECT_TRUE(bench.capture().configure({SampleFormat::s16, 44100, 2, 4800}));
-    EXPECT_FALSE(bench.playback().start());
-}
-
 TEST(SoundCard, ElementsKeepWhatFitsAndRefuseTheRest) {
     Bench bench;
     std::array<std::int32_t, control_values_max> values{127, 100};
@@ -219,8 +187,6 @@ TEST(SoundCard, ElementsKeepWhatFitsAndRefuseTheRest) {
     EXPECT_EQ(bench.card().codec().settings().line_out[1], 100);
     EXPECT_EQ(put("IEC958 Capture RXP Status", 1), ControlResult::denied);
     EXPECT_EQ(bench.card().put(1000, values), ControlResult::absent);
-    EXPECT_EQ(bench.card().put(0, std::span(values).first(1)), ControlResult::invalid);
-
     ASSERT_TRUE(bench.device.set_fault("card-mixer-refuses", ""));
     values = {1, 1};
     EXPECT_EQ(put("Line Out Playback Volume", 0), ControlResult::refused);
@@ -228,21 +194,6 @@ TEST(SoundCard, ElementsKeepWhatFitsAndRefuseTheRest) {
     ASSERT_TRUE(bench.device.set_fault("aes-transmitter-refuses", ""));
     EXPECT_EQ(put("IEC958 Playback TXC SPdif", 1), ControlResult::refused);
     EXPECT_EQ(put("IEC958 Capture RXP Processing State", 1), ControlResult::changed);
-}
-
-TEST(SoundCard, BoostAndPhantomComeFromTheCpldOrTheMixer) {
-    Bench aes;
-    aes.device.out(0xD00B, 0x12); // boost of input 2, phantom of input 1
-    EXPECT_EQ(aes.card().codec().settings().boost, (CodecSettings::Pair<bool>{false, true}));
-    EXPECT_EQ(aes.card().codec().settings().phantom, (CodecSettings::Pair<bool>{true, false}));
-    EXPECT_TRUE(aes.saw("sound phantom input=1 on=true"));
-
-    Bench plain(Board::plain);
-    EXPECT_EQ(plain.get("MicBoost Playback Switch", 0), 1); // inverted: boost is off
-    EXPECT_TRUE(plain.put("MicBoost Playback Switch", 0, 1, 0));
-    EXPECT_TRUE(plain.put("Phantom Playback Switch", 0, 0, 1));
-    EXPECT_EQ(plain.card().codec().settings().boost, (CodecSettings::Pair<bool>{false, true}));
-    EXPECT_TRUE(plain.saw("sound phantom input=2 on=true"));
 }
 
 TEST(SoundCard, TheDigitalLineRunsFromStreamAndElements) {
@@ -263,94 +214,6 @@ TEST(SoundCard, TheDigitalLineRunsFromStreamAndElements) {
     stream.close();
     EXPECT_EQ(bench.get("IEC958 Capture RXP Status", 1), 0x0E);
     EXPECT_EQ(bench.get("IEC958 Capture RXP Lock Change", 1), 1);
-}
-
-TEST(SoundCard, FaultsOfCardAndCables) {
-    using Open = PcmStream::OpenResult;
-    const struct {
-        std::string_view name, value;
-        void (*check)(Bench&);
-    } cases[] = {
-        {"card-absent", "",
-         [](Bench& bench) {
-             EXPECT_FALSE(bench.card().present());
-             EXPECT_EQ(bench.playback().open(), Open::absent);
-             EXPECT_EQ(bench.card().pcm(1)->capture().open(), Open::absent);
-         }},
-        {"card-busy", "",
-         [](Bench& bench) {
-             EXPECT_EQ(bench.capture().open(), Open::busy);
-             EXPECT_EQ(bench.card().pcm(1)->capture().open(), Open::opened);
-         }},
-        {"card-parameters-refused", "",
-         [](Bench& bench) {
-             EXPECT_EQ(bench.playback().open(), Open::opened);
-             EXPECT_FALSE(bench.playback().configure({SampleFormat::s16, 48000, 6, 4800}));
-         }},
-        {"card-element-missing", "line-in",
-         [](Bench& bench) {
-             EXPECT_FALSE(bench.card().find_control("Line In Capture Volume", 0));
-             EXPECT_FALSE(bench.card().find_control("Line In Capture Switch", 0));
-             EXPECT_TRUE(bench.card().find_control("Line In Level Capture Volume", 0));
-         }},
-        {"aes-receiver-absent", "",
-         [](Bench& bench) {
-             EXPECT_EQ(bench.card().pcm(1)->capture().open(), Open::absent);
-             EXPECT_EQ(bench.card().pcm(1)->playback().open(), Open::opened);
-             EXPECT_EQ(bench.get("IEC958 Capture RXP Status", 1), -1);
-             EXPECT_EQ(bench.get("IEC958 Playback TXC State", 1), 0);
-         }},
-        {"aes-transmitter-absent", "",
-         [](Bench& bench) {
-             EXPECT_EQ(bench.card().pcm(1)->playback().open(), Open::absent);
-             EXPECT_EQ(bench.get("IEC958 Playback TXC State", 1), -1);
-         }},
-        {"aes-cable", "early", [](Bench& bench) { EXPECT_TRUE(bench.card().aes()->cable()); }},
-        {"aes-cable", "never",
-         [](Bench& bench) {
-             bench.card().plug_digital(true);
-             EXPECT_FALSE(bench.card().aes()->cable());
-         }},
-        {"analog-cable", "early",
-         [](Bench& bench) { EXPECT_EQ(bench.card().codec().cable(), AnalogCable::straight); }},
-        {"analog-cable", "never",
-         [](Bench& bench) {
-             bench.card().plug_analog(true);
-             EXPECT_EQ(bench.card().codec().cable(), AnalogCable::unplugged);
-         }},
-        {"analog-cable", "phones",
-         [](Bench& bench) {
-             EXPECT_EQ(bench.card().codec().cable(), AnalogCable::unplugged);
-             bench.card().plug_analog(true);
-             EXPECT_EQ(bench.card().codec().cable(), AnalogCable::phones);
-             EXPECT_TRUE(bench.saw("sound analog-cable fitted=phones"));
-         }},
-        {"playback-underrun", "2",
-         [](Bench& bench) {
-             bench.open_both(48000, 4800);
-             const std::vector<std::int16_t> silence(4800 * 6);
-             ASSERT_TRUE(bench.playback().start());
-             const Microseconds end = bench.surroundings.now() + 5 * second;
-             while (bench.surroundings.now() < end) {
-                 bench.playback().write(silence.data(), 4800);
-                 bench.surroundings.advance(50 * ms);
-                 if (bench.playback().state() != State::xrun) continue;
-                 bench.playback().prepare();
-                 EXPECT_TRUE(bench.playback().start());
-             }
-             EXPECT_EQ(std::ranges::count_if(bench.surroundings.events,
-                                             [](const std::string& event) {
-                                                 return event.starts_with("sound underrun");
-                                             }),
-                       2);
-         }},
-    };
-    for (const auto& [name, value, check] : cases) {
-        SCOPED_TRACE(std::string(name) + "=" + std::string(value));
-        Bench bench;
-        ASSERT_TRUE(bench.device.set_fault(name, value));
-        check(bench);
-    }
 }
 
 } // namespace
