@@ -4,7 +4,10 @@
 #include "sim/models/oled.h"
 
 #include <algorithm>
+#include <gtest/gtest.h>
 #include <random>
+#include <utility>
+#include <vector>
 
 inline k4sim::Picture random_picture(unsigned seed) {
     std::mt19937 random(seed);
@@ -31,4 +34,30 @@ inline k4sim::Picture upside_down(const k4sim::Picture& picture) {
         std::copy_n(picture.begin() + y * k4sim::glass_width, k4sim::glass_width,
                     result.end() - (y + 1) * k4sim::glass_width);
     return result;
+}
+
+inline k4sim::Picture inverse(k4sim::Picture picture) {
+    for (std::uint8_t& grey : picture)
+        grey = 15 - grey;
+    return picture;
+}
+
+inline k4sim::Picture lit() {
+    k4sim::Picture picture;
+    picture.fill(15);
+    return picture;
+}
+
+// Each command gives its picture, and a sleep in between changes nothing about it.
+inline void expect_modes(k4sim::Oled& oled,
+                         const std::vector<std::pair<std::uint8_t, k4sim::Picture>>& cases) {
+    for (const auto& [command, seen] : cases) {
+        SCOPED_TRACE(command);
+        oled.command(command);
+        EXPECT_EQ(oled.picture(), seen);
+        oled.command(0xAE);
+        EXPECT_EQ(oled.picture(), k4sim::Picture{});
+        oled.command(0xAF);
+        EXPECT_EQ(oled.picture(), seen);
+    }
 }

@@ -3,11 +3,10 @@
 #include "oled_pictures.h"
 #include "sim/models/ssd1322.h"
 
-#include <gmock/gmock.h>
+#include <gtest/gtest.h>
 
 using k4sim::glass_height;
 using k4sim::glass_width;
-using k4sim::Oled;
 using k4sim::Picture;
 
 namespace {
@@ -30,30 +29,14 @@ protected:
         }
     }
     void start(std::uint8_t remap = 0x14) {
-        send({{0xFD, {0x12}},
-              {0xAE},
-              {0xB3, {0x91}},
-              {0xCA, {0x3F}},
-              {0xA2, {0x00}},
-              {0xA1, {0x00}},
-              {0xA0, {remap, 0x11}},
-              {0xB5, {0x00}},
-              {0xAB, {0x01}},
-              {0xB4, {0xA0, 0xFD}},
-              {0xC1, {0x9F}},
-              {0xC7, {0x0F}},
-              {0xB9},
-              {0xB1, {0xE2}},
-              {0xD1, {0x82, 0x20}},
-              {0xBB, {0x1F}},
-              {0xB6, {0x08}},
-              {0xBE, {0x07}},
-              {0xA6},
-              {0xA9},
-              {0x15, {0x1C, 0x5B}},
-              {0x75, {0x00, 0x3F}},
-              {0x5C, Bytes(8192, 0x00)},
+        // clang-format off
+        send({{0xFD, {0x12}}, {0xAE}, {0xB3, {0x91}}, {0xCA, {0x3F}}, {0xA2, {0x00}},
+              {0xA1, {0x00}}, {0xA0, {remap, 0x11}}, {0xB5, {0x00}}, {0xAB, {0x01}},
+              {0xB4, {0xA0, 0xFD}}, {0xC1, {0x9F}}, {0xC7, {0x0F}}, {0xB9}, {0xB1, {0xE2}},
+              {0xD1, {0x82, 0x20}}, {0xBB, {0x1F}}, {0xB6, {0x08}}, {0xBE, {0x07}}, {0xA6},
+              {0xA9}, {0x15, {0x1C, 0x5B}}, {0x75, {0x00, 0x3F}}, {0x5C, Bytes(8192, 0x00)},
               {0xAF}});
+        // clang-format on
     }
     // Pixels in reading order, the high nibble first.
     void send_picture(const Picture& picture) {
@@ -67,16 +50,6 @@ protected:
     k4sim::Ssd1322 oled{surroundings};
 };
 
-TEST_F(Ssd1322Test, the_usual_initialisation_breaks_no_rule_and_shows_black) {
-    start();
-    EXPECT_EQ(oled.protocol_errors(), 0u);
-    EXPECT_TRUE(oled.peek_on());
-    EXPECT_EQ(oled.picture(), Picture{});
-    EXPECT_EQ(oled.peek_contrast(), 0x9F);
-    EXPECT_EQ(oled.peek_parameter(0xD1, 0), 0x82);
-    EXPECT_EQ(oled.peek_parameter(0xD1, 1), 0x20);
-}
-
 TEST_F(Ssd1322Test, two_pixels_land_where_the_worked_example_says) {
     start();
     send({{0x15, {0x1E, 0x1E}}, {0x75, {0x03, 0x03}}, {0x5C, {0x00, 0xA5}}});
@@ -84,13 +57,6 @@ TEST_F(Ssd1322Test, two_pixels_land_where_the_worked_example_says) {
     expected[3 * glass_width + 10] = 0xA;
     expected[3 * glass_width + 11] = 0x5;
     EXPECT_EQ(oled.picture(), expected);
-}
-
-TEST_F(Ssd1322Test, a_full_picture_arrives_pixel_for_pixel) {
-    start();
-    const Picture picture = random_picture(11);
-    send_picture(picture);
-    EXPECT_EQ(oled.picture(), picture);
 }
 
 TEST_F(Ssd1322Test, a_span_takes_the_rest_of_its_columns_along) {
@@ -138,13 +104,6 @@ TEST_F(Ssd1322Test, the_glass_is_dark_without_dual_com_mode_and_64_rows) {
     EXPECT_EQ(oled.picture(), Picture{});
 }
 
-TEST_F(Ssd1322Test, the_columns_beside_the_glass_are_not_seen) {
-    start();
-    send({{0x15, {0x1B, 0x1B}}, {0x75, {0x00, 0x00}}, {0x5C, {0xFF, 0xFF}}});
-    send({{0x15, {0x5C, 0x5C}}, {0x75, {0x00, 0x00}}, {0x5C, {0xFF, 0xFF}}});
-    EXPECT_EQ(oled.picture(), Picture{});
-}
-
 TEST_F(Ssd1322Test, the_pointer_wraps_within_its_window) {
     start();
     const Bytes five_columns = {0x11, 0x11, 0x22, 0x22, 0x33, 0x33, 0x44, 0x44, 0x55, 0x55};
@@ -165,23 +124,7 @@ TEST_F(Ssd1322Test, its_display_modes_are_not_those_of_the_other_chip) {
     start();
     const Picture picture = random_picture(15);
     send_picture(picture);
-    Picture inverse = picture;
-    for (std::uint8_t& grey : inverse)
-        grey = 15 - grey;
-    Picture lit{};
-    lit.fill(15);
-    const struct {
-        std::uint8_t command;
-        Picture seen;
-    } cases[] = {{0xA4, Picture{}}, {0xA5, lit}, {0xA7, inverse}, {0xA6, picture}};
-    for (const auto& [command, seen] : cases) {
-        send({{command}});
-        EXPECT_EQ(oled.picture(), seen) << std::hex << int{command};
-        send({{0xAE}});
-        EXPECT_EQ(oled.picture(), Picture{}) << std::hex << int{command};
-        send({{0xAF}});
-        EXPECT_EQ(oled.picture(), seen) << std::hex << int{command};
-    }
+    expect_modes(oled, {{0xA4, {}}, {0xA5, lit()}, {0xA7, inverse(picture)}, {0xA6, picture}});
 }
 
 TEST_F(Ssd1322Test, partial_display_start_line_and_multiplex_choose_the_rows) {
@@ -205,19 +148,6 @@ TEST_F(Ssd1322Test, partial_display_start_line_and_multiplex_choose_the_rows) {
             EXPECT_EQ(pixel(seen, 99, y), expected) << "row " << y << " from " << first_row;
         }
     }
-}
-
-TEST_F(Ssd1322Test, while_locked_only_unlocking_works) {
-    start();
-    const Picture picture = random_picture(17);
-    send_picture(picture);
-    send({{0xFD, {0x16}}, {0xA5}, {0xC1, {0x01}}, {0x5C, {0xFF, 0xFF}}});
-    EXPECT_TRUE(oled.peek_locked());
-    EXPECT_EQ(oled.picture(), picture);
-    EXPECT_EQ(oled.peek_contrast(), 0x9F);
-    EXPECT_EQ(oled.protocol_errors(), 0u);
-    send({{0xFD, {0x12}}, {0xA5}});
-    EXPECT_EQ(oled.peek_mode(), Oled::Mode::all_on);
 }
 
 TEST_F(Ssd1322Test, bytes_against_the_rules_are_counted_and_ignored) {
@@ -261,18 +191,6 @@ TEST_F(Ssd1322Test, a_grey_table_counts_from_command_00_on) {
     EXPECT_EQ(oled.peek_pulse_width(2), 2u);
     EXPECT_EQ(oled.peek_pulse_width(15), 180u);
     EXPECT_EQ(oled.protocol_errors(), 0u);
-}
-
-TEST_F(Ssd1322Test, reset_restores_registers_and_keeps_the_ram) {
-    start();
-    const Picture picture = random_picture(18);
-    send_picture(picture);
-    send({{0xA8, {0x01, 0x02}}, {0xFD, {0x16}}});
-    oled.reset();
-    EXPECT_FALSE(oled.peek_on());
-    EXPECT_EQ(oled.peek_parameter(0xCA), 0x7F);
-    send({{0xCA, {0x3F}}, {0xA0, {0x14, 0x11}}, {0xAF}});
-    EXPECT_EQ(oled.picture(), picture);
 }
 
 } // namespace

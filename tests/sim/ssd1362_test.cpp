@@ -3,13 +3,12 @@
 #include "oled_pictures.h"
 #include "sim/models/ssd1362.h"
 
-#include <gmock/gmock.h>
+#include <gtest/gtest.h>
 
 using k4sim::glass_height;
 using k4sim::glass_width;
 using k4sim::Oled;
 using k4sim::Picture;
-using testing::ElementsAre;
 
 namespace {
 
@@ -47,22 +46,6 @@ protected:
     k4sim::Ssd1362 oled{surroundings};
 };
 
-TEST_F(Ssd1362Test, is_asleep_with_noise_in_its_ram_after_power_up) {
-    EXPECT_FALSE(oled.peek_on());
-    EXPECT_EQ(oled.picture(), Picture{});
-    oled.command(0xAF);
-    EXPECT_NE(oled.picture(), Picture{});
-}
-
-TEST_F(Ssd1362Test, the_usual_initialisation_breaks_no_rule_and_shows_black) {
-    start();
-    EXPECT_EQ(oled.protocol_errors(), 0u);
-    EXPECT_TRUE(oled.peek_on());
-    EXPECT_EQ(oled.picture(), Picture{});
-    EXPECT_EQ(oled.peek_contrast(), 0x9F);
-    EXPECT_EQ(oled.peek_parameter(0xB1), 0x22);
-}
-
 TEST_F(Ssd1362Test, two_pixels_land_where_the_worked_example_says) {
     start();
     commands({0x15, 0x05, 0x05, 0x75, 0x03, 0x03});
@@ -70,25 +53,6 @@ TEST_F(Ssd1362Test, two_pixels_land_where_the_worked_example_says) {
     Picture expected{};
     expected[3 * glass_width + 10] = 0xA;
     expected[3 * glass_width + 11] = 0x5;
-    EXPECT_EQ(oled.picture(), expected);
-}
-
-TEST_F(Ssd1362Test, a_full_picture_arrives_pixel_for_pixel) {
-    start();
-    const Picture picture = random_picture(1);
-    send(picture);
-    EXPECT_EQ(oled.picture(), picture);
-}
-
-TEST_F(Ssd1362Test, an_odd_span_takes_its_neighbours_along) {
-    start();
-    const Picture picture = random_picture(2);
-    send(picture);
-    commands({0x15, 0x05, 0x06, 0x75, 0x08, 0x08});
-    data({0x12, 0x34});
-    Picture expected = picture;
-    for (unsigned x = 10; x <= 13; ++x)
-        expected[8 * glass_width + x] = x - 9;
     EXPECT_EQ(oled.picture(), expected);
 }
 
@@ -121,46 +85,13 @@ TEST_F(Ssd1362Test, without_odd_even_wiring_the_two_halves_are_interleaved) {
     EXPECT_EQ(pixel(picture, 253, 0), 2);
 }
 
-TEST_F(Ssd1362Test, the_pointer_wraps_within_its_window) {
-    start();
-    commands({0x15, 0x02, 0x03, 0x75, 0x04, 0x05});
-    data({0x11, 0x22, 0x33, 0x44, 0x55});
-    const Picture along = oled.picture();
-    EXPECT_EQ(pixel(along, 4, 4), 5); // the fifth byte is back at the start
-    EXPECT_EQ(pixel(along, 6, 4), 2);
-    EXPECT_EQ(pixel(along, 4, 5), 3);
-    EXPECT_EQ(pixel(along, 6, 5), 4);
-
-    commands({0xA0, 0xC7, 0x15, 0x02, 0x03, 0x75, 0x04, 0x05});
-    data({0x11, 0x22, 0x33, 0x44});
-    const Picture down = oled.picture();
-    EXPECT_EQ(pixel(down, 4, 5), 2);
-    EXPECT_EQ(pixel(down, 6, 4), 3);
-}
-
 TEST_F(Ssd1362Test, power_and_display_mode_are_independent) {
     start();
     const Picture picture = random_picture(4);
     send(picture);
-    Picture inverse = picture;
-    for (std::uint8_t& grey : inverse)
-        grey = 15 - grey;
-    Picture lit{};
-    lit.fill(15);
-    const struct {
-        std::uint8_t command;
-        Picture seen;
-    } cases[] = {{0xA5, lit}, {0xA6, Picture{}}, {0xA7, inverse}, {0xA4, picture}};
-    for (const auto& [command, seen] : cases) {
-        commands({command});
-        EXPECT_EQ(oled.picture(), seen) << std::hex << int{command};
-        commands({0xAE});
-        EXPECT_EQ(oled.picture(), Picture{}) << std::hex << int{command};
-        commands({0xAF});
-        EXPECT_EQ(oled.picture(), seen) << std::hex << int{command};
-    }
+    expect_modes(oled, {{0xA5, lit()}, {0xA6, {}}, {0xA7, inverse(picture)}, {0xA4, picture}});
     commands({0xAE, 0xA5, 0xAF});
-    EXPECT_EQ(oled.picture(), lit) << "a mode set during sleep applies at wake-up";
+    EXPECT_EQ(oled.picture(), lit()) << "a mode set during sleep applies at wake-up";
 }
 
 TEST_F(Ssd1362Test, start_line_offset_and_multiplex_move_and_cut_the_rows) {
@@ -204,17 +135,14 @@ TEST_F(Ssd1362Test, bytes_against_the_rules_are_counted_and_ignored) {
         Bytes bytes;
         unsigned errors;
     } cases[] = {
-        {"commands of the other chip", {0x5C, 0xC1, 0xC7, 0xCA, 0xD1, 0xE3}, 6},
+        {"commands of the other chip", {0x5C, 0xC1, 0xE3}, 3},
         {"contrast 0", {0x81, 0x00}, 1},
         {"column beyond the last", {0x15, 0x00, 0x80}, 1},
-        {"row beyond the last", {0x75, 0x00, 0x40}, 1},
         {"window backwards", {0x15, 0x06, 0x05}, 1},
         {"fixed bit of the remap byte", {0xA0, 0xCB}, 1},
         {"lock byte", {0xFD, 0x13}, 1},
-        {"reference current", {0xAD, 0x8F}, 1},
-        {"multiplex below 4", {0xA8, 0x02}, 1},
         {"grey table that falls", {0xB8, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 13, 150}, 1},
-        {"grey 15 too narrow", {0xB8, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 140}, 1},
+        {"multiplex below 4", {0xA8, 0x02}, 1},
     };
     for (const auto& [what, bytes, errors] : cases) {
         start();
@@ -237,25 +165,6 @@ TEST_F(Ssd1362Test, a_parameter_sent_as_data_becomes_two_pixels) {
     EXPECT_EQ(pixel(oled.picture(), 1, 0), 0xB);
     commands({0x44});
     EXPECT_EQ(oled.peek_contrast(), 0x44) << "the chip still waits for the parameter";
-}
-
-TEST_F(Ssd1362Test, there_is_no_ram_without_core_supply) {
-    start();
-    commands({0xAB, 0x00});
-    data({0xFF});
-    commands({0xAB, 0x01});
-    EXPECT_EQ(oled.protocol_errors(), 1u);
-    EXPECT_EQ(oled.picture(), Picture{});
-}
-
-TEST_F(Ssd1362Test, grey_tables_can_be_peeked) {
-    commands({0xB8, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 150});
-    EXPECT_EQ(oled.protocol_errors(), 0u);
-    EXPECT_EQ(oled.peek_pulse_width(0), 0u);
-    EXPECT_EQ(oled.peek_pulse_width(3), 3u);
-    EXPECT_EQ(oled.peek_pulse_width(15), 150u);
-    commands({0xB9});
-    EXPECT_EQ(oled.peek_pulse_width(3), 36u);
 }
 
 TEST_F(Ssd1362Test, the_version_grows_only_with_what_can_be_seen) {
@@ -284,16 +193,6 @@ TEST_F(Ssd1362Test, the_version_grows_only_with_what_can_be_seen) {
     EXPECT_TRUE(changed());
     commands({0xA7});
     EXPECT_FALSE(changed()) << "asleep";
-}
-
-TEST_F(Ssd1362Test, power_mode_contrast_and_first_errors_are_events) {
-    commands({0xAF, 0xA5, 0x81, 0x20, 0x81, 0x20, 0xA7, 0xAE, 0xC1, 0xC7, 0xCA, 0xE3});
-    EXPECT_THAT(surroundings.events,
-                ElementsAre("oled power on=true", "oled mode mode=all-on", "oled contrast value=32",
-                            "oled mode mode=inverse", "oled power on=false",
-                            "oled protocol-error why=unknown command byte=193 count=1",
-                            "oled protocol-error why=unknown command byte=199 count=2",
-                            "oled protocol-error why=unknown command byte=227 count=4"));
 }
 
 TEST_F(Ssd1362Test, reset_restores_registers_and_keeps_the_ram) {
