@@ -3,12 +3,11 @@
 
 #include "sim/launcher/options.h"
 
+#include "scratch_folder.h"
+
 #include <array>
-#include <cstdlib>
 #include <elf.h>
-#include <filesystem>
 #include <fstream>
-#include <gtest/gtest.h>
 
 namespace {
 
@@ -49,15 +48,8 @@ std::string bytes_of(const ElfShape& shape) {
 const ElfShape i386{};
 const ElfShape x86_64{ELFCLASS64, EM_X86_64, ET_EXEC, "/bin/sh"};
 
-class ElfCheck : public testing::Test {
+class ElfCheck : public ScratchFolderTest {
 protected:
-    void SetUp() override {
-        std::string name = (fs::temp_directory_path() / "k4-XXXXXX").string();
-        ASSERT_NE(mkdtemp(name.data()), nullptr);
-        folder = name;
-    }
-    void TearDown() override { fs::remove_all(folder); }
-
     std::string write(const std::string& name, const std::string& bytes) {
         const fs::path path = folder / name;
         fs::create_directories(path.parent_path());
@@ -75,15 +67,7 @@ protected:
         }
         return {};
     }
-
-    fs::path folder;
 };
-
-TEST_F(ElfCheck, TellsTheWordSize) {
-    EXPECT_EQ(check_program("it", write("a", bytes_of(i386))), WordSize::bits32);
-    EXPECT_EQ(check_program("it", write("b", bytes_of(x86_64))), WordSize::bits64);
-    EXPECT_EQ(elf_loader(folder / "b"), "/bin/sh");
-}
 
 TEST_F(ElfCheck, RefusesWhatIsNoSuchProgram) {
     const std::string whole = bytes_of(i386);
@@ -122,14 +106,6 @@ TEST_F(ElfCheck, FindsThePlainNameInTheSearchPathThenBesideItself) {
     EXPECT_EQ(fallback, beside);
 }
 
-TEST_F(ElfCheck, RefusesWhatCannotBeExecuted) {
-    const std::string text = write("text", "x");
-    fs::permissions(text, fs::perms::owner_read);
-    EXPECT_THROW(find_program(text, "."), UsageError);
-    EXPECT_THROW(find_program(folder, "."), UsageError);
-    EXPECT_THROW(find_program(folder / "absent", "."), UsageError);
-}
-
 TEST_F(ElfCheck, ChoosesTheLibraryByItsWordSizeWhateverItsName) {
     write("libk4sim.so", bytes_of(x86_64));
     EXPECT_EQ(find_library(folder, WordSize::bits64), folder / "libk4sim.so");
@@ -138,11 +114,6 @@ TEST_F(ElfCheck, ChoosesTheLibraryByItsWordSizeWhateverItsName) {
     write("libk4sim64.so", bytes_of(x86_64));
     EXPECT_EQ(find_library(folder, WordSize::bits32), folder / "libk4sim.so");
     EXPECT_EQ(find_library(folder, WordSize::bits64), folder / "libk4sim64.so");
-}
-
-TEST_F(ElfCheck, RefusesAPathThatTheLoaderWouldSplit) {
-    write("with blank/libk4sim.so", bytes_of(i386));
-    EXPECT_THROW(find_library(folder / "with blank", WordSize::bits32), UsageError);
 }
 
 } // namespace

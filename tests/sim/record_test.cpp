@@ -1,13 +1,11 @@
 #include "sim/launcher/record.h"
 
+#include "scratch_folder.h"
 #include "sim/launcher/options.h"
 #include "sim/launcher/verdict.h"
 #include "status_picture.h"
 
-#include <cstdlib>
-#include <filesystem>
 #include <fstream>
-#include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 #include <sstream>
 
@@ -26,16 +24,7 @@ std::string read(const fs::path& path) {
     return text.str();
 }
 
-class Recording : public testing::Test {
-protected:
-    void SetUp() override {
-        std::string name = (fs::temp_directory_path() / "k4-XXXXXX").string();
-        ASSERT_NE(mkdtemp(name.data()), nullptr);
-        folder = name;
-    }
-    void TearDown() override { fs::remove_all(folder); }
-    fs::path folder;
-};
+using Recording = ScratchFolderTest;
 
 std::string picture_line(const std::string& what, const std::string& pixels) {
     return R"({"t":7,"source":"oled","event":")" + what + R"(","pixels":")" + pixels + "\"}";
@@ -88,12 +77,6 @@ TEST_F(Recording, ReplacesAnEarlierRecordAndNothingElse) {
     EXPECT_EQ(read(folder / "oled.txt"), "old");
 }
 
-TEST_F(Recording, AFolderThatCannotBeIsAUsageError) {
-    std::ofstream(folder / "file") << "x";
-    EXPECT_THROW(Record((folder / "file" / "sub").string()), UsageError);
-    EXPECT_THROW(Record((folder / "file").string()), UsageError);
-}
-
 TEST_F(Recording, WhatIsNoReportIsDropped) {
     Record record(folder.string());
     for (const char* line : {"", "no report", "[1]", "{}", R"({"t":"1","source":"a","event":"b"})",
@@ -102,22 +85,6 @@ TEST_F(Recording, WhatIsNoReportIsDropped) {
                              R"({"t":1,"source":"oled","event":"picture","pixels":7})"})
         record.line(line);
     EXPECT_EQ(read(folder / "events.jsonl"), "");
-    EXPECT_NO_THROW(record.check_written());
-}
-
-TEST_F(Recording, AFileThatCouldNotBeWrittenIsReported) {
-    Record record(folder.string());
-    record.write_file("absent/report.json", "x");
-    EXPECT_THROW(record.check_written(), UsageError);
-}
-
-TEST_F(Recording, WithoutAFolderObservesAllTheSame) {
-    Record record("");
-    record.line(R"({"t":1,"source":"console","event":"text","stream":1,"text":"x"})");
-    record.line(R"({"t":5,"source":"program","event":"deadlock"})");
-    EXPECT_EQ(record.observation().console, "x");
-    EXPECT_TRUE(record.observation().deadlock);
-    EXPECT_FALSE(record.observation().limit);
     EXPECT_NO_THROW(record.check_written());
 }
 
@@ -160,14 +127,6 @@ TEST_F(Recording, ReportsTheLastTextOfEachUnitAndWhenItCame) {
     EXPECT_NE(xml.find(R"(name="Frontpanel" time="3"><failure message="2"/></testcase>)"),
               std::string::npos)
         << xml;
-}
-
-TEST_F(Recording, ARunWithoutAnyRowIsACaseOfItsOwn) {
-    Record record(folder.string());
-    write_reports(record, Verdict::not_run, {false, 0});
-    const std::string xml = read(folder / "report.xml");
-    EXPECT_NE(xml.find(R"(tests="1" failures="1")"), std::string::npos) << xml;
-    EXPECT_NE(xml.find(R"(<failure message="NOT RUN"/>)"), std::string::npos) << xml;
 }
 
 TEST_F(Recording, ReportsAreWellFormed) {
