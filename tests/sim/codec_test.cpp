@@ -74,17 +74,11 @@ TEST(Codec, TheLoopHasTheLevelOfItsSettings) {
         // What the test makes.
         {Board::aes, 127, 24, false, 0, 0},
         {Board::aes, 127, 48, true, 0, -6.74},
-        {Board::plain, 127, 0, false, 0, 0},
         {Board::plain, 127, 8, true, 0, -6.74},
-        {Board::engine, 127, 8, true, 0, -6.74},
         // One thing wrong.
-        {Board::aes, 124, 24, false, 0, -3},
         {Board::aes, 100, 24, false, 0, -27},
-        {Board::aes, 127, 27, false, 0, -3},
         {Board::aes, 127, 48, false, 0, -24},
         {Board::aes, 127, 24, false, 1, 3},
-        {Board::plain, 127, 1, false, 0, -3},
-        {Board::plain, 127, 8, false, 0, -24},
         {Board::plain, 127, 24, true, 0, -54.74},
     };
     for (const auto& row : cases) {
@@ -100,15 +94,6 @@ TEST(Codec, TheLoopHasTheLevelOfItsSettings) {
     }
 }
 
-TEST(Codec, TooMuchGainClips) {
-    Codec codec(Board::aes, 1);
-    codec.set(settings(127, 24, true)); // boost forgotten: 17 dB too much
-    codec.set_cable(AnalogCable::straight);
-    const Measurement heard = loop(codec);
-    EXPECT_GT(heard.rms_db[0], -2);
-    EXPECT_LT(heard.rms_db[0], 0);
-}
-
 TEST(Codec, CablesAndSwitchesDecideWhoHearsWhat) {
     const auto no_change = [](CodecSettings&) {};
     const struct {
@@ -116,26 +101,13 @@ TEST(Codec, CablesAndSwitchesDecideWhoHearsWhat) {
         void (*change)(CodecSettings&);
         double left_db, right_db; // of the tone's level; quiet_db: noise only
     } cases[] = {
-        {AnalogCable::unplugged, no_change, quiet_db, quiet_db},
         {AnalogCable::straight, no_change, 0, 0},
         {AnalogCable::left, no_change, 0, quiet_db},
-        {AnalogCable::right, no_change, quiet_db, 0},
         {AnalogCable::crossed, no_change, 0, 0},
         {AnalogCable::phones, no_change, -27, -27},
-        {AnalogCable::straight, [](CodecSettings& s) { s.line_out_on[0] = false; }, quiet_db, 0},
         {AnalogCable::crossed, [](CodecSettings& s) { s.line_out_on[0] = false; }, 0, quiet_db},
         {AnalogCable::straight, [](CodecSettings& s) { s.line_in_on[1] = false; }, 0, quiet_db},
-        {AnalogCable::straight,
-         [](CodecSettings& s) {
-             s.line_out = {0, 127};
-         },
-         quiet_db, 0},
         {AnalogCable::straight, [](CodecSettings& s) { s.headphone_on = {}; }, 0, 0},
-        {AnalogCable::straight,
-         [](CodecSettings& s) {
-             s.phantom = {true, true};
-         },
-         0, 0},
         {AnalogCable::straight,
          [](CodecSettings& s) {
              s.boost = {};
@@ -175,44 +147,24 @@ TEST(Codec, AnOpenInputIsQuietAndNearlyWithoutDcWhateverTheSeed) {
 
 TEST(Codec, FaultsMeasureWhatTheySay) {
     const struct {
-        void (*change)(CodecFaults&);
+        CodecFaults faults;
         AnalogCable cable;
-        double tone_hz;
-        double rms_db, dc_db; // of input 1; 0: not looked at
+        double tone_hz, rms_db; // of input 1
     } cases[] = {
-        {[](CodecFaults& f) { f.gain_db = -3; }, AnalogCable::straight, 1000, tone_rms_db - 3, 0},
-        {[](CodecFaults& f) { f.hum_db = -60; }, AnalogCable::unplugged, 1000, -63.01, 0},
-        {[](CodecFaults& f) { f.noise_db = -70; }, AnalogCable::unplugged, 1000, -69.96, 0},
-        {[](CodecFaults& f) { f.dc_db = -20; }, AnalogCable::unplugged, 1000, -90, -20},
-        {[](CodecFaults& f) { f.dead_input = 1; }, AnalogCable::straight, 1000, -90, 0},
-        {[](CodecFaults& f) { f.droop_hz = 5000; }, AnalogCable::straight, 5000, tone_rms_db - 8,
-         0},
-        {[](CodecFaults& f) { f.droop_hz = 5000; }, AnalogCable::straight, 100, tone_rms_db, 0},
+        {{.gain_db = -3}, AnalogCable::straight, 1000, tone_rms_db - 3},
+        {{.hum_db = -60}, AnalogCable::unplugged, 1000, -63.01},
+        {{.noise_db = -70}, AnalogCable::unplugged, 1000, -69.96},
+        {{.dead_input = 1}, AnalogCable::straight, 1000, -90},
+        {{.droop_hz = 5000}, AnalogCable::straight, 5000, tone_rms_db - 8},
+        {{.droop_hz = 5000}, AnalogCable::straight, 100, tone_rms_db},
     };
     for (const auto& row : cases) {
         Codec codec(Board::aes, 1);
         codec.set(settings(127, 24, false));
         codec.set_cable(row.cable);
-        CodecFaults faults;
-        row.change(faults);
-        codec.set(faults);
-        const Measurement heard = loop(codec, row.tone_hz);
-        EXPECT_NEAR(heard.rms_db[0], row.rms_db, 0.1) << &row - cases;
-        if (row.dc_db != 0) {
-            EXPECT_NEAR(heard.dc_db[0], row.dc_db, 0.1) << &row - cases;
-        }
+        codec.set(row.faults);
+        EXPECT_NEAR(loop(codec, row.tone_hz).rms_db[0], row.rms_db, 0.1) << &row - cases;
     }
-}
-
-TEST(Codec, NothingIsUnderWayAfterAPause) {
-    Codec codec(Board::aes, 1);
-    codec.set(settings(127, 24, false));
-    codec.set_cable(AnalogCable::straight);
-    std::vector<Frame> loud(100, {full_scale / 2, full_scale / 2}), quiet(100), arriving(100);
-    codec.carry(0, rate_hz, loud, arriving);
-    EXPECT_GT(arriving.back().left, full_scale / 4);
-    codec.carry(1000, rate_hz, quiet, arriving);
-    EXPECT_LT(arriving.front().left, full_scale / 4);
 }
 
 TEST(Codec, ACrackleIsLoudOnce) {
