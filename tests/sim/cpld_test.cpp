@@ -26,25 +26,6 @@ protected:
     k4sim::CpldHss cpld{panel, surroundings};
 };
 
-TEST_F(HssTest, tells_itself_and_the_panel) {
-    EXPECT_EQ(cpld.in(base + 0), 1);
-    EXPECT_EQ(cpld.in(base + 1), 9);
-    EXPECT_EQ(cpld.in(base + 5), 0x3D);
-    EXPECT_EQ(cpld.in(base + 6), 8);
-    for (const unsigned absent : {2, 11, 12, 13, 14, 15})
-        EXPECT_EQ(cpld.in(base + absent), 0xFF) << absent;
-    EXPECT_EQ(cpld.in(base + 3), 0) << "the parallel port without a plug";
-}
-
-TEST_F(HssTest, takes_commands_data_and_led_patterns) {
-    send(6, 0xC1);
-    send(5, 0x42);
-    send(7, 0x99);
-    EXPECT_EQ(panel.oled().peek_contrast(), 0x42);
-    EXPECT_EQ(panel.peek_led(), 0x99);
-    EXPECT_EQ(cpld.protocol_errors(), 0u);
-}
-
 TEST_F(HssTest, is_busy_after_each_byte_and_loses_what_comes_meanwhile) {
     for (const unsigned offset : {5, 6, 7}) {
         surroundings.advance(10);
@@ -204,16 +185,6 @@ TEST_F(EngineTest, reads_after_a_write_that_is_still_on_the_wire) {
     EXPECT_EQ(cpld.protocol_errors(), 0u);
 }
 
-TEST_F(EngineTest, a_received_byte_takes_its_time) {
-    write({0x40});
-    wait([&] { return !busy(); });
-    put(5, 2);
-    put(6, 0x79);
-    EXPECT_EQ(wait([&] { return received(); }), 18); // address byte and first byte
-    cpld.in(base + 7);
-    EXPECT_EQ(wait([&] { return received(); }), 9);
-}
-
 TEST_F(EngineTest, counts_what_a_driver_does_too_early) {
     put(5, 2);
     put(6, 0x78);
@@ -232,13 +203,6 @@ TEST_F(EngineTest, tells_nothing_of_a_panel_that_does_not_answer) {
     bus.set_sda_stuck(false);
     EXPECT_THAT(read(2), ElementsAre(0x00, 0x00));
     EXPECT_EQ(cpld.protocol_errors(), 0u);
-}
-
-TEST_F(EngineTest, has_the_line_register_too) {
-    put(4, 3);
-    EXPECT_EQ(cpld.in(base + 4), 3);
-    put(4, 0);
-    EXPECT_EQ(cpld.in(base + 4), 0);
 }
 
 } // namespace
