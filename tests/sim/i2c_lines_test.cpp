@@ -89,16 +89,6 @@ TEST_F(I2cLinesTest, a_drawn_waveform_is_a_message) {
     EXPECT_THAT(slave.notes, ElementsAre("write", "80"));
 }
 
-TEST_F(I2cLinesTest, a_write_reaches_the_addressed_slave_byte_by_byte) {
-    start();
-    EXPECT_TRUE(write(0x78));
-    EXPECT_TRUE(write(0x10));
-    EXPECT_TRUE(write(0xAF));
-    stop();
-    EXPECT_THAT(slave.notes, ElementsAre("write", "16", "175"));
-    EXPECT_TRUE(lines.sda());
-}
-
 TEST_F(I2cLinesTest, a_read_gives_bytes_until_one_is_not_acknowledged) {
     start();
     EXPECT_TRUE(write(0x79));
@@ -140,41 +130,6 @@ TEST_F(I2cLinesTest, a_new_start_ends_a_message_in_its_middle) {
     EXPECT_TRUE(write(0x20));
     stop();
     EXPECT_THAT(slave.notes, ElementsAre("write", "write", "32"));
-}
-
-TEST_F(I2cLinesTest, a_slave_may_refuse_a_byte) {
-    slave.refuse_from = 2;
-    start();
-    EXPECT_TRUE(write(0x78));
-    EXPECT_TRUE(write(0x01));
-    EXPECT_FALSE(write(0x02));
-    stop();
-}
-
-TEST_F(I2cLinesTest, faults_of_the_bus) {
-    bus.set_no_acknowledge(0x3C);
-    start();
-    EXPECT_FALSE(write(0x78));
-    stop();
-    EXPECT_TRUE(slave.notes.empty());
-
-    bus.clear_faults();
-    bus.set_corruption(2, 0x81);
-    start();
-    EXPECT_TRUE(write(0x78));
-    write(0x00);
-    write(0x00);
-    write(0x00);
-    stop();
-    EXPECT_THAT(slave.notes, ElementsAre("write", "0", "129", "0"));
-
-    slave.notes.clear();
-    bus.set_corruption(1, 0xFF);
-    start();
-    write(0x79);
-    EXPECT_EQ(read(true), 0x5Eu);
-    EXPECT_EQ(read(false), 0xA2u);
-    stop();
 }
 
 TEST_F(I2cLinesTest, a_stuck_line_keeps_everything_from_the_slave) {
