@@ -100,24 +100,6 @@ TEST(AutoOperator, TakesNumbersForNoChange) {
     EXPECT_TRUE(bench.program.aborted());
 }
 
-TEST(AutoOperator, TakesWhatComesAndGoesForNoChange) {
-    Bench bench;
-    for (int tick = 0; tick < 300; ++tick)
-        bench.surroundings.at(tick * second, [&bench, tick] {
-            bench.program.set_other_status(tick % 5 ? "LAN-ok   WAN-ok" : "LAN-??   WAN-ok");
-        });
-    bench.run(patience + 40 * second);
-    EXPECT_TRUE(bench.program.aborted());
-}
-
-TEST(AutoOperator, LeavesAPassedRunAlone) {
-    Bench bench;
-    bench.program.set_other_status("OK");
-    bench.run(90 * second);
-    EXPECT_EQ(bench.program.status(), "OK");
-    EXPECT_FALSE(bench.program.aborted());
-}
-
 TEST(AutoOperator, PlugsEachCableOnceWhenItIsAskedFor) {
     Bench bench;
     bench.program.set_other_status("Wait for cable unplugged");
@@ -140,34 +122,6 @@ TEST(AutoOperator, PlugsEachCableOnceWhenItIsAskedFor) {
     bench.surroundings.advance(10 * second);
     EXPECT_EQ(bench.device.sound_card().codec().cable(), AnalogCable::straight);
     EXPECT_EQ(plugs(), 2);
-}
-
-TEST(AutoOperator, AsksADeadKeyAgainAndAgainAndThenGivesUp) {
-    Bench bench;
-    ASSERT_TRUE(bench.device.set_fault("key-dead", "5"));
-    bench.run(5 * 60 * second);
-    EXPECT_EQ(bench.program.status(), "5");
-    EXPECT_TRUE(bench.program.aborted());
-    EXPECT_GT(std::ranges::count(bench.surroundings.events, "operator press key=5"), 5);
-}
-
-TEST(AutoOperator, TheSeedDecidesTheOrder) {
-    const auto keys = [](std::uint64_t seed) {
-        Bench bench(PanelProgram::Keypad::fitted, seed);
-        bench.run(60 * second);
-        return bench.program.keys();
-    };
-    EXPECT_EQ(keys(1), keys(1));
-    EXPECT_NE(keys(1), keys(2));
-}
-
-TEST(AutoOperator, StandsBeforeADeviceWithoutPanel) {
-    FakeSurroundings surroundings;
-    Device device(Board::none, surroundings);
-    AutoOperator person(1, device, surroundings, [](const FaultSetting&) {});
-    person.start();
-    surroundings.advance(60 * second);
-    EXPECT_TRUE(surroundings.events.empty());
 }
 
 } // namespace

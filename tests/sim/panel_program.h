@@ -41,7 +41,6 @@ public:
     const std::vector<int>& keys() const { return keys_; }
     bool aborted() const { return aborted_at_ >= 0; }
     k4sim::Microseconds aborted_at() const { return aborted_at_; }
-    k4sim::Microseconds last_key_at() const { return last_key_at_; }
     int most_keys_at_once() const { return most_keys_at_once_; }
 
     std::string status() const {
@@ -107,7 +106,6 @@ private:
             aborted_at_ = surroundings_.now();
         keys_.push_back(code);
         if (keys_.size() > forgotten_) missing_ &= ~(1U << code);
-        last_key_at_ = surroundings_.now();
     }
 
     std::string missing_characters() const {
@@ -141,7 +139,6 @@ private:
     bool swallowed_ = false;
     std::vector<int> keys_;
     k4sim::Microseconds aborted_at_ = -1;
-    k4sim::Microseconds last_key_at_ = 0;
     int most_keys_at_once_ = 0;
     unsigned ticks_ = 0;
 };
