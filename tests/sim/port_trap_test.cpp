@@ -100,15 +100,6 @@ TEST_F(PortTrap, AThreadThatPollsAPortYieldsAtTheEndOfItsSlice) {
     EXPECT_EQ(order.get(), "ababab");
 }
 
-TEST_F(PortTrap, ATimerRunsBetweenTwoAccesses) {
-    int before = 0;
-    const Microseconds start = scheduler().now();
-    scheduler().at(start + 10, [&] { before = static_cast<int>(ports_.accesses.size()); });
-    for (int i = 0; i < 20; ++i)
-        in_by_dx(0xD000);
-    EXPECT_EQ(before, 9);
-}
-
 TEST_F(PortTrapDeathTest, WithoutPrivilegeAnAccessKillsTheProcess) {
     EXPECT_EQ(iopl(0), 0);
     EXPECT_DEATH(in_by_dx(0xD000), "");
@@ -126,17 +117,6 @@ TEST_F(PortTrap, PrivilegeCanBeRefused) {
     EXPECT_FALSE(Scheduler::current()->io_privilege);
     EXPECT_EQ(iopl(4), -1);
     EXPECT_EQ(errno, EINVAL);
-}
-
-TEST_F(PortTrap, PrivilegeOfAThreadIsItsOwn) {
-    iopl(0);
-    ProgramThread privileged([] {
-        EXPECT_EQ(iopl(3), 0);
-        in_by_dx(0xD000);
-    });
-    privileged.join();
-    EXPECT_EQ(ports_.accesses.size(), 1u);
-    EXPECT_FALSE(Scheduler::current()->io_privilege);
 }
 
 } // namespace
