@@ -18,22 +18,6 @@ unsigned looped(Device& device, unsigned pattern) {
     return device.in(input);
 }
 
-TEST(ParallelLoopback, every_board_with_a_cpld_reads_back_what_it_drives) {
-    for (const auto& [board, base] : {std::pair{Board::aes, 0xD000},
-                                      {Board::plain, 0xD000},
-                                      {Board::i2c, 0xD000},
-                                      {Board::engine, 0x0A00}}) {
-        FakeSurroundings surroundings;
-        Device device(board, surroundings);
-        EXPECT_EQ(device.in(static_cast<std::uint16_t>(base + 3)), 0);
-        for (unsigned pattern = 0; pattern < 256; ++pattern) {
-            device.out(static_cast<std::uint16_t>(base + 2), static_cast<std::uint8_t>(pattern));
-            EXPECT_EQ(device.in(static_cast<std::uint16_t>(base + 3)), pattern);
-        }
-        EXPECT_THAT(surroundings.events, testing::IsEmpty());
-    }
-}
-
 TEST(ParallelLoopback, a_fault_of_a_line_shows_in_what_is_read) {
     const struct {
         std::string_view fault, value;
@@ -60,16 +44,6 @@ TEST(ParallelLoopback, a_fault_of_a_line_shows_in_what_is_read) {
         EXPECT_EQ(looped(device, 0x10), row.next) << row.fault;
         EXPECT_EQ(looped(device, 0xFF), row.all) << row.fault;
     }
-}
-
-TEST(ParallelLoopback, faults_of_several_lines_add_up) {
-    FakeSurroundings surroundings;
-    Device device(Board::plain, surroundings);
-    for (const auto& [fault, line] :
-         {std::pair{"parallel-high", "0"}, {"parallel-low", "1"}, {"parallel-inverted", "7"}})
-        ASSERT_TRUE(device.set_fault(fault, line));
-    EXPECT_EQ(looped(device, 0x00), 0x81u);
-    EXPECT_EQ(looped(device, 0xFF), 0x7Du);
 }
 
 TEST(ParallelLoopback, a_flaky_line_is_wrong_once_in_each_run_of_readings) {
