@@ -32,31 +32,6 @@ TEST(KeysTest, each_key_has_its_bit_in_the_word) {
     EXPECT_EQ(std::size(key_words), k4sim::key_characters.size());
 }
 
-TEST(KeysTest, keys_are_independent_of_each_other) {
-    Keys keys(6);
-    keys.press('C');
-    keys.press('M');
-    keys.press('#');
-    EXPECT_EQ(keys.read(), 0x00807FFEu);
-    keys.release('M');
-    EXPECT_EQ(keys.read(), 0x00007FFEu);
-}
-
-TEST(KeysTest, what_is_no_key_or_encoder_is_refused) {
-    Keys keys(6);
-    for (const char key : {'L', 'R', 'h', 'H', 'k', ' ', '\0'}) {
-        EXPECT_FALSE(keys.press(key));
-        EXPECT_FALSE(keys.release(key));
-        EXPECT_FALSE(keys.set_held(key));
-        EXPECT_FALSE(keys.set_dead(key));
-    }
-    for (const int encoder : {0, 3, -1}) {
-        EXPECT_FALSE(keys.turn(encoder, 1));
-        EXPECT_FALSE(keys.set_encoder_dead(encoder));
-    }
-    EXPECT_EQ(keys.read(), 0x0000FFFFu);
-}
-
 TEST(KeysTest, encoder_counters_fill_their_fields_and_wrap) {
     const struct {
         unsigned bits;
@@ -73,21 +48,6 @@ TEST(KeysTest, encoder_counters_fill_their_fields_and_wrap) {
         EXPECT_EQ(keys.read(), word) << bits << " bits, encoder " << encoder << ", " << steps;
         EXPECT_EQ(keys.peek_counter(encoder), encoder == 1 ? word >> 24 : word >> 16);
     }
-}
-
-TEST(KeysTest, invalid_words_come_as_often_as_asked_and_leave_the_state_alone) {
-    Keys keys(6);
-    keys.press('5');
-    keys.set_invalid(2);
-    EXPECT_EQ(keys.peek_word(), 0x0000FDFFu);
-    for (int n = 0; n < 2; ++n) {
-        const std::uint32_t word = keys.read();
-        EXPECT_NE(word & 0x40000000, 0u);
-        EXPECT_NE(word & 0xFFFF, 0xFDFFu) << "a read error leaves no good data";
-    }
-    EXPECT_EQ(keys.peek_reads(), 0u);
-    EXPECT_EQ(keys.read(), 0x0000FDFFu);
-    EXPECT_EQ(keys.peek_reads(), 1u);
 }
 
 TEST(KeysTest, a_held_key_stays_down_a_dead_key_up_and_a_dead_encoder_still) {
