@@ -31,16 +31,6 @@ protected:
     Panel panel{0x3C, 5, surroundings};
 };
 
-TEST_F(PanelTest, tells_type_and_version) {
-    EXPECT_EQ(write({0x00}), 1u);
-    EXPECT_THAT(read(2), ElementsAre(0x3C, 0xFF));
-    EXPECT_EQ(write({0x01}), 1u);
-    EXPECT_THAT(read(1), ElementsAre(5));
-    panel.set_reported_type(0x77);
-    write({0x00});
-    EXPECT_THAT(read(1), ElementsAre(0x77));
-}
-
 TEST_F(PanelTest, hands_commands_and_data_to_its_oled_in_wire_order) {
     EXPECT_EQ(write({0x10, 0xA0, 0xC3}), 3u);
     EXPECT_EQ(write({0x10, 0x15, 0x00, 0x7F, 0x75}), 5u);
@@ -53,16 +43,6 @@ TEST_F(PanelTest, hands_commands_and_data_to_its_oled_in_wire_order) {
         EXPECT_EQ(picture[x], x + 1);
 }
 
-TEST_F(PanelTest, has_the_oled_of_its_type) {
-    Panel other(0x3D, 8, surroundings);
-    for (const std::uint8_t byte : {0xAF, 0xA4})
-        other.oled_command(byte);
-    EXPECT_EQ(other.oled().peek_mode(), k4sim::Oled::Mode::all_off);
-    for (const std::uint8_t byte : {0xAF, 0xA4})
-        panel.oled_command(byte);
-    EXPECT_EQ(panel.oled().peek_mode(), k4sim::Oled::Mode::normal);
-}
-
 TEST_F(PanelTest, sends_the_key_word_lowest_byte_first) {
     panel.keys().press('M');
     panel.keys().press('1');
@@ -72,13 +52,6 @@ TEST_F(PanelTest, sends_the_key_word_lowest_byte_first) {
     Panel later(0x3C, 8, surroundings);
     later.keys().turn(1, -1);
     EXPECT_EQ(later.key_word(), 0x3F00FFFFu);
-}
-
-TEST_F(PanelTest, keeps_the_led_pattern) {
-    EXPECT_EQ(write({0x50, 0xA5}), 2u);
-    write({0x50, 0xA5});
-    EXPECT_EQ(panel.peek_led(), 0xA5);
-    EXPECT_THAT(surroundings.events, ElementsAre("panel led pattern=165"));
 }
 
 TEST_F(PanelTest, refuses_what_it_does_not_know) {
