@@ -29,25 +29,6 @@ protected:
     std::vector<FaultSetting> faults;
 };
 
-TEST_F(Scenario, AtATime) {
-    begin({{Trigger::time, 2 * second, "", "press 5"}});
-    surroundings.advance(2 * second - 1);
-    EXPECT_FALSE(device.keys()->peek_pressed('5'));
-    surroundings.advance(1);
-    EXPECT_TRUE(device.keys()->peek_pressed('5'));
-    surroundings.advance(second);
-    EXPECT_FALSE(device.keys()->peek_pressed('5'));
-    EXPECT_THAT(surroundings.events, ElementsAre("operator press key=5", "operator release key=5"));
-}
-
-TEST_F(Scenario, HoldsUntilReleased) {
-    begin({{Trigger::time, 0, "", "hold M"}, {Trigger::time, 9 * second, "", "release M"}});
-    surroundings.advance(8 * second);
-    EXPECT_TRUE(device.keys()->peek_pressed('M'));
-    surroundings.advance(second);
-    EXPECT_FALSE(device.keys()->peek_pressed('M'));
-}
-
 TEST_F(Scenario, TurnsStepByStepSlowerThanKeysAreLookedAt) {
     begin({{Trigger::time, 0, "", "turn 2 -3"}});
     const unsigned start = device.keys()->peek_counter(2);
