@@ -47,15 +47,6 @@ TEST_F(PictureWatchTest, APictureThatIsReplacedInTimeIsNot) {
     EXPECT_THAT(seen_, ElementsAre(Seen(2 * (standing_us - 1), "c")));
 }
 
-TEST_F(PictureWatchTest, TheSamePictureIsKeptOnce) {
-    for (const char* picture : {"a", "a", "b", "a"}) {
-        show(picture);
-        surroundings_.advance(standing_us);
-    }
-    EXPECT_THAT(seen_,
-                ElementsAre(Seen(0, "a"), Seen(2 * standing_us, "b"), Seen(3 * standing_us, "a")));
-}
-
 // A whole picture that the program clears at once: the last one that an operator could see.
 TEST_F(PictureWatchTest, TheLastLitPictureIsKeptHoweverShortItStood) {
     show("11");
