@@ -39,13 +39,6 @@ TEST_F(ConsoleDevice, TonesReachTheSpeaker) {
     EXPECT_EQ(count("speaker"), 3); // tone, sound, silence
 }
 
-TEST_F(ConsoleDevice, IsNoSerialLine) {
-    int bits = 0;
-    EXPECT_EQ(ioctl(descriptor_, TIOCMGET, &bits), -1);
-    EXPECT_EQ(errno, ENOTTY);
-    EXPECT_EQ(count("speaker"), 0);
-}
-
 TEST_F(ConsoleDevice, OpeningAndClosingIsRecorded) {
     close(descriptor_);
     const std::vector<Event>& events = machine().events();
@@ -71,16 +64,6 @@ TEST_F(ConsoleDevice, DescriptorsNeverCollide) {
     close(second);
     close(other);
     EXPECT_EQ(ioctl(descriptor_, KIOCSOUND, 0), 0);
-}
-
-TEST_F(ConsoleDevice, OtherFilesPassThrough) {
-    const int file = open("/proc/self/stat", O_RDONLY);
-    ASSERT_GE(file, 0);
-    char c = 0;
-    EXPECT_EQ(read(file, &c, 1), 1);
-    close(file);
-    EXPECT_EQ(open("/no/such/file", O_RDONLY), -1);
-    EXPECT_EQ(errno, ENOENT);
 }
 
 } // namespace
