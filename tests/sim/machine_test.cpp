@@ -35,27 +35,6 @@ TEST_F(MachineTest, WhatTheFormerDevicePlannedDoesNotHappen) {
     EXPECT_EQ(happened, 10);
 }
 
-TEST_F(MachineTest, ResetGivesTheBoardAsked) {
-    k4sim::Setup setup;
-    setup.board = Board::none;
-    machine().reset(setup);
-    EXPECT_EQ(machine().device().oled(), nullptr);
-    EXPECT_EQ(machine().port_in(0xD000), 0xFF);
-    machine().reset();
-    EXPECT_NE(machine().device().oled(), nullptr);
-}
-
-TEST_F(MachineTest, FaultsOfTheStandInsStrikeFromTheStart) {
-    machine().reset(with_fault("no-privilege", "", 0));
-    EXPECT_EQ(iopl(3), -1);
-    machine().reset(with_fault("thread-create", "1", 0));
-    pthread_t thread{};
-    const auto body = [](void*) -> void* { return nullptr; };
-    EXPECT_EQ(pthread_create(&thread, nullptr, body, nullptr), EAGAIN);
-    EXPECT_EQ(iopl(3), 0);
-    iopl(0);
-}
-
 TEST_F(MachineTest, FaultsOfTheDeviceStrikeAtTheirTime) {
     machine().reset(with_fault("speaker-absent", "", machine().now() + 1'000'000));
     const int before = open("/dev/console", O_RDONLY);
@@ -64,17 +43,6 @@ TEST_F(MachineTest, FaultsOfTheDeviceStrikeAtTheirTime) {
     usleep(1'000'000);
     EXPECT_EQ(open("/dev/console", O_RDONLY), -1);
     EXPECT_EQ(errno, ENOENT);
-}
-
-TEST_F(MachineTest, EventsAreKeptUntilCleared) {
-    machine().clear_events();
-    machine().event("test", "something", {{"value", std::int64_t{7}}});
-    ASSERT_EQ(machine().events().size(), 1u);
-    EXPECT_EQ(machine().events()[0].t, scheduler().now());
-    EXPECT_EQ(machine().events()[0].source, "test");
-    EXPECT_EQ(machine().events()[0].what, "something");
-    machine().clear_events();
-    EXPECT_TRUE(machine().events().empty());
 }
 
 } // namespace
