@@ -48,22 +48,6 @@ TEST_F(SpeakerTest, a_later_tone_is_not_cut_by_the_end_of_an_earlier_one) {
     EXPECT_EQ(speaker.peek_tones(), 2u);
 }
 
-TEST_F(SpeakerTest, a_tone_without_length_or_divider_is_silence) {
-    for (const auto& [divider, length_ms] : {std::pair{0u, 100u}, {2386u, 0u}}) {
-        speaker.set_divider(1193);
-        speaker.tone(divider, length_ms);
-        EXPECT_FALSE(speaker.sounding());
-    }
-}
-
-TEST_F(SpeakerTest, an_absent_speaker_makes_no_sound) {
-    speaker.set_present(false);
-    speaker.tone(2386, 100);
-    speaker.set_divider(1193);
-    EXPECT_FALSE(speaker.sounding());
-    EXPECT_THAT(surroundings.events, IsEmpty());
-}
-
 TEST_F(SpeakerTest, tells_an_observer_of_each_beginning_and_end) {
     std::vector<std::uint32_t> heard;
     speaker.set_on_change([&] { heard.push_back(speaker.frequency_hz()); });
