@@ -56,11 +56,4 @@ TEST(ScreenReader, TellsWhereTheEdgeCutsALetter) {
     EXPECT_EQ(read_text(picture.picture(), 240, 256, 0), "WW?");
 }
 
-TEST(ScreenReader, WhatIsNoLetterIsNoText) {
-    EXPECT_TRUE(read_screen(Picture{}).empty());
-    Picture lit{};
-    lit.fill(15);
-    EXPECT_TRUE(read_screen(lit).empty());
-}
-
 } // namespace
