@@ -79,7 +79,11 @@ TEST(NoHeap, CounterCounts) {
     std::unique_ptr<int> kept;
     EXPECT_EQ(requestsOf([&] { kept = std::make_unique<int>(1); }), 1);
     void* volatile memory = nullptr;
-    EXPECT_EQ(requestsOf([&] { memory = malloc(10); }), 1);
+    EXPECT_EQ(requestsOf([&] {
+                  free(memory);
+                  memory = malloc(10);
+              }),
+              1);
     EXPECT_GE(requestsOf([&] { memory = realloc(memory, 100000); }), 1);
     free(memory);
 }
