@@ -83,67 +83,33 @@ TEST(I2cLink, write_passes_a_raw_block_to_any_address) {
     EXPECT_EQ(link.write(0x80, block, 2), -8649);
 }
 
-TEST(HssLink, messages) {
+TEST(HssLink, messages_wait_while_bit_7_is_set) {
     RecordedPorts ports(base);
     const AttachedPorts attached(ports);
-    ports.answer(base + 4, {0x7F});
+    ports.answer(base + 4, {0x80, 0xFF, 0x7F});
     Myfplink_hss link(base);
+    link.put_cmd(static_cast<unsigned char>(0x15));
+    EXPECT_EQ(ports.take(), "r4 r4 r4 w6=15");
     for (const Message& message : messages) {
         message.send(link);
         EXPECT_EQ(ports.take(), message.onHss) << message.name;
     }
 }
 
-TEST(HssLink, waits_while_bit_7_is_set) {
+TEST(HssLink, reads_type_version_and_keys_and_writes_no_block) {
     RecordedPorts ports(base);
     const AttachedPorts attached(ports);
-    ports.answer(base + 4, {0x80, 0xFF, 0x00, 0x81, 0x01});
-    Myfplink_hss link(base);
-    link.put_cmd(static_cast<unsigned char>(0x15));
-    link.put_data(static_cast<unsigned char>(0x16));
-    EXPECT_EQ(ports.take(), "r4 r4 r4 w6=15 r4 r4 w5=16");
-}
-
-TEST(HssLink, init_resets_then_reads_type_and_version) {
-    RecordedPorts ports(base);
-    const AttachedPorts attached(ports);
-    ports.answer(base + 5, {0x3C});
-    ports.answer(base + 6, {7});
+    constexpr std::uint8_t registers[] = {0x3C, 7, 0x11, 0x22, 0x83, 0x94};
+    for (std::uint16_t i = 0; i < 6; ++i)
+        ports.answer(static_cast<std::uint16_t>(base + 5 + i), {registers[i]});
     Myfplink_hss link(base);
     link.init();
-    EXPECT_EQ(ports.take(), "w4=01 r5 r6");
     EXPECT_EQ(link.panelType, 0x3C);
     EXPECT_EQ(link.panelVersion, 7);
-}
-
-TEST(HssLink, key_status_is_four_bytes_and_write_is_not_supported) {
-    RecordedPorts ports(base);
-    const AttachedPorts attached(ports);
-    ports.answer(base + 7, {0x11});
-    ports.answer(base + 8, {0x22});
-    ports.answer(base + 9, {0x83});
-    ports.answer(base + 10, {0x94});
-    Myfplink_hss link(base);
     EXPECT_EQ(link.keyStatus(), 0x94832211U);
-    EXPECT_EQ(ports.take(), "r7 r8 r9 ra");
+    EXPECT_EQ(ports.take(), "w4=01 r5 r6 r7 r8 r9 ra");
     EXPECT_EQ(link.write(0x3C, &link, 1), -1);
     EXPECT_EQ(ports.take(), "");
-}
-
-TEST(HssLink, longer_forms_use_overridden_byte_operations) {
-    class Kept : public Myfplink_hss {
-    public:
-        std::string sent;
-        using Myfplink_hss::Myfplink_hss;
-        using Myfplink_hss::put_cmd;
-        using Myfplink_hss::put_data;
-        void put_cmd(unsigned char command) override { sent += static_cast<char>(command); }
-        void put_data(unsigned char data) override { sent += static_cast<char>(data + 32); }
-    } link(base);
-    link.put_cmd(static_cast<unsigned short>(0x4142));
-    link.put_cmd(0x43444546U);
-    link.put_data(0x41424344U);
-    EXPECT_EQ(link.sent, "BACDEFabcd");
 }
 
 TEST(FakeLink, does_nothing) {
