@@ -17,17 +17,6 @@ TEST(K4Parallel, WritesWaitsAndReadsTwice) {
     EXPECT_EQ(k4sim::machine().now() - begin, 10'000 + 6 * k4sim::access_us);
 }
 
-TEST(K4Parallel, RegistersCountFromTheBase) {
-    RecordedPorts ports(0x0A00);
-    const AttachedPorts attached(ports);
-    ports.answer(0x0A00, {2});
-    ports.answer(0x0A01, {9});
-    const K4parallel port(0x0A00);
-    EXPECT_EQ(port.readReg(0), 2);
-    EXPECT_EQ(port.readReg(1), 9);
-    EXPECT_EQ(ports.take(), "r0 w@0080=02 r1 w@0080=09");
-}
-
 TEST(K4Parallel, PutsOutEachPatternOfEachLine) {
     RecordedPorts ports;
     const AttachedPorts attached(ports);
@@ -45,17 +34,6 @@ TEST(K4Parallel, PutsOutEachPatternOfEachLine) {
             exchange(value);
     exchange(0);
     EXPECT_EQ(ports.take() + " ", expected);
-}
-
-TEST(K4Parallel, WithoutPrivilegeEverythingIsAbsent) {
-    RecordedPorts ports;
-    const AttachedPorts attached(ports);
-    k4sim::machine().set_privilege_refused(true);
-    K4parallel port(base);
-    EXPECT_EQ(port.readReg(0), 0xFF);
-    EXPECT_EQ(port.outNin(0), 0xFFU);
-    EXPECT_EQ(ports.take(), "");
-    k4sim::machine().set_privilege_refused(false);
 }
 
 } // namespace
