@@ -55,18 +55,6 @@ TEST(Ports, carry_port_number_and_byte) {
     }
 }
 
-TEST(Ports, block_counts_from_its_base) {
-    RecordedPorts ports(0x0A00);
-    const AttachedPorts attached(ports);
-    ports.answer(0x0A07, {0x31});
-    ports.answer(0x0A04, {0x83, 0x80, 0x7F, 0x80});
-    const PortBlock block(0x0A00);
-    EXPECT_EQ(block.in(7), 0x31);
-    block.out(0x0C, 0xFE);
-    block.waitClear(4, 0x80);
-    EXPECT_EQ(ports.take(), "r7 wc=fe r4 r4 r4");
-}
-
 TEST(Ports, are_out_of_reach_without_privilege) {
     RecordedPorts ports;
     const AttachedPorts attached(ports);
