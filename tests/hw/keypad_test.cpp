@@ -74,14 +74,6 @@ TEST(Keypad, NoiseStillMovesTheRememberedPosition) {
     EXPECT_EQ(keys.getkey(), 13);
 }
 
-TEST(Keypad, ModulusDependsOnThePanelVersion) {
-    CHfpK4keyBuf keys;
-    EXPECT_EQ(keys.init(0), 16);
-    EXPECT_EQ(keys.init(7), 16);
-    EXPECT_EQ(keys.init(8), 64);
-    EXPECT_EQ(keys.init(255), 64);
-}
-
 // Each key's bit, level when pressed, and character on the panel.
 TEST(Keypad, EveryKeyGivesItsCodeWhenPressedAndReleased) {
     const struct {
@@ -102,15 +94,12 @@ TEST(Keypad, EveryKeyGivesItsCodeWhenPressedAndReleased) {
     EXPECT_STREQ(CHfpK4keyBuf::keyCharacters, "0123456789*#LRKEACDMhH");
 }
 
-TEST(Keypad, TheFirstWordReportsHeldKeysButNoSteps) {
-    CHfpK4keyBuf keys;
-    EXPECT_EQ(keys.analyze(positions(9, 100) ^ (1U << 6 | 1U << 23)), 2);
-    EXPECT_EQ(drain(keys), (std::vector{7, 19}));
-}
-
 TEST(Keypad, EventsOfOneWordComeInBitOrderAfterTheSteps) {
     CHfpK4keyBuf keys;
+    EXPECT_EQ(keys.analyze(positions(9, 100) ^ (1U << 6 | 1U << 23)), 2) << "no steps at first";
+    EXPECT_EQ(drain(keys), (std::vector{7, 19}));
     keys.analyze(positions(4, 4));
+    drain(keys);
     EXPECT_EQ(keys.analyze(positions(3, 6) ^ (0x0000FFFF | 1U << 23 | 1U << 31)), 19)
         << "the ring is full";
     EXPECT_EQ(drain(keys),
@@ -164,9 +153,4 @@ TEST(Keypad, GetallStopsAtTheFirstOtherEvent) {
     EXPECT_EQ(keys.getall(13), 3);
     EXPECT_EQ(keys.getall(13), 0);
     EXPECT_EQ(drain(keys), (std::vector{0, 13}));
-}
-
-TEST(Keypad, OnlyTheLow32BitsOfAWordCount) {
-    CHfpK4keyBuf keys;
-    EXPECT_EQ(keys.analyze(~0UL << 16 << 16 | allUp), 0);
 }
