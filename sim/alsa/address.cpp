@@ -21,7 +21,7 @@ std::string text_of(snd_config_t* node, const char* field) {
     char* text = nullptr;
     if (snd_config_search(node, field, &found) < 0 || snd_config_get_ascii(found, &text) < 0)
         return {};
-    const std::string result(text);
+    std::string result(text);
     std::free(text);
     return result;
 }
