@@ -26,31 +26,12 @@ struct Mixer : Opened<snd_mixer_t, snd_mixer_close> {
         snd_mixer_selem_id_free(id);
         return found;
     }
-    // "Line Out: playback 0..127 switch", one for each element.
-    std::vector<std::string> list() {
-        std::vector<std::string> lines;
+    std::vector<std::string> names() {
+        std::vector<std::string> found;
         for (snd_mixer_elem_t* element = snd_mixer_first_elem(*this); element != nullptr;
              element = snd_mixer_elem_next(element))
-            lines.push_back(describe(element));
-        return lines;
-    }
-
-private:
-    static std::string describe(snd_mixer_elem_t* element) {
-        std::string line = std::string(snd_mixer_selem_get_name(element)) + ":";
-        long minimum = 0;
-        long maximum = 0;
-        if (snd_mixer_selem_has_playback_volume(element)) {
-            snd_mixer_selem_get_playback_volume_range(element, &minimum, &maximum);
-            line += " playback " + std::to_string(minimum) + ".." + std::to_string(maximum);
-        }
-        if (snd_mixer_selem_has_playback_switch(element)) line += " playback switch";
-        if (snd_mixer_selem_has_capture_volume(element)) {
-            snd_mixer_selem_get_capture_volume_range(element, &minimum, &maximum);
-            line += " capture " + std::to_string(minimum) + ".." + std::to_string(maximum);
-        }
-        if (snd_mixer_selem_has_capture_switch(element)) line += " capture switch";
-        return line;
+            found.emplace_back(snd_mixer_selem_get_name(element));
+        return found;
     }
 };
 
@@ -105,22 +86,15 @@ TEST_F(AlsaControlTest, TheSettingsOfTheUserPlayNoPart) {
 
 TEST_F(AlsaControlTest, TheSimpleMixerHasTheElementsOfTheBoard) {
     using testing::UnorderedElementsAre;
-    EXPECT_THAT(Mixer("default").list(),
-                UnorderedElementsAre("Headphone: playback 0..127 playback switch",
-                                     "Line Out: playback 0..127 playback switch",
-                                     "Line In: capture 0..63 capture switch",
-                                     "Line In Level: capture 0..15"));
+    EXPECT_THAT(Mixer("default").names(),
+                UnorderedElementsAre("Headphone", "Line Out", "Line In", "Line In Level"));
     use_board(Board::plain);
-    EXPECT_THAT(Mixer("hw:0").list(),
-                UnorderedElementsAre("Headphone: playback 0..127 playback switch",
-                                     "Line Out: playback 0..127 playback switch",
-                                     "Line In: capture 0..31 capture switch",
-                                     "Line In Level: capture 0..15", "MicBoost: playback switch",
-                                     "Phantom: playback switch"));
+    EXPECT_THAT(Mixer("hw:0").names(),
+                UnorderedElementsAre("Headphone", "Line Out", "Line In", "Line In Level",
+                                     "MicBoost", "Phantom"));
     card().set_control_missing("Line In Level");
-    Mixer mixer("default");
-    EXPECT_EQ(mixer.element("Line In Level"), nullptr);
-    EXPECT_NE(mixer.element("Phantom"), nullptr);
+    EXPECT_THAT(Mixer("default").names(),
+                UnorderedElementsAre("Headphone", "Line Out", "Line In", "MicBoost", "Phantom"));
 }
 
 TEST_F(AlsaControlTest, TheSimpleMixerReachesTheCodec) {
