@@ -196,13 +196,4 @@ TEST_F(EngineTest, counts_what_a_driver_does_too_early) {
     EXPECT_EQ(cpld.protocol_errors(), 2u);
 }
 
-TEST_F(EngineTest, tells_nothing_of_a_panel_that_does_not_answer) {
-    panel.set_dead();
-    write({0x00});
-    EXPECT_THAT(read(1), ElementsAre(0xFF));
-    bus.set_sda_stuck(false);
-    EXPECT_THAT(read(2), ElementsAre(0x00, 0x00));
-    EXPECT_EQ(cpld.protocol_errors(), 0u);
-}
-
 } // namespace
