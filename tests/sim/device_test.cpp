@@ -36,19 +36,6 @@ TEST(DeviceTest, each_board_answers_at_its_base_alone) {
     }
 }
 
-TEST(DeviceTest, board_none_reads_ff_and_swallows_writes) {
-    FakeSurroundings surroundings;
-    Device device(Board::none, surroundings);
-    for (unsigned port = 0; port < 0x10000; ++port) {
-        device.out(static_cast<std::uint16_t>(port), 0x01);
-        ASSERT_EQ(device.in(static_cast<std::uint16_t>(port)), 0xFF) << port;
-    }
-    EXPECT_EQ(device.panel(), nullptr);
-    EXPECT_EQ(device.oled(), nullptr);
-    EXPECT_EQ(device.keys(), nullptr);
-    EXPECT_EQ(device.cpld(), nullptr);
-}
-
 std::string some_value(const k4sim::Fault& fault) {
     switch (fault.value) {
     case k4sim::Fault::Value::none:
