@@ -17,11 +17,9 @@ namespace {
 class NotingSlave final : public k4sim::I2cSlave {
 public:
     std::vector<std::string> notes;
-    unsigned refuse_from = 1000; // data byte of a write that is not acknowledged
 
     bool begin_write() override {
         notes.push_back("write");
-        received_ = 0;
         return true;
     }
     bool begin_read() override {
@@ -31,12 +29,11 @@ public:
     }
     bool write_byte(std::uint8_t byte) override {
         notes.push_back(std::to_string(byte));
-        return ++received_ < refuse_from;
+        return true;
     }
     std::uint8_t read_byte() override { return next_++; }
 
 private:
-    unsigned received_ = 0;
     std::uint8_t next_ = 0;
 };
 
