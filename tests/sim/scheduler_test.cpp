@@ -37,17 +37,6 @@ TEST(Scheduler, SpendRunsTimersOnTheWayAtTheirOwnTime) {
     EXPECT_THAT(seen, ElementsAre(3, 5, 7));
 }
 
-TEST(Scheduler, TimerMayPlanTheNext) {
-    const Microseconds start = scheduler().now();
-    int count = 0;
-    std::function<void()> tick = [&] {
-        if (++count < 5) scheduler().at(scheduler().now() + 10, tick);
-    };
-    scheduler().at(start + 10, tick);
-    scheduler().wait(nullptr, start + 1000);
-    EXPECT_EQ(count, 5);
-}
-
 TEST(Scheduler, ThreadsThatComputeTakeTurnsByTheSlice) {
     for (const auto& [step_us, expected] :
          {std::pair{slice_us, "ababab"}, {slice_us / 4, "aaabbb"}}) {
