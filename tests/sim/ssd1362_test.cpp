@@ -195,18 +195,4 @@ TEST_F(Ssd1362Test, the_version_grows_only_with_what_can_be_seen) {
     EXPECT_FALSE(changed()) << "asleep";
 }
 
-TEST_F(Ssd1362Test, reset_restores_registers_and_keeps_the_ram) {
-    start();
-    const Picture picture = random_picture(7);
-    send(picture);
-    commands({0xA7, 0xFD, 0x16});
-    oled.reset();
-    EXPECT_FALSE(oled.peek_on());
-    EXPECT_FALSE(oled.peek_locked());
-    EXPECT_EQ(oled.peek_contrast(), 0x7F);
-    EXPECT_EQ(oled.peek_parameter(0xA0), 0x40);
-    commands({0xA0, 0xC3, 0xAF});
-    EXPECT_EQ(oled.picture(), picture);
-}
-
 } // namespace
