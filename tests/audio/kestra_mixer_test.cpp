@@ -39,12 +39,8 @@ protected:
 };
 
 TEST_F(KestraMixer, SetsThePowerOnStateOfEachBoard) {
-    const struct {
-        Board board;
-        int inputLevel;
-    } cases[] = {{Board::aes, 24}, {Board::plain, 0}};
-    for (const auto& c : cases) {
-        ASSERT_EQ(open(c.board), 0);
+    for (const auto& [board, inputLevel] : {std::pair{Board::aes, 24}, {Board::plain, 0}}) {
+        ASSERT_EQ(open(board), 0);
         mixer.setHPout(9, 3);
         mixer.setIngain(9, 3);
         mixer.setMicgain(true, 3);
@@ -53,7 +49,7 @@ TEST_F(KestraMixer, SetsThePowerOnStateOfEachBoard) {
         EXPECT_THAT(settings().line_out, ElementsAre(127, 127));
         EXPECT_THAT(settings().headphone, ElementsAre(0, 0));
         EXPECT_THAT(settings().line_in_level, ElementsAre(0, 0));
-        EXPECT_THAT(settings().line_in, ElementsAre(c.inputLevel, c.inputLevel));
+        EXPECT_THAT(settings().line_in, ElementsAre(inputLevel, inputLevel));
         for (const auto& on :
              {settings().line_out_on, settings().headphone_on, settings().line_in_on})
             EXPECT_THAT(on, ElementsAre(true, true));
@@ -79,13 +75,12 @@ TEST_F(KestraMixer, SwitchesPhantomPowerAndBoostOfEachInput) {
     const struct {
         bool on;
         int mask;
-        bool input1;
-        bool input2;
-    } steps[] = {
-        {true, 3, true, true},    {false, 1, false, true},   {true, 1, true, true},
-        {false, 2, true, false},  {false, -1, false, false}, {true, -1, true, true},
-        {false, 3, false, false},
-    };
+        bool input1, input2;
+    } steps[] = {{true, 3, true, true},
+                 {false, 1, false, true},
+                 {true, 1, true, true},
+                 {false, 2, true, false},
+                 {false, -1, false, false}};
     for (const auto& step : steps) {
         EXPECT_EQ(mixer.setPhantom(step.on, step.mask), 0);
         EXPECT_EQ(mixer.setMicgain(step.on, step.mask), 0);
