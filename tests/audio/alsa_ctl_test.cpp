@@ -87,20 +87,16 @@ TEST_F(AlsaCtl, TellsWhyItCannot) {
 // value from the first call on.
 TEST_F(AlsaCtl, ProgramsOneRateAfterTheOther) {
     KLkestraALSActl control;
-    const struct {
-        int rate_hz;
-        int rateCode;
-        int channelStatus0;
-    } rates[] = {{32000, 0x14, 0xC1}, {44100, 0x80, 0x41}, {48000, 0x00, 0x81}};
-    for (const auto& rate : rates) {
-        EXPECT_EQ(control.set(rate.rate_hz, rate.rate_hz, false), 0);
+    for (const auto& [rate_hz, rateCode, channelStatus0] :
+         {std::tuple{32000, 0x14, 0xC1}, {44100, 0x80, 0x41}, {48000, 0x00, 0x81}}) {
+        EXPECT_EQ(control.set(rate_hz, rate_hz, false), 0);
         EXPECT_FALSE(control.isOpen());
         ASSERT_EQ(card.open("hw:0,1"), 0);
         KLTctlRecord record;
         EXPECT_EQ(card.get(record, transmitterRate, KLTctlKind::integers), 0);
-        EXPECT_EQ(record.integer(0), rate.rateCode);
+        EXPECT_EQ(record.integer(0), rateCode);
         EXPECT_EQ(card.get(record, channelStatus, KLTctlKind::bytes), 0);
-        EXPECT_EQ(record.bytes[0], rate.channelStatus0);
+        EXPECT_EQ(record.bytes[0], channelStatus0);
     }
     EXPECT_EQ(control.init(), -1);
     EXPECT_EQ(control.set(0, 0, false), -1);
