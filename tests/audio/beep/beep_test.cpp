@@ -51,13 +51,8 @@ TEST_F(Beep, TonesUseTheDividerOfTheTimerClock) {
     beeper.sound(-5);
     beeper.stop();
     EXPECT_EQ(takeConsoleLog(), (Log{"sound 59", "sound 0", "sound 0", "sound 0"}));
-}
-
-TEST_F(Beep, ToneWithoutPitchOrLengthDoesNothing) {
-    beeper.beep(0, 100, true);
-    beeper.beep(-1, 100, true);
-    beeper.beep(500, 0, true);
-    beeper.beep(500, -1, true);
+    for (const auto& [freq, ms] : {std::pair{0, 100}, {-1, 100}, {500, 0}, {500, -1}})
+        beeper.beep(freq, ms, true);
     EXPECT_EQ(takeConsoleLog(), Log{});
 }
 
@@ -95,12 +90,11 @@ TEST_F(Beep, CallerPacesAMelodyByTheReturnedDurations) {
     beeper.melody("c4");
     beeper.stop();
     EXPECT_EQ(beeper.melodyNext(), 0);
-    beeper.melody("c4");
-    beeper.melody(static_cast<const char*>(nullptr));
-    EXPECT_EQ(beeper.melodyNext(), 0);
-    beeper.melody("c4");
-    beeper.melody("");
-    EXPECT_EQ(beeper.melodyNext(), 0);
+    for (const char* const none : {static_cast<const char*>(nullptr), ""}) {
+        beeper.melody("c4");
+        beeper.melody(none);
+        EXPECT_EQ(beeper.melodyNext(), 0);
+    }
 }
 
 constexpr unsigned long note(unsigned long freq, unsigned long ms) { return ms << 16 | freq; }
@@ -115,16 +109,10 @@ TEST_F(Beep, NumberMelodyIsPlayedToItsEnd) {
     scale.push_back(0);
     beeper.playall(scale.data());
     EXPECT_EQ(takeConsoleLog().size(), 201u);
-    const unsigned long none[] = {0};
-    beeper.playall(none);
+    const unsigned long unheard[] = {note(440, 0), note(440, 10), 0}; // ends without duration
+    beeper.playall(unheard);
     beeper.playall(static_cast<const unsigned long*>(nullptr));
     EXPECT_EQ(takeConsoleLog(), (Log{"sound 0", "sound 0"}));
-}
-
-TEST_F(Beep, EntryWithoutDurationEndsPlayingUnheard) {
-    const unsigned long notes[] = {note(440, 10), note(440, 0), note(440, 10), 0};
-    beeper.playall(notes);
-    EXPECT_EQ(takeConsoleLog(), (Log{"sound 0", "tone 2711 10", "sleep 10000"}));
 }
 
 TEST_F(Beep, ClosedDeviceTakesTheTimeInSilence) {
