@@ -74,52 +74,22 @@ TEST_F(AesebuTest, StartsTheTimeAgainWhenTheCableMoves) {
 
 // Until the next start or the end of the unit.
 TEST_F(AesebuTest, HoldsWhatItHadOpenedWhenItFails) {
-    const struct {
-        void (*breakCard)();
-        const char* text;
-        bool captureHeld;
-        bool playbackHeld;
-    } cases[] = {
-        {[] { card().remove_receiver(); }, "Cannot open 'hw:0,1' capture", false, false},
-        {[] { card().remove_transmitter(); }, "Cannot open 'hw:0,1' playback", true, false},
-        {[] {
-             k4sim::machine().apply_fault({"aes-transmitter-refuses", "", 0});
-         },
-         "SR config error -1", true, true},
-    };
-    for (const auto& c : cases) {
-        k4sim::machine().reset();
-        c.breakCard();
+    card().remove_transmitter();
+    ASSERT_EQ(unit->start(true), 0);
+    unit->waitend();
+    EXPECT_FALSE(isFree(Direction::capture));
+    k4sim::machine().reset();
+    k4sim::machine().apply_fault({"aes-transmitter-refuses", "", 0});
+    for (int start = 0; start < 2; ++start) { // not kept out by what it holds itself
         ASSERT_EQ(unit->start(true), 0);
         unit->waitend();
-        EXPECT_EQ(characters(unit->info()), c.text);
-        EXPECT_TRUE(!c.captureHeld || !isFree(Direction::capture)) << c.text;
-        EXPECT_TRUE(!c.playbackHeld || !isFree(Direction::playback)) << c.text;
+        EXPECT_EQ(characters(unit->info()), "SR config error -1");
+        EXPECT_FALSE(isFree(Direction::capture));
+        EXPECT_FALSE(isFree(Direction::playback));
     }
-    ASSERT_EQ(unit->start(true), 0); // not kept out by what it holds itself
-    unit->waitend();
-    EXPECT_EQ(characters(unit->info()), "SR config error -1");
     unit.reset();
     EXPECT_TRUE(isFree(Direction::capture));
     EXPECT_TRUE(isFree(Direction::playback));
-}
-
-TEST_F(AesebuTest, EndsWhenTheCardGoes) {
-    const struct {
-        const char* during;
-        const char* text;
-    } cases[] = {
-        {"Wait for cable unplugged", "Cannot get AES lock status"},
-        {"Wait for 32000 Hz 'LOCK'", "Cannot get AES stream info"},
-    };
-    for (const auto& c : cases) {
-        k4sim::machine().reset();
-        ASSERT_EQ(unit->start(true), 0);
-        timeTo(c.during);
-        card().remove();
-        EXPECT_LE(timeTo(c.text), 2 * pass_us);
-        unit->waitend();
-    }
 }
 
 TEST_F(AesebuTest, StopsWithItsTextAsItWas) {
