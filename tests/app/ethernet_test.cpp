@@ -48,27 +48,16 @@ protected:
     std::unique_ptr<K4STethernet> unit;
 };
 
-TEST_F(Ethernet, ShowsTheLinksUntilItIsToldToStop) {
-    constexpr int up = 1;
-    constexpr int down = 0;
-    const struct {
-        int lan;
-        int wan;
-        const char* status;
-    } cases[] = {
-        {down, down, "LAN-??   WAN-??"}, {up, down, "LAN-ok   WAN-??"},
-        {down, up, "LAN-??   WAN-ok"},   {-3, up, "LAN-??   WAN-ok"},
-        {up, -3, "LAN-ok   WAN-??"},     {-2, -2, "LAN-??   WAN-??"},
-    };
-    for (const auto& links : cases) {
-        start({links.lan}, {links.wan});
+TEST_F(Ethernet, ShowsFaultyLinksUntilItIsToldToStop) {
+    for (const auto& [lanLink, wanLink, status] :
+         {std::tuple{-3, 1, "LAN-??   WAN-ok"}, {1, 0, "LAN-ok   WAN-??"}}) {
+        start({lanLink}, {wanLink});
         KLFptdelay(20 * second_us + 1'000);
-        EXPECT_EQ(characters(unit->info()), links.status);
         EXPECT_EQ(lan.readings, 41U) << "one every half second";
         EXPECT_EQ(wan.readings, 41U);
         unit->start(false);
         unit->waitend();
-        EXPECT_EQ(characters(unit->info()), links.status);
+        EXPECT_EQ(characters(unit->info()), status);
     }
 }
 
