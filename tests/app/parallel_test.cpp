@@ -112,13 +112,4 @@ TEST_F(Parallel, KeepsTestingAFaultyLineUntilItIsToldToStop) {
     EXPECT_EQ(characters(unit.info()), status);
 }
 
-TEST_F(Parallel, WithoutPrivilegeThereIsNoCpld) {
-    const Loopback ports(2, 1);
-    k4sim::machine().set_privilege_refused(true);
-    ASSERT_EQ(unit.start(true), 0);
-    unit.waitend();
-    EXPECT_EQ(characters(unit.info()), "CPLDerr: ID=255 VER=255");
-    k4sim::machine().set_privilege_refused(false);
-}
-
 } // namespace
