@@ -47,20 +47,15 @@ TEST_F(Unit, StartsOneThreadAndStopsWhenAsked) {
     EXPECT_EQ(unit.runs, 1);
 }
 
-class BriefUnit : public K4unit<BriefUnit> {
-public:
-    ~BriefUnit() { end(); }
-    KLTastr info() override { return running() ? "running" : "idle"; }
-    void tfunc() { ++runs; }
-
-    int runs = 0;
-};
-
 TEST_F(Unit, StopRequestReachesOnlyARunningTest) {
-    BriefUnit unit;
+    struct Brief : K4unit<Brief> {
+        ~Brief() { end(); }
+        KLTastr info() override { return running() ? "running" : "idle"; }
+        void tfunc() { ++runs; }
+        int runs = 0;
+    } unit;
     EXPECT_EQ(unit.start(false), 0);
     EXPECT_FALSE(unit.stopRequested());
-    unit.waitend();
     for (int run = 1; run <= 2; ++run) {
         ASSERT_EQ(unit.start(true), 0);
         while (characters(unit.info()) == "running")
@@ -114,26 +109,26 @@ TEST_F(Unit, DestructionRightAfterTheStartIsSafe) {
     }
 }
 
-struct Scripted : K4test {
-    int start(bool) override { return 0; }
-    void waitend() override {}
-    KLTastr info() override { return text; }
-    const char* text = "";
-};
-
 TEST_F(Unit, ChangeReportsEachNewTextOnce) {
-    Scripted unit;
+    struct Scripted : K4test {
+        int start(bool) override { return 0; }
+        void waitend() override {}
+        KLTastr info() override { return text; }
+        const char* text = "";
+    } unit;
     KLTastr current("before");
-    const struct {
-        const char* text;
-        bool changed;
-    } polls[] = {{"", false},  {"12 good", true}, {"12 good", false}, {"13 good", true},
-                 {"OK", true}, {"ok", true},      {"ok", false},      {"OK ", true},
-                 {"", true},   {"", false}};
-    for (const auto& poll : polls) {
-        unit.text = poll.text;
-        EXPECT_EQ(unit.change(current), poll.changed) << poll.text;
-        EXPECT_EQ(characters(current), poll.text);
+    for (const auto& [text, changed] : {std::pair{"", false},
+                                        {"12 good", true},
+                                        {"12 good", false},
+                                        {"13 good", true},
+                                        {"OK", true},
+                                        {"ok", true},
+                                        {"OK ", true},
+                                        {"", true},
+                                        {"", false}}) {
+        unit.text = text;
+        EXPECT_EQ(unit.change(current), changed) << text;
+        EXPECT_EQ(characters(current), text);
     }
 }
 
@@ -145,18 +140,16 @@ struct Counter {
 TEST_F(Unit, BindingRunsItsMemberFunctionOrNothing) {
     Counter counter;
     KLTpthreadT<Counter> thread;
-    ASSERT_EQ(thread.run(), 0);
-    thread.waitend();
-    EXPECT_TRUE(thread.finished());
-    EXPECT_EQ(counter.value, 0);
+    const auto runs = [&] {
+        EXPECT_EQ(thread.run(), 0);
+        thread.waitend();
+        return counter.value;
+    };
+    EXPECT_EQ(runs(), 0);
     thread.bind(&counter, &Counter::count);
-    ASSERT_EQ(thread.run(), 0);
-    thread.waitend();
-    EXPECT_EQ(counter.value, 1);
+    EXPECT_EQ(runs(), 1);
     thread.bind(&counter, nullptr);
-    ASSERT_EQ(thread.run(), 0);
-    thread.waitend();
-    EXPECT_EQ(counter.value, 1);
+    EXPECT_EQ(runs(), 1);
 }
 
 } // namespace
