@@ -100,28 +100,4 @@ TEST(AutoOperator, TakesNumbersForNoChange) {
     EXPECT_TRUE(bench.program.aborted());
 }
 
-TEST(AutoOperator, PlugsEachCableOnceWhenItIsAskedFor) {
-    Bench bench;
-    bench.program.set_other_status("Wait for cable unplugged");
-    bench.run(60 * second);
-    const auto plugs = [&bench] {
-        return std::ranges::count_if(bench.surroundings.events, [](const std::string& event) {
-            return event.starts_with("operator plug");
-        });
-    };
-    bench.person.console_line("Silence: RMS=  -90.0");
-    bench.surroundings.advance(10 * second);
-    EXPECT_EQ(plugs(), 0);
-    bench.program.set_other_status("Wait for 32000 Hz 'LOCK'");
-    bench.surroundings.advance(10 * second);
-    EXPECT_TRUE(bench.device.sound_card().aes()->cable());
-    EXPECT_EQ(bench.device.sound_card().codec().cable(), AnalogCable::unplugged);
-    bench.program.set_other_status("Wait for 44100 Hz 'LOCK'");
-    bench.person.console_line("Check for loopback audio");
-    bench.person.console_line("Check for loopback audio");
-    bench.surroundings.advance(10 * second);
-    EXPECT_EQ(bench.device.sound_card().codec().cable(), AnalogCable::straight);
-    EXPECT_EQ(plugs(), 2);
-}
-
 } // namespace
