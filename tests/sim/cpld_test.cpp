@@ -57,20 +57,6 @@ TEST_F(HssTest, the_bytes_of_a_key_word_belong_together) {
     EXPECT_EQ(panel.keys().peek_reads(), 2u);
 }
 
-TEST_F(HssTest, a_dead_panel_reads_ff_and_takes_no_byte) {
-    panel.set_dead();
-    for (unsigned offset = 5; offset <= 10; ++offset)
-        EXPECT_EQ(cpld.in(base + offset), 0xFF);
-    EXPECT_FALSE(busy());
-    cpld.out(base + 6, 0xAF);
-    surroundings.advance(60'000'000);
-    EXPECT_TRUE(busy());
-    EXPECT_FALSE(panel.oled().peek_on());
-    cpld.out(base + 4, 1);
-    EXPECT_FALSE(busy());
-    EXPECT_EQ(surroundings.events.back(), "cpld link-reset");
-}
-
 TEST(AesTest, has_microphone_switches_and_a_watchdog_beside_the_port) {
     FakeSurroundings surroundings;
     Panel panel(0x3C, 9, surroundings);
@@ -90,29 +76,6 @@ TEST(AesTest, has_microphone_switches_and_a_watchdog_beside_the_port) {
     EXPECT_EQ(cpld.peek_watchdog_writes(), 3u);
     EXPECT_THAT(surroundings.events, ElementsAre("cpld microphone boost=5 phantom=4",
                                                  "cpld watchdog value=7", "cpld watchdog value=8"));
-}
-
-TEST(CpldI2cTest, the_line_register_drives_and_reads_the_bus) {
-    FakeSurroundings surroundings;
-    Panel panel(0x3C, 5, surroundings);
-    I2cBus bus;
-    bus.attach(0x3C, panel);
-    k4sim::CpldI2c cpld(bus);
-    EXPECT_EQ(cpld.in(base + 1), 6);
-    const auto lines = [&](std::initializer_list<std::uint8_t> values) {
-        for (const std::uint8_t value : values)
-            cpld.out(base + 4, value);
-    };
-    lines({3, 2, 0}); // start condition
-    for (const bool bit : {0, 1, 1, 1, 1, 0, 0, 0}) {
-        const std::uint8_t sda = bit;
-        lines({sda, static_cast<std::uint8_t>(2 | sda), sda});
-    }
-    lines({1, 3});
-    EXPECT_EQ(cpld.in(base + 4) & 1, 0) << "the panel acknowledges its address";
-    lines({0, 2, 3});
-    EXPECT_EQ(cpld.in(base + 4) & 1, 1);
-    EXPECT_EQ(cpld.in(base + 5), 0xFF);
 }
 
 class EngineTest : public testing::Test {
