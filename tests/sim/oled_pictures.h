@@ -61,3 +61,14 @@ inline void expect_modes(k4sim::Oled& oled,
         EXPECT_EQ(oled.picture(), seen);
     }
 }
+
+// Lit are the lines from `first` to `last`, with the picture from `first_row` on in line 0.
+inline void expect_rows(const k4sim::Picture& seen, const k4sim::Picture& picture, unsigned first,
+                        unsigned last, unsigned first_row) {
+    constexpr unsigned x = 77;
+    for (unsigned y = 0; y < k4sim::glass_height; ++y) {
+        const unsigned row = (y + first_row) % k4sim::glass_height;
+        const unsigned expected = first <= y && y <= last ? pixel(picture, x, row) : 0;
+        EXPECT_EQ(pixel(seen, x, y), expected) << "row " << y << " from " << first_row;
+    }
+}
