@@ -18,34 +18,6 @@ unsigned looped(Device& device, unsigned pattern) {
     return device.in(input);
 }
 
-TEST(ParallelLoopback, a_fault_of_a_line_shows_in_what_is_read) {
-    const struct {
-        std::string_view fault, value;
-        // Read when driven: 0, all but line 3, line 3 alone, line 4 alone, all.
-        unsigned none, others, line, next, all;
-    } cases[] = {
-        {"parallel-high", "3", 0x08, 0xFF, 0x08, 0x18, 0xFF},
-        {"parallel-low", "3", 0x00, 0xF7, 0x00, 0x10, 0xF7},
-        {"parallel-open", "3", 0x00, 0xF7, 0x00, 0x10, 0xF7},
-        {"parallel-inverted", "3", 0x08, 0xFF, 0x00, 0x18, 0xF7},
-        {"parallel-tied-high", "3", 0x00, 0xFF, 0x18, 0x18, 0xFF},
-        {"parallel-tied-low", "3", 0x00, 0xE7, 0x00, 0x00, 0xFF},
-        {"parallel-flaky", "3:1", 0x08, 0xFF, 0x00, 0x18, 0xF7},
-        {"parallel-high", "0", 0x01, 0xF7, 0x09, 0x11, 0xFF},
-        {"parallel-low", "7", 0x00, 0x77, 0x08, 0x10, 0x7F},
-    };
-    for (const auto& row : cases) {
-        FakeSurroundings surroundings;
-        Device device(Board::aes, surroundings);
-        ASSERT_TRUE(device.set_fault(row.fault, row.value)) << row.fault;
-        EXPECT_EQ(looped(device, 0x00), row.none) << row.fault;
-        EXPECT_EQ(looped(device, 0xF7), row.others) << row.fault;
-        EXPECT_EQ(looped(device, 0x08), row.line) << row.fault;
-        EXPECT_EQ(looped(device, 0x10), row.next) << row.fault;
-        EXPECT_EQ(looped(device, 0xFF), row.all) << row.fault;
-    }
-}
-
 TEST(ParallelLoopback, a_flaky_line_is_wrong_once_in_each_run_of_readings) {
     constexpr unsigned run = 66, runs = 50;
     const auto wrong_places = [](std::uint64_t seed) {
