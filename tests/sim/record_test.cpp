@@ -26,8 +26,9 @@ std::string read(const fs::path& path) {
 
 using Recording = ScratchFolderTest;
 
-std::string picture_line(const std::string& what, const std::string& pixels) {
-    return R"({"t":7,"source":"oled","event":")" + what + R"(","pixels":")" + pixels + "\"}";
+std::string picture_line(const std::string& what, const std::string& pixels, int t = 7) {
+    return R"({"t":)" + std::to_string(t) + R"(,"source":"oled","event":")" + what +
+           R"(","pixels":")" + pixels + "\"}";
 }
 
 TEST_F(Recording, SortsTheReportIntoFiles) {
@@ -97,8 +98,7 @@ std::string pixels_of(const Picture& picture) {
 
 std::string table_line(int t, const std::string& parallel, const std::string& panel) {
     const StatusPicture table({{"ParallelPrt", parallel}, {"", ""}, {"Frontpanel", panel}});
-    return R"({"t":)" + std::to_string(t) + R"(,"source":"oled","event":"picture","pixels":")" +
-           pixels_of(table.picture()) + "\"}";
+    return picture_line("picture", pixels_of(table.picture()), t);
 }
 
 // The rows of the table as "name status since".
