@@ -127,31 +127,6 @@ TEST(SoundCard, EveryFormatCarriesTheSameSignal) {
     EXPECT_EQ(frame.right, full_scale - 2);
 }
 
-TEST(SoundCard, BeingLateBreaksAStreamOffUntilItIsPreparedAgain) {
-    Bench bench;
-    bench.open_both(48000, 4800);
-    std::vector<std::int16_t> silence(4800 * 6);
-    EXPECT_EQ(bench.playback().write(silence.data(), 4800), 4800U);
-    EXPECT_EQ(bench.playback().write(silence.data(), 1), 0U);
-    ASSERT_TRUE(bench.playback().start());
-    ASSERT_TRUE(bench.capture().start());
-    bench.surroundings.advance(100 * ms);
-    EXPECT_EQ(bench.playback().state(), State::running);
-    EXPECT_EQ(bench.capture().state(), State::running);
-    EXPECT_EQ(bench.capture().available(), 4800U);
-    bench.surroundings.advance(1 * ms);
-    EXPECT_EQ(bench.playback().state(), State::xrun);
-    EXPECT_EQ(bench.capture().state(), State::xrun);
-    EXPECT_EQ(bench.playback().position(), 4800);
-    EXPECT_EQ(bench.playback().write(silence.data(), 1), 0U);
-    EXPECT_EQ(bench.capture().read(silence.data(), 1), 0U);
-    EXPECT_TRUE(bench.saw("sound underrun device=0 stream=playback position=4800"));
-    EXPECT_TRUE(bench.saw("sound overrun device=0 stream=capture position=4800"));
-    bench.playback().prepare();
-    EXPECT_EQ(bench.playback().write(silence.data(), 4801), 4800U);
-    EXPECT_TRUE(bench.playback().start());
-}
-
 TEST(SoundCard, ElementsKeepWhatFitsAndRefuseTheRest) {
     Bench bench;
     std::array<std::int32_t, control_values_max> values{127, 100};
