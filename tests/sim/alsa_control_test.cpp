@@ -18,14 +18,6 @@ struct Mixer : Opened<snd_mixer_t, snd_mixer_close> {
         EXPECT_EQ(snd_mixer_selem_register(*this, nullptr, nullptr), 0);
         EXPECT_EQ(snd_mixer_load(*this), 0);
     }
-    snd_mixer_elem_t* element(const char* name) {
-        snd_mixer_selem_id_t* id = nullptr;
-        snd_mixer_selem_id_malloc(&id);
-        snd_mixer_selem_id_set_name(id, name);
-        snd_mixer_elem_t* const found = snd_mixer_find_selem(*this, id);
-        snd_mixer_selem_id_free(id);
-        return found;
-    }
     std::vector<std::string> names() {
         std::vector<std::string> found;
         for (snd_mixer_elem_t* element = snd_mixer_first_elem(*this); element != nullptr;
@@ -95,26 +87,6 @@ TEST_F(AlsaControlTest, TheSimpleMixerHasTheElementsOfTheBoard) {
     card().set_control_missing("Line In Level");
     EXPECT_THAT(Mixer("default").names(),
                 UnorderedElementsAre("Headphone", "Line Out", "Line In", "MicBoost", "Phantom"));
-}
-
-TEST_F(AlsaControlTest, TheSimpleMixerReachesTheCodec) {
-    use_board(Board::plain);
-    Mixer mixer("default");
-    snd_mixer_elem_t* const out = mixer.element("Line Out");
-    ASSERT_NE(out, nullptr);
-    EXPECT_EQ(snd_mixer_selem_set_playback_volume(out, SND_MIXER_SCHN_FRONT_RIGHT, 100), 0);
-    EXPECT_EQ(snd_mixer_selem_set_playback_switch_all(out, 1), 0);
-    EXPECT_EQ(snd_mixer_selem_set_playback_switch_all(mixer.element("MicBoost"), 1), 0);
-    const CodecSettings& settings = card().codec().settings();
-    EXPECT_THAT(settings.line_out, testing::ElementsAre(0, 100));
-    EXPECT_THAT(settings.line_out_on, testing::ElementsAre(true, true));
-    EXPECT_THAT(settings.boost, testing::ElementsAre(false, false));
-    long decibels_hundredths = 0;
-    EXPECT_EQ(
-        snd_mixer_selem_get_playback_dB(out, SND_MIXER_SCHN_FRONT_RIGHT, &decibels_hundredths), 0);
-    EXPECT_EQ(decibels_hundredths, -2700);
-    card().set_controls_refused(true);
-    EXPECT_EQ(snd_mixer_selem_set_playback_volume_all(out, 7), -EIO);
 }
 
 TEST_F(AlsaControlTest, DigitalElementsAreWrittenByNameOnDeviceOne) {
