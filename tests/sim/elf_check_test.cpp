@@ -73,7 +73,6 @@ TEST_F(ElfCheck, RefusesWhatIsNoSuchProgram) {
     const std::string whole = bytes_of(i386);
     const std::pair<std::string, const char*> cases[] = {
         {"", "no i386 or x86-64"},
-        {"#!/bin/sh\nexit 0\n", "no i386 or x86-64"},
         {whole.substr(0, 51), "no i386 or x86-64"},
         {"\177ELV" + whole.substr(4), "no i386 or x86-64"},
         {bytes_of({ELFCLASS32, EM_ARM, ET_EXEC, "/bin/sh"}), "no i386 or x86-64"},
@@ -81,7 +80,6 @@ TEST_F(ElfCheck, RefusesWhatIsNoSuchProgram) {
         {bytes_of({ELFCLASS64, EM_386, ET_EXEC, "/bin/sh"}), "no i386 or x86-64"},
         {bytes_of({ELFCLASS32, EM_386, ET_REL, "/bin/sh"}), "no i386 or x86-64"},
         {bytes_of({ELFCLASS32, EM_386, ET_EXEC, ""}), "statically linked"},
-        {bytes_of({ELFCLASS64, EM_X86_64, ET_DYN, ""}), "statically linked"},
         {whole.substr(0, whole.size() - 1), "statically linked"}, // its loader's name is cut off
         {bytes_of({ELFCLASS32, EM_386, ET_EXEC, "/absent/loader"}), "/absent/loader"},
     };
