@@ -109,14 +109,4 @@ TEST_F(PortTrapDeathTest, AnotherFaultKillsTheProcess) {
     EXPECT_DEATH(*static_cast<volatile int*>(nullptr) = 1, "");
 }
 
-TEST_F(PortTrap, PrivilegeCanBeRefused) {
-    EXPECT_EQ(iopl(0), 0);
-    machine().set_privilege_refused(true);
-    EXPECT_EQ(iopl(3), -1);
-    EXPECT_EQ(errno, EPERM);
-    EXPECT_FALSE(Scheduler::current()->io_privilege);
-    EXPECT_EQ(iopl(4), -1);
-    EXPECT_EQ(errno, EINVAL);
-}
-
 } // namespace
