@@ -24,10 +24,11 @@ protected:
     Thread() { KLFptcreatemain("PT-Main"); }
 };
 
-class ThreadDeath : public testing::Test {
+class ThreadDeathTest : public testing::Test {
 protected:
-    // Each death starts in a process of its own, where no main thread exists yet.
-    ThreadDeath() { GTEST_FLAG_SET(death_test_style, "fast"); }
+    // Suites of this ending come first: no main thread exists yet, and the deaths that
+    // make one do so in a process of their own.
+    ThreadDeathTest() { GTEST_FLAG_SET(death_test_style, "fast"); }
 };
 
 constexpr int statusOfMisuse = 255; // exit status -1
@@ -37,18 +38,13 @@ void sleepForEver() {
         KLFptdelay(1'000);
 }
 
-TEST_F(Thread, UnnamedRecordsAreCountedFromOne) {
+TEST_F(Thread, NamesAreCountedOrKeep31Characters) {
     EXPECT_STREQ(firstUnnamed.name(), "PT-1");
     EXPECT_STREQ(secondUnnamed.name(), "PT-2");
-}
-
-TEST_F(Thread, NameKeeps31CharactersAndIgnoresEmptyOnes) {
     Idle record("0123456789012345678901234567890123456789");
-    EXPECT_STREQ(record.name(), "0123456789012345678901234567890");
-    record.name("short");
     record.name("");
     record.name(nullptr);
-    EXPECT_STREQ(record.name(), "short");
+    EXPECT_STREQ(record.name(), "0123456789012345678901234567890");
 }
 
 TEST_F(Thread, MainRecordIsMadeOnce) {
@@ -61,57 +57,44 @@ TEST_F(Thread, MainRecordIsMadeOnce) {
     EXPECT_FALSE(main->finished());
 }
 
-TEST_F(Thread, BodyFindsItsOwnRecord) {
-    const KLTpthreadBase* seen = nullptr;
-    std::string seenName;
-    ThreadBody thread(
-        [&] {
-            seen = KLFptcurrent(true);
-            seenName = KLFptname("nobody");
-        },
-        "worker");
-    ASSERT_EQ(thread.run(), 0);
-    thread.waitend();
-    EXPECT_EQ(seen, &thread);
-    EXPECT_EQ(seenName, "worker");
-    EXPECT_TRUE(thread.finished());
-    EXPECT_FALSE(thread.attached());
-}
-
 void* nameOfCaller(void* text) {
     *static_cast<std::string*>(text) = KLFptname("nobody");
     return KLFptcurrent(false);
 }
 
-TEST_F(Thread, ForeignThreadHasNoRecord) {
-    pthread_t foreign;
+TEST_F(Thread, ABodyFindsItsOwnRecordAndAForeignThreadNone) {
+    const void* record = nullptr;
     std::string seenName;
-    void* record = &foreign;
+    ThreadBody thread([&] { record = nameOfCaller(&seenName); }, "worker");
+    ASSERT_EQ(thread.run(), 0);
+    thread.waitend();
+    EXPECT_EQ(record, &thread);
+    EXPECT_EQ(seenName, "worker");
+    pthread_t foreign;
+    void* none = &foreign;
     ASSERT_EQ(pthread_create(&foreign, nullptr, nameOfCaller, &seenName), 0);
-    ASSERT_EQ(pthread_join(foreign, &record), 0);
-    EXPECT_EQ(record, nullptr);
+    ASSERT_EQ(pthread_join(foreign, &none), 0);
+    EXPECT_EQ(none, nullptr);
     EXPECT_EQ(seenName, "nobody");
 }
 
-TEST_F(Thread, SecondRunIsRefusedWhileTheFirstRuns) {
+TEST_F(Thread, RunsAgainOnceItHasFinished) {
     KLTmultisema mayEnd;
-    ThreadBody thread([&] { mayEnd.wait(); });
+    int runs = 0;
+    ThreadBody thread([&] {
+        mayEnd.wait();
+        ++runs;
+    });
     ASSERT_EQ(thread.run(), 0);
     EXPECT_EQ(thread.run(), -2);
     mayEnd.signal(1);
-    thread.waitend();
-    EXPECT_TRUE(thread.finished());
-}
-
-TEST_F(Thread, FinishedRecordRunsAgain) {
-    int runs = 0;
-    ThreadBody thread([&] { ++runs; });
-    ASSERT_EQ(thread.run(), 0);
+    mayEnd.signal(1);
     while (!thread.finished())
         KLFptdelay(100);
     EXPECT_TRUE(thread.attached());
     ASSERT_EQ(thread.run(), 0);
     thread.waitend();
+    EXPECT_FALSE(thread.attached());
     EXPECT_EQ(runs, 2);
 }
 
@@ -124,11 +107,12 @@ TEST_F(Thread, RecordThatNeverRanHasNothingToEnd) {
 }
 
 // At once, often before run() has returned to the creator.
-TEST_F(Thread, WaitendOnItselfEndsTheThread) {
+TEST_F(Thread, WaitendOrCancelOnItselfEndsTheThread) {
     for (int round = 0; round < 200; ++round) {
         bool wentOn = false;
         ThreadBody thread([&] {
-            KLFptcurrent(true)->waitend();
+            KLTpthreadBase* self = KLFptcurrent(true);
+            round % 2 ? static_cast<void>(self->cancel()) : self->waitend();
             wentOn = true;
         });
         ASSERT_EQ(thread.run(), 0);
@@ -136,17 +120,6 @@ TEST_F(Thread, WaitendOnItselfEndsTheThread) {
         ASSERT_TRUE(thread.finished());
         ASSERT_FALSE(wentOn);
     }
-}
-
-TEST_F(Thread, CancelOnItselfEndsTheThread) {
-    bool wentOn = false;
-    ThreadBody thread([&] {
-        KLFptcurrent(true)->cancel();
-        wentOn = true;
-    });
-    ASSERT_EQ(thread.run(), 0);
-    thread.waitend();
-    EXPECT_FALSE(wentOn);
 }
 
 struct SetAtEnd {
@@ -220,13 +193,11 @@ TEST_F(Thread, ThreadThatDestroysItsRecordEndsThere) {
 
 TEST_F(Thread, DetachedThreadClearsItsOwnHandle) {
     for (const bool afterwards : {false, true}) {
-        std::atomic<bool> mayEnd{false};
-        Idle finishedFirst;
-        ThreadBody runsOn([&] {
+        std::atomic<bool> mayEnd{afterwards};
+        ThreadBody thread([&] {
             while (!mayEnd)
                 KLFptdelay(100);
         });
-        KLTpthreadBase& thread = afterwards ? static_cast<KLTpthreadBase&>(finishedFirst) : runsOn;
         ASSERT_EQ(thread.run(), 0);
         while (afterwards && !thread.finished())
             KLFptdelay(100);
@@ -277,7 +248,8 @@ TEST_F(Thread, SignalsArriveInOrder) {
     EXPECT_EQ(answer.wait(), -0x7FFFFFFF);
 }
 
-TEST_F(ThreadDeath, MisuseBeforeTheMainThreadExistsIsFatal) {
+TEST_F(ThreadDeathTest, MisuseBeforeTheMainThreadExistsIsFatal) {
+    if (KLFptmain(false) != nullptr) GTEST_SKIP() << "this process has its main thread";
     EXPECT_EXIT(firstUnnamed.run(), testing::ExitedWithCode(statusOfMisuse),
                 "^KLTpthreadBase::run\\(\\): Main thread does not exist!\r\n$");
     EXPECT_EXIT(KLFptmain(true), testing::ExitedWithCode(statusOfMisuse),
@@ -293,7 +265,7 @@ TEST_F(ThreadDeath, MisuseBeforeTheMainThreadExistsIsFatal) {
     EXPECT_EXIT(report(), testing::ExitedWithCode(7), "");
 }
 
-TEST_F(ThreadDeath, CancellingTheMainRecordEndsTheProcess) {
+TEST_F(ThreadDeathTest, CancellingTheMainRecordEndsTheProcess) {
     EXPECT_EXIT(KLFptcreatemain("PT-Main")->cancel(), testing::ExitedWithCode(0), "");
 }
 
