@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <array>
 #include <gtest/gtest.h>
+#include <map>
 #include <memory>
 #include <string>
 #include <utility>
@@ -18,27 +19,18 @@ public:
     SigningSink(std::string& journal, char name) : journal_(journal), name_(name) {}
     void olock() override { sign('<'); }
     void orelease() override { sign('>'); }
-    int ochar(int c) override {
-        sign(static_cast<char>(c));
-        return -1;
-    }
+    int ochar(int c) override { return sign(static_cast<char>(c)); }
     int oblock(const void* data, int n) override {
-        sign('b');
-        journal_.append(static_cast<const char*>(data), static_cast<size_t>(n));
-        return -1;
+        return sign('b', {static_cast<const char*>(data), static_cast<size_t>(n)});
     }
-    int ostring(const char* text) override {
-        sign('s');
-        journal_ += text;
-        return -1;
-    }
+    int ostring(const char* text) override { return sign('s', text); }
     void oflush(bool all) override { sign(all ? 'F' : 'f'); }
     int ofull() override { return 1; }
 
 private:
-    void sign(char call) {
-        journal_ += name_;
-        journal_ += call;
+    int sign(char call, const std::string& data = {}) {
+        journal_ += name_ + (call + data);
+        return -1;
     }
 
     std::string& journal_;
@@ -81,20 +73,10 @@ TEST_F(FanOut, CallsGoToTheNewestFirst) {
     EXPECT_EQ(fan_out.ofull(), 0);
 }
 
-TEST_F(FanOut, WithoutSinksDoesNothing) {
+TEST_F(FanOut, KnowsEachSinkOnce) {
     KLTmultiout fan_out;
-    EXPECT_TRUE(fan_out.off());
-    EXPECT_EQ(fan_out.ochar('x'), 1);
-    EXPECT_EQ(fan_out.oblock("x", 1), 0);
-    EXPECT_EQ(fan_out.ostring("x"), 0);
-    fan_out.oflush(true);
     fan_out.remove(a);
-    fan_out.removeall();
-    EXPECT_EQ(taken(), "");
-}
-
-TEST_F(FanOut, ASecondAddChangesNothing) {
-    KLTmultiout fan_out;
+    EXPECT_EQ(fan_out.ochar('x'), 1);
     fan_out.add(a);
     fan_out.add(b);
     fan_out.add(a);
@@ -140,18 +122,16 @@ TEST_F(FanOut, ADyingSinkLeavesEveryFanOutUnderItsLock) {
 }
 
 TEST_F(FanOut, SinksDieInEveryOrder) {
-    std::array<int, 4> order{0, 1, 2, 3};
+    std::string order = "0123";
     do {
         KLTmultiout fan_out;
-        std::array<std::unique_ptr<SigningSink>, 4> sinks;
-        for (size_t i = 0; i < sinks.size(); ++i) {
-            sinks[i] = std::make_unique<SigningSink>(journal, static_cast<char>('0' + i));
-            fan_out.add(*sinks[i]);
-        }
+        std::map<char, SigningSink> sinks;
+        for (const char name : {'0', '1', '2', '3'})
+            fan_out.add(sinks.try_emplace(name, journal, name).first->second);
         std::string alive = "3210";
-        for (const int victim : order) {
-            sinks[static_cast<size_t>(victim)].reset();
-            std::erase(alive, static_cast<char>('0' + victim));
+        for (const char victim : order) {
+            sinks.erase(victim);
+            std::erase(alive, victim);
             fan_out.ostring("");
             std::string called = taken();
             std::erase(called, 's');
@@ -198,7 +178,6 @@ TEST(Mprint, PrintsToAllSinksOfItsOwnFanOut) {
     RecordingSink a;
     RecordingSink b;
     KLTmprint print;
-    EXPECT_TRUE(print.off());
     print.add(a);
     print.add(b);
     print << "n=" << 3;
@@ -206,7 +185,6 @@ TEST(Mprint, PrintsToAllSinksOfItsOwnFanOut) {
     print << "!";
     EXPECT_EQ(a.take(), "n=3");
     EXPECT_EQ(b.take(), "n=3!");
-    EXPECT_FALSE(print.find(a));
     EXPECT_TRUE(print.find(b));
     print.removeall();
     EXPECT_TRUE(print.off());
@@ -224,14 +202,10 @@ TEST(Mprint, TakesAnothersFanOut) {
         print.setMultiout(second);
         print.add(b);
         print << "2";
-        KLTmprint own;
-        own.add(a);
-        own.setMultiout(second);
-        own << "3";
     }
     EXPECT_TRUE(first.find(a)) << "the caller's fan-outs outlive the print object";
     EXPECT_EQ(a.take(), "1");
-    EXPECT_EQ(b.take(), "23");
+    EXPECT_EQ(b.take(), "2");
 }
 
 } // namespace
