@@ -4,6 +4,7 @@
 #include "recording_sink.h"
 
 #include <gtest/gtest.h>
+#include <memory>
 
 namespace {
 
@@ -27,18 +28,6 @@ protected:
         auto* count = data != nullptr ? static_cast<Count*>(data) : new Count;
         print << ++count->value;
         return count;
-    }
-};
-
-// Has nothing to keep.
-class Forgetful : public KLTmodifierUser {
-public:
-    using KLTmodifierUser::KLTmodifierUser;
-
-protected:
-    KLTmodifierUserData* apply(KLTprint& print, KLTmodifierUserData* data) const override {
-        print << (data == nullptr ? "new" : "known");
-        return nullptr;
     }
 };
 
@@ -94,20 +83,25 @@ TEST_F(UserModifiers, DataIsFreedOneByOneOrAltogether) {
 }
 
 TEST_F(UserModifiers, MayKeepNothing) {
+    struct Forgetful : KLTmodifierUser {
+        using KLTmodifierUser::KLTmodifierUser;
+        KLTmodifierUserData* apply(KLTprint& p, KLTmodifierUserData* data) const override {
+            p << (data == nullptr ? "new" : "known");
+            return nullptr;
+        }
+    };
     KLTprint print(sink);
-    const Forgetful forgetful(&keys[0]);
-    print << forgetful << forgetful;
+    print << Forgetful(&keys[0]) << Forgetful(&keys[0]);
     EXPECT_EQ(sink.take(), "newnew");
 }
 
 TEST_F(UserModifiers, InitForgetsDataWithoutFreeingIt) {
     KLTprint print(sink);
     print << a;
-    KLTmodifierUserData* data = print.findModifier(&keys[0]);
+    const std::unique_ptr<KLTmodifierUserData> data(print.findModifier(&keys[0]));
     print.init();
     EXPECT_EQ(print.findModifier(&keys[0]), nullptr);
     EXPECT_EQ(Count::live, 1);
-    delete data;
 }
 
 TEST(Modifiers, CallTheirFunctionWithTheirNumbers) {
