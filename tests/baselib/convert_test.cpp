@@ -47,12 +47,9 @@ void compareAround(unsigned long long value) {
     }
 }
 
-TEST(Convert, PowersOfTwo) {
+TEST(Convert, AroundPowersOfTwoAndTen) {
     for (int bit = 0; bit < 64; ++bit)
         ASSERT_NO_FATAL_FAILURE(compareAround(1ULL << bit));
-}
-
-TEST(Convert, PowersOfTen) {
     unsigned long long power = 1;
     for (int exponent = 0; exponent < KLTconvertDigitsMax; ++exponent, power *= 10)
         ASSERT_NO_FATAL_FAILURE(compareAround(power));
