@@ -1,6 +1,5 @@
 #include "hw/frontpanel.h"
 
-#include <filesystem>
 #include <memory>
 #include <string>
 #include <unistd.h>
@@ -181,19 +180,16 @@ TEST_F(FrontPanel, SavedPictureReadsBackEqual) {
     for (int y = 0; y < height; ++y)
         for (int x = 0; x < width; ++x)
             panel.display.put(x, y, static_cast<unsigned int>(x + 3 * y));
-    const std::filesystem::path path =
-        std::filesystem::temp_directory_path() / ("frontpanel" + std::to_string(getpid()));
+    const std::string path = testing::TempDir() + "frontpanel" + std::to_string(getpid());
     ASSERT_TRUE(panel.saveScreenImage(path.c_str()));
-    int readWidth = 0;
-    int readHeight = 0;
-    unsigned char* const read = stbi_load(path.c_str(), &readWidth, &readHeight, nullptr, 3);
-    std::filesystem::remove(path);
+    int w = 0;
+    int h = 0;
+    unsigned char* const read = stbi_load(path.c_str(), &w, &h, nullptr, 3);
+    unlink(path.c_str());
     ASSERT_NE(read, nullptr);
-    ASSERT_EQ(readWidth, width);
-    ASSERT_EQ(readHeight, height);
-    for (int y = 0; y < height; ++y)
-        for (int x = 0; x < width * 3; ++x)
-            ASSERT_EQ(read[y * width * 3 + x], panel.display.grey(x / 3, y) * 17);
+    ASSERT_EQ(std::pair(w, h), std::pair(width, height));
+    for (int i = 0; i < width * height * 3; ++i)
+        ASSERT_EQ(read[i], panel.display.grey(i / 3 % width, i / 3 / width) * 17);
     stbi_image_free(read);
     EXPECT_FALSE(panel.saveScreenImage("/nonexistent/picture.bmp"));
 }
