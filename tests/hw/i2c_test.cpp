@@ -128,17 +128,16 @@ TEST(I2cBlocks, failures_leave_the_bus_idle) {
 }
 
 TEST(I2cBlocks, bad_arguments_touch_no_line) {
-    std::uint8_t data[1] = {};
-    struct Case {
-        int addr;
-        void* data;
-        int len;
-    };
-    for (const Case& bad : {Case{128, data, 1}, Case{-1, data, 1}, Case{0x3C, data, 0},
-                            Case{0x3C, data, -1}, Case{0x3C, nullptr, 1}}) {
+    std::uint8_t byte = 0;
+    std::uint8_t* const data = &byte;
+    for (const auto& [addr, block, length] : {std::tuple{128, data, 1},
+                                              {-1, data, 1},
+                                              {0x3C, data, 0},
+                                              {0x3C, data, -1},
+                                              {0x3C, static_cast<std::uint8_t*>(nullptr), 1}}) {
         TracedBus bus;
-        EXPECT_EQ(bus.writeBlock(bad.addr, bad.data, bad.len), -8649);
-        EXPECT_EQ(bus.readBlock(bad.addr, bad.data, bad.len), -8649);
+        EXPECT_EQ(bus.writeBlock(addr, block, length), -8649);
+        EXPECT_EQ(bus.readBlock(addr, block, length), -8649);
         EXPECT_EQ(bus.trace, "");
     }
 }
