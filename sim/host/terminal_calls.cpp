@@ -15,6 +15,12 @@ namespace {
 
 bool owned(int descriptor) { return belongs_to_program() && descriptors().owns(descriptor); }
 
+// A request's argument that is a number takes the place of an address.
+void* number(int value) {
+    // NOLINTNEXTLINE(performance-no-int-to-ptr)
+    return reinterpret_cast<void*>(value);
+}
+
 } // namespace
 
 extern "C" {
@@ -36,13 +42,13 @@ int stand_in_tcflush(int descriptor, int queue) asm("tcflush");
 int stand_in_tcflush(int descriptor, int queue) {
     if (!owned(descriptor))
         return real_function<decltype(stand_in_tcflush)>("tcflush")(descriptor, queue);
-    return descriptors().control(descriptor, TCFLSH, reinterpret_cast<void*>(queue));
+    return descriptors().control(descriptor, TCFLSH, number(queue));
 }
 
 int stand_in_tcdrain(int descriptor) asm("tcdrain");
 int stand_in_tcdrain(int descriptor) {
     if (!owned(descriptor)) return real_function<decltype(stand_in_tcdrain)>("tcdrain")(descriptor);
-    return descriptors().control(descriptor, TCSBRK, reinterpret_cast<void*>(1));
+    return descriptors().control(descriptor, TCSBRK, number(1));
 }
 
 } // extern "C"
