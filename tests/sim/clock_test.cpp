@@ -1,7 +1,6 @@
 #include "sim/machine.h"
 #include "sim/time/scheduler.h"
 
-#include <cerrno>
 #include <ctime>
 #include <gtest/gtest.h>
 #include <sys/time.h>
