@@ -5,7 +5,6 @@
 #include <gmock/gmock.h>
 #include <linux/kd.h>
 #include <sys/ioctl.h>
-#include <termios.h>
 #include <unistd.h>
 
 using namespace k4sim;
