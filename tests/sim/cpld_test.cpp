@@ -16,10 +16,6 @@ constexpr std::uint16_t base = 0xD000;
 class HssTest : public testing::Test {
 protected:
     bool busy() { return (cpld.in(base + 4) & 0x80) != 0; }
-    void send(unsigned offset, std::uint8_t byte) {
-        cpld.out(base + offset, byte);
-        surroundings.advance(2);
-    }
 
     FakeSurroundings surroundings;
     Panel panel{0x3D, 8, surroundings};
