@@ -6,7 +6,6 @@
 #include <atomic>
 #include <cerrno>
 #include <fcntl.h>
-#include <poll.h>
 #include <sys/select.h>
 #include <sys/syscall.h>
 #include <sys/time.h>
