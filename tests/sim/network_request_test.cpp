@@ -5,7 +5,7 @@
 #include <cerrno>
 #include <cstring>
 #include <fcntl.h>
-#include <gmock/gmock.h>
+#include <gtest/gtest.h>
 #include <linux/ethtool.h>
 #include <linux/sockios.h>
 #include <net/if.h>
