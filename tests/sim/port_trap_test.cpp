@@ -5,7 +5,6 @@
 #include "program_threads.h"
 
 #include <cerrno>
-#include <csignal>
 #include <gmock/gmock.h>
 #include <sys/io.h>
 
