@@ -2,7 +2,6 @@
 // the kernel's answer; when it does is virtual time.
 #include "sim/machine.h"
 #include "sim/models/device.h"
-#include "sim/time/scheduler.h"
 
 #include "program_threads.h"
 
