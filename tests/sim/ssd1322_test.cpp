@@ -5,7 +5,6 @@
 
 #include <gtest/gtest.h>
 
-using k4sim::glass_height;
 using k4sim::glass_width;
 using k4sim::Picture;
 
