@@ -5,7 +5,6 @@
 
 #include <gtest/gtest.h>
 
-using k4sim::glass_height;
 using k4sim::glass_width;
 using k4sim::Oled;
 using k4sim::Picture;
@@ -24,15 +23,11 @@ protected:
         for (const std::uint8_t byte : bytes)
             oled.data(byte);
     }
-    void clear() {
-        commands({0x15, 0x00, 0x7F, 0x75, 0x00, 0x3F});
-        data(Bytes(8192, 0x00));
-    }
     void start(std::uint8_t remap = 0xC3) {
         commands({0xFD, 0x12, 0xAE, 0x23, 0x00, 0x81, 0x9F, 0xA0, remap, 0xA1, 0x00,
                   0xA2, 0x00, 0xA4, 0xA8, 0x3F, 0xAB, 0x01, 0xAD, 0x8E,  0xB1, 0x22,
                   0xB3, 0xA0, 0xB6, 0x04, 0xB9, 0xBC, 0x10, 0xBD, 0x01,  0xBE, 0x07});
-        clear();
+        send(Picture{});
         commands({0xAF});
     }
     // With the even x in the high nibble, as it fits remap C3.
