@@ -4,7 +4,6 @@
 #include "sim/machine.h"
 #include "sim/models/device.h"
 
-#include <algorithm>
 #include <gtest/gtest.h>
 #include <random>
 #include <tuple>
@@ -55,19 +54,6 @@ TEST_P(EveryLink, RandomChangesArrive) {
         panel.display.fill({{x, y}, {w, static_cast<int>(1 + random() % 3)}}, random() % 16);
         expectArrived("change");
     }
-}
-
-TEST_P(EveryLink, LampTestAndBack) {
-    panel.display.put(10, 3, 7);
-    expectArrived("one pixel");
-    panel.dispMode(2);
-    const k4sim::Picture lit = k4sim::machine().device().oled()->picture();
-    EXPECT_EQ(std::count(lit.begin(), lit.end(), 15), width * height);
-    panel.dispMode(1);
-    expectArrived("picture again");
-    panel.dispMode(0);
-    const k4sim::Picture dark = k4sim::machine().device().oled()->picture();
-    EXPECT_EQ(std::count(dark.begin(), dark.end(), 0), width * height);
 }
 
 // Key codes by the characters of the panel's own keys, over the real key word.
