@@ -171,16 +171,6 @@ TEST(Cpld_0x01_0x08, panel_messages_use_the_engine) {
          [](Driver& driver) { EXPECT_EQ(driver.keyStatus(), 0x04030201U); },
          {{5, {0}}, {7, {1, 2, 3, 4}}},
          "r5 w5=02 w6=78 r5 w5=01 w6=40 r5 w5=02 w6=79 r5 r7 r5 r7 r5 r7 r5 w5=01 r7"},
-        {"link",
-         [](Driver& driver) {
-             CHfplinkK4* link = driver.initSerialLink();
-             EXPECT_EQ(link, &driver);
-             EXPECT_EQ(link->panelType, 0x3D);
-             EXPECT_EQ(link->panelVersion, 8);
-         },
-         {{5, {0}}, {7, {0x3D, 8}}},
-         "w4=03 r5 w5=02 w6=78 r5 w5=01 w6=00 r5 w5=02 w6=79 r5 w5=01 r7 "
-         "r5 w5=02 w6=78 r5 w5=01 w6=01 r5 w5=02 w6=79 r5 w5=01 r7"},
     });
 }
 
