@@ -192,16 +192,14 @@ TEST_F(Pcm, PlaysWhatRemains) {
     double phase = 0;
     buffer.fillSine(997, 0.5, phase, allChannels);
     buffer.setFrameLimit(1000);
-    answerNext("writei", -EAGAIN);
-    EXPECT_EQ(player.play(buffer), 1000);
-    answerNext("writei", 300);
-    EXPECT_EQ(player.play(buffer), 700);
-    EXPECT_EQ(buffer.position(), 300);
-    answerNext("writei", -EPIPE);
-    EXPECT_EQ(player.play(buffer), -9144);
-    answerNext("writei", -ENODEV);
-    EXPECT_EQ(player.play(buffer), -9149);
-    EXPECT_EQ(buffer.position(), 300);
+    for (const auto& [answer, result, position] : {std::tuple{-EAGAIN, 1000, 0},
+                                                   {300, 700, 300},
+                                                   {-EPIPE, -9144, 300},
+                                                   {-ENODEV, -9149, 300}}) {
+        answerNext("writei", answer);
+        EXPECT_EQ(player.play(buffer), result);
+        EXPECT_EQ(buffer.position(), position);
+    }
     EXPECT_EQ(player.play(buffer), 0);
     EXPECT_EQ(buffer.position(), 1000);
     EXPECT_THAT(takeAlsaLog(), ElementsAre("writei 1000", "writei 1000", "writei 700", "writei 700",
@@ -256,12 +254,10 @@ TEST_F(Pcm, RecordsIntoWhatRemains) {
     openBoth();
     EXPECT_EQ(recorder.start(), 0);
     buffer.setFrameLimit(480);
-    answerNext("readi", -EAGAIN);
-    EXPECT_EQ(recorder.record(buffer), 480);
-    answerNext("readi", -EPIPE);
-    EXPECT_EQ(recorder.record(buffer), -9144);
-    answerNext("readi", -EIO);
-    EXPECT_EQ(recorder.record(buffer), -9149);
+    for (const auto& [answer, result] : {std::pair{-EAGAIN, 480}, {-EPIPE, -9144}, {-EIO, -9149}}) {
+        answerNext("readi", answer);
+        EXPECT_EQ(recorder.record(buffer), result);
+    }
     EXPECT_EQ(recorder.record(buffer), 0);
     buffer.setFrameLimit(0);
     buffer.advance(480);
@@ -283,14 +279,14 @@ TEST_F(Pcm, StopsAndRestarts) {
                   EXPECT_THAT(takeAlsaLog(), ElementsAre("prepare"));
               }),
               "");
-    struct Case {
+    const struct {
         const char* call;
         const char* text;
         std::size_t calls;
-    };
-    for (const Case& c : {Case{"nonblock", "snd_pcm_nonblock(0) -5: Input/output error\r\n", 1},
-                          Case{"drain", "snd_pcm_drain() -5: Input/output error\r\n", 2},
-                          Case{"prepare", "snd_pcm_prepare() -5: Input/output error\r\n", 3}}) {
+    } cases[] = {{"nonblock", "snd_pcm_nonblock(0) -5: Input/output error\r\n", 1},
+                 {"drain", "snd_pcm_drain() -5: Input/output error\r\n", 2},
+                 {"prepare", "snd_pcm_prepare() -5: Input/output error\r\n", 3}};
+    for (const auto& c : cases) {
         answerNext(c.call, -EIO);
         EXPECT_EQ(printed([&] { EXPECT_EQ(player.stop(), -9149); }), c.text);
         EXPECT_EQ(takeAlsaLog().size(), c.calls);
@@ -300,7 +296,7 @@ TEST_F(Pcm, StopsAndRestarts) {
               "snd_pcm_prepare() -5: Input/output error\r\n");
 }
 
-TEST_F(Pcm, DemonstrationsPlayATone) {
+TEST_F(Pcm, DemonstrationsPlayAToneOrLoop) {
     EXPECT_EQ(printed([&] { EXPECT_EQ(player.demoSinePlayout("player", 2), 0); }),
               "24000 in buffer\r\n");
     const std::string tone = played();
@@ -312,10 +308,7 @@ TEST_F(Pcm, DemonstrationsPlayATone) {
     EXPECT_EQ(printed([&] { EXPECT_EQ(player.demoSinePlayout2("player", 2), 0); }), "");
     EXPECT_TRUE(played() == tone);
     EXPECT_EQ(player.restart(), -9145); // closed
-}
-
-TEST_F(Pcm, DemonstrationLoops) {
-    std::string recorded(96000 * 4, 'x');
+    const std::string recorded(96000 * 4, 'x');
     std::ofstream(Devices::folder / "recorded.raw", std::ios::binary) << recorded;
     answerNext("readi", -EPIPE);
     EXPECT_EQ(printed([&] { EXPECT_EQ(recorder.demoLoop1("player", "recorder", 2), 0); }), "");
