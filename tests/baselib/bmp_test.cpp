@@ -77,18 +77,16 @@ TEST_F(Bmp, WritesTheBytesOfTheFormat) {
     EXPECT_EQ(fs::status(path).permissions(), fs::perms(0644));
 }
 
-TEST_F(Bmp, RefusesImpossibleExtents) {
+TEST_F(Bmp, AFailureLeavesNothing) {
     const unsigned int pixel = 0;
     for (const auto& [width, height] : {std::pair{0, 1}, {1, 0}, {-1, 1}, {16385, 1}, {1, 16385}})
         EXPECT_EQ(KLFwriteBmp(path.c_str(), width, height, &pixel), KLFbmpErrorSize);
     EXPECT_EQ(filesInFolder(), 0U);
-}
-
-TEST_F(Bmp, AFolderThatIsMissingIsAnError) {
-    const unsigned int pixel = 0;
+    fs::create_directories(fs::path(path) / "full"); // the rename fails
     const std::string missing = (folder / "no" / "picture.bmp").string();
-    EXPECT_EQ(KLFwriteBmp(missing.c_str(), 1, 1, &pixel), KLFbmpErrorFile);
-    EXPECT_EQ(KLFwriteBmp("", 1, 1, &pixel), KLFbmpErrorFile);
+    for (const std::string& name : {path, missing, std::string()})
+        EXPECT_EQ(KLFwriteBmp(name.c_str(), 1, 1, &pixel), KLFbmpErrorFile);
+    EXPECT_EQ(filesInFolder(), 1U);
 }
 
 TEST_F(Bmp, AFailedWriteLeavesTheOlderFileAndNothingElse) {
@@ -102,11 +100,4 @@ TEST_F(Bmp, AFailedWriteLeavesTheOlderFileAndNothingElse) {
     EXPECT_EQ(filesInFolder(), 1U);
     EXPECT_EQ(KLFwriteBmp(path.c_str(), 100, 100, pixels.data()), 0);
     EXPECT_EQ(contents().size(), 54U + 30000U);
-}
-
-TEST_F(Bmp, AFailedRenameLeavesNothing) {
-    const unsigned int pixel = 0;
-    fs::create_directories(fs::path(path) / "full");
-    EXPECT_EQ(KLFwriteBmp(path.c_str(), 1, 1, &pixel), KLFbmpErrorFile);
-    EXPECT_EQ(filesInFolder(), 1U);
 }
