@@ -1,14 +1,10 @@
 #include "baselib/print.h"
 
 #include "baselib/nstream.h"
+#include "print_model.h"
 #include "recording_sink.h"
 
-#include <algorithm>
-#include <bitset>
 #include <climits>
-#include <cmath>
-#include <cstdarg>
-#include <cstdio>
 #include <gtest/gtest.h>
 #include <limits>
 #include <string>
@@ -16,21 +12,6 @@
 #include <vector>
 
 namespace {
-
-[[gnu::format(printf, 1, 2)]] std::string formatted(const char* format, ...) {
-    char buffer[512];
-    va_list arguments;
-    va_start(arguments, format);
-    vsnprintf(buffer, sizeof buffer, format, arguments);
-    va_end(arguments);
-    return buffer;
-}
-
-struct Integer {
-    long long value;
-    int size;
-    bool isSigned;
-};
 
 std::vector<Integer> integers() {
     std::vector<Integer> all;
@@ -46,44 +27,6 @@ std::vector<Integer> integers() {
         all.push_back({static_cast<long long>(ones ^ 0x55), size, false});
     }
     return all;
-}
-
-unsigned long long lowBytes(const Integer& integer) {
-    return static_cast<unsigned long long>(integer.value) & (~0ULL >> (64 - integer.size * 8));
-}
-
-std::string binaryDigits(unsigned long long value, int digits) {
-    const std::string all = std::bitset<64>(value).to_string();
-    const size_t significant = value == 0 ? 1 : 64 - all.find('1');
-    const size_t wanted = std::max(significant, static_cast<size_t>(digits));
-    return all.substr(64 - wanted);
-}
-
-// The number without its field, by printf. A precision counts digits only; numwidth counts
-// the sign too.
-std::string numberByPrintf(const Integer& integer, const KLTprtFlags& flags) {
-    const int digits = std::max<int>(flags.numwidth, 1);
-    const unsigned long long bits = lowBytes(integer);
-    switch (flags.base) {
-    case 2:
-        return binaryDigits(bits, digits);
-    case 8:
-        return formatted("%.*llo", digits, bits);
-    case 16:
-        return formatted(flags.upper ? "%.*llX" : "%.*llx", digits, bits);
-    default:
-        break;
-    }
-    if (integer.isSigned && integer.value < 0)
-        return formatted("%.*lld", std::max(digits - 1, 1), integer.value);
-    if (flags.addNneg == 0) return formatted("%.*llu", digits, bits);
-    return flags.addNneg + formatted("%.*llu", std::max(digits - 1, 1), bits);
-}
-
-std::string padded(std::string text, int width, char padding) {
-    const auto wanted = static_cast<size_t>(std::abs(width));
-    const size_t missing = wanted > text.size() ? wanted - text.size() : 0;
-    return text.insert(width < 0 ? text.size() : 0, missing, padding);
 }
 
 class Print : public testing::Test {
@@ -185,15 +128,6 @@ TEST_F(Print, PointersAreHexadecimalInAnyBase) {
     print << KLNstream::pers << KLNstream::oct << pointer << ' ' << 8;
     print << KLNstream::norm << static_cast<const void*>(nullptr);
     EXPECT_EQ(taken(), "bf00a0 00BF00A0 bf00a0 100");
-}
-
-std::string doubleByPrintf(double value, const KLTprtFlags& flags) {
-    const char format[] = {'%', '.', '*', flags.dblFormat, '\0'};
-    std::string text = formatted(format, std::clamp(flags.dblPrecision, 0, 30), value);
-    const size_t point = text.find('.');
-    if (point != std::string::npos) text[point] = static_cast<char>(flags.dblPoint);
-    if (flags.addNneg != 0 && !std::signbit(value)) text.insert(0, 1, flags.addNneg);
-    return padded(text, flags.width, flags.paddingchar);
 }
 
 void compareDoubles(KLTprtFlags flags) {
