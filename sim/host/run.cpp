@@ -75,6 +75,9 @@ __attribute__((constructor)) void start(int, char** arguments, char**) {
 __attribute__((destructor)) void end() {
     std::fflush(stdout);
     machine().end_record("end");
+    // What still runs is not the program's. A leak checker yields while it holds the heap's
+    // locks, when nothing of the virtual device may allocate.
+    Scheduler::release_caller();
 }
 
 } // namespace

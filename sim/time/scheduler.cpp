@@ -111,6 +111,8 @@ Thread* Scheduler::find(pthread_t handle) const {
     return found == threads_.end() ? nullptr : found->get();
 }
 
+void Scheduler::release_caller() { current_thread = nullptr; }
+
 void Scheduler::keep_only_caller() {
     const Unobserved unobserved;
     std::erase_if(threads_, [](const auto& thread) { return thread.get() != current(); });

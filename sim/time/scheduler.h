@@ -106,6 +106,10 @@ public:
     // The record of a thread that has not been removed, or null.
     Thread* find(pthread_t handle) const;
 
+    // At the end of the process: the caller runs freely, in real time, and no other thread
+    // runs again.
+    static void release_caller();
+
     // In the child of a fork: of all threads only the caller is left.
     void keep_only_caller();
 
