@@ -80,6 +80,15 @@ TEST_F(Terminal, ModemControlIsClocalReversed) {
     }
 }
 
+TEST_F(Terminal, QueryFetchesWhatSttySet) {
+    KLTlxTermios line(fd);
+    ASSERT_EQ(std::system(("stty -F " + name + " 4800 -icanon clocal").c_str()), 0);
+    ASSERT_EQ(line.query(fd), 0);
+    EXPECT_FALSE(line.hwFlowControl());
+    EXPECT_EQ(KLTlxTermios::baudFromC(static_cast<int>(cfgetospeed(&line.settings()))), 4800);
+    EXPECT_EQ(line.settings().c_lflag & ICANON, 0U);
+}
+
 TEST_F(Terminal, WhatIsNoTerminalLeavesTheRecordCleared) {
     KLTlxTermios line(fd);
     EXPECT_EQ(line.query(-1), -1);
