@@ -4,10 +4,13 @@
 #include <algorithm>
 #include <arpa/inet.h>
 #include <cstdio>
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 #include <sched.h>
 #include <string>
+#include <sys/resource.h>
+#include <unistd.h>
 
 namespace {
 
@@ -110,6 +113,62 @@ TEST_P(NetstatOfKind, RestartAndLinkAreThoseOfIproute) {
     EXPECT_EQ(output_of("ip route show 10.7.0.0/16"), "") << "never was down";
     const bool told = record.at("operstate") != "UNKNOWN";
     EXPECT_EQ(KLTlinuxNetstat3::linkUp("any0"), !told ? -3 : carrier ? 1 : 0) << record;
+}
+
+TEST_F(Netstat, WithoutPrivilegeQuestionsAreAnsweredAndNothingIsSet) {
+    ASSERT_TRUE(succeeds("ip address add 10.1.2.3/20 dev lan0 && ip link set lan0 up"));
+    constexpr uid_t nobody = 65534;
+    ASSERT_EQ(seteuid(nobody), 0);
+    EXPECT_EQ(KLTlinuxNetstat3::linkUp("lan0"), KLTlinuxNetstat3::linkIsDown);
+    EXPECT_EQ(KLTlinuxNetstat3::ipaddr("lan0"), host_order("10.1.2.3"));
+    EXPECT_EQ(KLTlinuxNetstat3::ipaddrSet("lan0", 1), -8588);
+    EXPECT_EQ(KLTlinuxNetstat3::netmaskSet("lan0", 1), -8588);
+    EXPECT_EQ(KLTlinuxNetstat3::restart("lan0"), -4) << "not taken down";
+    ASSERT_EQ(seteuid(0), 0);
+    EXPECT_TRUE(has_flag(interface_record("lan0"), "UP"));
+}
+
+// While it lives, the process gets that many more descriptors and no more.
+class RoomForDescriptors {
+public:
+    explicit RoomForDescriptors(unsigned count) {
+        const int lowest = open("/dev/null", O_RDONLY);
+        close(lowest);
+        EXPECT_EQ(getrlimit(RLIMIT_NOFILE, &former_), 0);
+        const rlimit narrow{static_cast<rlim_t>(lowest) + count, former_.rlim_max};
+        EXPECT_EQ(setrlimit(RLIMIT_NOFILE, &narrow), 0);
+    }
+    ~RoomForDescriptors() { EXPECT_EQ(setrlimit(RLIMIT_NOFILE, &former_), 0); }
+    RoomForDescriptors(const RoomForDescriptors&) = delete;
+    RoomForDescriptors& operator=(const RoomForDescriptors&) = delete;
+
+private:
+    rlimit former_{};
+};
+
+TEST_F(Netstat, EachOperationGivesItsSocketBack) {
+    const RoomForDescriptors room(1);
+    const std::uint32_t address = host_order("10.1.2.3");
+    for (int i = 0; i < 2; ++i) {
+        EXPECT_EQ(KLTlinuxNetstat3::linkUp("lan0"), 0);
+        EXPECT_EQ(KLTlinuxNetstat3::ipaddrSet("lan0", address), 0);
+        EXPECT_EQ(KLTlinuxNetstat3::netmaskSet("lan0", host_order("255.255.0.0")), 0);
+        EXPECT_EQ(KLTlinuxNetstat3::ipaddr("lan0"), address);
+        EXPECT_EQ(KLTlinuxNetstat3::netmask("lan0"), host_order("255.255.0.0"));
+        EXPECT_NE(KLTlinuxNetstat3::macAddress("lan0"), 0U);
+        EXPECT_GE(KLTlinuxNetstat3::restart("lan0"), 0);
+        EXPECT_EQ(KLTlinuxNetstat3::linkUp("absent0"), -3);
+    }
+}
+
+TEST_F(Netstat, NoSocketHasItsOwnCode) {
+    const RoomForDescriptors room(0);
+    EXPECT_EQ(KLTlinuxNetstat3::linkUp("lan0"), -2);
+    EXPECT_EQ(KLTlinuxNetstat3::restart("lan0"), -2);
+    EXPECT_EQ(KLTlinuxNetstat3::ipaddrSet("lan0", 1), -8598);
+    EXPECT_EQ(KLTlinuxNetstat3::netmaskSet("lan0", 1), -8598);
+    EXPECT_EQ(KLTlinuxNetstat3::ipaddr("lan0"), 0U);
+    EXPECT_EQ(KLTlinuxNetstat3::macAddress("lan0"), 0U);
 }
 
 // A name that the kernel has no room for must not touch anything behind the record.
