@@ -1,5 +1,6 @@
 #include "audio/pcm.h"
 
+#include "baselib/out_handle.h"
 #include "baselib/print.h"
 #include "baselib/thread.h"
 
@@ -15,10 +16,11 @@ constexpr int bitsPerByte = 8;
 constexpr std::array formats = {SND_PCM_FORMAT_S16_LE, SND_PCM_FORMAT_S24_LE, SND_PCM_FORMAT_S32_LE,
                                 SND_PCM_FORMAT_FLOAT_LE};
 
-// Prints a negative result of ALSA; whether it was one.
+// Prints a negative result of ALSA; whether it was one. Not by pout, whose format belongs to
+// the main thread.
 bool failed(const char* call, int result) {
     if (result >= 0) return false;
-    pout << call << " " << result << ": " << snd_strerror(result) << "\r\n";
+    KLTprint(devout) << call << " " << result << ": " << snd_strerror(result) << "\r\n";
     return true;
 }
 
