@@ -24,15 +24,6 @@ protected:
     Thread() { KLFptcreatemain("PT-Main"); }
 };
 
-class ThreadDeathTest : public testing::Test {
-protected:
-    // Suites of this ending come first: no main thread exists yet, and the deaths that
-    // make one do so in a process of their own.
-    ThreadDeathTest() { GTEST_FLAG_SET(death_test_style, "fast"); }
-};
-
-constexpr int statusOfMisuse = 255; // exit status -1
-
 void sleepForEver() {
     for (;;)
         KLFptdelay(1'000);
@@ -158,6 +149,7 @@ private:
 };
 
 TEST_F(Thread, DestructorCancelsARunningThread) {
+    Sleeper::started = Sleeper::unwound = false;
     auto record = std::make_unique<Sleeper>();
     ASSERT_EQ(record->run(), 0);
     while (!Sleeper::started)
@@ -248,24 +240,7 @@ TEST_F(Thread, SignalsArriveInOrder) {
     EXPECT_EQ(answer.wait(), -0x7FFFFFFF);
 }
 
-TEST_F(ThreadDeathTest, MisuseBeforeTheMainThreadExistsIsFatal) {
-    if (KLFptmain(false) != nullptr) GTEST_SKIP() << "this process has its main thread";
-    EXPECT_EXIT(firstUnnamed.run(), testing::ExitedWithCode(statusOfMisuse),
-                "^KLTpthreadBase::run\\(\\): Main thread does not exist!\r\n$");
-    EXPECT_EXIT(KLFptmain(true), testing::ExitedWithCode(statusOfMisuse),
-                "^KLFptmain\\(\\): Main thread doesn't exist!\r\n$");
-    EXPECT_EXIT(KLFptcurrent(true), testing::ExitedWithCode(statusOfMisuse),
-                "^KLFptcurrent\\(\\): Unknown thread!\r\n$");
-    const auto report = [] {
-        const bool absent = !KLFptmain(false) && !KLFptcurrent(false);
-        const bool fallback = std::string(KLFptname("nobody")) == "nobody";
-        const bool firstName = std::string(KLFptcreatemain(nullptr)->name()) == "PT-0";
-        exit(absent + 2 * fallback + 4 * firstName);
-    };
-    EXPECT_EXIT(report(), testing::ExitedWithCode(7), "");
-}
-
-TEST_F(ThreadDeathTest, CancellingTheMainRecordEndsTheProcess) {
+TEST(ThreadDeathTest, CancellingTheMainRecordEndsTheProcess) {
     EXPECT_EXIT(KLFptcreatemain("PT-Main")->cancel(), testing::ExitedWithCode(0), "");
 }
 
