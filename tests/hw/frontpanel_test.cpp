@@ -1,6 +1,6 @@
 #include "hw/frontpanel.h"
 
-#include <memory>
+#include <algorithm>
 #include <string>
 #include <unistd.h>
 
@@ -10,73 +10,43 @@
 
 #include "grc/boxf.h"
 #include "hw/keyquery.h"
-#include "panel_recorder.h"
 #include "sim/machine.h"
+#include "sim/models/device.h"
+#include <gtest/gtest.h>
 
 namespace {
 
 constexpr int width = 256;
 constexpr int height = 64;
 
-// A mainboard with ID 1, version 9 at 0xD000, and its panel as the ports show them. Keeps
-// what is sent to the display.
-class PanelPorts : public k4sim::PortSpace {
-public:
-    std::uint8_t id = 1;
-    std::uint8_t panelType = 0x3C;
-    std::uint8_t panelVersion = 9;
-    std::uint32_t keyWord = 0x0000FFFF;
-    std::vector<WireByte> sent;
-
-    std::uint8_t in(std::uint16_t port) override {
-        const int offset = port - base;
-        if (offset >= 7 && offset <= 10)
-            return static_cast<std::uint8_t>(keyWord >> 8 * (offset - 7));
-        switch (offset) {
-        case 0:
-            return id;
-        case 1:
-            return 9;
-        case 4:
-            return 0; // not busy
-        case 5:
-            return panelType;
-        case 6:
-            return panelVersion;
-        default:
-            return 0xFF;
-        }
-    }
-
-    void out(std::uint16_t port, std::uint8_t value) override {
-        if (port == base + 5 || port == base + 6) sent.push_back({port == base + 5, value});
-    }
-
-private:
-    static constexpr int base = 0xD000;
-};
-
+// On the virtual device with the panel type 0x3D.
 class FrontPanel : public testing::Test {
 protected:
-    FrontPanel() { k4sim::machine().attach_ports(&ports); }
-    ~FrontPanel() override {
-        k4sim::machine().set_privilege_refused(false);
-        k4sim::machine().attach_ports(nullptr);
+    FrontPanel() {
+        k4sim::Setup setup;
+        setup.board = k4sim::Board::plain;
+        k4sim::machine().reset(setup);
+    }
+    ~FrontPanel() override { k4sim::machine().reset(); }
+
+    static k4sim::Device& device() { return k4sim::machine().device(); }
+
+    static bool allOf(int grey) {
+        return std::ranges::count(device().oled()->picture(), grey) == width * height;
     }
 
-    std::vector<WireByte> takeSent() { return std::exchange(ports.sent, {}); }
-
     void expectHarmless() {
+        const k4sim::Picture before = device().oled()->picture();
+        const int contrast = device().oled()->peek_contrast();
         EXPECT_EQ(panel.writer, nullptr);
-        takeSent();
         panel.dispMode(2);
         panel.dispContrast(50);
         GRCboxF({0, 0}, {9, 9}, 9).draw(panel.display);
         EXPECT_EQ(panel.display.grey(8, 8), 9U);
-        EXPECT_TRUE(takeSent().empty());
+        EXPECT_EQ(device().oled()->picture(), before);
+        EXPECT_EQ(device().oled()->peek_contrast(), contrast);
     }
 
-    PanelPorts ports;
     CHfrontpanelK4 panel;
 };
 
@@ -88,22 +58,21 @@ TEST_F(FrontPanel, InitAgainStartsWithABlackPictureAndSendsItWhole) {
     ASSERT_EQ(panel.init(0), 0);
     panel.display.clear(5);
     panel.writer->commitFrom(panel.display, true);
+    EXPECT_TRUE(allOf(5));
     ASSERT_EQ(panel.init(0), 0);
-    takeSent();
     panel.writer->commitFrom(panel.display, true);
-    EXPECT_EQ(takeSent().size(), 64U * (6 + 128));
-    EXPECT_EQ(panel.display.grey(0, 0), 0U);
+    EXPECT_TRUE(allOf(0));
 }
 
 TEST_F(FrontPanel, UnknownPanelsAndMainboardsGiveTheFakeController) {
-    for (const int type : {0x00, 0x3B, 0x3E, 0xFF}) {
-        ports.panelType = static_cast<std::uint8_t>(type);
+    for (const char* type : {"0x00", "0x3B", "0x3E", "0xFF"}) {
+        device().set_fault("panel-type", type);
         EXPECT_EQ(panel.init(0), -49997) << type;
         expectHarmless();
     }
-    ports.panelType = 0x3C;
+    device().set_fault("panel-type", "0x3D");
     EXPECT_EQ(panel.init(0), 0) << "and recovers";
-    ports.id = 0xFF;
+    device().set_fault("cpld-id", "255");
     EXPECT_EQ(panel.init(0), -49997);
     EXPECT_NE(dynamic_cast<Myfplink_fake*>(panel.fplink.get()), nullptr);
     expectHarmless();
@@ -112,7 +81,6 @@ TEST_F(FrontPanel, UnknownPanelsAndMainboardsGiveTheFakeController) {
 TEST_F(FrontPanel, WithoutPrivilegeNothingIsSent) {
     k4sim::machine().set_privilege_refused(true);
     EXPECT_EQ(panel.init(0), -49999);
-    EXPECT_TRUE(takeSent().empty());
     expectHarmless();
     k4sim::machine().set_privilege_refused(false);
     EXPECT_EQ(panel.init(0), 0);
@@ -142,37 +110,29 @@ TEST_F(FrontPanel, SharedMemoryThatCanNotBeHadIsAnError) {
 
 TEST_F(FrontPanel, ContrastAndModesAreLimited) {
     ASSERT_EQ(panel.init(0), 0);
-    takeSent();
-    for (const auto& [percent, bytes] :
-         {std::pair{-5, "c81 c01"}, {50, "c81 c80"}, {150, "c81 cFF"}, {256, "c81 cFF"}}) {
+    panel.writer->commitFrom(panel.display, true);
+    for (const auto& [percent, contrast] : {std::pair{-5, 0}, {50, 0x80}, {150, 255}, {256, 255}}) {
         panel.dispContrast(percent);
-        EXPECT_EQ(takeSent(), wire(bytes)) << percent;
+        EXPECT_EQ(device().oled()->peek_contrast(), contrast) << percent;
     }
-    for (const auto& [mode, bytes] : {std::pair{2, "cAF cA5"},
-                                      {1, "cAF cA4"},
-                                      {0, "cAE cA4"},
-                                      {3, "cAF cA4"},
-                                      {-1, "cAE cA4"}}) {
+    for (const auto& [mode, isOn, isLit] : {std::tuple{2, true, true},
+                                            {1, true, false},
+                                            {0, false, false},
+                                            {3, true, false},
+                                            {-1, false, false}}) {
         panel.dispMode(mode);
-        EXPECT_EQ(takeSent(), wire(bytes)) << mode;
+        EXPECT_EQ(device().oled()->peek_on(), isOn) << mode;
+        EXPECT_TRUE(allOf(isLit ? 15 : 0)) << mode;
     }
 }
 
-TEST_F(FrontPanel, KeysComeThroughTheLinkWithThePanelsModulus) {
-    ports.panelVersion = 7;
+TEST_F(FrontPanel, EqualKeyEventsAreTakenAtOnce) {
     ASSERT_EQ(panel.init(0), 0);
     EXPECT_EQ(panel.kbdGetkey(), -1);
-    ports.keyWord = 0x0000FFFF | 15U << 24;
-    EXPECT_EQ(panel.kbdGetkey(), 12) << "16 positions: one step down";
-    ports.panelVersion = 8;
-    ASSERT_EQ(panel.init(0), 0);
-    ports.keyWord = 0x0000FFFF;
-    EXPECT_EQ(panel.kbdGetkey(), 12) << "64 positions: fifteen steps down";
-    EXPECT_EQ(panel.kbdGetAll(12), 14);
-    EXPECT_EQ(panel.kbdGetAll(12), 0);
-    ports.keyWord ^= 1U << 6;
-    EXPECT_EQ(panel.kbdGetkey(), 7);
-    EXPECT_EQ(panel.kbdGetkey(), -1);
+    device().keys()->turn(1, 15);
+    EXPECT_EQ(panel.kbdGetkey(), 13);
+    EXPECT_EQ(panel.kbdGetAll(13), 14);
+    EXPECT_EQ(panel.kbdGetAll(13), 0);
 }
 
 TEST_F(FrontPanel, SavedPictureReadsBackEqual) {
@@ -199,16 +159,13 @@ TEST_F(FrontPanel, KeyQueryNeedsNoDisplay) {
     k4sim::machine().set_privilege_refused(true);
     EXPECT_EQ(query.init(), -49999);
     k4sim::machine().set_privilege_refused(false);
-    ports.panelType = 0;
-    ports.keyWord = 0x0000FFFF ^ 1U << 6;
+    device().set_fault("panel-type", "0");
+    device().keys()->press('7');
     ASSERT_EQ(query.init(), 0);
     EXPECT_EQ(query.getkey(), 7);
     EXPECT_EQ(query.getkey(), -1);
-    ports.keyWord = 0x0080FFFF;
-    EXPECT_EQ(query.getkey(), 0x107);
-    EXPECT_EQ(query.getkey(), 19);
-    ports.keyWord |= 15U << 24;
+    device().keys()->turn(1, 15);
     EXPECT_EQ(query.getkey(), 12) << "16 positions whatever the panel's version";
     EXPECT_EQ(query.getkey(), -1);
-    EXPECT_TRUE(takeSent().empty());
+    EXPECT_FALSE(device().oled()->peek_on());
 }
