@@ -107,7 +107,7 @@ TEST(MainboardCpld, driver_and_link_use_the_base_that_answered) {
         EXPECT_EQ(board.detect(), 0);
         ports.take();
         board.initSerialLink()->put_cmd(static_cast<unsigned char>(0xAF));
-        board.cpld->watchdog(7);
+        board.cpld->watchdog(0x107);
         EXPECT_EQ(ports.take(), "w4=01 r5 r6 r4 w6=af wc=07");
     }
 }

@@ -56,6 +56,11 @@ TEST_P(EveryLink, RandomChangesArrive) {
     }
 }
 
+TEST_P(EveryLink, BlinkPatternArrives) {
+    panel.cpld->blink(0xA5);
+    EXPECT_EQ(k4sim::machine().device().panel()->peek_led(), 0xA5);
+}
+
 // Key codes by the characters of the panel's own keys, over the real key word.
 TEST_P(EveryLink, KeysArrive) {
     EXPECT_EQ(panel.kbdGetkey(), -1);
