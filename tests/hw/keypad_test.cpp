@@ -132,16 +132,6 @@ TEST(Keypad, AFullRingLosesNewEventsUntilThereIsRoom) {
     EXPECT_EQ(keys.getkey(), -1);
 }
 
-TEST(Keypad, TheRingGoesRoundWithoutLosingOrder) {
-    CHfpK4keyBuf keys;
-    for (int round = 0; round < 100; ++round) {
-        keys.analyze(allUp ^ 1U << 11);
-        keys.analyze(allUp ^ 1U << 4);
-        EXPECT_EQ(drain(keys),
-                  round == 0 ? (std::vector{0, 1, 0x100}) : (std::vector{0x101, 0, 1, 0x100}));
-    }
-}
-
 TEST(Keypad, GetallStopsAtTheFirstOtherEvent) {
     CHfpK4keyBuf keys;
     EXPECT_EQ(keys.getall(13), 0);

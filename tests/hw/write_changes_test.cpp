@@ -74,14 +74,6 @@ TEST_F(WriteChanges, RowsWithoutAChangeSendNothing) {
     EXPECT_TRUE(controller.take().empty());
 }
 
-TEST_F(WriteChanges, PixelsDrawnOverAndBackSendNothing) {
-    commitAll();
-    GRCboxF({40, 10}, {100, 10}, 15).draw(display);
-    GRCboxF({40, 10}, {100, 10}, 0).draw(display);
-    writer.commitFrom(display, true);
-    EXPECT_TRUE(controller.take().empty());
-}
-
 TEST_F(WriteChanges, OnlyTheLowFourBitsOfAWordAreGrey) {
     std::vector<unsigned int> memory(width * height, 0);
     display.init(width, height, memory.data());
