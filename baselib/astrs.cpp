@@ -6,7 +6,6 @@ int KLTastrdevext::ochar(int c) {
 }
 
 int KLTastrdevext::ostring(const char* text) {
-    if (text == nullptr) return KLTioBadArgument;
     text_.append(KLTastrc(text));
     return 0;
 }

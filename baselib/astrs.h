@@ -4,7 +4,8 @@
 #include "baselib/astr.h"
 #include "baselib/print.h"
 
-// A sink that appends to a string, which stays its owner's.
+// A sink that appends to a string, which stays its owner's. ostring takes null for the
+// empty text.
 class KLTastrdevext : public KLTout {
 public:
     explicit KLTastrdevext(KLTastr& text) : text_(text) {}

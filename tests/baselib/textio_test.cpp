@@ -41,7 +41,7 @@ TEST(Astrs, SinkAppends) {
     EXPECT_EQ(sink.ochar('b'), 1);
     EXPECT_EQ(sink.ostring("cd"), 0);
     EXPECT_EQ(sink.oblock("ef", 2), 0);
-    EXPECT_EQ(sink.ostring(nullptr), -6848);
+    EXPECT_EQ(sink.ostring(nullptr), 0);
     EXPECT_EQ(sink.oblock(nullptr, 1), -6848);
     EXPECT_EQ(textOf(text), "abcdef");
 }
