@@ -127,8 +127,6 @@ public:
     int pathCompDir(const KLTastrc& other, bool caseSensitive = true) const;
 
 protected:
-    KLTastrc(const char* characters, int count) : text_(characters), length_(count) {}
-
     // The shared empty text.
     static const char empty[1];
 

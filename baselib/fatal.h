@@ -1,8 +1,6 @@
 #pragma once
 // Where failed assertions of the library end.
 
-#include <cstddef>
-
 // Writes "KELlib-Error %s in module %s, line %d (%s)\n" (what, module, line, detail) to
 // standard error and aborts the process, without any clean-up.
 [[noreturn]] void KLFfatal(const char* what, int line, const char* module, const char* detail);

@@ -1,6 +1,5 @@
 #include "baselib/thread.h"
 
-#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
