@@ -20,6 +20,7 @@ KLTmemdump::KLTmemdump(const volatile void* data, unsigned length)
 void KLTmemdump::dump(KLTprint& print, int bytesPerLine, int groupSize) const {
     const bool fits = bytesPerLine >= 1 && bytesPerLine <= bytesPerLineMax;
     const auto step = static_cast<unsigned>(fits ? bytesPerLine : bytesPerLineDefault);
+    print << KLNstream::norm;
     for (unsigned offset = 0; offset < length_; offset += step) {
         dumpLine(print, offset, step, groupSize);
         if (length_ - offset <= step) break; // the next offset could wrap
@@ -28,7 +29,7 @@ void KLTmemdump::dump(KLTprint& print, int bytesPerLine, int groupSize) const {
 
 void KLTmemdump::dumpLine(KLTprint& print, unsigned offset, unsigned bytesPerLine,
                           int groupSize) const {
-    print << KLNstream::norm << KLNstream::hex8 << offset << ":";
+    print << KLNstream::hex8 << offset << ":";
     for (unsigned i = 0; i < bytesPerLine; ++i) {
         if (groupSize > 0 && i > 0 && i % static_cast<unsigned>(groupSize) == 0) print << ' ';
         if (i < length_ - offset)

@@ -13,7 +13,8 @@ public:
     KLTmemdump(const volatile void* data, unsigned length);
 
     // bytesPerLine: 1..64, else 16. groupSize: a further blank between groups of so many
-    // bytes; below 1: no groups. Each line ends with the print object's line end.
+    // bytes; below 1: no groups. Each line ends with the print object's line end. Resets all
+    // formatting, as `norm` does.
     void dump(KLTprint& print, int bytesPerLine = 16, int groupSize = 8) const;
 
 private:
