@@ -51,14 +51,14 @@ inline constexpr KLTmodifier0 crlf{detail::carriageReturnLineFeed}; // "\r\n" in
 inline constexpr KLTmodifier0 crf{detail::lineEndFlush};            // line end, flush
 inline constexpr KLTmodifier0 crd{detail::lineEndRelease};          // line end, release
 inline constexpr KLTmodifier0 crfld{detail::lineEndFlushRelease};   // line end, flush, release
-inline constexpr KLTmodifier0 lock{detail::takeLock};               // the sink's lock
-inline constexpr KLTmodifier0 done{detail::giveLock};
-inline constexpr KLTmodifier0 fl{detail::flushSink};
-inline constexpr KLTmodifier0 flush{detail::flushAll};
-inline constexpr KLTmodifier0 plus{detail::plusSign};  // "+" before numbers >= 0
-inline constexpr KLTmodifier0 pspc{detail::blankSign}; // " " before numbers >= 0
-inline constexpr KLTmodifier0 pers{detail::persist};   // formatting stays ...
-inline constexpr KLTmodifier0 norm{detail::normalise}; // ... until this
+inline constexpr KLTmodifier0 lock{detail::takeLock};               // take the sink's lock
+inline constexpr KLTmodifier0 done{detail::giveLock};               // release it
+inline constexpr KLTmodifier0 fl{detail::flushSink};                // flush the sink only
+inline constexpr KLTmodifier0 flush{detail::flushAll};              // and what lies behind it
+inline constexpr KLTmodifier0 plus{detail::plusSign};               // "+" before numbers >= 0
+inline constexpr KLTmodifier0 pspc{detail::blankSign};              // " " before numbers >= 0
+inline constexpr KLTmodifier0 pers{detail::persist};                // formatting stays ...
+inline constexpr KLTmodifier0 norm{detail::normalise};              // ... until this
 
 // Number bases.
 inline constexpr KLTmodifier0 bin{detail::setBase<2>};

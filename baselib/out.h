@@ -17,6 +17,7 @@ protected:
 };
 
 // A sink of bytes. A sink that is destroyed leaves every fan-out that it is attached to.
+// Here blocks and strings are written by ochar, whatever it answers.
 class KLTout : private KLTnoncopyable {
 public:
     constexpr KLTout() = default;

@@ -5,7 +5,8 @@
 
 #include <cstdio>
 
-// Codes: KLTioNoStream without a stream, KLTioBadArgument, and EOF (-1) when stdio refuses.
+// Codes: KLTioNoStream without a stream, KLTioBadArgument, and EOF (-1) when stdio refuses,
+// but for a string with translation, which is written by ochar.
 class KLToutHandle : public KLTout {
 public:
     // stream: may be null; stays the caller's. translate: "\n" goes out as "\r\n", in

@@ -112,7 +112,8 @@ public:
 };
 
 // Makes the calling thread the main thread and returns its record. A second call returns
-// the record unchanged. An empty or null name leaves the name "PT-0".
+// the record unchanged. An empty or null name leaves the name "PT-0". Fatal when the system
+// has no thread-specific key left.
 KLTpthreadBase* KLFptcreatemain(const char* name);
 
 // The main record, or null before KLFptcreatemain. Then with must, fatal:
