@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cstdio>
-#include <cstring>
 #include <ctime>
 #include <limits>
 
@@ -69,12 +68,7 @@ const char* KLTptmutex::owner(const char* fallback) const {
     return record ? record->name() : fallback;
 }
 
-void KLTptmutex::name(const char* name) {
-    if (!name || !*name) return;
-    const size_t length = strnlen(name, sizeof name_ - 1);
-    memmove(name_, name, length);
-    memset(name_ + length, 0, sizeof name_ - length);
-}
+void KLTptmutex::name(const char* name) { KLFptsetname(name_, name); }
 
 // The end of each wait: who got the mutex owns it, and nobody waits any more.
 int KLTptmutex::acquired(KLTpthreadBase* caller, int result) {

@@ -40,6 +40,13 @@ Maintask& staticMaintask() {
 
 } // namespace
 
+void KLFptsetname(char (&name)[KLTptNameSize], const char* source) {
+    if (!source || !*source) return;
+    const size_t length = strnlen(source, sizeof name - 1);
+    memmove(name, source, length);
+    memset(name + length, 0, sizeof name - length);
+}
+
 KLTpthreadBase::KLTpthreadBase(const char* name) {
     if (name && *name)
         this->name(name);
@@ -93,12 +100,7 @@ int KLTpthreadBase::detach() {
     return result;
 }
 
-void KLTpthreadBase::name(const char* name) {
-    if (!name || !*name) return;
-    const size_t length = strnlen(name, sizeof name_ - 1);
-    memmove(name_, name, length);
-    memset(name_ + length, 0, sizeof name_ - length);
-}
+void KLTpthreadBase::name(const char* name) { KLFptsetname(name_, name); }
 
 void* KLTpthreadBase::entry(void* record) {
     auto* self = static_cast<KLTpthreadBase*>(record);

@@ -13,6 +13,10 @@ class KLTptmutex;
 // Longest name of a thread or mutex, with its NUL.
 inline constexpr int KLTptNameSize = 32;
 
+// Replaces the name of a thread or mutex, filled up with NUL. At most 31 characters; an empty
+// or null source changes nothing.
+void KLFptsetname(char (&name)[KLTptNameSize], const char* source);
+
 // Results of KLTpthreadBase. Positive results are POSIX error numbers.
 inline constexpr int KLTptOk = 0;
 inline constexpr int KLTptNothingToDetach = -1; // detach(): no thread is attached
