@@ -1,13 +1,11 @@
 #include "baselib/convert.h"
 
 #include <bit>
-#include <cstdint>
 
 namespace {
 
 constexpr int digitsInWord = 8;
 constexpr int words = 3;
-constexpr int bitsInByte = 8;
 constexpr int valueBits = 64;
 
 // Decimal digits, four bits each, eight in a word; the lowest word first.
@@ -34,10 +32,6 @@ void accumulate(uint64_t value, Accumulator& digits) {
     }
 }
 
-uint64_t lowBytes(uint64_t value, int size) {
-    return size >= 8 ? value : value & ((uint64_t{1} << size * bitsInByte) - 1);
-}
-
 } // namespace
 
 void KLFconvert(long long value, char* buffer, int size, bool* negative, int* length) {
@@ -46,7 +40,7 @@ void KLFconvert(long long value, char* buffer, int size, bool* negative, int* le
     if (*negative)
         magnitude = 0 - magnitude;
     else if (size != 0)
-        magnitude = lowBytes(magnitude, size);
+        magnitude = KLFlowBytes(magnitude, size);
 
     Accumulator digits{};
     accumulate(magnitude, digits);

@@ -1,6 +1,8 @@
 #pragma once
 // Numbers to decimal digits.
 
+#include <cstdint>
+
 // Longest result of KLFconvert, and the room that it wants.
 inline constexpr int KLTconvertDigitsMax = 20;
 inline constexpr int KLTconvertSize = 24;
@@ -11,3 +13,8 @@ inline constexpr int KLTconvertSize = 24;
 // of its magnitude. size 1..8: value is unsigned and that many bytes wide, bytes above are
 // ignored; *negative is false.
 void KLFconvert(long long value, char* buffer, int size, bool* negative, int* length);
+
+// The lowest `size` bytes of a value, 1..8, the others 0.
+constexpr uint64_t KLFlowBytes(uint64_t value, int size) {
+    return size >= 8 ? value : value & ((uint64_t{1} << size * 8) - 1);
+}

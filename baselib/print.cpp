@@ -15,7 +15,6 @@ namespace {
 
 constexpr int paddingChunk = 40;
 constexpr int precisionMax = 30;
-constexpr int bitsInByte = 8;
 constexpr int valueBits = 64;
 constexpr const char* defaultLineEnd = "\n";
 
@@ -32,10 +31,6 @@ int digitsOf(uint64_t value, int bits, bool upper, char* buffer) {
     for (int i = 0; i < count; ++i)
         buffer[i] = characters[value >> (count - 1 - i) * bits & ((1U << bits) - 1)];
     return count;
-}
-
-uint64_t lowBytes(uint64_t value, int size) {
-    return size >= 8 ? value : value & ((uint64_t{1} << size * bitsInByte) - 1);
 }
 
 // Only letters that print a double may reach printf.
@@ -114,7 +109,7 @@ KLTprint& KLTprint::operator<<(const KLTtextarray& texts) {
 
 KLTprint& KLTprint::prtint(long long value, int size, bool isSigned) {
     if (size < 1 || size > 8) KLFfatal("integer of no size", __LINE__, "print", "1..8 bytes");
-    const uint64_t bits = lowBytes(static_cast<uint64_t>(value), size);
+    const uint64_t bits = KLFlowBytes(static_cast<uint64_t>(value), size);
     switch (flags_.base) {
     case 16:
         number(0, digits_, digitsOf(bits, 4, flags_.upper, digits_));
