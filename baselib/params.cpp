@@ -86,7 +86,7 @@ int KLTparams::parseAll(const char* format, Targets& targets) {
     return KLTparamsOk;
 }
 
-// Works off the specification that format points to, and moves format behind it.
+// Works off the directive that format points to, and moves format behind it.
 int KLTparams::parseOne(const char*& format, Targets& targets) {
     if (*format == '%') return KLTparamsNoKeyword;
     const char* const keyword = format;

@@ -11,7 +11,7 @@ constexpr int KLTparamsOk = 0;
 constexpr int KLTparamsMissing = -8849;      // count negative, or format or vector null
 constexpr int KLTparamsNullArgument = -8848; // an entry of the vector is null
 constexpr int KLTparamsBadKeyword = -8847;   // blank, control character or the end before "%"
-constexpr int KLTparamsNoKeyword = -8846;    // a specification begins with "%"
+constexpr int KLTparamsNoKeyword = -8846;    // a directive begins with "%"
 constexpr int KLTparamsBadLetter = -8845;    // unknown conversion letter
 constexpr int KLTparamsNoValue = -8844;      // no argument follows a keyword that needs one
 constexpr int KLTparamsUsed = -8842;         // the argument, or its value, is already taken
@@ -21,7 +21,7 @@ constexpr int KLTparamsUsed = -8842;         // the argument, or its value, is a
 // such argument counts, and each argument is taken once, over all calls of one object.
 // Arguments that no keyword matches are ignored.
 //
-// The format is a row of specifications, separated by any characters of codes 1 to 32 and
+// The format is a row of directives, separated by any characters of codes 1 to 32 and
 // not begun by one: a keyword of characters from 33 up, "%", a letter. Per letter, the
 // target that its pointer points to:
 //   P  bool       true when the keyword matched no argument: "nokeypad%P" gives keypad
@@ -34,7 +34,7 @@ constexpr int KLTparamsUsed = -8842;         // the argument, or its value, is a
 // stays free for other keywords.
 // A second "%" ("mode%%s") asks for one more target, a bool: did the keyword match?
 //
-// A status other than 0 ends the work at the specification that caused it; targets before
+// A status other than 0 ends the work at the directive that caused it; targets before
 // it are written, those from it on are not.
 class KLTparams {
 public:
