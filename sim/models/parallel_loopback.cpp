@@ -12,11 +12,14 @@ std::uint8_t ParallelLoopback::read() {
 
 std::uint8_t ParallelLoopback::levels() {
     unsigned levels = outputs_;
-    for (unsigned line = 0; line + 1 < lines; ++line) {
-        const unsigned pair = 3U << line;
-        if ((with(Defect::tied_high) >> line & 1) != 0 && (levels & pair) != 0) levels |= pair;
-        if ((with(Defect::tied_low) >> line & 1) != 0 && (levels & pair) != pair) levels &= ~pair;
-    }
+    // Shorts side by side join all their lines: a level travels along them, up or down.
+    for (unsigned pass = 0; pass < lines; ++pass)
+        for (unsigned line = 0; line + 1 < lines; ++line) {
+            const unsigned pair = 3U << line;
+            if ((with(Defect::tied_high) >> line & 1) != 0 && (levels & pair) != 0) levels |= pair;
+            if ((with(Defect::tied_low) >> line & 1) != 0 && (levels & pair) != pair)
+                levels &= ~pair;
+        }
     levels ^= with(Defect::inverted);
     levels |= with(Defect::high);
     levels &= ~static_cast<unsigned>(with(Defect::low) | with(Defect::open));

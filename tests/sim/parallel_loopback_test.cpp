@@ -42,6 +42,19 @@ TEST(ParallelLoopback, a_flaky_line_is_wrong_once_in_each_run_of_readings) {
     EXPECT_NE(places, wrong_places(2));
 }
 
+TEST(ParallelLoopback, shorts_side_by_side_join_all_their_lines) {
+    FakeSurroundings surroundings;
+    Device device(Board::aes, surroundings);
+    for (const char* line : {"0", "1"})
+        device.set_fault("parallel-tied-high", line);
+    for (const char* line : {"4", "5"})
+        device.set_fault("parallel-tied-low", line);
+    for (const unsigned line : {0x01U, 0x02U, 0x04U})
+        EXPECT_EQ(looped(device, line), 0x07U) << line;
+    for (const unsigned line : {0x10U, 0x20U, 0x40U})
+        EXPECT_EQ(looped(device, 0xFF & ~line), 0x8FU) << line;
+}
+
 TEST(ParallelLoopback, events_tell_the_first_mismatches_and_then_fewer) {
     FakeSurroundings surroundings;
     Device device(Board::aes, surroundings);
