@@ -28,7 +28,6 @@ uint32_t duration_ms(uint32_t entry) { return entry >> durationShift; }
 
 uint32_t frequency_hz(uint32_t entry) { return entry & frequencyMask; }
 
-// The console would sound such a note without an end.
 bool isWithoutDuration(uint32_t entry) { return entry != 0 && duration_ms(entry) == 0; }
 
 uint32_t semitones(double base_hz, int count) {

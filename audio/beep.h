@@ -13,8 +13,8 @@
 // 222 * 2^(n/12) Hz, 'A' to 'X' the same two octaves up, any other character a rest. An
 // odd character at the end ends the text.
 //
-// Without an open device everything takes its time, silently. What the console answers
-// to a tone is not looked at: a tone that fails is a tone that the operator does not hear.
+// Without an open device a melody takes its time, silently. What the console answers to a
+// tone is not looked at: a tone that fails is a tone that the operator does not hear.
 class KLTlinuxBeep {
 public:
     KLTlinuxBeep() = default;
@@ -41,11 +41,12 @@ public:
     void melody(const unsigned long* notes);
     void melody(const char* text);
     // Starts the next entry of the melody and returns its duration in ms, for callers
-    // that do the waiting. 0: the melody is over.
+    // that do the waiting. 0: the melody is over, or the entry has no duration, which the
+    // console takes for silence.
     int melodyNext();
 
     // Loads a melody and plays it to its end, sleeping for each entry. An entry without
-    // duration ends it early.
+    // duration ends it early, unheard.
     void playall(const char* text);
     void playall(const unsigned long* notes);
 
