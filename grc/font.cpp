@@ -6,10 +6,10 @@ const GRCglyph& GRCfont::glyph(char character) const {
     return data->glyphs[static_cast<std::size_t>(index)];
 }
 
-long long GRCfont::width(const KLTastrc& text, int extraSpacing) const {
+long long GRCfont::width(const KLTastrc& text) const {
     long long columns = 0;
     if (!data) return columns;
     for (int i = 0; i < text.length(); ++i)
-        columns += glyph(text.text()[i]).width + gap + static_cast<long long>(extraSpacing);
+        columns += glyph(text.text()[i]).width + gap;
     return columns;
 }

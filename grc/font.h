@@ -46,9 +46,8 @@ public:
     // Only with font data, that is when height() is not 0.
     const GRCglyph& glyph(char character) const;
 
-    // Columns that a text takes, each character with the gap behind it and
-    // extraSpacing further columns.
-    long long width(const KLTastrc& text, int extraSpacing = 0) const;
+    // Columns that a text takes, each character with the gap behind it.
+    long long width(const KLTastrc& text) const;
 
 private:
     const GRCfontData* data = nullptr;
