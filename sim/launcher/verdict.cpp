@@ -70,15 +70,20 @@ struct Case {
     std::string failure; // empty: passed
 };
 
+bool any_failed(const std::vector<Case>& cases) {
+    return std::ranges::any_of(cases, [](const Case& unit) { return !unit.failure.empty(); });
+}
+
 std::vector<Case> cases_of(const Observation& seen, Verdict verdict) {
     std::vector<Case> cases;
     for (const Observation::Row& row : seen.rows) {
         const std::string text = row.status.empty() ? "no status text" : row.status;
         cases.push_back({row.label, seconds(row.since_us), text == "OK" ? "" : text});
     }
-    if (cases.empty())
-        cases.push_back({"run", seconds(seen.duration_us),
-                         verdict == Verdict::passed ? "" : std::string(verdict_name(verdict))});
+    const bool passed = verdict == Verdict::passed;
+    if (cases.empty() || (!passed && !any_failed(cases)))
+        cases.push_back(
+            {"run", seconds(seen.duration_us), passed ? "" : std::string(verdict_name(verdict))});
     return cases;
 }
 

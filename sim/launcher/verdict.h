@@ -29,7 +29,7 @@ std::string_view verdict_name(Verdict verdict);
 
 // report.json and report.xml in the record's folder. JUnit: one case a status row, failed
 // when its last text is not "OK"; its time is when that text came. Where no row was ever
-// seen, the run itself is the only case.
+// seen, or none tells why the run did not pass, the run itself is a case.
 void write_reports(Record& record, Verdict verdict, ProcessEnd end);
 
 } // namespace k4sim
