@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <string>
+#include <sys/shm.h>
 #include <unistd.h>
 
 #define STB_IMAGE_IMPLEMENTATION
@@ -98,6 +99,13 @@ TEST_F(FrontPanel, PixelsLieInSharedMemoryOnRequest) {
     ASSERT_EQ(panel.init(0), 0);
     panel.display.put(3, 2, 12);
     EXPECT_EQ(pixels[2 * width + 3], 11U) << "own memory again";
+}
+
+TEST_F(FrontPanel, SharedMemoryGoesWithTheNextInit) {
+    ASSERT_EQ(panel.init(sharedKey()), 0);
+    EXPECT_NE(shmget(sharedKey(), 0, 0), -1);
+    ASSERT_EQ(panel.init(0), 0);
+    EXPECT_EQ(shmget(sharedKey(), 0, 0), -1);
 }
 
 TEST_F(FrontPanel, SharedMemoryThatCanNotBeHadIsAnError) {
