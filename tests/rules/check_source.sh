@@ -17,14 +17,16 @@ breach() {
 
 program='baselib grc hw audio app'
 
-breach "Assembly outside the port access layer" \
-    grep -rnE '\b(asm|__asm__)\b' $program --include=*.cpp --include=*.h --exclude=ports.cpp
+breach "Ports or assembly outside the port access layer" \
+    grep -rnE '\b(asm|__asm__)\b|<sys/io\.h>' $program --include=*.cpp --include=*.h --exclude=ports.cpp
 breach "Sleeping outside the clock and the thread layer" \
     grep -rnE '\b(usleep|nanosleep) *\(' $program --include=*.cpp --exclude=clock.cpp --exclude=thread.cpp
 breach "The program includes the virtual device" \
     grep -rn '#include "sim/' $program
 breach "The virtual device includes the program" \
     grep -rnE '#include "(baselib|grc|hw|audio|app)/' sim
+breach "A model that calls the operating system" \
+    grep -rnE '#include <(sys/|linux/|alsa/|unistd|fcntl|pthread|time\.h|ctime|chrono|thread|cstdio|fstream|iostream)' sim/models
 breach "Standard streams or threads in the program" \
     grep -rnE '#include <(iostream|thread|mutex|chrono|future)>' $program
 breach "Headers without #pragma once" \
