@@ -27,7 +27,7 @@ public:
     // it then replaces.
     bool change(KLTastr& current);
 
-    // The test was asked to stop. Its body looks at this at least once a second.
+    // The test was asked to stop. Its body looks at this every two seconds at least.
     bool stopRequested() const { return stopRequest_.load(std::memory_order_relaxed); }
 
 protected:

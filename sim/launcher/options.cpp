@@ -100,7 +100,7 @@ struct OptionText {
 constexpr std::array<OptionText, 8> option_texts{{
     {"--board", "aes|plain|i2c|engine|none", "mainboard generation (aes)"},
     {"--operator", "auto|none", "who stands at the panel (auto)"},
-    {"--scenario", "FILE", "TOML file of steps: keys, knobs, faults, and when"},
+    {"--scenario", "FILE", "TOML file of steps: keys, knobs, cables, faults, when"},
     {"--fault", "NAME[=VALUE][@SECONDS]", "a fault, from the start or from a second on"},
     {"--seed", "N", "the same seed gives the same run (1)"},
     {"--pace", "FACTOR|max", "1 is real time (max)"},

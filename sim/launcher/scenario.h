@@ -13,7 +13,8 @@
 //     do = "press E"
 //
 // What can be done: press KEY, hold KEY, release KEY (keys 0..9 * # K E A C D M),
-// turn ENCODER STEPS (encoder 1 or 2, steps negative to the left), fault NAME[=VALUE].
+// turn ENCODER STEPS (encoder 1 or 2, steps negative to the left), plug CABLE, unplug CABLE
+// (analog or digital), fault NAME[=VALUE].
 #pragma once
 
 #include "sim/setup.h"
