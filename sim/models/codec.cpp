@@ -9,6 +9,7 @@ namespace k4sim {
 namespace {
 
 constexpr double boost_db = 17.26;
+constexpr double phantom_db = -2.5;
 constexpr double output_step_db = 1;
 constexpr int output_nominal = 127;
 constexpr double line_in_level_step_db = 3;
@@ -140,7 +141,7 @@ double Codec::input_gain_db(unsigned input) const {
     const LineInScale& scale = aes_ ? aes_line_in : other_line_in;
     return scale.at_0_db + settings_.line_in[input] * scale.step_db +
            settings_.line_in_level[input] * line_in_level_step_db +
-           (settings_.boost[input] ? boost_db : 0);
+           (settings_.boost[input] ? boost_db : 0) + (settings_.phantom[input] ? phantom_db : 0);
 }
 
 void Codec::through_cable(std::span<const Frame> sent, std::span<Frame> arriving) {

@@ -7,12 +7,12 @@
 //                                    -3 * step
 //     Line In Level         0..15    3 * step
 //     boost                 on +17.26, off 0
+//     phantom power         on -2.5 (it loads the line output that is plugged in), off 0
 // so the loop has 0 dB with boost off and Line In 24 (aes) or 0, and -6.74 dB with boost on
 // and Line In 48 (aes) or 8. The converter adds noise of -90 dB RMS and a DC of at most -62
 // dB, both told by the seed, and clips at full scale.
 //
-// Not modelled: what phantom power does to a connected signal (nothing here), noise of the
-// playback converter, the analog outputs 3 to 6.
+// Not modelled: noise of the playback converter, the analog outputs 3 to 6.
 #pragma once
 
 #include "sim/models/dip.h"

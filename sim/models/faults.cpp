@@ -63,8 +63,8 @@ constexpr Fault faults[] = {
      "seen where none is"},
     {"analog-gain", "DB", Value::number, -100, 40, Site::device, Needs::nothing, Sight::depends,
      "the loop has this gain more than it should",
-     "ABORTED: the audio row keeps \"Loop gain\" beyond 2 dB, \"Voltages, loopback\" below -11 dB; "
-     "not seen within 2 dB"},
+     "ABORTED: the audio row keeps \"Loop gain\" beyond 2 dB, \"Voltages, loopback\" below -11 dB "
+     "(with a cable that comes late below -8 dB); not seen within 2 dB"},
     {"analog-hum", "DB", Value::number, -100, 0, Site::device, Needs::nothing, Sight::depends,
      "both inputs hum with 50 Hz of this peak, in dB re full scale",
      "ABORTED from about -75 dB on: the audio row keeps \"Silence/DC\"; not seen below"},

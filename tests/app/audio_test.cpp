@@ -104,6 +104,12 @@ TEST_F(AudioTest, MakesTheInputsSafeHoweverItEnds) {
     }
 }
 
+TEST_F(AudioTest, MeasuresTheGainWithoutPhantomPower) {
+    runTo(searching);
+    card().plug_analog(true);
+    EXPECT_TRUE(matches("OK"));
+}
+
 // An exception ends the process, and not before the inputs are safe.
 TEST_F(AudioTest, MakesTheInputsSafeBeforeAnExceptionEndsTheProcess) {
     const auto die = [this] {

@@ -108,6 +108,7 @@ TEST(Codec, CablesAndSwitchesDecideWhoHearsWhat) {
         {AnalogCable::crossed, [](CodecSettings& s) { s.line_out_on[0] = false; }, 0, quiet_db},
         {AnalogCable::straight, [](CodecSettings& s) { s.line_in_on[1] = false; }, 0, quiet_db},
         {AnalogCable::straight, [](CodecSettings& s) { s.headphone_on = {}; }, 0, 0},
+        {AnalogCable::straight, [](CodecSettings& s) { s.phantom[0] = true; }, -2.5, 0},
         {AnalogCable::straight,
          [](CodecSettings& s) {
              s.boost = {};
