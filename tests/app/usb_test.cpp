@@ -154,6 +154,27 @@ TEST_F(Usb, AdapterThatIsPulledStartsTheCountAgain) {
     EXPECT_TRUE(reaches("In progress: 3", 3 * second_us));
 }
 
+// That is what an adapter gets where standard input is closed, and it can't be worked on.
+TEST_F(Usb, EndsWhereAnAdapterGetsDescriptor0) {
+    unit.start(false);
+    unit.waitend();
+    testing::internal::CaptureStdout();
+    const int input = dup(0);
+    close(0);
+    {
+        K4STusb another;
+        another.init();
+        EXPECT_EQ(another.start(true), 0);
+        EXPECT_TRUE(shows(another, "Not running", second_us));
+    }
+    if (input >= 0) {
+        dup2(input, 0);
+        close(input);
+    }
+    EXPECT_EQ(testing::internal::GetCapturedStdout(),
+              "USB-0: Opened /dev/ttyUSB3\nCannot enable blocking mode, error -1\n");
+}
+
 TEST_F(Usb, LineEndsAreNotPartOfTheTextButOtherBytesAre) {
     ASSERT_TRUE(reaches("In progress: 5", 10 * second_us));
     adapters[0]->give("\n\n");
