@@ -16,6 +16,9 @@ namespace {
 constexpr double us_per_s = 1e6;
 constexpr double seconds_max = 1e9;
 
+// Linux takes 128 KiB for one variable of the environment, its name included.
+constexpr std::size_t setup_text_max = 128 * 1024 - 100;
+
 // What the command line sets, each thing at most as often as it is said.
 struct Said {
     std::optional<std::string> scenario;
@@ -142,6 +145,8 @@ void settle(Options& options, const Said& said) {
         if (!error.empty()) throw UsageError("--fault: " + error);
         options.setup.faults.push_back(fault);
     }
+    if (encode(options.setup).size() > setup_text_max)
+        throw UsageError("steps and faults are too many to hand to the program; use fewer steps");
 }
 
 Options parse_run(const std::vector<std::string>& arguments) {

@@ -116,6 +116,15 @@ TEST_F(ScenarioFile, StepsAndSettings) {
     EXPECT_EQ(other.seed, 3U);
 }
 
+// A whole run goes to the program as one variable of its environment, which has an end.
+TEST_F(ScenarioFile, TooManyStepsAreRefusedBeforeTheRun) {
+    std::string steps;
+    for (int i = 0; i < 10'000; ++i)
+        steps += "[[step]]\nat = 3\ndo = \"press 7\"\n";
+    const std::string error = error_of({"--scenario", write(steps), "p"});
+    EXPECT_NE(error.find("fewer steps"), std::string::npos) << error;
+}
+
 TEST_F(ScenarioFile, ErrorsNameFileAndLine) {
     const struct {
         const char* text;
