@@ -3,7 +3,6 @@
 #include "grc/hwgeneric.h"
 
 #include <climits>
-#include <random>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -130,26 +129,4 @@ TEST(GRChwgeneric, TransfersTheChangedAreaOrTheWholeDisplayAndForgetsIt) {
     EXPECT_TRUE(display.changed().empty());
     EXPECT_EQ(hardware.areas,
               (std::vector<std::vector<int>>{{0, 0, 30, 20}, {4, 5, 2, 3}, {0, 0, 30, 20}}));
-}
-
-TEST(GRCrect, IntersectionAndBoundingAgreeWithPixelSets) {
-    std::mt19937 random(1);
-    const auto draw = [&random](int low, int high) {
-        return low + static_cast<int>(random() % static_cast<unsigned int>(high - low + 1));
-    };
-    const auto contains = [](const GRCrect& area, int x, int y) {
-        return !area.empty() && x >= area.position.x && x < area.right() && y >= area.position.y &&
-               y < area.bottom();
-    };
-    for (int round = 0; round < 500; ++round) {
-        const GRCrect a{{draw(-3, 9), draw(-3, 9)}, {draw(-1, 7), draw(-1, 7)}};
-        const GRCrect b{{draw(-3, 9), draw(-3, 9)}, {draw(-1, 7), draw(-1, 7)}};
-        for (int y = -5; y < 20; ++y)
-            for (int x = -5; x < 20; ++x) {
-                const bool inA = contains(a, x, y);
-                const bool inB = contains(b, x, y);
-                ASSERT_EQ(contains(intersection(a, b), x, y), inA && inB);
-                ASSERT_TRUE(contains(bounding(a, b), x, y) || (!inA && !inB));
-            }
-    }
 }

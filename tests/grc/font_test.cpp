@@ -1,4 +1,4 @@
-#include "grc/font_art.h"
+#include "grc/font.h"
 
 #include <algorithm>
 #include <string>
@@ -22,22 +22,6 @@ std::pair<int, int> extent(char character) {
         last = row;
     }
     return {first, last};
-}
-
-// A font of one-pixel-high pictures for every character.
-std::string plainArt() {
-    std::string heading;
-    std::string row;
-    for (char character = '!'; character <= '~'; ++character) {
-        heading += std::string(1, character) + " ";
-        row += "# ";
-    }
-    return heading + "\n" + row + "\n";
-}
-
-bool isWellFormed(const std::string& art) {
-    GRCfontData font;
-    return readFontArt(art, 1, 3, font);
 }
 
 } // namespace
@@ -82,33 +66,4 @@ TEST(F9x5p, GlyphsUseTheirWholeWidth) {
         EXPECT_TRUE(columns & 1) << character;
     }
     EXPECT_EQ(glyph(' ').width, 3);
-}
-
-TEST(FontArt, RefusesMalformedLines) {
-    EXPECT_TRUE(isWellFormed(plainArt()));
-    const struct {
-        std::string from, to;
-    } changes[] = {
-        {"A B C", "A C B"},         // characters out of order
-        {"A B C", "A C"},           // a character is missing
-        {"\n# #", "\n# x"},         // not a pixel
-        {"\n# #", "\n#"},           // a piece is missing
-        {"\n# #", "\n# # #"},       // a piece too many
-        {"\n# #", "\n#........ #"}, // too wide
-    };
-    for (const auto& [from, to] : changes) {
-        std::string art = plainArt();
-        EXPECT_FALSE(isWellFormed(art.replace(art.find(from), from.size(), to))) << to;
-    }
-    EXPECT_FALSE(isWellFormed(plainArt() + plainArt())) << "characters twice";
-    EXPECT_FALSE(isWellFormed("")) << "no characters";
-    EXPECT_FALSE(isWellFormed("! \"\n# #\n")) << "the end is missing";
-}
-
-TEST(FontArt, RefusesRowsOfDifferentWidth) {
-    const std::string art = plainArt();
-    const std::string row = art.substr(art.find('\n') + 1);
-    GRCfontData font;
-    EXPECT_TRUE(readFontArt(art + row, 2, 3, font));
-    EXPECT_FALSE(readFontArt(art + "#" + row, 2, 3, font));
 }
