@@ -13,29 +13,6 @@ namespace {
 
 constexpr Board boards[] = {Board::aes, Board::plain, Board::i2c, Board::engine, Board::none};
 
-TEST(DeviceTest, each_board_answers_at_its_base_alone) {
-    const struct {
-        Board board;
-        std::uint16_t base;
-        std::uint8_t id, version, panel_type;
-    } cases[] = {
-        {Board::aes, 0xD000, 2, 1, 0x3C},
-        {Board::plain, 0xD000, 1, 9, 0x3D},
-        {Board::i2c, 0xD000, 1, 6, 0x3C},
-        {Board::engine, 0x0A00, 1, 8, 0x3D},
-    };
-    for (const auto& [board, base, id, version, panel_type] : cases) {
-        FakeSurroundings surroundings;
-        Device device(board, surroundings);
-        EXPECT_EQ(device.in(base), id);
-        EXPECT_EQ(device.in(base + 1), version);
-        EXPECT_EQ(device.panel()->reported_type(), panel_type);
-        const std::uint16_t other = base == 0xD000 ? 0x0A00 : 0xD000;
-        for (const unsigned port : {other + 0, other + 1, base + 16, base - 1, 0x80, 0})
-            EXPECT_EQ(device.in(port), 0xFF) << std::hex << port;
-    }
-}
-
 std::string some_value(const k4sim::Fault& fault) {
     switch (fault.value) {
     case k4sim::Fault::Value::none:

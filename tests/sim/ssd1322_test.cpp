@@ -49,27 +49,6 @@ protected:
     k4sim::Ssd1322 oled{surroundings};
 };
 
-TEST_F(Ssd1322Test, two_pixels_land_where_the_worked_example_says) {
-    start();
-    send({{0x15, {0x1E, 0x1E}}, {0x75, {0x03, 0x03}}, {0x5C, {0x00, 0xA5}}});
-    Picture expected{};
-    expected[3 * glass_width + 10] = 0xA;
-    expected[3 * glass_width + 11] = 0x5;
-    EXPECT_EQ(oled.picture(), expected);
-}
-
-TEST_F(Ssd1322Test, a_span_takes_the_rest_of_its_columns_along) {
-    start();
-    const Picture picture = random_picture(12);
-    send_picture(picture);
-    // x = 11..12 lie in columns 1C + 2 and 1C + 3, which hold x = 8..15.
-    send({{0x15, {0x1E, 0x1F}}, {0x75, {0x3F, 0x3F}}, {0x5C, {0x12, 0x34, 0x56, 0x78}}});
-    Picture expected = picture;
-    for (unsigned x = 8; x <= 15; ++x)
-        expected[63 * glass_width + x] = x - 7;
-    EXPECT_EQ(oled.picture(), expected);
-}
-
 TEST_F(Ssd1322Test, the_remap_byte_decides_how_the_picture_lies_on_the_glass) {
     const Picture picture = random_picture(13);
     Picture reversed = picture; // the four pixels of a column

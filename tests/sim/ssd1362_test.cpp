@@ -41,16 +41,6 @@ protected:
     k4sim::Ssd1362 oled{surroundings};
 };
 
-TEST_F(Ssd1362Test, two_pixels_land_where_the_worked_example_says) {
-    start();
-    commands({0x15, 0x05, 0x05, 0x75, 0x03, 0x03});
-    data({0xA5});
-    Picture expected{};
-    expected[3 * glass_width + 10] = 0xA;
-    expected[3 * glass_width + 11] = 0x5;
-    EXPECT_EQ(oled.picture(), expected);
-}
-
 TEST_F(Ssd1362Test, the_remap_byte_decides_how_the_picture_lies_on_the_glass) {
     const Picture picture = random_picture(3);
     Picture exchanged = picture; // the two pixels of a byte
