@@ -60,13 +60,6 @@ TEST(AutoOperator, OperatesEverythingOneByOneThenPressesEscTwice) {
     }
 }
 
-TEST(AutoOperator, UnderstandsThePanelWithoutKeypad) {
-    Bench bench(PanelProgram::Keypad::absent);
-    bench.run(60 * second);
-    EXPECT_EQ(bench.program.status(), "OK");
-    EXPECT_TRUE(bench.program.aborted());
-}
-
 TEST(AutoOperator, DoesAgainWhateverTheScreenStillAsksFor) {
     for (const auto keypad : {PanelProgram::Keypad::fitted, PanelProgram::Keypad::absent}) {
         Bench bench(keypad);
@@ -87,17 +80,6 @@ TEST(AutoOperator, GivesAUnitTwoMinutesToChangeItsText) {
     ASSERT_TRUE(bench.program.aborted());
     EXPECT_GE(bench.program.aborted_at(), 90 * second + patience);
     EXPECT_LE(bench.program.aborted_at(), 90 * second + patience + 3 * second);
-}
-
-TEST(AutoOperator, TakesNumbersForNoChange) {
-    Bench bench;
-    for (int tick = 0; tick < 300; ++tick)
-        bench.surroundings.at(tick * second, [&bench, tick] {
-            bench.program.set_other_status(tick % 2 ? "Silence/DC -12.0 1.5 -20.9 -19.5"
-                                                    : "Silence/DC -11.9 -1.5 -21.0 3");
-        });
-    bench.run(patience + 40 * second);
-    EXPECT_TRUE(bench.program.aborted());
 }
 
 } // namespace

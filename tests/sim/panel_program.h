@@ -1,14 +1,16 @@
 // Stands for the program under test in front of the operators: looks at the keys every
 // 100 ms, lights the whole glass until the first key, and shows what is missing in the
-// status table. It knows the panel's wires only.
+// status table. The key word is taken apart by the program's own buffer.
 #pragma once
 
 #include "fake_surroundings.h"
 #include "status_picture.h"
 
+#include "hw/keypad.h"
 #include "sim/models/device.h"
 
-#include <bit>
+#include <algorithm>
+#include <cstring>
 #include <initializer_list>
 #include <string>
 #include <vector>
@@ -27,7 +29,7 @@ public:
 
     void start() {
         commands({0xA5}); // all pixels lit
-        word_ = device_.panel()->key_word();
+        events_.init(device_.panel()->version());
         tick();
     }
 
@@ -49,8 +51,7 @@ public:
     }
 
 private:
-    static constexpr std::string_view characters = "0123456789*#LRKEACDMhH";
-    static constexpr std::string_view word_keys = "CDEA147*2580369#"; // from bit 0 on
+    static constexpr std::string_view characters = CHfpK4keyBuf::keyCharacters;
 
     static int code_of(char character) { return static_cast<int>(characters.find(character)); }
 
@@ -67,33 +68,21 @@ private:
     }
 
     void tick() {
-        const std::uint32_t word = device_.panel()->key_word();
-        const std::uint32_t pressed = pressed_keys(word);
-        const std::uint32_t fresh = pressed & ~pressed_keys(word_);
-        most_keys_at_once_ = std::max(most_keys_at_once_, std::popcount(pressed));
-        for (int code = 0; code < 22; ++code)
-            if (fresh >> code & 1) accept(code);
-        turned((word >> 24) - (word_ >> 24), 'L', 'R');
-        turned((word >> 16) - (word_ >> 16), 'h', 'H');
-        word_ = word;
+        events_.analyze(device_.panel()->key_word());
+        for (int event = events_.getkey(); event != CHfpK4keyBuf::noEvent; event = events_.getkey())
+            take(event);
         if (ticks_++ % 10 == 0) redraw();
         if (!aborted()) surroundings_.at(surroundings_.now() + 100'000, [this] { tick(); });
     }
 
-    static std::uint32_t pressed_keys(std::uint32_t word) {
-        std::uint32_t codes = 0;
-        for (unsigned bit = 0; bit < word_keys.size(); ++bit)
-            if ((word >> bit & 1) == 0) codes |= 1U << code_of(word_keys[bit]);
-        if (word >> 23 & 1) codes |= 1U << code_of('M');
-        if (word >> 31 & 1) codes |= 1U << code_of('K');
-        return codes;
-    }
-
-    void turned(std::uint32_t difference, char left, char right) {
-        constexpr unsigned counter_mask = 0x3F;
-        difference &= counter_mask;
-        if (difference == 0) return;
-        accept(code_of(difference <= counter_mask / 2 ? right : left));
+    void take(int event) {
+        if (event >= CHfpK4keyBuf::released) {
+            --keys_down_;
+            return;
+        }
+        const bool is_step = std::strchr("LRhH", characters[event]) != nullptr;
+        if (!is_step) most_keys_at_once_ = std::max(most_keys_at_once_, ++keys_down_);
+        accept(event);
     }
 
     void accept(int code) {
@@ -133,7 +122,8 @@ private:
     FakeSurroundings& surroundings_;
     Keypad keypad_;
     std::string other_status_ = "Not running";
-    std::uint32_t word_ = 0;
+    CHfpK4keyBuf events_;
+    int keys_down_ = 0;
     std::uint32_t missing_ = keypad_ == Keypad::fitted ? 0x3FFFFF : 0x38F000;
     std::size_t forgotten_ = 0;
     bool swallowed_ = false;
