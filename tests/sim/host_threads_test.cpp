@@ -241,16 +241,6 @@ TEST_F(Pipe, ReaderWaitsInVirtualTimeAndTakesWordsInOrder) {
     }
 }
 
-TEST_F(Pipe, EndOfFileWhenTheOtherEndIsClosed) {
-    ProgramThread closer([&] {
-        usleep(300);
-        close(ends_[1]);
-    });
-    char c;
-    EXPECT_EQ(read(ends_[0], &c, 1), 0);
-    EXPECT_EQ(since_start(), 300);
-}
-
 TEST_F(Pipe, ClosedBehindItsBackIsForgotten) {
     ASSERT_EQ(syscall(SYS_close, ends_[0]), 0);
     const int other = open("/dev/null", O_RDONLY);

@@ -2,8 +2,6 @@
 #include "sim/models/port_space.h"
 #include "sim/time/scheduler.h"
 
-#include "program_threads.h"
-
 #include <cerrno>
 #include <gmock/gmock.h>
 #include <sys/io.h>
@@ -82,21 +80,6 @@ TEST_F(PortTrap, AnAccessTakesAMicrosecondAndKeepsErrno) {
         out_by_dx(0xD000, 0);
     EXPECT_EQ(scheduler().now(), start + 100);
     EXPECT_EQ(errno, 55);
-}
-
-TEST_F(PortTrap, AThreadThatPollsAPortYieldsAtTheEndOfItsSlice) {
-    SharedText order;
-    const auto poll_port = [&](char name) {
-        for (int i = 0; i < 2500; ++i) {
-            in_by_dx(0xD000);
-            order.add_once(name);
-        }
-    };
-    ProgramThread a([&] { poll_port('a'); });
-    ProgramThread b([&] { poll_port('b'); });
-    a.join();
-    b.join();
-    EXPECT_EQ(order.get(), "ababab");
 }
 
 TEST_F(PortTrapDeathTest, WithoutPrivilegeAnAccessKillsTheProcess) {
