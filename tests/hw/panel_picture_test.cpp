@@ -61,6 +61,29 @@ TEST_P(EveryLink, BlinkPatternArrives) {
     EXPECT_EQ(k4sim::machine().device().panel()->peek_led(), 0xA5);
 }
 
+// What the program that ran before may have left behind.
+TEST_P(EveryLink, InitEndsShiftsPartialPicturesInversionAndTheLock) {
+    CHfplinkK4& link = *panel.fplink;
+    using Bytes = std::vector<unsigned char>;
+    const bool isSsd1362 = link.panelType == 0x3C;
+    const std::pair<unsigned char, Bytes> leftovers[] = {
+        {0xA1, {5}},                                       // start line
+        {0xA2, {3}},                                       // display offset
+        {0xA7, {}},                                        // inverse
+        {0xA8, isSsd1362 ? Bytes{0x0F} : Bytes{0x10, 32}}, // few rows
+        {0xAB, {0}},                                       // core supply off
+        {0xFD, {0x16}},                                    // lock
+    };
+    for (const auto& [command, parameters] : leftovers) {
+        link.put_cmd(command);
+        for (const unsigned char parameter : parameters)
+            isSsd1362 ? link.put_cmd(parameter) : link.put_data(parameter);
+    }
+    ASSERT_EQ(panel.init(0), 0);
+    panel.display.fill({{5, 1}, {240, 62}}, 9);
+    expectArrived("picture");
+}
+
 // Key codes by the characters of the panel's own keys, over the real key word.
 TEST_P(EveryLink, KeysArrive) {
     EXPECT_EQ(panel.kbdGetkey(), -1);
