@@ -74,6 +74,13 @@ TEST(Keypad, NoiseStillMovesTheRememberedPosition) {
     EXPECT_EQ(keys.getkey(), 13);
 }
 
+TEST(Keypad, PositionsOfEncoder2HaveSevenBits) {
+    CHfpK4keyBuf keys;
+    keys.init(8);
+    keys.analyze(positions(0, 60));
+    EXPECT_EQ(keys.analyze(positions(0, 70)), 10);
+}
+
 // Each key's bit, level when pressed, and character on the panel.
 TEST(Keypad, EveryKeyGivesItsCodeWhenPressedAndReleased) {
     const struct {
