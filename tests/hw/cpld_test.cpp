@@ -40,6 +40,7 @@ TEST(Cpld_0x01_0x06, line_register) {
     check<Driver>({
         {"SDA released", [](Driver& driver) { driver.putI2C(0, 1); }, {}, "w4=01"},
         {"SCL released", [](Driver& driver) { driver.putI2C(1, 0); }, {}, "w4=02"},
+        {"bit 0 of SDA", [](Driver& driver) { driver.putI2C(0, 0xFE); }, {}, "w4=00"},
         {"SDA low", [](Driver& driver) { EXPECT_EQ(driver.getI2C(true), 0); }, {{4, {0xFE}}}, "r4"},
         {"no switches",
          [](Driver& driver) {
