@@ -1,20 +1,46 @@
 #include "baselib/clock.h"
 
 #include "baselib/thread.h"
-#include "raw_clock.h"
 
+#include <atomic>
 #include <climits>
 #include <csignal>
 #include <gtest/gtest.h>
 #include <sys/time.h>
+#include <sys/times.h>
+#include <unistd.h>
+#include <vector>
 
 namespace {
 
 constexpr long long tick_us = 10'000;
+constexpr long ticksPerSecond = 100;
+
+// The raw counts that times() returns, one after the other; the last one stays.
+std::vector<int> rawTicks{0};
+std::atomic<unsigned> nextTick{0};
+
+} // namespace
+
+// The linker puts these in the place of the C library's for the code under test alone
+// (--wrap): the sanitizers' own calls, before they have started, stay as they are.
+extern "C" clock_t __wrap_times(struct tms*) {
+    const unsigned index = nextTick++;
+    return index < rawTicks.size() ? rawTicks[index] : rawTicks.back();
+}
+
+extern "C" long __real_sysconf(int name);
+
+extern "C" long __wrap_sysconf(int name) {
+    return name == _SC_CLK_TCK ? ticksPerSecond : __real_sysconf(name);
+}
+
+namespace {
 
 // The clock keeps its state, and each case needs the first reading of a process.
 void expectReadings(const std::vector<int>& raw, const std::vector<long long>& ticks) {
-    setRawTicks(raw);
+    rawTicks = raw;
+    nextTick = 0;
     for (const long long expected : ticks)
         if (const long long now_us = KLFnow(); now_us != expected * tick_us) {
             fprintf(stderr, "expected %lld, is %lld", expected * tick_us, now_us);
