@@ -38,28 +38,6 @@ protected:
     std::string path;
 };
 
-// Every write beyond this file size fails, as on a full disk.
-class FileSizeLimit {
-public:
-    explicit FileSizeLimit(rlim_t bytes) {
-        getrlimit(RLIMIT_FSIZE, &before);
-        rlimit limit = before;
-        limit.rlim_cur = bytes;
-        setrlimit(RLIMIT_FSIZE, &limit);
-        handlerBefore = std::signal(SIGXFSZ, SIG_IGN);
-    }
-    ~FileSizeLimit() {
-        setrlimit(RLIMIT_FSIZE, &before);
-        std::signal(SIGXFSZ, handlerBefore);
-    }
-    FileSizeLimit(const FileSizeLimit&) = delete;
-    FileSizeLimit& operator=(const FileSizeLimit&) = delete;
-
-private:
-    rlimit before{};
-    void (*handlerBefore)(int) = nullptr;
-};
-
 } // namespace
 
 // Two rows of three pixels, put together by hand from the format's description.
@@ -89,13 +67,17 @@ TEST_F(Bmp, AFailureLeavesNothing) {
     EXPECT_EQ(filesInFolder(), 1U);
 }
 
+// A process that may write no longer files, as on a full disk.
 TEST_F(Bmp, AFailedWriteLeavesTheOlderFileAndNothingElse) {
     const std::vector<unsigned int> pixels(100 * 100, 0x123456);
     std::ofstream(path) << "older";
-    {
-        const FileSizeLimit limit(4096);
-        EXPECT_EQ(KLFwriteBmp(path.c_str(), 100, 100, pixels.data()), KLFbmpErrorFile);
-    }
+    const auto writeOnAFullDisk = [&] {
+        const rlimit limit{4096, RLIM_INFINITY};
+        setrlimit(RLIMIT_FSIZE, &limit);
+        std::signal(SIGXFSZ, SIG_IGN);
+        exit(KLFwriteBmp(path.c_str(), 100, 100, pixels.data()) == KLFbmpErrorFile ? 0 : 1);
+    };
+    EXPECT_EXIT(writeOnAFullDisk(), testing::ExitedWithCode(0), "");
     EXPECT_EQ(contents(), "older");
     EXPECT_EQ(filesInFolder(), 1U);
     EXPECT_EQ(KLFwriteBmp(path.c_str(), 100, 100, pixels.data()), 0);
