@@ -55,24 +55,20 @@ void compareIntegers(KLTprtFlags flags) {
     }
 }
 
-class IntegerBases : public testing::TestWithParam<int> {};
-
-TEST_P(IntegerBases, PrintLikePrintf) {
+TEST_F(Print, IntegersAsByPrintf) {
     KLTprtFlags flags;
-    flags.base = static_cast<uint16_t>(GetParam());
-    for (const char padding : {' ', '*'})
+    for (const uint16_t base : {0, 2, 8, 10, 16})
         for (const char addNneg : {'\0', '+', ' '})
             for (const bool upper : {false, true})
                 for (int numwidth = 0; numwidth <= 12; ++numwidth) {
-                    flags.paddingchar = padding;
+                    flags.base = base;
+                    flags.paddingchar = numwidth % 2 ? ' ' : '*';
                     flags.addNneg = addNneg;
                     flags.upper = upper;
                     flags.numwidth = static_cast<int16_t>(numwidth);
                     ASSERT_NO_FATAL_FAILURE(compareIntegers(flags));
                 }
 }
-
-INSTANTIATE_TEST_SUITE_P(Print, IntegerBases, testing::Values(0, 2, 8, 10, 16));
 
 TEST_F(Print, EveryTypePrintsByItsOwnSize) {
     using KLNstream::hex;
@@ -145,25 +141,20 @@ void compareDoubles(KLTprtFlags flags) {
         }
 }
 
-class DoubleFormats : public testing::TestWithParam<char> {};
-
-TEST_P(DoubleFormats, PrintLikePrintf) {
+TEST_F(Print, DoublesAsByPrintf) {
     KLTprtFlags flags;
-    flags.dblFormat = GetParam();
     flags.numwidth = 30; // plays no part
-    for (int precision = -2; precision <= 32; ++precision)
-        for (const char point : {'.', ',', '\''})
+    for (const char format : {'e', 'E', 'f', 'F', 'g', 'G', 'a', 'A'})
+        for (int precision = -2; precision <= 32; ++precision)
             for (const char addNneg : {'\0', '+', ' '}) {
+                flags.dblFormat = format;
                 flags.dblPrecision = precision;
-                flags.dblPoint = point;
+                flags.dblPoint = precision % 2 ? ',' : '.';
                 flags.addNneg = addNneg;
                 flags.paddingchar = addNneg == 0 ? '#' : ' ';
                 ASSERT_NO_FATAL_FAILURE(compareDoubles(flags));
             }
 }
-
-INSTANTIATE_TEST_SUITE_P(Print, DoubleFormats,
-                         testing::Values('e', 'E', 'f', 'F', 'g', 'G', 'a', 'A'));
 
 // A letter that is none of a double never reaches printf.
 TEST_F(Print, DoublesAreGByDefaultAndByOtherLetters) {
