@@ -147,15 +147,6 @@ TEST(Astr, refuses_a_text_too_long_for_a_node_and_stays_as_it_is) {
     string.checkKrnl2(__LINE__);
 }
 
-TEST(Astr, tells_sources_inside_its_text) {
-    const KLTastr string("abc");
-    EXPECT_TRUE(string.hasOverlap(string.text()));
-    EXPECT_TRUE(string.hasOverlap(string.text() + 2));
-    EXPECT_FALSE(string.hasOverlap(string.text() + 3));
-    EXPECT_FALSE(string.hasOverlap(string.text() - 1));
-    EXPECT_FALSE(KLTastr().hasOverlap(KLTastrc().text()));
-}
-
 TEST(Astr, makes_room_in_a_node_of_its_own) {
     OpenString string("abc");
     const OpenString copy(string);
