@@ -95,16 +95,4 @@ TEST_F(Parallel, OneFailureStartsTheCountAgain) {
     EXPECT_EQ(ports.writes, (failing + 1 + 10) * writesPerTest);
 }
 
-TEST_F(Parallel, KeepsTestingAFaultyLineUntilItIsToldToStop) {
-    const Loopback ports(1, 9, [](int lines, int) { return (lines & ~0x12) | (lines & 1) << 1; });
-    ASSERT_EQ(unit.start(true), 0);
-    const std::string status = "Bit status: +L++0+++";
-    EXPECT_TRUE(shows(unit, status, second_us));
-    KLFptdelay(60 * second_us);
-    EXPECT_GT(ports.writes, 100 * writesPerTest);
-    unit.start(false);
-    unit.waitend();
-    EXPECT_EQ(characters(unit.info()), status);
-}
-
 } // namespace
