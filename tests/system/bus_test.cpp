@@ -63,6 +63,29 @@ TEST(Bus, BothAdaptersAreMissed) {
     EXPECT_EQ(run.count_events("serial", "unplugged"), 2);
 }
 
+TEST(Bus, EveryKindOfBadLineHasItsCharacter) {
+    const RunResult run =
+        run_with({"parallel-high=0", "parallel-low=1", "parallel-open=2", "parallel-inverted=3",
+                  "parallel-tied-high=4", "parallel-tied-low=6"},
+                 5);
+    EXPECT_TRUE(row_shows(run.last_lit(), parallel.row, parallel.label, "Bit status: 1000HHLL"));
+    EXPECT_GT(run.count_events("parallel", "mismatch"), 0);
+}
+
+TEST(Bus, BadAdaptersLeaveTheirMarkInTheRecord) {
+    constexpr struct {
+        const char *fault, *status, *event;
+    } cases[] = {{"serial-absent=2@3", "Missing USBs: 1", "unplugged"},
+                 {"serial-output-refused=2", "Not running", "output-refused"},
+                 {"serial-settings-refused=1", "Not running", "settings-refused"},
+                 {"serial-speed-wrong=1", "In progress: 0", "speed-mismatch"}};
+    for (const auto& [fault, status, event] : cases) {
+        const RunResult run = run_with({fault}, 6);
+        EXPECT_TRUE(row_shows(run.last_lit(), usb.row, usb.label, status)) << fault;
+        EXPECT_GT(run.count_events("serial", event), 0) << fault;
+    }
+}
+
 TEST(Bus, RoundsAreCountedUntilOneIsSpoilt) {
     const RunResult run = run_with({"serial-byte-lost=5000"}, 12);
     EXPECT_EQ(run.count_events("serial", "byte-lost"), 1);
