@@ -103,8 +103,9 @@ constexpr Fault faults[] = {
      "ABORTED: the audio row shows \"ALSA PCM open error\""},
     {"cpld-id", "N", Value::number, 0, 255, Site::device, Needs::cpld, Sight::depends,
      "the CPLD identifies itself as N",
-     "UNDECIDED: with an unknown ID \"Frontpanel init error -49997\", and nobody can abort; as "
-     "without the fault when N is the board's own ID"},
+     "UNDECIDED: with an unknown ID from the start \"Frontpanel init error -49997\", and nobody "
+     "can abort; ABORTED in the millisecond after: the audio row shows \"Motherboard CPLD not "
+     "detected\"; as without the fault later, and when N is the board's own ID"},
     {"cpld-version", "N", Value::number, 0, 255, Site::device, Needs::cpld, Sight::depends,
      "the CPLD tells version N",
      "UNDECIDED: a version without a driver gives \"Frontpanel init error -49997\", and nobody "
