@@ -32,24 +32,6 @@ TEST(ScreenReader, ReadsEveryLetterAfterEveryOther) {
         }
 }
 
-TEST(ScreenReader, ReadsTheStatusTable) {
-    const std::vector<ScreenRow> rows =
-        read_screen(StatusPicture({{"ParallelPrt", "Bit status: ++0+"},
-                                   {"", ""},
-                                   {"Frontpanel", "Missing Ml Mr M Esc H Hl Hr "},
-                                   {"", ""},
-                                   {"", ""},
-                                   {"AES/EBU", ""}})
-                        .picture());
-    ASSERT_EQ(rows.size(), 6U);
-    EXPECT_EQ(rows[0].label, "ParallelPrt");
-    EXPECT_EQ(rows[0].status, "Bit status: ++0+");
-    EXPECT_EQ(rows[1].label, "");
-    EXPECT_EQ(rows[2].status, "Missing Ml Mr M Esc H Hl Hr");
-    EXPECT_EQ(rows[5].label, "AES/EBU");
-    EXPECT_EQ(rows[5].status, "");
-}
-
 TEST(ScreenReader, TellsWhereTheEdgeCutsALetter) {
     StatusPicture picture;
     picture.draw(240, 0, "WWWW");

@@ -342,31 +342,6 @@ TEST_F(SerialLine, NoProcessInheritsAMasterAndNoneStaysOpen) {
     EXPECT_EQ(open_masters(false), 0);
 }
 
-TEST_F(SerialLine, TheSameIsWrittenAndReadTheSameEachTime) {
-    const auto trace = [this] {
-        machine().reset();
-        const int ends[] = {open("/dev/ttyUSB0", O_RDWR), open("/dev/ttyUSB1", O_RDWR)};
-        for (const int end : ends)
-            set(
-                end, [](termios& settings) { settings.c_lflag &= ~unsigned(ICANON); }, B38400);
-        std::vector<std::pair<Microseconds, std::string>> seen;
-        const Microseconds start = machine().now();
-        send(ends[0], "echoes go to and fro\r");
-        for (int i = 0; i < 50; ++i) {
-            char text[7];
-            const ssize_t count = read(ends[i % 2], text, sizeof text);
-            seen.emplace_back(machine().now() - start, std::string(text, text + count));
-            usleep(500);
-        }
-        for (const int end : ends)
-            close(end);
-        return seen;
-    };
-    const auto first_time = trace();
-    for (int i = 0; i < 5; ++i)
-        EXPECT_EQ(trace(), first_time);
-}
-
 TEST(SerialAdapterModel, SamplesAFrameInTheMiddleOfItsOwnBits) {
     for (unsigned byte = 0; byte < 256; ++byte)
         for (const unsigned receiver : {9600u, 9200u, 10'000u})
