@@ -9,51 +9,30 @@ namespace {
 
 using namespace k4test;
 
-constexpr int aborted_status = 250; // -6 as the shell sees it
-
-// Lights the panel with key 1, then aborts.
-const std::string press_and_abort = R"(
-[[step]]
-at = 3
-do = "press 1"
-[[step]]
-at = 6
-do = "press E"
-[[step]]
-at = 7
-do = "press E"
-)";
-
-struct KeywordCase {
-    std::vector<std::string> keywords;
-    std::string echo;
-};
-
-class Keywords : public testing::TestWithParam<KeywordCase> {};
-
-TEST_P(Keywords, EchoTheSettings) {
+TEST(Startup, KeywordsEchoTheirSettings) {
+    const struct {
+        std::vector<std::string> keywords;
+        const char* echo;
+    } cases[] = {
+        {{"run"}, "micBoost=1 check=0 keypad=1 analog=1"},
+        {{"RUN"}, "micBoost=1 check=0 keypad=1 analog=1"},
+        {{"runfast"}, "micBoost=1 check=0 keypad=1 analog=1"},
+        {{"ru"}, "micBoost=1 check=1 keypad=1 analog=1"},
+        {{"nomicboost"}, "micBoost=0 check=1 keypad=1 analog=1"},
+        {{"noKeyPad"}, "micBoost=1 check=1 keypad=0 analog=1"},
+        {{"noanalog"}, "micBoost=1 check=1 keypad=1 analog=0"},
+        {{"verbose", "--help", "%s"}, "micBoost=1 check=1 keypad=1 analog=1"},
+        {{"noanalog", "run", "x", "nokeypad", "nomicboost"},
+         "micBoost=0 check=0 keypad=0 analog=0"},
+    };
     RunPlan plan;
-    plan.keywords = GetParam().keywords;
-    plan.faults = {"key-held=7"};
     plan.limit_s = 2;
-    const RunResult run = run_on_virtual_k4(plan);
-    EXPECT_TRUE(run.console_has(GetParam().echo)) << run.console;
+    for (const auto& [keywords, echo] : cases) {
+        plan.keywords = keywords;
+        const RunResult run = run_on_virtual_k4(plan);
+        EXPECT_TRUE(run.console_has(echo)) << run.console;
+    }
 }
-
-INSTANTIATE_TEST_SUITE_P(
-    Startup, Keywords,
-    testing::Values(KeywordCase{{}, "micBoost=1 check=1 keypad=1 analog=1"},
-                    KeywordCase{{"run"}, "micBoost=1 check=0 keypad=1 analog=1"},
-                    KeywordCase{{"RUN"}, "micBoost=1 check=0 keypad=1 analog=1"},
-                    KeywordCase{{"runfast"}, "micBoost=1 check=0 keypad=1 analog=1"},
-                    KeywordCase{{"ru"}, "micBoost=1 check=1 keypad=1 analog=1"},
-                    KeywordCase{{"nomicboost"}, "micBoost=0 check=1 keypad=1 analog=1"},
-                    KeywordCase{{"noKeyPad"}, "micBoost=1 check=1 keypad=0 analog=1"},
-                    KeywordCase{{"noanalog"}, "micBoost=1 check=1 keypad=1 analog=0"},
-                    KeywordCase{{"verbose", "--help", "%s"},
-                                "micBoost=1 check=1 keypad=1 analog=1"},
-                    KeywordCase{{"noanalog", "run", "x", "nokeypad", "nomicboost"},
-                                "micBoost=0 check=0 keypad=0 analog=0"}));
 
 TEST(Startup, LeavesAfterHalfASecondWithoutAKey) {
     RunPlan plan;
@@ -68,28 +47,24 @@ TEST(Startup, LeavesAfterHalfASecondWithoutAKey) {
     EXPECT_EQ(run.live, run.console);
 }
 
-class StartKey : public testing::TestWithParam<std::tuple<std::string, std::string>> {};
+class StartKey : public testing::TestWithParam<std::string> {};
 
 TEST_P(StartKey, BeginsTheTests) {
-    const auto& [board, fault] = GetParam();
-    RunPlan plan;
-    plan.keywords = {};
-    plan.board = board;
-    plan.faults = {fault};
-    plan.limit_s = 3;
-    const RunResult run = run_on_virtual_k4(plan);
-    EXPECT_EQ(run.status, 124);
-    EXPECT_EQ(run.verdict(), "UNDECIDED");
-    EXPECT_GE(run.count_events("program", "thread-start"), 5);
+    for (const std::string key : {"7", "M"}) {
+        RunPlan plan;
+        plan.keywords = {};
+        plan.board = GetParam();
+        plan.faults = {"key-held=" + key};
+        plan.limit_s = 3;
+        const RunResult run = run_on_virtual_k4(plan);
+        EXPECT_EQ(run.status, 124);
+        EXPECT_EQ(run.verdict(), "UNDECIDED");
+        EXPECT_GE(run.count_events("program", "thread-start"), 5) << key;
+    }
 }
 
-INSTANTIATE_TEST_SUITE_P(Startup, StartKey,
-                         testing::Combine(testing::Values("aes", "plain", "i2c", "engine"),
-                                          testing::Values("key-held=7", "key-held=M")),
-                         [](const auto& case_info) {
-                             return std::get<0>(case_info.param) + "_" +
-                                    std::get<1>(case_info.param).back();
-                         });
+INSTANTIATE_TEST_SUITE_P(Startup, StartKey, testing::Values("aes", "plain", "i2c", "engine"),
+                         [](const auto& board) { return board.param; });
 
 TEST(Startup, AnotherKeyDoesNotBegin) {
     RunPlan plan;
@@ -139,17 +114,8 @@ INSTANTIATE_TEST_SUITE_P(
                     StartFailure{3, -3, "Cannot start USB test, error 11"},
                     StartFailure{4, -4, "Cannot start frontpanel test, error 11"},
                     StartFailure{5, -5, "Cannot start audio test, error 11"},
-                    StartFailure{6, -5, "Cannot start AES test, error 11"}));
-
-std::string waiting_lines(bool analog) {
-    std::string lines = "Wait for Parallel Port test thread to exit...\n"
-                        "Wait for Ethernet Ports test thread to exit...\n"
-                        "Wait for Frontpanel test thread to exit...\n";
-    if (analog) lines += "Wait for Audio test thread to exit...\n";
-    return lines + "Wait for USB Ports test thread to exit...\n"
-                   "Wait for AES/EBU test thread to exit...\n"
-                   "Selftest exits with code -6\n";
-}
+                    StartFailure{6, -5, "Cannot start AES test, error 11"}),
+    [](const auto& failure) { return "thread_" + std::to_string(failure.param.failing_thread); });
 
 // Without what the audio test tells about its cycles.
 std::string without_levels(const std::string& console) {
@@ -160,25 +126,28 @@ std::string without_levels(const std::string& console) {
     return rest;
 }
 
-class Shutdown : public testing::TestWithParam<bool> {};
-
-TEST_P(Shutdown, JoinsInOrderAndLeavesTheDisplayDark) {
-    RunPlan plan;
-    plan.keywords = {"run"};
-    if (!GetParam()) plan.keywords.emplace_back("noanalog");
-    plan.scenario = press_and_abort;
-    const RunResult run = run_on_virtual_k4(plan);
-    EXPECT_EQ(run.status, aborted_status);
-    EXPECT_EQ(run.verdict(), "ABORTED");
-    const std::string ending = "Frontpanel signals program abortion!\n" + waiting_lines(GetParam());
-    EXPECT_TRUE(without_levels(run.console).ends_with(ending)) << run.console;
-    ASSERT_EQ(run.count_events("oled", "final-picture"), 1);
-    EXPECT_TRUE(all_of_grey(run.final_picture, 0)) << as_text(run.final_picture);
-    EXPECT_EQ(!row_shows(run.last_lit(), 4, "AnalogAudio", ""), GetParam());
+TEST(Startup, AnAbortJoinsInOrderAndLeavesTheDisplayDark) {
+    for (const bool analog : {true, false}) {
+        RunPlan plan;
+        if (!analog) plan.keywords.emplace_back("noanalog");
+        plan.scenario = one_a_second({"press 1", "press E", "press E"});
+        const RunResult run = run_on_virtual_k4(plan);
+        EXPECT_EQ(run.status, aborted_status);
+        EXPECT_EQ(run.verdict(), "ABORTED");
+        EXPECT_THAT(
+            without_levels(run.console),
+            testing::EndsWith("Frontpanel signals program abortion!\n"
+                              "Wait for Parallel Port test thread to exit...\n"
+                              "Wait for Ethernet Ports test thread to exit...\n"
+                              "Wait for Frontpanel test thread to exit...\n" +
+                              std::string(analog ? "Wait for Audio test thread to exit...\n" : "") +
+                              "Wait for USB Ports test thread to exit...\n"
+                              "Wait for AES/EBU test thread to exit...\n"
+                              "Selftest exits with code -6\n"));
+        ASSERT_EQ(run.count_events("oled", "final-picture"), 1);
+        EXPECT_TRUE(all_of_grey(run.final_picture, 0)) << as_text(run.final_picture);
+        EXPECT_EQ(!row_shows(run.last_lit(), 4, "AnalogAudio", ""), analog);
+    }
 }
-
-INSTANTIATE_TEST_SUITE_P(Startup, Shutdown, testing::Bool(), [](const auto& case_info) {
-    return case_info.param ? "analog" : "noanalog";
-});
 
 } // namespace

@@ -180,6 +180,14 @@ RunResult run_on_virtual_k4(const RunPlan& plan) {
     return result;
 }
 
+std::string one_a_second(const std::vector<std::string>& actions) {
+    std::string scenario;
+    int second = 3;
+    for (const std::string& action : actions)
+        scenario += "[[step]]\nat = " + std::to_string(second++) + "\ndo = \"" + action + "\"\n";
+    return scenario;
+}
+
 testing::AssertionResult row_shows(const Picture& picture, int row, std::string_view label,
                                    std::string_view status) {
     GRCdisplay expected;
@@ -195,15 +203,6 @@ testing::AssertionResult row_shows(const Picture& picture, int row, std::string_
                        << "row " << row << " is not \"" << label << "\" \"" << status << "\":\n"
                        << as_text(picture);
     return testing::AssertionSuccess();
-}
-
-int first_picture_with(const RunResult& run, int row, std::string_view label,
-                       std::string_view status) {
-    const auto found =
-        std::find_if(run.pictures.begin(), run.pictures.end(), [&](const Picture& picture) {
-            return static_cast<bool>(row_shows(picture, row, label, status));
-        });
-    return found == run.pictures.end() ? -1 : static_cast<int>(found - run.pictures.begin());
 }
 
 bool all_of_grey(const Picture& picture, int grey) {

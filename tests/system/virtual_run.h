@@ -73,13 +73,15 @@ struct RunResult {
 
 RunResult run_on_virtual_k4(const RunPlan& plan);
 
+constexpr int aborted_status = 250; // -6 as the shell sees it
+constexpr int limit_status = 124;
+
+// A scenario of one action a second, from the third second on: the panel is up and lit by then.
+std::string one_a_second(const std::vector<std::string>& actions);
+
 // Whether display row `row` (0..5) of the picture is exactly this label and status.
 testing::AssertionResult row_shows(const Picture& picture, int row, std::string_view label,
                                    std::string_view status);
-
-// The index of the first picture whose row shows the label and the status; -1: none.
-int first_picture_with(const RunResult& run, int row, std::string_view label,
-                       std::string_view status);
 
 bool all_of_grey(const Picture& picture, int grey);
 
