@@ -123,11 +123,24 @@ TEST(Frontpanel, ExactlyOnePressOfMOrSevenIsSwallowed) {
     }
 }
 
+// Only in a row do two of them abort.
+TEST(Frontpanel, EscDigitEscDoesNotAbort) {
+    const RunResult run = operate({"press E", "press 5", "press E"});
+    EXPECT_EQ(run.verdict(), "UNDECIDED");
+    EXPECT_FALSE(run.console_has("Frontpanel signals program abortion!"));
+    EXPECT_EQ(printed_keys(run), (std::vector<int>{15, 5, 15}));
+}
+
 TEST(Frontpanel, TheReducedKeySetAsksForKnobsAndEscOnly) {
-    const RunResult run =
-        operate({"press A", "press M", "turn 2 1", "press E"}, {"run", "nokeypad"});
-    EXPECT_TRUE(row_shows(run.last_lit(), 2, "Frontpanel", "Missing Ml Mr M H Hl "));
-    EXPECT_EQ(printed_keys(run), (std::vector<int>{16, 21, 15}));
+    const std::vector<std::string> keywords = {"run", "nokeypad"};
+    const RunResult some = operate({"press A", "press M", "turn 2 1", "press E"}, keywords);
+    EXPECT_TRUE(row_shows(some.last_lit(), 2, "Frontpanel", "Missing Ml Mr M H Hl "));
+    EXPECT_EQ(printed_keys(some), (std::vector<int>{16, 21, 15}));
+
+    const RunResult all = operate({"press M", "press K", "turn 1 1", "turn 1 -1", "turn 2 1",
+                                   "turn 2 -1", "press M", "press E"},
+                                  keywords);
+    EXPECT_TRUE(row_shows(all.last_lit(), 2, "Frontpanel", "OK"));
 }
 
 } // namespace
