@@ -1,5 +1,5 @@
 # The commands of the README. Each installs what is missing, then builds with a CMake preset.
-.PHONY: run test build setup sanitize coverage fuzz bench format lint clean
+.PHONY: run test build setup sanitize valgrind coverage fuzz bench format lint clean
 
 BUILD := build/release
 RUN_RECORD := build/run
@@ -26,6 +26,9 @@ sanitize: setup
 	@for preset in asan analysis64; do \
 	    cmake --preset $$preset && cmake --build --preset $$preset && ctest --preset $$preset || exit 1; \
 	done
+
+valgrind: build
+	@scripts/valgrind
 
 coverage: setup
 	@cmake --preset coverage && cmake --build --preset coverage && ctest --preset coverage
