@@ -26,7 +26,7 @@ struct OpenString : KLTastr {
 
 } // namespace
 
-TEST(Astr, follows_std_string_through_random_changes) {
+TEST(Astr, FollowsStdStringThroughRandomChanges) {
     const KLTastrInfo before = KLTastr::info();
     for (unsigned seed = 1; seed <= 8; ++seed) {
         std::mt19937 random(seed);
@@ -40,7 +40,7 @@ TEST(Astr, follows_std_string_through_random_changes) {
     EXPECT_GT(after.nodesAllocated, before.nodesAllocated);
 }
 
-TEST(Astr, is_empty_without_a_node_from_null_and_from_no_characters) {
+TEST(Astr, IsEmptyWithoutANodeFromNullAndFromNoCharacters) {
     const char* const null = nullptr;
     const OpenString strings[] = {{}, null, "", KLTastr(KLTastrc()), KLTastr().assign("abc", 3)};
     for (const OpenString& string : strings) {
@@ -51,7 +51,7 @@ TEST(Astr, is_empty_without_a_node_from_null_and_from_no_characters) {
     }
 }
 
-TEST(Astr, sizes_its_node_by_the_length) {
+TEST(Astr, SizesItsNodeByTheLength) {
     // Worked out by hand: (3n + 36) / 2 + 10, up to a multiple of 64, less 11.
     constexpr struct {
         int length;
@@ -65,7 +65,7 @@ TEST(Astr, sizes_its_node_by_the_length) {
     }
 }
 
-TEST(Astr, shares_a_node_until_one_of_the_copies_changes) {
+TEST(Astr, SharesANodeUntilOneOfTheCopiesChanges) {
     const OpenString first("abc");
     OpenString second(first);
     EXPECT_EQ(second.node_, first.node_);
@@ -78,7 +78,7 @@ TEST(Astr, shares_a_node_until_one_of_the_copies_changes) {
     EXPECT_NE(own.node_, first.node_);
 }
 
-TEST(Astr, keeps_its_node_while_the_text_fits) {
+TEST(Astr, KeepsItsNodeWhileTheTextFits) {
     OpenString string("abc");
     const void* const node = string.node_;
     string.append('x', 49).replace(0, 3, "y");
@@ -87,7 +87,7 @@ TEST(Astr, keeps_its_node_while_the_text_fits) {
     EXPECT_NE(string.node_, node) << "53 characters and their NUL do not fit into 53 bytes";
 }
 
-TEST(Astr, changes_nothing_when_nothing_is_to_change) {
+TEST(Astr, ChangesNothingWhenNothingIsToChange) {
     OpenString string("abc");
     const OpenString copy(string);
     string.append("").append('x', 0).append('\0', 4).delN(1, 0).delN(9, 9).replace('x', 'y');
@@ -99,7 +99,7 @@ TEST(Astr, changes_nothing_when_nothing_is_to_change) {
     EXPECT_EQ(unchanged.node_, copy.node_);
 }
 
-TEST(Astr, counts_nodes_and_bytes) {
+TEST(Astr, CountsNodesAndBytes) {
     const KLTastrInfo before = KLTastr::info();
     KLTastr string("abc");
     EXPECT_EQ(KLTastr::info().nodesLive, before.nodesLive + 1);
@@ -113,7 +113,7 @@ TEST(Astr, counts_nodes_and_bytes) {
     EXPECT_GE(after.nodesPeak, before.nodesLive + 1);
 }
 
-TEST(Astr, ends_a_source_at_its_nul) {
+TEST(Astr, EndsASourceAtItsNul) {
     KLTastr string;
     string.append("ab\0cd", 5).append('\0').insert2(0, 256);
     EXPECT_STREQ(string.text(), "ab");
@@ -126,7 +126,7 @@ TEST(Astr, ends_a_source_at_its_nul) {
 }
 
 // Positions just outside the text are among the random changes.
-TEST(Astr, cuts_extreme_positions_and_counts_to_the_text) {
+TEST(Astr, CutsExtremePositionsAndCountsToTheText) {
     const auto of = [](const char* text) { return KLTastr(text); };
     EXPECT_EQ(of("abc").insert2(INT_MIN, 'x', 2).insert2(INT_MAX, 'x', 2), "xxabcxx");
     EXPECT_EQ(of("abc").replace(INT_MAX, INT_MAX, "x").replace(-5, INT_MAX, "y"), "y");
@@ -137,7 +137,7 @@ TEST(Astr, cuts_extreme_positions_and_counts_to_the_text) {
     EXPECT_EQ(of("x").assign(KLTastrc("abc"), INT_MAX, INT_MAX), "");
 }
 
-TEST(Astr, refuses_a_text_too_long_for_a_node_and_stays_as_it_is) {
+TEST(Astr, RefusesATextTooLongForANodeAndStaysAsItIs) {
     KLTastr string("abc");
     EXPECT_THROW(string.append('x', INT_MAX), std::bad_alloc);
     EXPECT_THROW(string.append('x', INT_MAX - 3), std::bad_array_new_length);
@@ -147,7 +147,7 @@ TEST(Astr, refuses_a_text_too_long_for_a_node_and_stays_as_it_is) {
     string.checkKrnl2(__LINE__);
 }
 
-TEST(Astr, makes_room_in_a_node_of_its_own) {
+TEST(Astr, MakesRoomInANodeOfItsOwn) {
     OpenString string("abc");
     const OpenString copy(string);
     string.cleanCopy(1000);
@@ -157,7 +157,7 @@ TEST(Astr, makes_room_in_a_node_of_its_own) {
     EXPECT_EQ(OpenString(KLTastr().cleanCopy(1000)).node_, nullptr);
 }
 
-TEST(Astr, counts_what_it_replaces) {
+TEST(Astr, CountsWhatItReplaces) {
     KLTastr string("a-b-c-");
     EXPECT_EQ(string.replaceAll("-", "--"), 3);
     EXPECT_EQ(string, "a--b--c--");
@@ -197,7 +197,7 @@ int codeAfter(const char* text, Damage damage) {
     return code;
 }
 
-TEST(AstrCheck, finds_the_first_inconsistency) {
+TEST(AstrCheck, FindsTheFirstInconsistency) {
     constexpr struct {
         int code;
         const char* text;
@@ -221,7 +221,7 @@ TEST(AstrCheck, finds_the_first_inconsistency) {
         EXPECT_EQ(codeAfter(row.text, row.damage), row.code);
 }
 
-TEST(AstrCheck, runs_after_an_assignment) {
+TEST(AstrCheck, RunsAfterAnAssignment) {
     OpenString damaged("abc");
     damaged.length_ = 2;
     testing::internal::CaptureStderr();

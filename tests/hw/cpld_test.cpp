@@ -35,7 +35,7 @@ void check(const std::vector<Operation<Driver>>& operations) {
 
 } // namespace
 
-TEST(Cpld_0x01_0x06, line_register) {
+TEST(Cpld_0x01_0x06, LineRegister) {
     using Driver = MymainCPLD_0x01_0x06;
     check<Driver>({
         {"SDA released", [](Driver& driver) { driver.putI2C(0, 1); }, {}, "w4=01"},
@@ -53,7 +53,7 @@ TEST(Cpld_0x01_0x06, line_register) {
     });
 }
 
-TEST(Cpld_0x01_0x06, link_begins_with_idle_lines_and_no_answer_is_no_key_word) {
+TEST(Cpld_0x01_0x06, LinkBeginsWithIdleLinesAndNoAnswerIsNoKeyWord) {
     RecordedPorts ports(base); // SDA stays high: nothing is acknowledged
     const AttachedPorts attached(ports);
     MymainCPLD_0x01_0x06 driver(base);
@@ -62,7 +62,7 @@ TEST(Cpld_0x01_0x06, link_begins_with_idle_lines_and_no_answer_is_no_key_word) {
     EXPECT_EQ(driver.keyStatus(), 0xFFFFFFFFU);
 }
 
-TEST(Cpld_0x01_0x08, transfers) {
+TEST(Cpld_0x01_0x08, Transfers) {
     using Driver = MymainCPLD_0x01_0x08;
     static const std::array<std::uint8_t, 3> sent = {0xA1, 0xB2, 0xC3};
     const auto write = [](int length) {
@@ -107,14 +107,14 @@ TEST(Cpld_0x01_0x08, transfers) {
     });
 }
 
-TEST(Cpld_0x01_0x09, blink_waits_for_the_link) {
+TEST(Cpld_0x01_0x09, BlinkWaitsForTheLink) {
     check<MymainCPLD_0x01_0x09>({{"blink",
                                   [](MymainCPLD_0x01_0x09& driver) { driver.blink(0x0F); },
                                   {{4, {0x80, 0xFF, 0x7F}}},
                                   "r4 r4 r4 w7=0f"}});
 }
 
-TEST(Cpld_0x02_0x01, switches_change_their_bit_only) {
+TEST(Cpld_0x02_0x01, SwitchesChangeTheirBitOnly) {
     for (int number = 0; number < 8; ++number) { // boosts, then phantom powers
         for (const int before : {0x00, 0xFF, 0x5A, 0xA5}) {
             for (const bool on : {true, false}) {

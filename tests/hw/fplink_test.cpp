@@ -41,7 +41,7 @@ constexpr std::uint16_t base = 0x0A00;
 
 } // namespace
 
-TEST(I2cLink, messages) {
+TEST(I2cLink, Messages) {
     for (const Message& message : messages) {
         WireLink link;
         message.send(link);
@@ -49,7 +49,7 @@ TEST(I2cLink, messages) {
     }
 }
 
-TEST(I2cLink, init_reads_type_and_version) {
+TEST(I2cLink, InitReadsTypeAndVersion) {
     WireLink link;
     EXPECT_EQ(link.panelType, 0);
     EXPECT_EQ(link.panelVersion, 0);
@@ -65,7 +65,7 @@ TEST(I2cLink, init_reads_type_and_version) {
     EXPECT_EQ(link.panelVersion, 9);
 }
 
-TEST(I2cLink, errors_of_messages_go_unreported_and_later_messages_are_sent) {
+TEST(I2cLink, ErrorsOfMessagesGoUnreportedAndLaterMessagesAreSent) {
     WireLink link;
     link.wire.acknowledged.clear();
     for (const Message& message : messages)
@@ -73,7 +73,7 @@ TEST(I2cLink, errors_of_messages_go_unreported_and_later_messages_are_sent) {
     EXPECT_EQ(link.wire.take(), "S 78- P S 78- P S 78- P S 78- P S 78- P");
 }
 
-TEST(I2cLink, write_passes_a_raw_block_to_any_address) {
+TEST(I2cLink, WritePassesARawBlockToAnyAddress) {
     WireLink link;
     link.wire.acknowledged = {0x46};
     const std::uint8_t block[] = {0xDE, 0xAD};
@@ -83,7 +83,7 @@ TEST(I2cLink, write_passes_a_raw_block_to_any_address) {
     EXPECT_EQ(link.write(0x80, block, 2), -8649);
 }
 
-TEST(HssLink, messages_wait_while_bit_7_is_set) {
+TEST(HssLink, MessagesWaitWhileBit7IsSet) {
     RecordedPorts ports(base);
     const AttachedPorts attached(ports);
     ports.answer(base + 4, {0x80, 0xFF, 0x7F});
@@ -96,7 +96,7 @@ TEST(HssLink, messages_wait_while_bit_7_is_set) {
     }
 }
 
-TEST(HssLink, reads_type_version_and_keys_and_writes_no_block) {
+TEST(HssLink, ReadsTypeVersionAndKeysAndWritesNoBlock) {
     RecordedPorts ports(base);
     const AttachedPorts attached(ports);
     constexpr std::uint8_t registers[] = {0x3C, 7, 0x11, 0x22, 0x83, 0x94};
@@ -112,7 +112,7 @@ TEST(HssLink, reads_type_version_and_keys_and_writes_no_block) {
     EXPECT_EQ(ports.take(), "");
 }
 
-TEST(FakeLink, does_nothing) {
+TEST(FakeLink, DoesNothing) {
     RecordedPorts ports(base);
     const AttachedPorts attached(ports);
     Myfplink_fake link;

@@ -70,14 +70,14 @@ std::vector<std::uint32_t> knuthWords(std::size_t count) {
 
 } // namespace
 
-TEST(LaggedFibonacci, gives_the_words_of_the_recurrence) {
+TEST(LaggedFibonacci, GivesTheWordsOfTheRecurrence) {
     const std::vector<std::uint32_t> expected = knuthWords(1000);
     LaggedFibonacci generator;
     for (std::size_t i = 0; i < expected.size(); ++i)
         ASSERT_EQ(generator.next(), expected[i]) << i;
 }
 
-TEST(I2cIndirect, forwards_logs_and_counts) {
+TEST(I2cIndirect, ForwardsLogsAndCounts) {
     WireClient client;
     client.wire.answers = {0xC3};
     WireLogger logger;
@@ -100,7 +100,7 @@ TEST(I2cIndirect, forwards_logs_and_counts) {
     EXPECT_EQ(client.waits, bus.waitCount());
 }
 
-TEST(I2cIndirect, counts_missing_acknowledges_but_no_data_bits) {
+TEST(I2cIndirect, CountsMissingAcknowledgesButNoDataBits) {
     WireClient client;
     client.wire.answers = {0xFF};
     KLTi2cIndirect bus;
@@ -114,7 +114,7 @@ TEST(I2cIndirect, counts_missing_acknowledges_but_no_data_bits) {
     EXPECT_EQ(bus.noAckCount(), 2);
 }
 
-TEST(I2cIndirect, null_restores_the_shared_dummies) {
+TEST(I2cIndirect, NullRestoresTheSharedDummies) {
     WireClient client;
     WireLogger logger;
     KLTi2cIndirect bus;
@@ -129,7 +129,7 @@ TEST(I2cIndirect, null_restores_the_shared_dummies) {
     EXPECT_EQ(logger.wire.take(), "");
 }
 
-TEST(PumpOut, sends_the_same_random_block_until_one_fails) {
+TEST(PumpOut, SendsTheSameRandomBlockUntilOneFails) {
     const std::vector<std::uint32_t> words = knuthWords(300);
     BlockSink bus;
     long long elapsed_us = -1;

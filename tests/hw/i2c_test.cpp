@@ -48,7 +48,7 @@ private:
 
 } // namespace
 
-TEST(I2cLines, written_byte) {
+TEST(I2cLines, WrittenByte) {
     const std::string one = "01 11 w w ";
     const std::string zero = "00 10 w w ";
     for (const int acknowledge : {0, 1}) {
@@ -59,7 +59,7 @@ TEST(I2cLines, written_byte) {
     }
 }
 
-TEST(I2cLines, read_byte) {
+TEST(I2cLines, ReadByte) {
     for (const bool acknowledge : {true, false}) {
         TracedBus bus;
         bus.levels = {1, 0, 0, 1, 0, 1, 1, 0};
@@ -71,7 +71,7 @@ TEST(I2cLines, read_byte) {
     }
 }
 
-TEST(I2cLines, data_line_test_tells_stuck_lines) {
+TEST(I2cLines, DataLineTestTellsStuckLines) {
     const struct {
         std::deque<int> levels;
         int result;
@@ -90,7 +90,7 @@ TEST(I2cLines, data_line_test_tells_stuck_lines) {
     }
 }
 
-TEST(I2cBlocks, write_and_read_every_length) {
+TEST(I2cBlocks, WriteAndReadEveryLength) {
     for (int length = 1; length <= 5; ++length) {
         WireBus bus(0x7F);
         const std::array<std::uint8_t, 5> sent = {0x00, 0xFF, 0xA5, 0x5A, 0x01};
@@ -110,7 +110,7 @@ TEST(I2cBlocks, write_and_read_every_length) {
     }
 }
 
-TEST(I2cBlocks, failures_leave_the_bus_idle) {
+TEST(I2cBlocks, FailuresLeaveTheBusIdle) {
     const std::uint8_t data[] = {1, 2, 3};
     WireBus absent;
     std::uint8_t received[3] = {7, 7, 7};
@@ -127,7 +127,7 @@ TEST(I2cBlocks, failures_leave_the_bus_idle) {
     EXPECT_TRUE(full.wire.isIdle());
 }
 
-TEST(I2cBlocks, bad_arguments_touch_no_line) {
+TEST(I2cBlocks, BadArgumentsTouchNoLine) {
     std::uint8_t byte = 0;
     std::uint8_t* const data = &byte;
     for (const auto& [addr, block, length] : {std::tuple{128, data, 1},
@@ -142,7 +142,7 @@ TEST(I2cBlocks, bad_arguments_touch_no_line) {
     }
 }
 
-TEST(I2cWriteRead, two_transactions_or_the_code_of_the_write) {
+TEST(I2cWriteRead, TwoTransactionsOrTheCodeOfTheWrite) {
     const std::uint8_t command = 0x40;
     std::uint8_t answer[2] = {};
     WireBus bus;

@@ -78,7 +78,7 @@ constexpr Identity everyGeneration[] = {{1, 6}, {1, 8}, {1, 9}, {2, 1}, {9, 9}};
 
 /** Each pair stands once at the first base, and once at the second one: the second base
     gets an odd multiple of the number of the first one. */
-TEST(MainboardCpld, detects_by_every_pair_of_id_and_version) {
+TEST(MainboardCpld, DetectsByEveryPairOfIdAndVersion) {
     TwoBases ports;
     const AttachedPorts attached(ports);
     CHmainboardCPLD_K4 board;
@@ -96,7 +96,7 @@ TEST(MainboardCpld, detects_by_every_pair_of_id_and_version) {
     }
 }
 
-TEST(MainboardCpld, driver_and_link_use_the_base_that_answered) {
+TEST(MainboardCpld, DriverAndLinkUseTheBaseThatAnswered) {
     for (const std::uint16_t base : {firstBase, secondBase}) {
         RecordedPorts ports(base);
         const AttachedPorts attached(ports);
@@ -112,7 +112,7 @@ TEST(MainboardCpld, driver_and_link_use_the_base_that_answered) {
     }
 }
 
-TEST(MainboardCpld, refused_privilege_changes_nothing) {
+TEST(MainboardCpld, RefusedPrivilegeChangesNothing) {
     TwoBases ports;
     const AttachedPorts attached(ports);
     ports.atSecond = {1, 6};
@@ -132,7 +132,7 @@ TEST(MainboardCpld, refused_privilege_changes_nothing) {
 
 /** Every order of two detections and two openings of the link, for every pair of
     generations: a double or a missing deletion is for AddressSanitizer to find. */
-TEST(MainboardCpld, link_and_driver_are_replaced_in_any_order) {
+TEST(MainboardCpld, LinkAndDriverAreReplacedInAnyOrder) {
     TwoBases ports;
     const AttachedPorts attached(ports);
     for (const Identity& before : everyGeneration) {
@@ -159,7 +159,7 @@ TEST(MainboardCpld, link_and_driver_are_replaced_in_any_order) {
     }
 }
 
-TEST(MainboardCpld, link_is_the_fake_one_after_a_cancelled_opening) {
+TEST(MainboardCpld, LinkIsTheFakeOneAfterACancelledOpening) {
     TwoBases ports;
     const AttachedPorts attached(ports);
     ports.atFirst = {1, 8};

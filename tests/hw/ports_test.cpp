@@ -20,7 +20,7 @@ void runThread(std::function<void()> function) {
 
 } // namespace
 
-TEST(Ports, privilege_belongs_to_the_thread_that_asked) {
+TEST(Ports, PrivilegeBelongsToTheThreadThatAsked) {
     RecordedPorts ports;
     const AttachedPorts attached(ports);
     ports.answer(0xD000, {1});

@@ -22,7 +22,7 @@ protected:
     k4sim::CpldHss cpld{panel, surroundings};
 };
 
-TEST_F(HssTest, is_busy_after_each_byte_and_loses_what_comes_meanwhile) {
+TEST_F(HssTest, IsBusyAfterEachByteAndLosesWhatComesMeanwhile) {
     for (const unsigned offset : {5, 6, 7}) {
         surroundings.advance(10);
         EXPECT_FALSE(busy());
@@ -39,7 +39,7 @@ TEST_F(HssTest, is_busy_after_each_byte_and_loses_what_comes_meanwhile) {
     EXPECT_EQ(cpld.protocol_errors(), 1u);
 }
 
-TEST_F(HssTest, the_bytes_of_a_key_word_belong_together) {
+TEST_F(HssTest, TheBytesOfAKeyWordBelongTogether) {
     panel.keys().press('1');
     EXPECT_EQ(cpld.in(base + 7), 0xEF);
     panel.keys().press('M');
@@ -53,7 +53,7 @@ TEST_F(HssTest, the_bytes_of_a_key_word_belong_together) {
     EXPECT_EQ(panel.keys().peek_reads(), 2u);
 }
 
-TEST(AesTest, has_microphone_switches_and_a_watchdog_beside_the_port) {
+TEST(AesTest, HasMicrophoneSwitchesAndAWatchdogBesideThePort) {
     FakeSurroundings surroundings;
     Panel panel(0x3C, 9, surroundings);
     k4sim::CpldAes cpld(panel, surroundings);
@@ -93,7 +93,7 @@ protected:
     k4sim::CpldEngine cpld{bus, surroundings};
 };
 
-TEST_F(EngineTest, moves_bytes_in_the_time_that_the_bus_takes) {
+TEST_F(EngineTest, MovesBytesInTheTimeThatTheBusTakes) {
     EXPECT_EQ(cpld.in(base + 0), 1);
     EXPECT_EQ(cpld.in(base + 1), 8);
     EXPECT_EQ(cpld.in(base + 5), 0x20) << "nothing to send, nothing received";
@@ -108,7 +108,7 @@ TEST_F(EngineTest, moves_bytes_in_the_time_that_the_bus_takes) {
     EXPECT_EQ(cpld.protocol_errors(), 0u);
 }
 
-TEST_F(EngineTest, counts_what_a_driver_does_too_early) {
+TEST_F(EngineTest, CountsWhatADriverDoesTooEarly) {
     put(5, 2);
     put(6, 0x78);
     put(6, 0x50); // waits behind the address byte

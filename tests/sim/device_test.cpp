@@ -29,7 +29,7 @@ std::string some_value(const k4sim::Fault& fault) {
     return std::string(fault.value_syntax.substr(0, fault.value_syntax.find('|')));
 }
 
-TEST(FaultsTest, every_device_fault_can_be_set_and_the_others_belong_to_the_host) {
+TEST(FaultsTest, EveryDeviceFaultCanBeSetAndTheOthersBelongToTheHost) {
     for (const k4sim::Fault& fault : k4sim::fault_list()) {
         FakeSurroundings surroundings;
         const Board board = fault.needs == k4sim::Fault::Needs::aes ? Board::aes : Board::i2c;
@@ -44,7 +44,7 @@ TEST(FaultsTest, every_device_fault_can_be_set_and_the_others_belong_to_the_host
     EXPECT_TRUE(std::ranges::is_sorted(k4sim::fault_list(), {}, &k4sim::Fault::name));
 }
 
-TEST(FaultsTest, an_error_names_the_fault_and_the_way_out) {
+TEST(FaultsTest, AnErrorNamesTheFaultAndTheWayOut) {
     const struct {
         Board board;
         std::string_view name, value;

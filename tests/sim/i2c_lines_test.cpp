@@ -79,14 +79,14 @@ protected:
     I2cLines lines{bus};
 };
 
-TEST_F(I2cLinesTest, a_drawn_waveform_is_a_message) {
+TEST_F(I2cLinesTest, ADrawnWaveformIsAMessage) {
     //   start 0   1   1   1   1   0   0   0  ack  0   1   0   1   0   0   0   0  ack stop
     wave("--_ _-_ _-_ _-_ _-_ _-_ _-_ _-_ _-_ _-_ _-_ _-_ _-_ _-_ _-_ _-_ _-_ _-_ _-_ _--",
          "-__ ___ --- --- --- --- ___ ___ ___ --- ___ --- ___ --- ___ ___ ___ ___ --- __-");
     EXPECT_THAT(slave.notes, ElementsAre("write", "80"));
 }
 
-TEST_F(I2cLinesTest, lines_that_change_together_are_taken_scl_first_when_it_falls) {
+TEST_F(I2cLinesTest, LinesThatChangeTogetherAreTakenSclFirstWhenItFalls) {
     start();
     EXPECT_TRUE(write(0x79));
     //    the 8 bits of 0xA1      ack
@@ -96,7 +96,7 @@ TEST_F(I2cLinesTest, lines_that_change_together_are_taken_scl_first_when_it_fall
     EXPECT_THAT(slave.notes, ElementsAre("read"));
 }
 
-TEST_F(I2cLinesTest, other_addresses_and_lonely_clock_pulses_are_nobodys) {
+TEST_F(I2cLinesTest, OtherAddressesAndLonelyClockPulsesAreNobodys) {
     start();
     EXPECT_FALSE(write(0x7A));
     EXPECT_FALSE(write(0x55));
@@ -106,7 +106,7 @@ TEST_F(I2cLinesTest, other_addresses_and_lonely_clock_pulses_are_nobodys) {
     EXPECT_TRUE(slave.notes.empty());
 }
 
-TEST_F(I2cLinesTest, a_new_start_ends_a_message_in_its_middle) {
+TEST_F(I2cLinesTest, ANewStartEndsAMessageInItsMiddle) {
     start();
     write(0x78);
     clock(true);

@@ -6,7 +6,7 @@ using k4sim::Keys;
 
 namespace {
 
-TEST(KeysTest, a_held_key_stays_down_a_dead_key_up_and_a_dead_encoder_still) {
+TEST(KeysTest, AHeldKeyStaysDownADeadKeyUpAndADeadEncoderStill) {
     Keys keys(6);
     keys.set_held('7');
     keys.set_dead('3');

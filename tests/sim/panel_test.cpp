@@ -31,7 +31,7 @@ protected:
     Panel panel{0x3C, 5, surroundings};
 };
 
-TEST_F(PanelTest, refuses_what_it_does_not_know) {
+TEST_F(PanelTest, RefusesWhatItDoesNotKnow) {
     EXPECT_EQ(write({0x30, 0x01}), 0u);
     EXPECT_EQ(write({0x50, 0x01, 0x02}), 2u);
     EXPECT_EQ(write({0x40, 0x00}), 1u);
@@ -42,7 +42,7 @@ TEST_F(PanelTest, refuses_what_it_does_not_know) {
     EXPECT_EQ(panel.protocol_errors(), 5u);
 }
 
-TEST_F(PanelTest, acknowledges_nothing_when_dead) {
+TEST_F(PanelTest, AcknowledgesNothingWhenDead) {
     write({0x40});
     panel.set_dead();
     EXPECT_EQ(write({0x00}), 0u);

@@ -18,7 +18,7 @@ unsigned looped(Device& device, unsigned pattern) {
     return device.in(input);
 }
 
-TEST(ParallelLoopback, a_flaky_line_is_wrong_once_in_each_run_of_readings) {
+TEST(ParallelLoopback, AFlakyLineIsWrongOnceInEachRunOfReadings) {
     constexpr unsigned run = 66, runs = 50;
     const auto wrong_places = [](std::uint64_t seed) {
         FakeSurroundings surroundings;
@@ -42,7 +42,7 @@ TEST(ParallelLoopback, a_flaky_line_is_wrong_once_in_each_run_of_readings) {
     EXPECT_NE(places, wrong_places(2));
 }
 
-TEST(ParallelLoopback, shorts_side_by_side_join_all_their_lines) {
+TEST(ParallelLoopback, ShortsSideBySideJoinAllTheirLines) {
     FakeSurroundings surroundings;
     Device device(Board::aes, surroundings);
     for (const char* line : {"0", "1"})
@@ -55,7 +55,7 @@ TEST(ParallelLoopback, shorts_side_by_side_join_all_their_lines) {
         EXPECT_EQ(looped(device, 0xFF & ~line), 0x8FU) << line;
 }
 
-TEST(ParallelLoopback, events_tell_the_first_mismatches_and_then_fewer) {
+TEST(ParallelLoopback, EventsTellTheFirstMismatchesAndThenFewer) {
     FakeSurroundings surroundings;
     Device device(Board::aes, surroundings);
     device.set_fault("parallel-low", "4");

@@ -13,7 +13,7 @@ protected:
     k4sim::Speaker speaker{surroundings};
 };
 
-TEST_F(SpeakerTest, a_tone_ends_by_itself) {
+TEST_F(SpeakerTest, AToneEndsByItself) {
     speaker.tone(2386, 100);
     EXPECT_EQ(speaker.frequency_hz(), 500u);
     surroundings.advance(99'999);
@@ -25,7 +25,7 @@ TEST_F(SpeakerTest, a_tone_ends_by_itself) {
                 ElementsAre("speaker tone divider=2386 hz=500 ms=100", "speaker silence"));
 }
 
-TEST_F(SpeakerTest, a_sound_lasts_until_it_is_stopped) {
+TEST_F(SpeakerTest, ASoundLastsUntilItIsStopped) {
     speaker.set_divider(1193);
     surroundings.advance(3'600'000'000);
     EXPECT_EQ(speaker.frequency_hz(), 1000u);
@@ -36,7 +36,7 @@ TEST_F(SpeakerTest, a_sound_lasts_until_it_is_stopped) {
                 ElementsAre("speaker sound divider=1193 hz=1000", "speaker silence"));
 }
 
-TEST_F(SpeakerTest, a_later_tone_is_not_cut_by_the_end_of_an_earlier_one) {
+TEST_F(SpeakerTest, ALaterToneIsNotCutByTheEndOfAnEarlierOne) {
     speaker.tone(2386, 100);
     surroundings.advance(60'000);
     speaker.tone(1193, 100);
@@ -47,7 +47,7 @@ TEST_F(SpeakerTest, a_later_tone_is_not_cut_by_the_end_of_an_earlier_one) {
     EXPECT_EQ(speaker.peek_tones(), 2u);
 }
 
-TEST_F(SpeakerTest, tells_an_observer_of_each_beginning_and_end) {
+TEST_F(SpeakerTest, TellsAnObserverOfEachBeginningAndEnd) {
     std::vector<std::uint32_t> heard;
     speaker.set_on_change([&] { heard.push_back(speaker.frequency_hz()); });
     speaker.tone(2386, 100);

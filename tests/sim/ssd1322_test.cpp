@@ -49,7 +49,7 @@ protected:
     k4sim::Ssd1322 oled{surroundings};
 };
 
-TEST_F(Ssd1322Test, the_remap_byte_decides_how_the_picture_lies_on_the_glass) {
+TEST_F(Ssd1322Test, TheRemapByteDecidesHowThePictureLiesOnTheGlass) {
     const Picture picture = random_picture(13);
     Picture reversed = picture; // the four pixels of a column
     for (std::size_t i = 0; i < picture.size(); i += 4)
@@ -73,7 +73,7 @@ TEST_F(Ssd1322Test, the_remap_byte_decides_how_the_picture_lies_on_the_glass) {
     }
 }
 
-TEST_F(Ssd1322Test, the_glass_is_dark_without_dual_com_mode_and_64_rows) {
+TEST_F(Ssd1322Test, TheGlassIsDarkWithoutDualComModeAnd64Rows) {
     start();
     send_picture(random_picture(14));
     send({{0xA0, {0x14, 0x01}}});
@@ -82,7 +82,7 @@ TEST_F(Ssd1322Test, the_glass_is_dark_without_dual_com_mode_and_64_rows) {
     EXPECT_EQ(oled.picture(), Picture{});
 }
 
-TEST_F(Ssd1322Test, the_pointer_wraps_within_its_window) {
+TEST_F(Ssd1322Test, ThePointerWrapsWithinItsWindow) {
     start();
     const Bytes five_columns = {0x11, 0x11, 0x22, 0x22, 0x33, 0x33, 0x44, 0x44, 0x55, 0x55};
     send({{0x15, {0x1C, 0x1D}}, {0x75, {0x04, 0x05}}, {0x5C, five_columns}});
@@ -98,14 +98,14 @@ TEST_F(Ssd1322Test, the_pointer_wraps_within_its_window) {
     EXPECT_EQ(pixel(down, 4, 4), 3);
 }
 
-TEST_F(Ssd1322Test, its_display_modes_are_not_those_of_the_other_chip) {
+TEST_F(Ssd1322Test, ItsDisplayModesAreNotThoseOfTheOtherChip) {
     start();
     const Picture picture = random_picture(15);
     send_picture(picture);
     expect_modes(oled, {{0xA4, {}}, {0xA5, lit()}, {0xA7, inverse(picture)}, {0xA6, picture}});
 }
 
-TEST_F(Ssd1322Test, partial_display_and_start_line_choose_the_rows) {
+TEST_F(Ssd1322Test, PartialDisplayAndStartLineChooseTheRows) {
     start();
     const Picture picture = random_picture(16);
     send_picture(picture);
@@ -117,7 +117,7 @@ TEST_F(Ssd1322Test, partial_display_and_start_line_choose_the_rows) {
     EXPECT_EQ(oled.picture(), picture);
 }
 
-TEST_F(Ssd1322Test, bytes_against_the_rules_are_counted_and_ignored) {
+TEST_F(Ssd1322Test, BytesAgainstTheRulesAreCountedAndIgnored) {
     const struct {
         const char* what;
         std::vector<Command> commands;
@@ -145,7 +145,7 @@ TEST_F(Ssd1322Test, bytes_against_the_rules_are_counted_and_ignored) {
     }
 }
 
-TEST_F(Ssd1322Test, a_grey_table_counts_from_command_00_on) {
+TEST_F(Ssd1322Test, AGreyTableCountsFromCommand00On) {
     start();
     EXPECT_EQ(oled.peek_pulse_width(1), 0u);
     EXPECT_EQ(oled.peek_pulse_width(15), 112u);

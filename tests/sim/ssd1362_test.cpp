@@ -41,7 +41,7 @@ protected:
     k4sim::Ssd1362 oled{surroundings};
 };
 
-TEST_F(Ssd1362Test, the_remap_byte_decides_how_the_picture_lies_on_the_glass) {
+TEST_F(Ssd1362Test, TheRemapByteDecidesHowThePictureLiesOnTheGlass) {
     const Picture picture = random_picture(3);
     Picture exchanged = picture; // the two pixels of a byte
     for (std::size_t i = 0; i < picture.size(); i += 2)
@@ -61,7 +61,7 @@ TEST_F(Ssd1362Test, the_remap_byte_decides_how_the_picture_lies_on_the_glass) {
     }
 }
 
-TEST_F(Ssd1362Test, without_odd_even_wiring_the_two_halves_are_interleaved) {
+TEST_F(Ssd1362Test, WithoutOddEvenWiringTheTwoHalvesAreInterleaved) {
     start(0x00);
     commands({0x15, 0x00, 0x00, 0x75, 0x00, 0x00});
     data({0x21}); // segments 0 and 1, at the first two pads of the left side
@@ -70,7 +70,7 @@ TEST_F(Ssd1362Test, without_odd_even_wiring_the_two_halves_are_interleaved) {
     EXPECT_EQ(pixel(picture, 253, 0), 2);
 }
 
-TEST_F(Ssd1362Test, power_and_display_mode_are_independent) {
+TEST_F(Ssd1362Test, PowerAndDisplayModeAreIndependent) {
     start();
     const Picture picture = random_picture(4);
     send(picture);
@@ -79,7 +79,7 @@ TEST_F(Ssd1362Test, power_and_display_mode_are_independent) {
     EXPECT_EQ(oled.picture(), lit()) << "a mode set during sleep applies at wake-up";
 }
 
-TEST_F(Ssd1362Test, start_line_offset_and_multiplex_move_and_cut_the_rows) {
+TEST_F(Ssd1362Test, StartLineOffsetAndMultiplexMoveAndCutTheRows) {
     start();
     const Picture picture = random_picture(5);
     send(picture);
@@ -91,7 +91,7 @@ TEST_F(Ssd1362Test, start_line_offset_and_multiplex_move_and_cut_the_rows) {
     expect_rows(oled.picture(), picture, 0, 31, 0);
 }
 
-TEST_F(Ssd1362Test, while_locked_only_unlocking_works) {
+TEST_F(Ssd1362Test, WhileLockedOnlyUnlockingWorks) {
     start();
     const Picture picture = random_picture(6);
     send(picture);
@@ -104,7 +104,7 @@ TEST_F(Ssd1362Test, while_locked_only_unlocking_works) {
     EXPECT_EQ(oled.peek_mode(), Oled::Mode::all_on);
 }
 
-TEST_F(Ssd1362Test, bytes_against_the_rules_are_counted_and_ignored) {
+TEST_F(Ssd1362Test, BytesAgainstTheRulesAreCountedAndIgnored) {
     const struct {
         const char* what;
         Bytes bytes;
@@ -131,7 +131,7 @@ TEST_F(Ssd1362Test, bytes_against_the_rules_are_counted_and_ignored) {
     }
 }
 
-TEST_F(Ssd1362Test, a_parameter_sent_as_data_becomes_two_pixels) {
+TEST_F(Ssd1362Test, AParameterSentAsDataBecomesTwoPixels) {
     start();
     commands({0x15, 0x00, 0x7F, 0x75, 0x00, 0x3F, 0x81});
     data({0x7B});
@@ -142,7 +142,7 @@ TEST_F(Ssd1362Test, a_parameter_sent_as_data_becomes_two_pixels) {
     EXPECT_EQ(oled.peek_contrast(), 0x44) << "the chip still waits for the parameter";
 }
 
-TEST_F(Ssd1362Test, the_version_grows_only_with_what_can_be_seen) {
+TEST_F(Ssd1362Test, TheVersionGrowsOnlyWithWhatCanBeSeen) {
     start();
     unsigned calls = 0;
     oled.set_on_change([&calls] { ++calls; });
