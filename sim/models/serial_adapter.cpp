@@ -15,7 +15,7 @@ std::uint8_t sampled_byte(std::uint8_t sent, unsigned sender_baud, unsigned rece
     unsigned received = 0;
     for (unsigned bit = 0; bit < data_bits; ++bit) {
         const std::uint64_t half_bits = 2 * bit + 3; // of the receiver, since the start's edge
-        const std::uint64_t at = half_bits * sender_baud / (2 * receiver_baud);
+        const std::uint64_t at = half_bits * sender_baud / (std::uint64_t{2} * receiver_baud);
         if (at >= frame_bits || (frame >> at & 1) != 0) received |= 1u << bit;
     }
     return static_cast<std::uint8_t>(received);

@@ -103,7 +103,7 @@ unsigned segment_of(unsigned bits, unsigned pixel) {
 } // namespace
 
 Ssd1322::Ssd1322(Surroundings& surroundings)
-    : Oled(surroundings, commands, contrast, bytes_a_row * rows) {
+    : Oled(surroundings, commands, contrast, std::size_t{bytes_a_row} * rows) {
     reset();
 }
 

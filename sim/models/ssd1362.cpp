@@ -97,7 +97,7 @@ unsigned glass_x(unsigned bits, unsigned column, unsigned nibble) {
 } // namespace
 
 Ssd1362::Ssd1362(Surroundings& surroundings)
-    : Oled(surroundings, commands, contrast, columns * rows) {
+    : Oled(surroundings, commands, contrast, std::size_t{columns} * rows) {
     reset();
 }
 

@@ -33,9 +33,9 @@ private:
 
 } // namespace
 
-std::unique_ptr<Operator> make_operator(const Setup& setup, Device& device,
-                                        Surroundings& surroundings,
-                                        std::function<void(const FaultSetting&)> apply_fault) {
+std::unique_ptr<Operator>
+make_operator(const Setup& setup, Device& device, Surroundings& surroundings,
+              const std::function<void(const FaultSetting&)>& apply_fault) {
     auto crew = std::make_unique<Crew>();
     if (setup.operator_kind == OperatorKind::automatic)
         crew->add(std::make_unique<AutoOperator>(setup.seed, device, surroundings, apply_fault));

@@ -27,10 +27,10 @@ public:
 };
 
 // Everybody that the setup asks for: the automatic operator, the steps of a scenario, or
-// nobody. All arguments but the setup must outlive the operator; so must what the operator
-// planned with surroundings.at(), or it must not happen any more.
-std::unique_ptr<Operator> make_operator(const Setup& setup, Device& device,
-                                        Surroundings& surroundings,
-                                        std::function<void(const FaultSetting&)> apply_fault);
+// nobody. Device and surroundings must outlive the operator, and it what it planned with
+// surroundings.at(), unless that does not happen any more.
+std::unique_ptr<Operator>
+make_operator(const Setup& setup, Device& device, Surroundings& surroundings,
+              const std::function<void(const FaultSetting&)>& apply_fault);
 
 } // namespace k4sim

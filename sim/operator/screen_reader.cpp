@@ -70,7 +70,7 @@ std::vector<Column> columns_of(const Picture& picture, int x0, int x1, int y0) {
     for (int x = x0; x < x1; ++x) {
         Column column = 0;
         for (int y = 0; y < letter_height; ++y)
-            if (picture[static_cast<std::size_t>((y0 + y) * static_cast<int>(glass_width) + x)] >=
+            if (picture[glass_width * static_cast<unsigned>(y0 + y) + static_cast<unsigned>(x)] >=
                 lit_from)
                 column |= 1U << y;
         columns.push_back(column);
