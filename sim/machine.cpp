@@ -141,7 +141,10 @@ void Machine::console_text(int stream, std::string_view text) {
     console_lines_.add(text, [this](std::string_view line) { operator_->console_line(line); });
 }
 
-PortSpace& Machine::ports() { return attached_ports_ ? *attached_ports_ : *device_; }
+PortSpace& Machine::ports() {
+    if (attached_ports_) return *attached_ports_;
+    return *device_;
+}
 
 // The operator goes before the device that it stands at.
 void Machine::new_device() {
