@@ -89,7 +89,7 @@ struct Model {
         return 0;
     }
 
-    int specification(const std::string& keyword, char letter, bool wantsMatch) {
+    int directive(const std::string& keyword, char letter, bool wantsMatch) {
         std::size_t index = find(keyword);
         if (index != 0 && marks[index] != 0) return -8842;
         index == 0 ? marks[0] += !marks.empty() : marks[index] = 1;
@@ -113,8 +113,8 @@ struct Model {
             if (end == std::string::npos || format[end] != '%') return -8847;
             const bool wantsMatch = format.compare(end, 2, "%%") == 0;
             const std::size_t letter = end + (wantsMatch ? 2 : 1);
-            if (const int status = specification(format.substr(pos, end - pos),
-                                                 format.c_str()[letter], wantsMatch))
+            if (const int status =
+                    directive(format.substr(pos, end - pos), format.c_str()[letter], wantsMatch))
                 return status;
             pos = std::min(format.find_first_not_of(separators, letter + 1), format.size());
         }
