@@ -60,6 +60,8 @@ struct ModeCase {
     double expected_db;
 };
 
+void PrintTo(const ModeCase& mode, std::ostream* out) { *out << mode.selected; }
+
 class AGoodDevice : public testing::TestWithParam<ModeCase> {};
 
 TEST_P(AGoodDevice, PassesAtTheExpectedLevels) {

@@ -93,6 +93,8 @@ struct StartFailure {
     std::string message;
 };
 
+void PrintTo(const StartFailure& failure, std::ostream* out) { *out << failure.message; }
+
 class StartFailures : public testing::TestWithParam<StartFailure> {};
 
 TEST_P(StartFailures, EndWithTheUnitsCode) {
