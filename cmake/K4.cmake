@@ -28,8 +28,11 @@ if(NOT K4_FUZZ)
   check_pie_supported()
 endif()
 
-# The same sources at any path give the same bytes.
-add_compile_options(-ffile-prefix-map=${CMAKE_SOURCE_DIR}/= -ffile-prefix-map=${CMAKE_BINARY_DIR}/=)
+# The same sources at any path give the same bytes. (The counts of a coverage build must lead
+# back to the sources.)
+if(NOT K4_COVERAGE)
+  add_compile_options(-ffile-prefix-map=${CMAKE_SOURCE_DIR}/= -ffile-prefix-map=${CMAKE_BINARY_DIR}/=)
+endif()
 
 # Instruments a target as the preset asks. The preloaded library of the virtual
 # device is never instrumented: its hand-over between threads must stay invisible
