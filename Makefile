@@ -31,7 +31,9 @@ valgrind: build
 	@scripts/valgrind
 
 coverage: setup
-	@cmake --preset coverage && cmake --build --preset coverage && ctest --preset coverage
+	@cmake --preset coverage && cmake --build --preset coverage
+	@find build/coverage -name '*.gcda' -delete # counts of other builds
+	@ctest --preset coverage
 	@scripts/coverage
 
 fuzz: setup
