@@ -1,10 +1,8 @@
 #include "sim/models/connector_faults.h"
 
+#include "sim/models/breaker.h"
 #include "sim/models/device.h"
 #include "sim/models/faults.h"
-
-#include <algorithm>
-#include <iterator>
 
 namespace k4sim {
 
@@ -22,12 +20,7 @@ NetworkLink& link_of(Device& device, std::string_view name) { return *device.lin
 
 using Defect = ParallelLoopback::Defect;
 
-struct Breaker {
-    std::string_view name;
-    void (*strike)(Device& device, std::string_view value);
-};
-
-constexpr Breaker breakers[] = {
+constexpr Breaker<Device> breakers[] = {
     {"link-absent", [](Device& device, auto name) { link_of(device, name).remove(); }},
     {"link-down", [](Device& device, auto name) { link_of(device, name).disconnect(); }},
     {"link-dropped", [](Device& device, auto name) { link_of(device, name).drop(drop_us); }},
@@ -53,10 +46,7 @@ constexpr Breaker breakers[] = {
 } // namespace
 
 bool strike_connectors(Device& device, std::string_view name, std::string_view value) {
-    const auto found = std::ranges::find(breakers, name, &Breaker::name);
-    if (found == std::end(breakers)) return false;
-    found->strike(device, value);
-    return true;
+    return strike_by_name(breakers, device, name, value);
 }
 
 } // namespace k4sim

@@ -1,9 +1,8 @@
 #include "sim/models/serial_faults.h"
 
+#include "sim/models/breaker.h"
 #include "sim/models/faults.h"
 #include "sim/models/serial_adapters.h"
-
-#include <algorithm>
 
 namespace k4sim {
 
@@ -13,12 +12,7 @@ constexpr Microseconds us_per_second = 1'000'000;
 
 int number_of(std::string_view value) { return static_cast<int>(fault_number(value)); }
 
-struct Breaker {
-    std::string_view name;
-    void (*strike)(SerialAdapters& serial, std::string_view value);
-};
-
-constexpr Breaker breakers[] = {
+constexpr Breaker<SerialAdapters> breakers[] = {
     {"serial-absent",
      [](SerialAdapters& serial, auto value) { serial[number_of(value)].unplug(); }},
     {"serial-byte-flipped",
@@ -48,10 +42,7 @@ constexpr Breaker breakers[] = {
 } // namespace
 
 bool strike_serial(SerialAdapters& serial, std::string_view name, std::string_view value) {
-    const auto found = std::ranges::find(breakers, name, &Breaker::name);
-    if (found == std::end(breakers)) return false;
-    found->strike(serial, value);
-    return true;
+    return strike_by_name(breakers, serial, name, value);
 }
 
 } // namespace k4sim

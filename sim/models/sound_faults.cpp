@@ -1,5 +1,6 @@
 #include "sim/models/sound_faults.h"
 
+#include "sim/models/breaker.h"
 #include "sim/models/faults.h"
 #include "sim/models/sound_card.h"
 
@@ -61,12 +62,7 @@ std::string_view element_of(std::string_view word) {
     return found == std::end(elements) ? word : found->name;
 }
 
-struct Breaker {
-    std::string_view name;
-    void (*strike)(SoundCard& card, std::string_view value);
-};
-
-constexpr Breaker breakers[] = {
+constexpr Breaker<SoundCard> breakers[] = {
     {"aes-cable", spoil_digital_cable},
     {"aes-lock-lost", [](SoundCard& card, auto) { card.aes()->lose_lock(lock_gap_us); }},
     {"aes-measured-rate",
@@ -124,10 +120,7 @@ constexpr Breaker breakers[] = {
 } // namespace
 
 bool strike_sound_card(SoundCard& card, std::string_view name, std::string_view value) {
-    const auto found = std::ranges::find(breakers, name, &Breaker::name);
-    if (found == std::end(breakers)) return false;
-    found->strike(card, value);
-    return true;
+    return strike_by_name(breakers, card, name, value);
 }
 
 } // namespace k4sim
