@@ -1,7 +1,6 @@
 // What strikes in the course of the audio test, and what its row and the console tell of it.
 #include "virtual_run.h"
 
-#include <algorithm>
 #include <cstdio>
 #include <gtest/gtest.h>
 
@@ -46,9 +45,7 @@ TEST(AudioCourse, ACrackleLetsTheCountOfSilenceBeginAgain) {
     EXPECT_EQ(count_of("Silence: ", run.console.substr(0, crackle)), 4);
     EXPECT_EQ(count_of("Silence: ", run.console.substr(crackle)), 1 + 8);
     const std::string loud = margins_of(run.console.substr(crackle));
-    EXPECT_TRUE(std::any_of(run.pictures.begin(), run.pictures.end(), [&](const Picture& picture) {
-        return bool{row_shows(picture, audio_row, label, loud)};
-    })) << loud;
+    EXPECT_TRUE(row_ever_shows(run, audio_row, label, loud)) << loud;
     EXPECT_TRUE(row_shows(run.last_lit(), audio_row, label, "OK"));
 }
 

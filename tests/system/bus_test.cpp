@@ -2,7 +2,6 @@
 // read on the way, and how long they take.
 #include "virtual_run.h"
 
-#include <algorithm>
 #include <gtest/gtest.h>
 
 namespace {
@@ -27,11 +26,8 @@ RunResult run_with(const std::vector<std::string>& faults, int limit_s) {
     return run_on_virtual_k4(plan);
 }
 
-// On some picture of the run.
 bool has_read(const RunResult& run, const Unit& unit, std::string_view status) {
-    return std::any_of(run.pictures.begin(), run.pictures.end(), [&](const Picture& picture) {
-        return bool{row_shows(picture, unit.row, unit.label, status)};
-    });
+    return row_ever_shows(run, unit.row, unit.label, status);
 }
 
 // When the unit's thread began or ended, in seconds; -1: it did not.
@@ -70,20 +66,6 @@ TEST(Bus, EveryKindOfBadLineHasItsCharacter) {
                  5);
     EXPECT_TRUE(row_shows(run.last_lit(), parallel.row, parallel.label, "Bit status: 1000HHLL"));
     EXPECT_GT(run.count_events("parallel", "mismatch"), 0);
-}
-
-TEST(Bus, BadAdaptersLeaveTheirMarkInTheRecord) {
-    constexpr struct {
-        const char *fault, *status, *event;
-    } cases[] = {{"serial-absent=2@3", "Missing USBs: 1", "unplugged"},
-                 {"serial-output-refused=2", "Not running", "output-refused"},
-                 {"serial-settings-refused=1", "Not running", "settings-refused"},
-                 {"serial-speed-wrong=1", "In progress: 0", "speed-mismatch"}};
-    for (const auto& [fault, status, event] : cases) {
-        const RunResult run = run_with({fault}, 6);
-        EXPECT_TRUE(row_shows(run.last_lit(), usb.row, usb.label, status)) << fault;
-        EXPECT_GT(run.count_events("serial", event), 0) << fault;
-    }
 }
 
 TEST(Bus, RoundsAreCountedUntilOneIsSpoilt) {

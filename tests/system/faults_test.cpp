@@ -120,9 +120,7 @@ INSTANTIATE_TEST_SUITE_P(Serial, Fault, testing::ValuesIn(serial_faults), name_o
 TEST(Faults, LateAdaptersAreMissedUntilTheyCome) {
     constexpr int usb_row = 3;
     const RunResult run = operated_with("serial-late=7", "aes");
-    EXPECT_TRUE(std::any_of(run.pictures.begin(), run.pictures.end(), [](const Picture& picture) {
-        return bool{row_shows(picture, usb_row, usb, "Missing USBs: 2")};
-    }));
+    EXPECT_TRUE(row_ever_shows(run, usb_row, usb, "Missing USBs: 2"));
     EXPECT_TRUE(run.console_has("USB-0: Opened /dev/ttyUSB0")) << run.console;
     EXPECT_EQ(run.verdict(), "PASSED");
 }

@@ -205,6 +205,13 @@ testing::AssertionResult row_shows(const Picture& picture, int row, std::string_
     return testing::AssertionSuccess();
 }
 
+bool row_ever_shows(const RunResult& run, int row, std::string_view label,
+                    std::string_view status) {
+    return std::any_of(run.pictures.begin(), run.pictures.end(), [&](const Picture& picture) {
+        return bool{row_shows(picture, row, label, status)};
+    });
+}
+
 bool all_of_grey(const Picture& picture, int grey) {
     return std::all_of(picture.begin(), picture.end(), [&](int level) { return level == grey; });
 }

@@ -83,6 +83,9 @@ std::string one_a_second(const std::vector<std::string>& actions);
 testing::AssertionResult row_shows(const Picture& picture, int row, std::string_view label,
                                    std::string_view status);
 
+// On any picture of the run.
+bool row_ever_shows(const RunResult& run, int row, std::string_view label, std::string_view status);
+
 bool all_of_grey(const Picture& picture, int grey);
 
 // The picture as text, for the message of a failing test.
