@@ -1,5 +1,5 @@
 # The commands of the README. Each installs what is missing, then builds with a CMake preset.
-.PHONY: run test build setup sanitize valgrind coverage fuzz bench format lint clean
+.PHONY: run test golden build setup sanitize valgrind coverage fuzz bench format lint clean
 
 BUILD := build/release
 RUN_RECORD := build/run
@@ -20,6 +20,11 @@ run: build
 
 test: build
 	@ctest --preset release
+
+# Writes the golden records anew: look at the difference before you commit it.
+golden: build
+	@K4_RENEW_GOLDEN=1 $(BUILD)/system_tests --gtest_filter='*Golden*' --gtest_brief=1
+	@git status --short tests/system/golden
 
 # Every test again under AddressSanitizer and UBSan (32 bits) and ThreadSanitizer (64 bits).
 sanitize: setup

@@ -1,0 +1,72 @@
+// Whole runs, line by line: what was said and what happened, when and in which order. A wanted
+// change is written down by `make golden`, and reviewed as the difference of the files.
+#include "virtual_run.h"
+
+#include <cstdlib>
+#include <fstream>
+#include <gmock/gmock.h>
+#include <regex>
+#include <sstream>
+
+namespace {
+
+using namespace k4test;
+
+struct GoldenRun {
+    const char* name; // of its file in golden/
+    const char* board;
+    const char* keyword = "";
+    const char* fault = "";
+    const char* operation = ""; // of the third second, instead of the automatic operator
+};
+
+void PrintTo(const GoldenRun& run, std::ostream* out) { *out << run.name; }
+
+constexpr GoldenRun golden_runs[] = {
+    {.name = "aes", .board = "aes"},
+    {.name = "plain", .board = "plain"},
+    {.name = "i2c", .board = "i2c"},
+    {.name = "engine", .board = "engine"},
+    {.name = "nomicboost", .board = "aes", .keyword = "nomicboost"},
+    {.name = "nokeypad", .board = "aes", .keyword = "nokeypad"},
+    {.name = "noanalog", .board = "plain", .keyword = "noanalog"},
+    {.name = "abort", .board = "plain", .operation = "press E"},
+    {.name = "late-adapters", .board = "aes", .fault = "serial-late=7"},
+    {.name = "lost-lock", .board = "aes", .fault = "aes-lock-lost@10"},
+};
+
+// The record without what another day would change.
+std::string record_of(const GoldenRun& golden) {
+    RunPlan plan;
+    plan.board = golden.board;
+    plan.keywords.emplace_back(golden.keyword);
+    if (*golden.fault != '\0') plan.faults = {golden.fault};
+    plan.automatic_operator = *golden.operation == '\0';
+    if (!plan.automatic_operator) plan.scenario = one_a_second({golden.operation, "press E"});
+    const RunResult run = run_on_virtual_k4(plan);
+    const std::string record = run.events_text + run.console + as_text(run.last_lit()) +
+                               "verdict " + run.verdict() + ", status " +
+                               std::to_string(run.status) + "\n";
+    return std::regex_replace(record, std::regex("[A-Z][a-z]{2} [ 0-9]\\d \\d{4}"), "BUILD-DATE");
+}
+
+class Golden : public testing::TestWithParam<GoldenRun> {};
+
+TEST_P(Golden, RunIsAsWrittenDown) {
+    const std::string path = std::string(K4_GOLDEN) + "/" + GetParam().name + ".txt";
+    const std::string record = record_of(GetParam());
+    if (std::getenv("K4_RENEW_GOLDEN") != nullptr) {
+        ASSERT_TRUE(std::ofstream(path) << record);
+    }
+    std::stringstream golden;
+    golden << std::ifstream(path).rdbuf();
+    EXPECT_EQ(record, golden.str());
+}
+
+INSTANTIATE_TEST_SUITE_P(Whole, Golden, testing::ValuesIn(golden_runs), [](const auto& run) {
+    std::string name = run.param.name;
+    std::erase(name, '-');
+    return name;
+});
+
+} // namespace
