@@ -1,8 +1,8 @@
 #include "app/aesebu_test.h"
 
-#include "baselib/astrs.h"
-#include "baselib/clock.h"
-#include "baselib/nstream.h"
+#include "baselib/print/astrs.h"
+#include "baselib/print/nstream.h"
+#include "baselib/time/clock.h"
 
 namespace {
 

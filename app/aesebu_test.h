@@ -4,7 +4,7 @@
 #include "app/unit.h"
 #include "audio/kestra_alsactl.h"
 #include "audio/pcm_line.h"
-#include "baselib/mutex.h"
+#include "baselib/thread/mutex.h"
 
 // With the digital output cabled to the digital input: the transmitter runs at 32000, 44100 and
 // 48000 Hz in turn, and each time the receiver must lock and tell that very rate, measured and

@@ -1,6 +1,6 @@
 #include "app/audio_inputs.h"
 
-#include "baselib/thread.h"
+#include "baselib/thread/thread.h"
 
 namespace {
 

@@ -1,8 +1,8 @@
 #include "app/audio_loop.h"
 
-#include "baselib/clock.h"
-#include "baselib/nstream.h"
-#include "baselib/thread.h"
+#include "baselib/print/nstream.h"
+#include "baselib/thread/thread.h"
+#include "baselib/time/clock.h"
 
 namespace {
 

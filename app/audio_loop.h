@@ -3,7 +3,7 @@
 
 #include "app/k4test.h"
 #include "audio/pcm.h"
-#include "baselib/print.h"
+#include "baselib/print/print.h"
 
 #include <array>
 

@@ -1,7 +1,7 @@
 #include "app/audio_test.h"
 
-#include "baselib/astrs.h"
-#include "baselib/nstream.h"
+#include "baselib/print/astrs.h"
+#include "baselib/print/nstream.h"
 
 #include <cmath>
 

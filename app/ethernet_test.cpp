@@ -1,8 +1,8 @@
 #include "app/ethernet_test.h"
 
-#include "baselib/astrs.h"
-#include "baselib/clock.h"
-#include "baselib/netstat.h"
+#include "baselib/device/netstat.h"
+#include "baselib/print/astrs.h"
+#include "baselib/time/clock.h"
 
 namespace {
 

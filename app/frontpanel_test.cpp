@@ -1,8 +1,8 @@
 #include "app/frontpanel_test.h"
 
 #include "audio/beep.h"
-#include "baselib/clock.h"
-#include "baselib/nstream.h"
+#include "baselib/print/nstream.h"
+#include "baselib/time/clock.h"
 
 namespace {
 

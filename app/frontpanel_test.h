@@ -3,7 +3,7 @@
 
 #include "app/required_keys.h"
 #include "app/unit.h"
-#include "baselib/mutex.h"
+#include "baselib/thread/mutex.h"
 #include "hw/frontpanel.h"
 
 class KLTlinuxBeep;

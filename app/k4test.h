@@ -1,7 +1,7 @@
 #pragma once
 // The abstract test unit: what the orchestrator sees of each hardware test.
 
-#include "baselib/astr.h"
+#include "baselib/text/astr.h"
 
 #include <atomic>
 

@@ -1,10 +1,10 @@
 // Start-up: banner, command line, the operator's key, then the self-test.
 
 #include "app/testall.h"
-#include "baselib/clock.h"
-#include "baselib/nstream.h"
 #include "baselib/params.h"
-#include "baselib/print.h"
+#include "baselib/print/nstream.h"
+#include "baselib/print/print.h"
+#include "baselib/time/clock.h"
 #include "hw/keyquery.h"
 
 namespace {

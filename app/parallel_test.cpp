@@ -1,7 +1,7 @@
 #include "app/parallel_test.h"
 
-#include "baselib/astrs.h"
-#include "baselib/clock.h"
+#include "baselib/print/astrs.h"
+#include "baselib/time/clock.h"
 #include "hw/k4parallel.h"
 
 namespace {

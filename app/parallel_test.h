@@ -2,7 +2,7 @@
 // Unit of the parallel control port: eight lines through a loopback.
 
 #include "app/unit.h"
-#include "baselib/mutex.h"
+#include "baselib/thread/mutex.h"
 
 class K4parallel;
 

@@ -1,7 +1,7 @@
 #pragma once
 // Runs a member function of an object on a thread of its own.
 
-#include "baselib/thread.h"
+#include "baselib/thread/thread.h"
 
 // The object must outlive the thread: ask it to end and call waitend() first.
 template <class T>

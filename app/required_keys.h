@@ -1,7 +1,7 @@
 #pragma once
 // The keys and knob movements that the operator still has to make.
 
-#include "baselib/astr.h"
+#include "baselib/text/astr.h"
 
 #include <atomic>
 #include <cstdint>

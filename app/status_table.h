@@ -2,7 +2,7 @@
 // The picture of the self-test on the OLED: six rows, a label and a status text in each.
 // All knowledge of the layout is here.
 
-#include "baselib/astr.h"
+#include "baselib/text/astr.h"
 #include "grc/display.h"
 #include "grc/font.h"
 #include "grc/text.h"

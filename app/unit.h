@@ -3,8 +3,8 @@
 
 #include "app/k4test.h"
 #include "app/pthreadt.h"
-#include "baselib/out_handle.h"
-#include "baselib/print.h"
+#include "baselib/print/out_handle.h"
+#include "baselib/print/print.h"
 
 // Base of the concrete units:
 //

@@ -1,10 +1,10 @@
 #include "app/usb_test.h"
 
-#include "baselib/astrs.h"
-#include "baselib/clock.h"
-#include "baselib/lxtermios.h"
-#include "baselib/nstream.h"
-#include "baselib/randastr.h"
+#include "baselib/device/lxtermios.h"
+#include "baselib/print/astrs.h"
+#include "baselib/print/nstream.h"
+#include "baselib/text/randastr.h"
+#include "baselib/time/clock.h"
 
 #include <algorithm>
 

@@ -2,7 +2,7 @@
 // Unit of the USB serial adapters.
 
 #include "app/unit.h"
-#include "baselib/lxiodev.h"
+#include "baselib/device/lxiodev.h"
 
 #include <array>
 

@@ -1,7 +1,7 @@
 #include "audio/alsa_ctl.h"
 
-#include "baselib/astr.h"
-#include "baselib/thread.h"
+#include "baselib/text/astr.h"
+#include "baselib/thread/thread.h"
 
 #include <cstdarg>
 

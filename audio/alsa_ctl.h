@@ -1,7 +1,7 @@
 #pragma once
 // Control elements of a sound card, read and written by name.
 
-#include "baselib/out.h"
+#include "baselib/print/out.h"
 
 #include <array>
 #include <cstdint>

@@ -1,7 +1,7 @@
 #include "audio/alsa_mixer.h"
 
-#include "baselib/nstream.h"
-#include "baselib/thread.h"
+#include "baselib/print/nstream.h"
+#include "baselib/thread/thread.h"
 
 #include <algorithm>
 #include <alsa/asoundlib.h>

@@ -1,9 +1,9 @@
 #pragma once
 // The simple mixer of a sound card: its named elements with volumes and switches.
 
-#include "baselib/astr.h"
-#include "baselib/out.h"
-#include "baselib/print.h"
+#include "baselib/print/out.h"
+#include "baselib/print/print.h"
+#include "baselib/text/astr.h"
 
 #include <cstdint>
 

@@ -3,7 +3,7 @@
 // analysed.
 
 #include "audio/ainfo.h"
-#include "baselib/out.h"
+#include "baselib/print/out.h"
 
 #include <algorithm>
 #include <cstdint>

@@ -1,7 +1,7 @@
 #include "audio/beep.h"
 
-#include "baselib/clock.h"
-#include "baselib/thread.h"
+#include "baselib/thread/thread.h"
+#include "baselib/time/clock.h"
 
 #include <cmath>
 #include <cstring>

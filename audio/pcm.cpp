@@ -1,8 +1,8 @@
 #include "audio/pcm.h"
 
-#include "baselib/out_handle.h"
-#include "baselib/print.h"
-#include "baselib/thread.h"
+#include "baselib/print/out_handle.h"
+#include "baselib/print/print.h"
+#include "baselib/thread/thread.h"
 
 #include <alsa/asoundlib.h>
 #include <array>

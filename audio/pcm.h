@@ -2,7 +2,7 @@
 // Playback and recording through ALSA.
 
 #include "audio/alsabuf.h"
-#include "baselib/out.h"
+#include "baselib/print/out.h"
 
 #include <cstdint>
 

@@ -1,5 +1,5 @@
 #include "audio/pcm.h"
-#include "baselib/print.h"
+#include "baselib/print/print.h"
 
 namespace {
 

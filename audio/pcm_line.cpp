@@ -1,6 +1,6 @@
 #include "audio/pcm_line.h"
 
-#include "baselib/thread.h"
+#include "baselib/thread/thread.h"
 
 #include <alsa/asoundlib.h>
 #include <memory>

@@ -1,7 +1,7 @@
 #pragma once
 // An audio interface that is kept running at a rate, without a sample moved.
 
-#include "baselib/out.h"
+#include "baselib/print/out.h"
 
 typedef struct _snd_pcm snd_pcm_t;
 

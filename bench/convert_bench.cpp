@@ -1,7 +1,7 @@
 // Decimal conversion against what else there is: values of all magnitudes, and those that
 // the program prints most, counters and codes of a few digits.
 
-#include "baselib/convert.h"
+#include "baselib/print/convert.h"
 
 #include <array>
 #include <benchmark/benchmark.h>

@@ -3,7 +3,7 @@
 #include <array>
 #include <cstdint>
 
-#include "baselib/astrc.h"
+#include "baselib/text/astrc.h"
 
 // One character of a font: width columns, and for each row of the cell the pixels, bit 0
 // being the leftmost column.

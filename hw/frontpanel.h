@@ -2,7 +2,7 @@
 
 #include <memory>
 
-#include "baselib/sharedmemory.h"
+#include "baselib/thread/sharedmemory.h"
 #include "grc/display.h"
 #include "hw/keypad.h"
 #include "hw/mainboard_cpld.h"

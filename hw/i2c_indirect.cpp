@@ -4,7 +4,7 @@
 #include <cstdint>
 #include <vector>
 
-#include "baselib/clock.h"
+#include "baselib/time/clock.h"
 #include "hw/lagged_fibonacci.h"
 
 namespace {

@@ -1,6 +1,6 @@
 #include "hw/k4parallel.h"
 
-#include "baselib/clock.h"
+#include "baselib/time/clock.h"
 
 namespace {
 

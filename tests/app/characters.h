@@ -1,6 +1,6 @@
 #pragma once
 
-#include "baselib/astr.h"
+#include "baselib/text/astr.h"
 
 #include <string>
 

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "app/k4test.h"
-#include "baselib/thread.h"
+#include "baselib/thread/thread.h"
 #include "characters.h"
 #include "sim/machine.h"
 

@@ -1,6 +1,6 @@
 #include "app/unit.h"
 
-#include "baselib/mutex.h"
+#include "baselib/thread/mutex.h"
 #include "characters.h"
 
 #include <gtest/gtest.h>

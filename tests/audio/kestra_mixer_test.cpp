@@ -1,6 +1,6 @@
 #include "audio/kestra_mixer.h"
 
-#include "baselib/astrs.h"
+#include "baselib/print/astrs.h"
 #include "sim/machine.h"
 #include "sim/models/device.h"
 

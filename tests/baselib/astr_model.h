@@ -1,7 +1,7 @@
 #pragma once
 // Random changes of a few strings, each done to a std::string as well.
 
-#include "baselib/astr.h"
+#include "baselib/text/astr.h"
 
 #include <algorithm>
 #include <array>

@@ -1,7 +1,7 @@
 #include "astr_model.h"
 
-#include "baselib/astr.h"
-#include "baselib/astr_node.h"
+#include "baselib/text/astr.h"
+#include "baselib/text/astr_node.h"
 
 #include <gtest/gtest.h>
 

@@ -1,6 +1,6 @@
-#include "baselib/collation.h"
+#include "baselib/text/collation.h"
 
-#include "baselib/astrc.h"
+#include "baselib/text/astrc.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "baselib/convert.h"
+#include "baselib/print/convert.h"
 
 #include <cstdint>
 #include <cstdio>

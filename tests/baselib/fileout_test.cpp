@@ -1,4 +1,4 @@
-#include "baselib/fileout.h"
+#include "baselib/print/fileout.h"
 
 #include <cstdio>
 #include <fstream>

@@ -1,6 +1,6 @@
-#include "baselib/modifier.h"
+#include "baselib/print/modifier.h"
 
-#include "baselib/nstream.h"
+#include "baselib/print/nstream.h"
 #include "recording_sink.h"
 
 #include <gtest/gtest.h>

@@ -1,6 +1,6 @@
-#include "baselib/multiout.h"
+#include "baselib/print/multiout.h"
 
-#include "baselib/mprint.h"
+#include "baselib/print/mprint.h"
 #include "recording_sink.h"
 
 #include <algorithm>

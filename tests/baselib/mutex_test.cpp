@@ -1,6 +1,6 @@
-#include "baselib/mutex.h"
+#include "baselib/thread/mutex.h"
 
-#include "baselib/multisema.h"
+#include "baselib/thread/multisema.h"
 #include "thread_body.h"
 
 #include <gtest/gtest.h>

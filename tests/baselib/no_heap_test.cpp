@@ -2,9 +2,9 @@
 // ends in malloc too. Not where a sanitizer owns malloc.
 #if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
 
-#include "baselib/nstream.h"
-#include "baselib/print.h"
-#include "baselib/vecprt.h"
+#include "baselib/print/nstream.h"
+#include "baselib/print/print.h"
+#include "baselib/print/vecprt.h"
 
 #include <cstddef>
 #include <cstdlib>

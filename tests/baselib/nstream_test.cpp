@@ -1,4 +1,4 @@
-#include "baselib/nstream.h"
+#include "baselib/print/nstream.h"
 
 #include "recording_sink.h"
 

@@ -1,6 +1,6 @@
 #include "baselib/params.h"
 
-#include "baselib/astr.h"
+#include "baselib/text/astr.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "baselib/astr.h"
+#include "baselib/text/astr.h"
 
 #include <gtest/gtest.h>
 

@@ -1,7 +1,7 @@
 #pragma once
 // What the formatting of a print object makes of numbers, told by printf.
 
-#include "baselib/print.h"
+#include "baselib/print/print.h"
 
 #include <algorithm>
 #include <bitset>

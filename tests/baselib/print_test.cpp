@@ -1,6 +1,6 @@
-#include "baselib/print.h"
+#include "baselib/print/print.h"
 
-#include "baselib/nstream.h"
+#include "baselib/print/nstream.h"
 #include "print_model.h"
 #include "recording_sink.h"
 

@@ -1,6 +1,6 @@
-#include "baselib/randastr.h"
+#include "baselib/text/randastr.h"
 
-#include "baselib/clock.h"
+#include "baselib/time/clock.h"
 
 #include <cmath>
 #include <gtest/gtest.h>

@@ -1,7 +1,7 @@
 #pragma once
 // A sink that keeps what it is given.
 
-#include "baselib/out.h"
+#include "baselib/print/out.h"
 
 #include <string>
 #include <utility>

@@ -1,4 +1,4 @@
-#include "baselib/sharedmemory.h"
+#include "baselib/thread/sharedmemory.h"
 
 #include <algorithm>
 #include <sys/ipc.h>

@@ -1,8 +1,8 @@
 // The console is there before any static initialiser and behind every static destructor.
 
-#include "baselib/nstream.h"
-#include "baselib/out_handle.h"
-#include "baselib/print.h"
+#include "baselib/print/nstream.h"
+#include "baselib/print/out_handle.h"
+#include "baselib/print/print.h"
 
 #include <cstdlib>
 #include <gtest/gtest.h>

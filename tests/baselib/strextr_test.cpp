@@ -1,6 +1,6 @@
-#include "baselib/strextr.h"
+#include "baselib/text/strextr.h"
 
-#include "baselib/number.h"
+#include "baselib/text/number.h"
 
 #include <gtest/gtest.h>
 

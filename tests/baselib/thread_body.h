@@ -1,7 +1,7 @@
 #pragma once
 // A thread record for tests: its body is any callable.
 
-#include "baselib/thread.h"
+#include "baselib/thread/thread.h"
 
 #include <functional>
 #include <utility>

@@ -1,6 +1,6 @@
-#include "baselib/thread.h"
+#include "baselib/thread/thread.h"
 
-#include "baselib/multisema.h"
+#include "baselib/thread/multisema.h"
 #include "thread_body.h"
 
 #include <gtest/gtest.h>

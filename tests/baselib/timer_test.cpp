@@ -1,6 +1,6 @@
-#include "baselib/timer.h"
+#include "baselib/time/timer.h"
 
-#include "baselib/clock.h"
+#include "baselib/time/clock.h"
 
 #include <gtest/gtest.h>
 

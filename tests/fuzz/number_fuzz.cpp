@@ -1,7 +1,7 @@
 // Any text as a number in any base, compared with the C library, and the way back.
 
-#include "baselib/astr.h"
-#include "baselib/number.h"
+#include "baselib/text/astr.h"
+#include "baselib/text/number.h"
 
 #include <algorithm>
 #include <cctype>

@@ -1,8 +1,8 @@
 // Any format with any arguments, compared with a plain model of the format language: the
 // status, every target and what became of every argument.
 
-#include "baselib/astr.h"
 #include "baselib/params.h"
+#include "baselib/text/astr.h"
 
 #include <algorithm>
 #include <array>

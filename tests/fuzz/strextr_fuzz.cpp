@@ -1,8 +1,8 @@
 // Takes any text apart at any delimiters, by words and by lines, and compares with
 // std::string.
 
-#include "baselib/number.h"
-#include "baselib/strextr.h"
+#include "baselib/text/number.h"
+#include "baselib/text/strextr.h"
 
 #include <algorithm>
 #include <cstddef>

@@ -4,7 +4,7 @@
 #include <numeric>
 #include <vector>
 
-#include "baselib/clock.h"
+#include "baselib/time/clock.h"
 #include "hw/lagged_fibonacci.h"
 #include "i2c_wire.h"
 #include <gtest/gtest.h>

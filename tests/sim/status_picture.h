@@ -3,7 +3,7 @@
 
 #include "sim/models/oled.h"
 
-#include "baselib/astr.h"
+#include "baselib/text/astr.h"
 #include "grc/display.h"
 #include "grc/font.h"
 #include "grc/text.h"

@@ -1,6 +1,6 @@
 #include "virtual_run.h"
 
-#include "baselib/astr.h"
+#include "baselib/text/astr.h"
 #include "grc/display.h"
 #include "grc/font.h"
 #include "grc/text.h"

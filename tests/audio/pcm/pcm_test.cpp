@@ -1,7 +1,7 @@
 #include "audio/pcm.h"
 
 #include "alsa_calls.h"
-#include "baselib/print.h"
+#include "baselib/print/print.h"
 
 #include <alsa/asoundlib.h>
 #include <cerrno>

@@ -1,6 +1,6 @@
-#include "baselib/clock.h"
+#include "baselib/time/clock.h"
 
-#include "baselib/thread.h"
+#include "baselib/thread/thread.h"
 
 #include <atomic>
 #include <climits>

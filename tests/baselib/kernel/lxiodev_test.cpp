@@ -1,8 +1,8 @@
 // KLTlxIOdev on the device files, pipes and terminals of the running kernel.
-#include "baselib/lxiodev.h"
+#include "baselib/device/lxiodev.h"
 
-#include "baselib/lxtermios.h"
-#include "baselib/print.h"
+#include "baselib/device/lxtermios.h"
+#include "baselib/print/print.h"
 
 #include <cerrno>
 #include <chrono>

@@ -1,5 +1,5 @@
 // KLTlxTermios on a real pseudo-terminal, against stty.
-#include "baselib/lxtermios.h"
+#include "baselib/device/lxtermios.h"
 
 #include <cstdio>
 #include <cstdlib>

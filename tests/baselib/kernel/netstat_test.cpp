@@ -1,5 +1,5 @@
 // KLTlinuxNetstat3 against what iproute2 says, in a network namespace of the test's own.
-#include "baselib/netstat.h"
+#include "baselib/device/netstat.h"
 
 #include <algorithm>
 #include <arpa/inet.h>

@@ -1,6 +1,6 @@
 // Each death starts the program anew: no main thread exists there, whatever came before.
 
-#include "baselib/thread.h"
+#include "baselib/thread/thread.h"
 
 #include <gtest/gtest.h>
 #include <string>
