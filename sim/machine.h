@@ -6,7 +6,7 @@
 #include "sim/host/console.h"
 #include "sim/host/picture_watch.h"
 #include "sim/host/report.h"
-#include "sim/models/port_space.h"
+#include "sim/models/bus/port_space.h"
 #include "sim/models/surroundings.h"
 #include "sim/setup.h"
 

@@ -2,7 +2,7 @@
 // model, and a descriptor that tells in virtual time when it can be written or read.
 #pragma once
 
-#include "sim/models/pcm.h"
+#include "sim/models/sound/pcm.h"
 #include "sim/models/surroundings.h"
 
 namespace k4sim {

@@ -10,7 +10,7 @@
 // last close does not wait for what is not sent yet.
 #pragma once
 
-#include "sim/models/serial_adapter.h"
+#include "sim/models/lines/serial_adapter.h"
 
 #include <deque>
 #include <string>

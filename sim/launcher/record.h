@@ -1,7 +1,7 @@
 // The record of a run: what libk4sim.so reports, sorted into files.
 #pragma once
 
-#include "sim/models/oled.h"
+#include "sim/models/panel/oled.h"
 #include "sim/models/surroundings.h"
 
 #include <fstream>

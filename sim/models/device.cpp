@@ -1,13 +1,13 @@
 #include "sim/models/device.h"
 
-#include "sim/models/connector_faults.h"
-#include "sim/models/cpld_aes.h"
-#include "sim/models/cpld_engine.h"
-#include "sim/models/cpld_hss.h"
-#include "sim/models/cpld_i2c.h"
+#include "sim/models/board/cpld_aes.h"
+#include "sim/models/board/cpld_engine.h"
+#include "sim/models/board/cpld_hss.h"
+#include "sim/models/board/cpld_i2c.h"
 #include "sim/models/faults.h"
-#include "sim/models/serial_faults.h"
-#include "sim/models/sound_faults.h"
+#include "sim/models/lines/serial_faults.h"
+#include "sim/models/sound/connector_faults.h"
+#include "sim/models/sound/sound_faults.h"
 
 namespace k4sim {
 

@@ -10,17 +10,17 @@
 //   none    nothing answers; there is no panel
 #pragma once
 
-#include "sim/models/cpld.h"
-#include "sim/models/i2c_bus.h"
-#include "sim/models/keys.h"
-#include "sim/models/network_links.h"
-#include "sim/models/oled.h"
-#include "sim/models/panel.h"
-#include "sim/models/parallel_loopback.h"
-#include "sim/models/port_space.h"
-#include "sim/models/serial_adapters.h"
-#include "sim/models/sound_card.h"
-#include "sim/models/speaker.h"
+#include "sim/models/board/cpld.h"
+#include "sim/models/board/parallel_loopback.h"
+#include "sim/models/bus/i2c_bus.h"
+#include "sim/models/bus/port_space.h"
+#include "sim/models/lines/network_links.h"
+#include "sim/models/lines/serial_adapters.h"
+#include "sim/models/panel/keys.h"
+#include "sim/models/panel/oled.h"
+#include "sim/models/panel/panel.h"
+#include "sim/models/panel/speaker.h"
+#include "sim/models/sound/sound_card.h"
 #include "sim/models/surroundings.h"
 #include "sim/setup.h"
 

@@ -1,6 +1,6 @@
 #include "sim/models/faults.h"
 
-#include "sim/models/keys.h"
+#include "sim/models/panel/keys.h"
 
 #include <algorithm>
 #include <charconv>

@@ -1,7 +1,7 @@
 #include "sim/operator/action.h"
 
 #include "sim/models/faults.h"
-#include "sim/models/keys.h"
+#include "sim/models/panel/keys.h"
 
 #include <array>
 #include <charconv>

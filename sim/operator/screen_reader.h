@@ -1,7 +1,7 @@
 // Reads texts off the OLED, as a person does who knows the program's letters.
 #pragma once
 
-#include "sim/models/oled.h"
+#include "sim/models/panel/oled.h"
 
 #include <string>
 #include <vector>

@@ -1,5 +1,5 @@
 // The digital line: when the receiver locks, and what its registers tell then.
-#include "sim/models/aesebu.h"
+#include "sim/models/sound/aesebu.h"
 
 #include "fake_surroundings.h"
 

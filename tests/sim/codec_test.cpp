@@ -1,5 +1,5 @@
 // The analog loop: what a played tone measures at the inputs, by settings, cable and fault.
-#include "sim/models/codec.h"
+#include "sim/models/sound/codec.h"
 
 #include <cmath>
 #include <gtest/gtest.h>

@@ -1,7 +1,7 @@
 #include "fake_surroundings.h"
-#include "sim/models/cpld_aes.h"
-#include "sim/models/cpld_engine.h"
-#include "sim/models/cpld_hss.h"
+#include "sim/models/board/cpld_aes.h"
+#include "sim/models/board/cpld_engine.h"
+#include "sim/models/board/cpld_hss.h"
 
 #include <gmock/gmock.h>
 

@@ -1,6 +1,6 @@
 // Waveforms built by hand from the rules of the I2C bus, with the slave of the test on
 // the far side.
-#include "sim/models/i2c_lines.h"
+#include "sim/models/bus/i2c_lines.h"
 
 #include <gmock/gmock.h>
 

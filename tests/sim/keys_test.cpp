@@ -1,4 +1,4 @@
-#include "sim/models/keys.h"
+#include "sim/models/panel/keys.h"
 
 #include <gtest/gtest.h>
 

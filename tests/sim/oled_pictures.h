@@ -1,7 +1,7 @@
 // Pictures for the tests of the OLED controllers.
 #pragma once
 
-#include "sim/models/oled.h"
+#include "sim/models/panel/oled.h"
 
 #include <algorithm>
 #include <gtest/gtest.h>

@@ -1,5 +1,5 @@
 #include "fake_surroundings.h"
-#include "sim/models/panel.h"
+#include "sim/models/panel/panel.h"
 
 #include <gmock/gmock.h>
 

@@ -1,5 +1,5 @@
 #include "sim/machine.h"
-#include "sim/models/port_space.h"
+#include "sim/models/bus/port_space.h"
 #include "sim/time/scheduler.h"
 
 #include <cerrno>

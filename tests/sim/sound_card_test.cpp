@@ -1,10 +1,10 @@
 // The sound card as the program reaches it: streams in time, control elements, faults.
-#include "sim/models/sound_card.h"
+#include "sim/models/sound/sound_card.h"
 
 #include "fake_surroundings.h"
 
 #include "sim/models/device.h"
-#include "sim/models/samples.h"
+#include "sim/models/sound/samples.h"
 
 #include <algorithm>
 #include <array>

@@ -1,5 +1,5 @@
 #include "fake_surroundings.h"
-#include "sim/models/speaker.h"
+#include "sim/models/panel/speaker.h"
 
 #include <gmock/gmock.h>
 

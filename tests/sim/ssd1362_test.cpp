@@ -1,7 +1,7 @@
 // The byte streams here are worked out by hand from the command table of the chip.
 #include "fake_surroundings.h"
 #include "oled_pictures.h"
-#include "sim/models/ssd1362.h"
+#include "sim/models/panel/ssd1362.h"
 
 #include <gtest/gtest.h>
 

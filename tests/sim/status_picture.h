@@ -1,7 +1,7 @@
 // The program's status table as a picture of the OLED, drawn by the program's own library.
 #pragma once
 
-#include "sim/models/oled.h"
+#include "sim/models/panel/oled.h"
 
 #include "baselib/text/astr.h"
 #include "grc/display.h"

@@ -1,0 +1,58 @@
+// The mainboard CPLD: a window of 16 byte-wide ports. Every generation tells its ID at
+// offset 0 and its version at offset 1, drives the output lines of the parallel port by a
+// write to offset 2 and reads its input lines at offset 3; the rest is up to the generation.
+#pragma once
+
+#include "sim/models/board/parallel_loopback.h"
+#include "sim/models/bus/port_space.h"
+
+#include <cstdint>
+
+namespace k4sim {
+
+inline constexpr std::uint16_t cpld_window_size = 16;
+
+class Cpld : public PortSpace {
+public:
+    // What all generations have in common. Offsets without a register read 0xFF and
+    // swallow writes.
+    std::uint8_t in(std::uint16_t port) override;
+    void out(std::uint16_t port, std::uint8_t value) override;
+
+    // The plug in the parallel port, which must outlive the CPLD. Without one its inputs
+    // are low.
+    void plug(ParallelLoopback& loopback) { loopback_ = &loopback; }
+
+    // Offset of `port` in the window.
+    static constexpr unsigned offset(std::uint16_t port) { return port % cpld_window_size; }
+
+    // Another identification than its own. What the registers do stays.
+    void set_id(std::uint8_t id) { id_ = id; }
+    void set_version(std::uint8_t version) { version_ = version; }
+
+    std::uint8_t peek_id() const { return id_; }
+    std::uint8_t peek_version() const { return version_; }
+
+    // Register 0x0B: bits 0 to 3 microphone boost, bits 4 to 7 phantom power of channel 0
+    // to 3. 0 where the board has no such register.
+    virtual std::uint8_t peek_microphone() const { return 0; }
+    // The byte last written to the watchdog, and how many were. 0 where there is none.
+    virtual std::uint8_t peek_watchdog() const { return 0; }
+    virtual std::uint64_t peek_watchdog_writes() const { return 0; }
+
+    // Accesses that break the rules of the board's front-panel link, such as a byte sent
+    // while the link was busy. An event tells the 1st, 2nd, 4th, 8th ... of them.
+    virtual std::uint32_t protocol_errors() const { return 0; }
+
+protected:
+    Cpld(std::uint8_t id, std::uint8_t version) : id_(id), version_(version) {}
+
+    static constexpr std::uint8_t absent = 0xFF;
+
+private:
+    std::uint8_t id_;
+    std::uint8_t version_;
+    ParallelLoopback* loopback_ = nullptr;
+};
+
+} // namespace k4sim

@@ -1,0 +1,116 @@
+#include "sim/models/board/cpld_engine.h"
+
+#include <algorithm>
+
+namespace k4sim {
+
+namespace {
+
+constexpr unsigned control_register = 5;
+constexpr unsigned transmit_register = 6;
+constexpr unsigned receive_register = 7;
+
+constexpr std::uint8_t start_with_next = 0x02;
+constexpr std::uint8_t stop_after_next = 0x01;
+
+constexpr std::uint8_t transmitter_busy = 0x80;
+constexpr std::uint8_t receiver_not_ready = 0x20;
+
+constexpr std::uint8_t read_bit = 0x01;
+
+} // namespace
+
+std::uint8_t CpldEngine::in(std::uint16_t port) {
+    switch (offset(port)) {
+    case control_register:
+        return status();
+    case receive_register:
+        return take_received();
+    default:
+        return CpldI2c::in(port);
+    }
+}
+
+void CpldEngine::out(std::uint16_t port, std::uint8_t value) {
+    switch (offset(port)) {
+    case control_register:
+        control(value);
+        break;
+    case transmit_register:
+        transmit(value);
+        break;
+    default:
+        CpldI2c::out(port, value);
+        break;
+    }
+}
+
+std::uint8_t CpldEngine::status() const {
+    const Microseconds now = surroundings_.now();
+    std::uint8_t bits = 0;
+    if (now < transmitted_at_) bits |= transmitter_busy;
+    if (!receiving_ || now < received_at_) bits |= receiver_not_ready;
+    return bits;
+}
+
+void CpldEngine::control(std::uint8_t value) {
+    if (value & start_with_next) start_next_ = true;
+    if (value & stop_after_next) last_next_ = true;
+}
+
+void CpldEngine::transmit(std::uint8_t byte) {
+    const Microseconds now = surroundings_.now();
+    if (transmitted_at_ - now > byte_time_us) {
+        protocol_error("byte sent while another waits");
+        return;
+    }
+    transmitted_at_ = std::max(transmitted_at_, now) + byte_time_us;
+    if (start_next_)
+        start(byte);
+    else if (!jammed())
+        bus_.write(byte);
+    if (last_next_ && !receiving_) {
+        last_next_ = false;
+        bus_.stop();
+    }
+}
+
+void CpldEngine::start(std::uint8_t address_byte) {
+    start_next_ = false;
+    bus_.stop();
+    if (!jammed()) bus_.start(address_byte);
+    receiving_ = (address_byte & read_bit) != 0;
+    received_at_ = transmitted_at_;
+    if (receiving_) receive();
+}
+
+void CpldEngine::receive() {
+    received_ = jammed() ? (bus_.sda_stuck().value_or(true) ? 0xFF : 0x00) : bus_.read();
+    received_at_ = std::max(received_at_, surroundings_.now()) + byte_time_us;
+}
+
+std::uint8_t CpldEngine::take_received() {
+    const std::uint8_t byte = received_;
+    if (!receiving_ || surroundings_.now() < received_at_) {
+        protocol_error("read before a byte was ready");
+    } else if (last_next_) {
+        last_next_ = receiving_ = false;
+        bus_.stop();
+    } else {
+        receive();
+    }
+    return byte;
+}
+
+bool CpldEngine::jammed() const {
+    return bus_.sda_stuck().has_value() || bus_.scl_stuck().has_value();
+}
+
+void CpldEngine::protocol_error(std::string_view why) {
+    ++protocol_errors_;
+    if ((protocol_errors_ & (protocol_errors_ - 1)) == 0)
+        surroundings_.event("cpld", "protocol-error",
+                            {{"why", why}, {"count", std::int64_t{protocol_errors_}}});
+}
+
+} // namespace k4sim

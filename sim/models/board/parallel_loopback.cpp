@@ -1,0 +1,49 @@
+#include "sim/models/board/parallel_loopback.h"
+
+#include <bit>
+
+namespace k4sim {
+
+std::uint8_t ParallelLoopback::read() {
+    const auto inputs = static_cast<std::uint8_t>(levels() ^ wrong_by_chance());
+    if (inputs != outputs_) report(inputs);
+    return inputs;
+}
+
+std::uint8_t ParallelLoopback::levels() {
+    unsigned levels = outputs_;
+    // Shorts side by side join all their lines: a level travels along them, up or down.
+    for (unsigned pass = 0; pass < lines; ++pass)
+        for (unsigned line = 0; line + 1 < lines; ++line) {
+            const unsigned pair = 3U << line;
+            if ((with(Defect::tied_high) >> line & 1) != 0 && (levels & pair) != 0) levels |= pair;
+            if ((with(Defect::tied_low) >> line & 1) != 0 && (levels & pair) != pair)
+                levels &= ~pair;
+        }
+    levels ^= with(Defect::inverted);
+    levels |= with(Defect::high);
+    levels &= ~static_cast<unsigned>(with(Defect::low) | with(Defect::open));
+    return static_cast<std::uint8_t>(levels);
+}
+
+std::uint8_t ParallelLoopback::wrong_by_chance() {
+    unsigned wrong = 0;
+    for (unsigned line = 0; line < lines; ++line) {
+        Flaky& flaky = flaky_[line];
+        if (flaky.readings == 0) continue;
+        if (flaky.reading == 0) flaky.wrong = static_cast<unsigned>(random_() % flaky.readings);
+        if (flaky.reading == flaky.wrong) wrong |= 1U << line;
+        flaky.reading = (flaky.reading + 1) % flaky.readings;
+    }
+    return static_cast<std::uint8_t>(wrong);
+}
+
+void ParallelLoopback::report(std::uint8_t inputs) {
+    if (!std::has_single_bit(++mismatches_)) return;
+    surroundings_.event("parallel", "mismatch",
+                        {{"driven", std::int64_t{outputs_}},
+                         {"read", std::int64_t{inputs}},
+                         {"count", std::int64_t{mismatches_}}});
+}
+
+} // namespace k4sim

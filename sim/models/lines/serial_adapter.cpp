@@ -1,0 +1,118 @@
+#include "sim/models/lines/serial_adapter.h"
+
+namespace k4sim {
+
+namespace {
+
+constexpr Microseconds us_per_second = 1'000'000;
+constexpr int frame_bits = 10; // start, eight data bits, stop
+constexpr int data_bits = 8;
+
+} // namespace
+
+std::uint8_t sampled_byte(std::uint8_t sent, unsigned sender_baud, unsigned receiver_baud) {
+    const unsigned frame = (0x100u | sent) << 1; // the start bit is 0; then stop and idle
+    unsigned received = 0;
+    for (unsigned bit = 0; bit < data_bits; ++bit) {
+        const std::uint64_t half_bits = 2 * bit + 3; // of the receiver, since the start's edge
+        const std::uint64_t at = half_bits * sender_baud / (std::uint64_t{2} * receiver_baud);
+        if (at >= frame_bits || (frame >> at & 1) != 0) received |= 1u << bit;
+    }
+    return static_cast<std::uint8_t>(received);
+}
+
+SerialAdapter::SerialAdapter(int number, Surroundings& surroundings)
+    : number_(number), surroundings_(surroundings) {}
+
+void SerialAdapter::plug() {
+    if (std::exchange(plugged_, true)) return;
+    event("plugged");
+}
+
+void SerialAdapter::unplug() {
+    if (!std::exchange(plugged_, false)) return;
+    event("unplugged");
+    drop_unsent();
+    hang_up();
+}
+
+void SerialAdapter::set_slow(bool slow) {
+    slow_ = slow;
+    begin();
+}
+
+void SerialAdapter::receive(std::uint8_t byte, unsigned sender_baud) {
+    if (!plugged_ || end_ == nullptr || line_baud() == 0) return;
+    const std::pair speeds(sender_baud, line_baud());
+    if (speeds.first != speeds.second && speeds != mismatch_)
+        surroundings_.event("serial", "speed-mismatch",
+                            {{"adapter", std::int64_t{number_}},
+                             {"sent_baud", std::int64_t{speeds.first}},
+                             {"received_baud", std::int64_t{speeds.second}}});
+    mismatch_ = speeds;
+    end_->arrive(sampled_byte(byte, sender_baud, line_baud()));
+}
+
+void SerialAdapter::set_baud(unsigned baud) {
+    if (std::exchange(baud_, baud) != baud) begin();
+}
+
+bool SerialAdapter::refuses_output() const {
+    if (output_refused_) event("output-refused");
+    return output_refused_;
+}
+
+bool SerialAdapter::refuses_settings() const {
+    if (settings_refused_) event("settings-refused");
+    return settings_refused_;
+}
+
+void SerialAdapter::send(std::span<const std::uint8_t> bytes) {
+    const bool idle = unsent_.empty();
+    unsent_.insert(unsent_.end(), bytes.begin(), bytes.end());
+    if (idle) begin();
+}
+
+void SerialAdapter::drop_unsent() {
+    unsent_.clear();
+    begin();
+}
+
+void SerialAdapter::hang_up() {
+    if (const auto end = std::exchange(end_, nullptr)) end->hang_up();
+}
+
+Microseconds SerialAdapter::sent_at(std::size_t frames) const {
+    if (unsent_.empty() || line_baud() == 0) return std::numeric_limits<Microseconds>::max();
+    const auto bits = static_cast<Microseconds>(sent_ + frames) * frame_bits;
+    return begun_ + (bits * us_per_second + line_baud() - 1) / line_baud();
+}
+
+// The first of the unsent bytes begins now.
+void SerialAdapter::begin() {
+    ++generation_;
+    begun_ = surroundings_.now();
+    sent_ = 0;
+    plan();
+}
+
+void SerialAdapter::plan() {
+    if (unsent_.empty() || line_baud() == 0) return;
+    surroundings_.at(next_sent_at(), [this, generation = generation_] {
+        if (generation == generation_) frame_sent();
+    });
+}
+
+void SerialAdapter::frame_sent() {
+    const std::uint8_t byte = unsent_.front();
+    unsent_.pop_front();
+    ++sent_;
+    plan();
+    if (carry_) carry_(byte);
+}
+
+void SerialAdapter::event(std::string_view what) const {
+    surroundings_.event("serial", what, {{"adapter", std::int64_t{number_}}});
+}
+
+} // namespace k4sim

@@ -1,0 +1,48 @@
+#include "sim/models/lines/serial_faults.h"
+
+#include "sim/models/breaker.h"
+#include "sim/models/faults.h"
+#include "sim/models/lines/serial_adapters.h"
+
+namespace k4sim {
+
+namespace {
+
+constexpr Microseconds us_per_second = 1'000'000;
+
+int number_of(std::string_view value) { return static_cast<int>(fault_number(value)); }
+
+constexpr Breaker<SerialAdapters> breakers[] = {
+    {"serial-absent",
+     [](SerialAdapters& serial, auto value) { serial[number_of(value)].unplug(); }},
+    {"serial-byte-flipped",
+     [](SerialAdapters& serial, auto value) { serial.flip_byte(number_of(value)); }},
+    {"serial-byte-lost",
+     [](SerialAdapters& serial, auto value) { serial.lose_byte(number_of(value)); }},
+    {"serial-cable",
+     [](SerialAdapters& serial, auto value) {
+         serial.set_cable(value == "looped" ? SerialCable::looped : SerialCable::none);
+     }},
+    {"serial-first-number",
+     [](SerialAdapters& serial, auto value) { serial.set_device_number(1, number_of(value)); }},
+    {"serial-late", [](SerialAdapters& serial,
+                       auto value) { serial.come_late(fault_number(value) * us_per_second); }},
+    {"serial-output-refused",
+     [](SerialAdapters& serial, auto value) { serial[number_of(value)].set_output_refused(true); }},
+    {"serial-second-number",
+     [](SerialAdapters& serial, auto value) { serial.set_device_number(2, number_of(value)); }},
+    {"serial-settings-refused",
+     [](SerialAdapters& serial, auto value) {
+         serial[number_of(value)].set_settings_refused(true);
+     }},
+    {"serial-speed-wrong",
+     [](SerialAdapters& serial, auto value) { serial[number_of(value)].set_slow(true); }},
+};
+
+} // namespace
+
+bool strike_serial(SerialAdapters& serial, std::string_view name, std::string_view value) {
+    return strike_by_name(breakers, serial, name, value);
+}
+
+} // namespace k4sim

@@ -1,0 +1,61 @@
+#include "sim/models/panel/speaker.h"
+
+namespace k4sim {
+
+namespace {
+
+std::int64_t rounded_hz(std::uint32_t divider) {
+    return divider == 0 ? 0 : (speaker_clock_hz + divider / 2) / divider;
+}
+
+} // namespace
+
+void Speaker::set_present(bool present) {
+    present_ = present;
+    if (!present) silence();
+}
+
+void Speaker::set_divider(std::uint32_t divider) {
+    if (divider == 0 || !present_) {
+        silence();
+        return;
+    }
+    surroundings_.event("speaker", "sound",
+                        {{"divider", std::int64_t{divider}}, {"hz", rounded_hz(divider)}});
+    begin(divider);
+}
+
+void Speaker::tone(std::uint32_t divider, std::uint32_t length_ms) {
+    if (divider == 0 || length_ms == 0 || !present_) {
+        silence();
+        return;
+    }
+    surroundings_.event("speaker", "tone",
+                        {{"divider", std::int64_t{divider}},
+                         {"hz", rounded_hz(divider)},
+                         {"ms", std::int64_t{length_ms}}});
+    begin(divider);
+    const std::uint64_t number = tones_;
+    surroundings_.at(surroundings_.now() + Microseconds{length_ms} * 1000, [this, number] {
+        if (number == tones_) silence();
+    });
+}
+
+std::uint32_t Speaker::frequency_hz() const {
+    return static_cast<std::uint32_t>(rounded_hz(divider_));
+}
+
+void Speaker::begin(std::uint32_t divider) {
+    divider_ = divider;
+    ++tones_;
+    if (on_change_) on_change_();
+}
+
+void Speaker::silence() {
+    if (!sounding()) return;
+    divider_ = 0;
+    surroundings_.event("speaker", "silence");
+    if (on_change_) on_change_();
+}
+
+} // namespace k4sim

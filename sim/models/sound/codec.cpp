@@ -1,0 +1,201 @@
+#include "sim/models/sound/codec.h"
+
+#include <algorithm>
+#include <cmath>
+#include <numbers>
+
+namespace k4sim {
+
+namespace {
+
+constexpr double boost_db = 17.26;
+constexpr double phantom_db = -2.5;
+constexpr double output_step_db = 1;
+constexpr int output_nominal = 127;
+constexpr double line_in_level_step_db = 3;
+constexpr double silence_db = -1000;
+
+struct LineInScale {
+    double at_0_db;
+    double step_db;
+};
+constexpr LineInScale aes_line_in{24, -1};
+constexpr LineInScale other_line_in{0, -3};
+
+constexpr double converter_noise_db = -90;
+constexpr double converter_dc_min_db = -70;
+constexpr double converter_dc_max_db = -62;
+constexpr double crackle_db = -20;
+constexpr unsigned crackle_frames = 480;
+constexpr double hum_hz = 50;
+
+constexpr double gain_max = 2000; // keeps a product within 64 bits
+
+double factor(double level_db) { return std::pow(10.0, level_db / 20.0); }
+
+std::int32_t amplitude(double level_db) {
+    return static_cast<std::int32_t>(std::lround(factor(level_db) * full_scale));
+}
+
+// The peak of even noise of that RMS.
+std::int64_t noise_peak(double rms) { return std::llround(rms * std::numbers::sqrt3 * full_scale); }
+
+std::int32_t clip(std::int64_t value) {
+    return static_cast<std::int32_t>(std::clamp<std::int64_t>(value, -full_scale, full_scale - 1));
+}
+
+void add(Frame& frame, std::int64_t left, std::int64_t right) {
+    frame.left = clip(frame.left + left);
+    frame.right = clip(frame.right + right);
+}
+
+} // namespace
+
+Codec::Codec(Board board, std::uint64_t seed)
+    : aes_(board == Board::aes), random_(static_cast<std::uint32_t>(seed * 2654435761U + 1)) {
+    for (std::int32_t* const dc : {&converter_dc_.left, &converter_dc_.right}) {
+        const double place = std::abs(random()) / 32768.0;
+        const int sign = random() < 0 ? -1 : 1;
+        *dc = sign *
+              amplitude(converter_dc_min_db + place * (converter_dc_max_db - converter_dc_min_db));
+    }
+    update();
+}
+
+void Codec::carry(std::int64_t first, unsigned rate_hz, std::span<const Frame> sent,
+                  std::span<Frame> arriving) {
+    if (first != next_frame_) transit_.fill({});
+    next_frame_ = first + static_cast<std::int64_t>(sent.size());
+    through_cable(sent, arriving);
+    if (faults_.droop_hz != 0) droop(rate_hz, arriving);
+    add_converter(arriving);
+    if (faults_.hum_db > silence_db) add_hum(first, rate_hz, arriving);
+    if (crackle_frames_left_ > 0) add_crackle(arriving);
+}
+
+void Codec::set(const CodecSettings& settings) {
+    settings_ = settings;
+    update();
+}
+
+void Codec::set_cable(AnalogCable cable) {
+    cable_ = cable;
+    update();
+}
+
+void Codec::set(const CodecFaults& faults) {
+    faults_ = faults;
+    update();
+}
+
+void Codec::crackle() { crackle_frames_left_ = crackle_frames; }
+
+double Codec::peek_loop_gain_db(unsigned input) const {
+    return 20.0 * std::log10(loop_gain(input) + factor(silence_db));
+}
+
+void Codec::update() {
+    for (unsigned input = 0; input < analog_inputs; ++input)
+        paths_[input] = {std::max(source_of(input), 0),
+                         std::llround(std::min(loop_gain(input), gain_max) * (1 << gain_bits))};
+    const std::int32_t dc = faults_.dc_db > silence_db ? amplitude(faults_.dc_db) : 0;
+    dc_ = {converter_dc_.left + dc, converter_dc_.right + dc};
+    noise_ = noise_peak(std::hypot(factor(converter_noise_db), factor(faults_.noise_db)));
+}
+
+// The output channel that the cable brings to this input; -1: none.
+int Codec::source_of(unsigned input) const {
+    const int straight = static_cast<int>(input);
+    switch (cable_) {
+    case AnalogCable::unplugged:
+        return -1;
+    case AnalogCable::straight:
+    case AnalogCable::phones:
+        return straight;
+    case AnalogCable::left:
+        return input == 0 ? straight : -1;
+    case AnalogCable::right:
+        return input == 1 ? straight : -1;
+    case AnalogCable::crossed:
+        break;
+    }
+    return 1 - straight;
+}
+
+double Codec::loop_gain(unsigned input) const {
+    const int source = source_of(input);
+    if (source < 0 || faults_.dead_input == static_cast<int>(input) + 1) return 0;
+    if (!settings_.line_in_on[input]) return 0;
+    return output_gain(static_cast<unsigned>(source)) *
+           factor(input_gain_db(input) + faults_.gain_db);
+}
+
+double Codec::output_gain(unsigned channel) const {
+    const bool phones = cable_ == AnalogCable::phones;
+    const int step = (phones ? settings_.headphone : settings_.line_out)[channel];
+    const bool on = (phones ? settings_.headphone_on : settings_.line_out_on)[channel];
+    return on && step > 0 ? factor((step - output_nominal) * output_step_db) : 0;
+}
+
+double Codec::input_gain_db(unsigned input) const {
+    const LineInScale& scale = aes_ ? aes_line_in : other_line_in;
+    return scale.at_0_db + settings_.line_in[input] * scale.step_db +
+           settings_.line_in_level[input] * line_in_level_step_db +
+           (settings_.boost[input] ? boost_db : 0) + (settings_.phantom[input] ? phantom_db : 0);
+}
+
+void Codec::through_cable(std::span<const Frame> sent, std::span<Frame> arriving) {
+    for (std::size_t index = 0; index < sent.size(); ++index) {
+        Frame& under_way = transit_[transit_next_];
+        const std::int32_t outputs[] = {under_way.left, under_way.right};
+        under_way = sent[index];
+        if (++transit_next_ == latency_frames) transit_next_ = 0;
+        arriving[index] = {clip((outputs[paths_[0].source] * paths_[0].gain) >> gain_bits),
+                           clip((outputs[paths_[1].source] * paths_[1].gain) >> gain_bits)};
+    }
+}
+
+void Codec::droop(unsigned rate_hz, std::span<Frame> frames) {
+    for (Dip& dip : dips_)
+        if (dip.frequency_hz() != faults_.droop_hz || dip.rate_hz() != rate_hz)
+            dip.tune(faults_.droop_hz, rate_hz);
+    for (Frame& frame : frames)
+        frame = {clip(std::lround(dips_[0].filter(frame.left))),
+                 clip(std::lround(dips_[1].filter(frame.right)))};
+}
+
+void Codec::add_converter(std::span<Frame> frames) {
+    for (Frame& frame : frames) {
+        const std::int64_t left = (random() * noise_) >> 15;
+        const std::int64_t right = (random() * noise_) >> 15;
+        add(frame, left + dc_.left, right + dc_.right);
+    }
+}
+
+void Codec::add_hum(std::int64_t first, unsigned rate_hz, std::span<Frame> frames) const {
+    const double step = 2.0 * std::numbers::pi * hum_hz / rate_hz;
+    const std::int32_t peak = amplitude(faults_.hum_db);
+    std::int64_t index = first % rate_hz;
+    for (Frame& frame : frames) {
+        const auto hum = std::lround(peak * std::sin(step * static_cast<double>(index++)));
+        add(frame, hum, hum);
+    }
+}
+
+void Codec::add_crackle(std::span<Frame> frames) {
+    const std::int64_t peak = noise_peak(factor(crackle_db));
+    const std::size_t length = std::min<std::size_t>(frames.size(), crackle_frames_left_);
+    for (Frame& frame : frames.first(length)) {
+        const std::int64_t noise = (random() * peak) >> 15;
+        add(frame, noise, noise);
+    }
+    crackle_frames_left_ -= static_cast<unsigned>(length);
+}
+
+// Even, from -32768 to 32767. The upper half of a linear congruential generator.
+std::int32_t Codec::random() {
+    random_ = random_ * 1664525U + 1013904223U;
+    return static_cast<std::int32_t>(random_) >> 16;
+}
+
+} // namespace k4sim

@@ -1,0 +1,271 @@
+#include "sim/models/sound/sound_card.h"
+
+#include <algorithm>
+#include <array>
+#include <string>
+
+namespace k4sim {
+
+namespace {
+
+constexpr unsigned analog_rates[] = {8000,  11025, 16000, 22050, 32000,  44100,
+                                     48000, 64000, 88200, 96000, 176400, 192000};
+constexpr unsigned digital_rates[] = {32000, 44100, 48000, 88200, 96000};
+constexpr unsigned aes_playback_channels = 6;
+constexpr unsigned other_playback_channels = 4;
+
+PcmLimits analog_limits(unsigned channels) { return {channels, analog_rates}; }
+PcmLimits digital_limits() { return {2, digital_rates}; }
+
+std::string_view cable_name(AnalogCable cable) {
+    switch (cable) {
+    case AnalogCable::unplugged:
+        return "unplugged";
+    case AnalogCable::straight:
+        return "straight";
+    case AnalogCable::left:
+        return "left";
+    case AnalogCable::right:
+        return "right";
+    case AnalogCable::crossed:
+        return "crossed";
+    case AnalogCable::phones:
+        break;
+    }
+    return "phones";
+}
+
+// The bits of a pair of inputs.
+CodecSettings::Pair<bool> pair_of(unsigned bits) { return {(bits & 1) != 0, (bits & 2) != 0}; }
+
+} // namespace
+
+SoundCard::SoundCard(Board board, std::uint64_t seed, Surroundings& surroundings)
+    : surroundings_(surroundings), rows_(control_rows(board)), missing_(rows_.size()),
+      codec_(board, seed),
+      analog_(0,
+              analog_limits(board == Board::aes ? aes_playback_channels : other_playback_channels),
+              analog_limits(analog_inputs), codec_, surroundings) {
+    for (const ControlRow& row : rows_)
+        controls_.push_back(row.element);
+    if (board != Board::aes) return;
+    aes_ = std::make_unique<AesEbu>(surroundings);
+    digital_ =
+        std::make_unique<PcmDevice>(1, digital_limits(), digital_limits(), *aes_, surroundings);
+    digital_->playback().set_on_rate([this](unsigned rate_hz) { aes_->set_stream_rate(rate_hz); });
+}
+
+PcmDevice* SoundCard::pcm(unsigned device) {
+    if (device == 0) return &analog_;
+    return device == 1 ? digital_.get() : nullptr;
+}
+
+std::optional<std::size_t> SoundCard::find_control(std::string_view name, unsigned device) const {
+    for (std::size_t index = 0; index < controls_.size(); ++index)
+        if (!missing_[index] && controls_[index].name == name && controls_[index].device == device)
+            return index;
+    return std::nullopt;
+}
+
+ControlResult SoundCard::get(std::size_t index, std::span<std::int32_t> values) const {
+    if (index >= rows_.size() || missing_[index]) return ControlResult::absent;
+    const ControlRow& row = rows_[index];
+    if (values.size() < row.element.count) return ControlResult::invalid;
+    if (row.digital())
+        row.read(*aes_, values);
+    else if (row.level)
+        std::ranges::copy(codec_.settings().*row.level, values.begin());
+    else
+        std::ranges::transform(codec_.settings().*row.flag, values.begin(),
+                               [&](bool on) { return on != row.flag_inverted; });
+    return ControlResult::unchanged;
+}
+
+ControlResult SoundCard::put(std::size_t index, std::span<const std::int32_t> values) {
+    const ControlResult verdict = writable(index, values);
+    if (verdict != ControlResult::changed) return verdict;
+    const ControlRow& row = rows_[index];
+    values = values.first(row.element.count);
+    std::array<std::int32_t, control_values_max> held{};
+    get(index, held);
+    if (!row.acts_on_write && std::ranges::equal(values, std::span(held).first(values.size())))
+        return ControlResult::unchanged;
+    store(row, values);
+    report_control(row.element, values);
+    return ControlResult::changed;
+}
+
+void SoundCard::set_microphone_switches(std::uint8_t bits) {
+    CodecSettings settings = codec_.settings();
+    settings.boost = pair_of(bits);
+    settings.phantom = pair_of(bits >> 4);
+    change(settings);
+}
+
+void SoundCard::plug_analog(bool plugged) {
+    surroundings_.event("operator", plugged ? "plug" : "unplug", {{"cable", "analog"}});
+    analog_plugged_ = plugged;
+    fit_analog_cable();
+}
+
+void SoundCard::plug_digital(bool plugged) {
+    surroundings_.event("operator", plugged ? "plug" : "unplug", {{"cable", "digital"}});
+    digital_plugged_ = plugged;
+    fit_digital_cable();
+}
+
+void SoundCard::set_analog_cable(AnalogCable cable) {
+    analog_shape_ = cable;
+    fit_analog_cable();
+}
+
+void SoundCard::set_analog_cable_lost(bool lost) {
+    analog_lost_ = lost;
+    fit_analog_cable();
+}
+
+void SoundCard::set_digital_cable_lost(bool lost) {
+    digital_lost_ = lost;
+    fit_digital_cable();
+}
+
+void SoundCard::set(const CodecFaults& faults) {
+    analog_.run();
+    codec_.set(faults);
+}
+
+void SoundCard::set(const AesEbuFaults& faults) { aes_->set(faults); }
+
+void SoundCard::crackle() {
+    analog_.run();
+    codec_.crackle();
+}
+
+void SoundCard::remove() {
+    present_ = false;
+    for (unsigned device = 0; device < pcm_count(); ++device) {
+        pcm(device)->playback().remove();
+        pcm(device)->capture().remove();
+    }
+}
+
+void SoundCard::set_busy(bool busy) {
+    analog_.playback().set_busy(busy);
+    analog_.capture().set_busy(busy);
+}
+
+void SoundCard::set_parameters_refused(bool refused) {
+    analog_.playback().set_parameters_refused(refused);
+    analog_.capture().set_parameters_refused(refused);
+}
+
+void SoundCard::set_controls_refused(bool refused) { controls_refused_ = refused; }
+
+void SoundCard::set_control_missing(std::string_view name) {
+    for (std::size_t index = 0; index < rows_.size(); ++index)
+        if (!rows_[index].digital() && simple_name(controls_[index].name) == name)
+            missing_[index] = true;
+}
+
+void SoundCard::remove_receiver() { remove_digital(true); }
+
+void SoundCard::remove_transmitter() { remove_digital(false); }
+
+void SoundCard::set_interruptions(PcmStream::Direction direction, Microseconds period_us) {
+    interrupt_every(analog_.stream(direction), period_us);
+}
+
+void SoundCard::change(const CodecSettings& settings) {
+    analog_.run();
+    const CodecSettings before = codec_.settings();
+    codec_.set(settings);
+    report_switches("boost", before.boost, settings.boost);
+    report_switches("phantom", before.phantom, settings.phantom);
+}
+
+void SoundCard::report_switches(std::string_view what, const CodecSettings::Pair<bool>& before,
+                                const CodecSettings::Pair<bool>& after) {
+    for (unsigned input = 0; input < analog_inputs; ++input)
+        if (before[input] != after[input])
+            surroundings_.event("sound", what,
+                                {{"input", std::int64_t{input + 1}}, {"on", after[input]}});
+}
+
+// The values without the zeros at the end.
+void SoundCard::report_control(const ControlElement& element,
+                               std::span<const std::int32_t> values) {
+    std::string text = std::to_string(values[0]);
+    while (values.size() > 1 && values.back() == 0)
+        values = values.first(values.size() - 1);
+    for (const std::int32_t value : values.subspan(1))
+        text.append(" ").append(std::to_string(value));
+    surroundings_.event("sound", "control",
+                        {{"element", element.name}, {"values", std::string_view(text)}});
+}
+
+// changed when the element can take the values.
+ControlResult SoundCard::writable(std::size_t index, std::span<const std::int32_t> values) const {
+    if (index >= rows_.size() || missing_[index]) return ControlResult::absent;
+    const ControlRow& row = rows_[index];
+    const ControlElement& element = row.element;
+    if (element.access != ControlElement::Access::read_write) return ControlResult::denied;
+    if (values.size() < element.count) return ControlResult::invalid;
+    const bool fits = std::ranges::all_of(values.first(element.count), [&](std::int32_t value) {
+        return element.minimum <= value && value <= element.maximum;
+    });
+    if (!fits) return ControlResult::invalid;
+    const bool refused = row.digital() ? aes_->faults().transmitter_refuses && !row.of_receiver()
+                                       : controls_refused_;
+    return refused ? ControlResult::refused : ControlResult::changed;
+}
+
+void SoundCard::store(const ControlRow& row, std::span<const std::int32_t> values) {
+    if (row.digital()) {
+        digital_->run();
+        row.write(*aes_, values);
+        return;
+    }
+    CodecSettings settings = codec_.settings();
+    for (unsigned input = 0; input < analog_inputs; ++input) {
+        if (row.level)
+            (settings.*row.level)[input] = values[input];
+        else
+            (settings.*row.flag)[input] = (values[input] != 0) != row.flag_inverted;
+    }
+    change(settings);
+}
+
+void SoundCard::fit_analog_cable() {
+    const AnalogCable cable =
+        analog_plugged_ && !analog_lost_ ? analog_shape_ : AnalogCable::unplugged;
+    if (cable == codec_.cable()) return;
+    analog_.run();
+    codec_.set_cable(cable);
+    surroundings_.event("sound", "analog-cable", {{"fitted", cable_name(cable)}});
+}
+
+void SoundCard::fit_digital_cable() {
+    if (!aes_) return;
+    const bool plugged = digital_plugged_ && !digital_lost_;
+    if (plugged == aes_->cable()) return;
+    digital_->run();
+    aes_->set_cable(plugged);
+    surroundings_.event("sound", "digital-cable", {{"plugged", plugged}});
+}
+
+void SoundCard::remove_digital(bool receiver) {
+    PcmStream& stream = receiver ? digital_->capture() : digital_->playback();
+    stream.remove();
+    for (std::size_t index = 0; index < rows_.size(); ++index)
+        if (rows_[index].digital() && rows_[index].of_receiver() == receiver)
+            missing_[index] = true;
+}
+
+void SoundCard::interrupt_every(PcmStream& stream, Microseconds period_us) {
+    surroundings_.at(surroundings_.now() + period_us, [this, &stream, period_us] {
+        stream.interrupt();
+        interrupt_every(stream, period_us);
+    });
+}
+
+} // namespace k4sim

@@ -1,0 +1,126 @@
+#include "sim/models/sound/sound_faults.h"
+
+#include "sim/models/breaker.h"
+#include "sim/models/faults.h"
+#include "sim/models/sound/sound_card.h"
+
+#include <algorithm>
+
+namespace k4sim {
+
+namespace {
+
+constexpr Microseconds second_us = 1'000'000;
+constexpr Microseconds lock_gap_us = 300'000; // a moment that a look every 100 ms can't miss
+
+int number_of(std::string_view value) { return static_cast<int>(fault_number(value)); }
+unsigned rate_of(std::string_view value) { return static_cast<unsigned>(fault_number(value)); }
+
+template <class Faults, class T, class U>
+void change(SoundCard& card, Faults faults, T Faults::*what, U value) {
+    faults.*what = value;
+    card.set(faults);
+}
+
+template <class T, class U>
+void break_codec(SoundCard& card, T CodecFaults::*what, U value) {
+    change(card, card.codec().faults(), what, value);
+}
+
+template <class T, class U>
+void break_line(SoundCard& card, T AesEbuFaults::*what, U value) {
+    change(card, card.aes()->faults(), what, value);
+}
+
+void spoil_analog_cable(SoundCard& card, std::string_view how) {
+    constexpr struct {
+        std::string_view word;
+        AnalogCable cable;
+    } shapes[] = {{"left", AnalogCable::left},
+                  {"right", AnalogCable::right},
+                  {"crossed", AnalogCable::crossed},
+                  {"phones", AnalogCable::phones}};
+    for (const auto& [word, cable] : shapes)
+        if (word == how) card.set_analog_cable(cable);
+    if (how == "never") card.set_analog_cable_lost(true);
+    if (how == "early") card.plug_analog(true);
+}
+
+void spoil_digital_cable(SoundCard& card, std::string_view how) {
+    if (how == "never") card.set_digital_cable_lost(true);
+    if (how == "early") card.plug_digital(true);
+}
+
+std::string_view element_of(std::string_view word) {
+    constexpr struct {
+        std::string_view word, name;
+    } elements[] = {{"headphone", "Headphone"}, {"line-out", "Line Out"},
+                    {"line-in", "Line In"},     {"line-in-level", "Line In Level"},
+                    {"micboost", "MicBoost"},   {"phantom", "Phantom"}};
+    const auto found =
+        std::ranges::find_if(elements, [&](const auto& element) { return element.word == word; });
+    return found == std::end(elements) ? word : found->name;
+}
+
+constexpr Breaker<SoundCard> breakers[] = {
+    {"aes-cable", spoil_digital_cable},
+    {"aes-lock-lost", [](SoundCard& card, auto) { card.aes()->lose_lock(lock_gap_us); }},
+    {"aes-measured-rate",
+     [](SoundCard& card, auto value) {
+         break_line(card, &AesEbuFaults::measured_rate_hz, rate_of(value));
+     }},
+    {"aes-rate-dead",
+     [](SoundCard& card, auto value) {
+         break_line(card, &AesEbuFaults::dead_rate_hz, rate_of(value));
+     }},
+    {"aes-receiver-absent", [](SoundCard& card, auto) { card.remove_receiver(); }},
+    {"aes-status-rate",
+     [](SoundCard& card, auto value) {
+         break_line(card, &AesEbuFaults::status_rate_hz, rate_of(value));
+     }},
+    {"aes-transmitter-absent", [](SoundCard& card, auto) { card.remove_transmitter(); }},
+    {"aes-transmitter-refuses",
+     [](SoundCard& card, auto) { break_line(card, &AesEbuFaults::transmitter_refuses, true); }},
+    {"analog-cable", spoil_analog_cable},
+    {"analog-crackle", [](SoundCard& card, auto) { card.crackle(); }},
+    {"analog-dc",
+     [](SoundCard& card, auto value) { break_codec(card, &CodecFaults::dc_db, number_of(value)); }},
+    {"analog-droop",
+     [](SoundCard& card, auto value) {
+         break_codec(card, &CodecFaults::droop_hz, number_of(value));
+     }},
+    {"analog-gain", [](SoundCard& card,
+                       auto value) { break_codec(card, &CodecFaults::gain_db, number_of(value)); }},
+    {"analog-hum", [](SoundCard& card,
+                      auto value) { break_codec(card, &CodecFaults::hum_db, number_of(value)); }},
+    {"analog-input-dead",
+     [](SoundCard& card, auto value) {
+         break_codec(card, &CodecFaults::dead_input, number_of(value));
+     }},
+    {"analog-noise",
+     [](SoundCard& card, auto value) {
+         break_codec(card, &CodecFaults::noise_db, number_of(value));
+     }},
+    {"capture-overrun",
+     [](SoundCard& card, auto value) {
+         card.set_interruptions(PcmStream::Direction::capture, fault_number(value) * second_us);
+     }},
+    {"card-absent", [](SoundCard& card, auto) { card.remove(); }},
+    {"card-busy", [](SoundCard& card, auto) { card.set_busy(true); }},
+    {"card-element-missing",
+     [](SoundCard& card, auto value) { card.set_control_missing(element_of(value)); }},
+    {"card-mixer-refuses", [](SoundCard& card, auto) { card.set_controls_refused(true); }},
+    {"card-parameters-refused", [](SoundCard& card, auto) { card.set_parameters_refused(true); }},
+    {"playback-underrun",
+     [](SoundCard& card, auto value) {
+         card.set_interruptions(PcmStream::Direction::playback, fault_number(value) * second_us);
+     }},
+};
+
+} // namespace
+
+bool strike_sound_card(SoundCard& card, std::string_view name, std::string_view value) {
+    return strike_by_name(breakers, card, name, value);
+}
+
+} // namespace k4sim
