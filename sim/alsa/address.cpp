@@ -1,6 +1,6 @@
 #include "sim/alsa/address.h"
 
-#include "sim/machine.h"
+#include "sim/machine/machine.h"
 #include "sim/models/device.h"
 
 #include <algorithm>

@@ -4,7 +4,7 @@
 // Limit: nobody is notified of a change. Values are read when asked for.
 #include "sim/alsa/address.h"
 #include "sim/alsa/callback.h"
-#include "sim/machine.h"
+#include "sim/machine/machine.h"
 #include "sim/models/device.h"
 
 #include <algorithm>

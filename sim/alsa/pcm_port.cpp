@@ -1,7 +1,7 @@
 #include "sim/alsa/pcm_port.h"
 
 #include "sim/host/descriptors.h"
-#include "sim/machine.h"
+#include "sim/machine/machine.h"
 #include "sim/models/device.h"
 #include "sim/time/scheduler.h"
 

@@ -1,7 +1,7 @@
 #include "sim/host/clocks.h"
 
 #include "sim/host/threads.h"
-#include "sim/machine.h"
+#include "sim/machine/machine.h"
 #include "sim/time/scheduler.h"
 
 #include <algorithm>

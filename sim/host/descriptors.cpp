@@ -3,7 +3,7 @@
 #include "sim/host/pipe_end.h"
 #include "sim/host/real.h"
 #include "sim/host/threads.h"
-#include "sim/machine.h"
+#include "sim/machine/machine.h"
 
 #include <algorithm>
 #include <cerrno>

@@ -2,13 +2,13 @@
 // quotes; the names with "64" are those of programs with 64-bit file offsets or times,
 // the names with "_2" and "_chk" those of a hardened build.
 #include "sim/host/clocks.h"
-#include "sim/host/console.h"
 #include "sim/host/descriptors.h"
 #include "sim/host/network_calls.h"
 #include "sim/host/real.h"
 #include "sim/host/selection.h"
 #include "sim/host/threads.h"
 #include "sim/host/wire_time.h"
+#include "sim/machine/console.h"
 #include "sim/time/unobserved.h"
 
 #include <cerrno>

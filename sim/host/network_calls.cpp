@@ -1,6 +1,6 @@
 #include "sim/host/network_calls.h"
 
-#include "sim/machine.h"
+#include "sim/machine/machine.h"
 #include "sim/models/device.h"
 #include "sim/time/keep_errno.h"
 #include "sim/time/scheduler.h"

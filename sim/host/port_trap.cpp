@@ -1,7 +1,7 @@
 #include "sim/host/port_trap.h"
 
 #include "sim/host/real.h"
-#include "sim/machine.h"
+#include "sim/machine/machine.h"
 #include "sim/time/keep_errno.h"
 #include "sim/time/scheduler.h"
 

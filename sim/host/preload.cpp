@@ -1,6 +1,6 @@
 #include "sim/host/preload.h"
 
-#include "sim/host/report.h"
+#include "sim/machine/report.h"
 
 #include <cstdlib>
 #include <dlfcn.h>

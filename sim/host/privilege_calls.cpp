@@ -2,7 +2,7 @@
 // thread and to the threads that it creates later.
 #include "sim/host/real.h"
 #include "sim/host/threads.h"
-#include "sim/machine.h"
+#include "sim/machine/machine.h"
 
 #include <cerrno>
 

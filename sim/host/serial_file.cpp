@@ -2,7 +2,7 @@
 
 #include "sim/host/descriptors.h"
 #include "sim/host/serial_terminal.h"
-#include "sim/machine.h"
+#include "sim/machine/machine.h"
 #include "sim/models/device.h"
 #include "sim/time/unobserved.h"
 

@@ -1,6 +1,6 @@
 #include "sim/host/speaker_file.h"
 
-#include "sim/machine.h"
+#include "sim/machine/machine.h"
 #include "sim/models/device.h"
 
 #include <cerrno>

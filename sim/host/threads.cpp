@@ -1,7 +1,7 @@
 #include "sim/host/threads.h"
 
 #include "sim/host/real.h"
-#include "sim/machine.h"
+#include "sim/machine/machine.h"
 #include "sim/time/unobserved.h"
 
 #include <cerrno>

@@ -3,7 +3,7 @@
 #include "app/k4test.h"
 #include "baselib/thread/thread.h"
 #include "characters.h"
-#include "sim/machine.h"
+#include "sim/machine/machine.h"
 
 #include <functional>
 #include <gtest/gtest.h>

@@ -1,7 +1,7 @@
 #include "audio/alsa_ctl.h"
 
 #include "audio/kestra_alsactl.h"
-#include "sim/machine.h"
+#include "sim/machine/machine.h"
 #include "sim/models/device.h"
 
 #include <cerrno>

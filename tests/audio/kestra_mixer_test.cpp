@@ -1,7 +1,7 @@
 #include "audio/kestra_mixer.h"
 
 #include "baselib/print/astrs.h"
-#include "sim/machine.h"
+#include "sim/machine/machine.h"
 #include "sim/models/device.h"
 
 #include <gmock/gmock.h>

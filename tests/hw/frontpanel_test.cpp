@@ -11,7 +11,7 @@
 
 #include "grc/boxf.h"
 #include "hw/keyquery.h"
-#include "sim/machine.h"
+#include "sim/machine/machine.h"
 #include "sim/models/device.h"
 #include <gtest/gtest.h>
 

@@ -1,7 +1,7 @@
 // Driver and device joined: what is drawn arrives on the glass, pixel for pixel, over
 // every link and on both kinds of OLED.
 #include "hw/frontpanel.h"
-#include "sim/machine.h"
+#include "sim/machine/machine.h"
 #include "sim/models/device.h"
 
 #include <gtest/gtest.h>

@@ -7,7 +7,7 @@
 #include <string>
 
 #include "hw/ports.h"
-#include "sim/machine.h"
+#include "sim/machine/machine.h"
 #include <gtest/gtest.h>
 
 /** A port space with scripted answers that writes every access down: "r4" is a read of

@@ -2,7 +2,7 @@
 // themselves, and what libasound has complained about.
 #pragma once
 
-#include "sim/machine.h"
+#include "sim/machine/machine.h"
 #include "sim/models/device.h"
 
 #include <alsa/asoundlib.h>

@@ -1,5 +1,5 @@
 // The requests about network interfaces by the real calls, answered by the virtual device.
-#include "sim/machine.h"
+#include "sim/machine/machine.h"
 
 #include <arpa/inet.h>
 #include <cerrno>

@@ -1,4 +1,4 @@
-#include "sim/host/picture_watch.h"
+#include "sim/machine/picture_watch.h"
 
 #include "fake_surroundings.h"
 

@@ -1,6 +1,6 @@
-#include "sim/host/report.h"
+#include "sim/machine/report.h"
 
-#include "sim/host/console.h"
+#include "sim/machine/console.h"
 
 #include <csignal>
 #include <gmock/gmock.h>

@@ -1,6 +1,6 @@
 // The serial adapters by the calls that a program makes. What a line does with a byte is
 // the kernel's answer; when it does is virtual time.
-#include "sim/machine.h"
+#include "sim/machine/machine.h"
 #include "sim/models/device.h"
 
 #include "program_threads.h"

@@ -1,6 +1,6 @@
-#include "sim/host/console.h"
+#include "sim/machine/console.h"
 
-#include "sim/host/report.h"
+#include "sim/machine/report.h"
 #include "sim/time/keep_errno.h"
 #include "sim/time/unobserved.h"
 

@@ -3,9 +3,9 @@
 // so do unit tests that run code of the program against the device.
 #pragma once
 
-#include "sim/host/console.h"
-#include "sim/host/picture_watch.h"
-#include "sim/host/report.h"
+#include "sim/machine/console.h"
+#include "sim/machine/picture_watch.h"
+#include "sim/machine/report.h"
 #include "sim/models/bus/port_space.h"
 #include "sim/models/surroundings.h"
 #include "sim/setup.h"

@@ -1,4 +1,4 @@
-#include "sim/host/report.h"
+#include "sim/machine/report.h"
 
 #include "sim/time/keep_errno.h"
 

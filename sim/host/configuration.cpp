@@ -1,4 +1,4 @@
-#include "sim/alsa/configuration.h"
+#include "sim/host/configuration.h"
 
 #include <cstdlib>
 #include <dlfcn.h>
