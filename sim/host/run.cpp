@@ -1,6 +1,6 @@
 #include "sim/host/run.h"
 
-#include "sim/host/configuration.h"
+#include "sim/host/alsa_configuration.h"
 #include "sim/host/descriptors.h"
 #include "sim/host/port_trap.h"
 #include "sim/host/preload.h"

@@ -4,9 +4,11 @@
 #include "sim/models/board/cpld_engine.h"
 #include "sim/models/board/cpld_hss.h"
 #include "sim/models/board/cpld_i2c.h"
+#include "sim/models/board/loopback_faults.h"
+#include "sim/models/breaker.h"
 #include "sim/models/faults.h"
+#include "sim/models/lines/link_faults.h"
 #include "sim/models/lines/serial_faults.h"
-#include "sim/models/sound/connector_faults.h"
 #include "sim/models/sound/sound_faults.h"
 
 namespace k4sim {
@@ -64,13 +66,8 @@ std::uint8_t byte_of(std::string_view value) {
     return static_cast<std::uint8_t>(fault_number(value));
 }
 
-struct Breaker {
-    std::string_view name;
-    void (*strike)(Device& device, std::string_view value);
-};
-
 // fault_error() has seen to it that the board has what is broken, and that the value fits.
-constexpr Breaker breakers[] = {
+constexpr Breaker<Device> breakers[] = {
     {"cpld-id", [](Device& device, auto value) { device.cpld()->set_id(byte_of(value)); }},
     {"cpld-version",
      [](Device& device, auto value) { device.cpld()->set_version(byte_of(value)); }},
@@ -114,13 +111,9 @@ void Device::out(std::uint16_t port, std::uint8_t value) {
 
 bool Device::set_fault(std::string_view name, std::string_view value) {
     if (!fault_error(board_, name, value).empty()) return false;
-    for (const Breaker& breaker : breakers) {
-        if (breaker.name != name) continue;
-        breaker.strike(*this, value);
-        return true;
-    }
-    return strike_sound_card(sound_card_, name, value) || strike_connectors(*this, name, value) ||
-           strike_serial(serial_, name, value);
+    return strike_by_name(breakers, *this, name, value) ||
+           strike_sound_card(sound_card_, name, value) || strike_loopback(loopback_, name, value) ||
+           strike_links(links_, name, value) || strike_serial(serial_, name, value);
 }
 
 bool Device::cpld_answers(std::uint16_t port) const {

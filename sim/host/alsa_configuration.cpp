@@ -1,4 +1,4 @@
-#include "sim/host/configuration.h"
+#include "sim/host/alsa_configuration.h"
 
 #include <cstdlib>
 #include <dlfcn.h>

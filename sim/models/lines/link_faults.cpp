@@ -1,0 +1,29 @@
+#include "sim/models/lines/link_faults.h"
+
+#include "sim/models/breaker.h"
+#include "sim/models/lines/network_links.h"
+
+namespace k4sim {
+
+namespace {
+
+constexpr Microseconds drop_us = 600'000; // longer than from one look at the link to the next
+constexpr Microseconds flap_down_us = 1'000'000;
+constexpr Microseconds flap_up_us = 4'000'000; // shorter than a link must stay up to pass
+
+constexpr Breaker<NetworkLinks> breakers[] = {
+    {"link-absent", [](NetworkLinks& links, auto name) { links.find(name)->remove(); }},
+    {"link-down", [](NetworkLinks& links, auto name) { links.find(name)->disconnect(); }},
+    {"link-dropped", [](NetworkLinks& links, auto name) { links.find(name)->drop(drop_us); }},
+    {"link-flapping",
+     [](NetworkLinks& links, auto name) { links.find(name)->flap(flap_down_us, flap_up_us); }},
+    {"link-refused", [](NetworkLinks& links, auto name) { links.find(name)->set_refusing(); }},
+};
+
+} // namespace
+
+bool strike_links(NetworkLinks& links, std::string_view name, std::string_view value) {
+    return strike_by_name(breakers, links, name, value);
+}
+
+} // namespace k4sim
