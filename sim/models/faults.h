@@ -22,15 +22,15 @@ struct Fault {
     enum class Sight { seen, depends, unseen };
 
     std::string_view name;
-    std::string_view value_syntax; // as in the usage text, all words of a word fault; empty: none
-    Value value;
-    std::int64_t low, high; // range of a number, or of the first one of a pair
-    Site site;
-    Needs needs;
-    Sight sight;
-    std::string_view breaks;  // what it breaks
-    std::string_view verdict; // the verdict of a run of the self-test with this fault
+    std::string_view value_syntax{}; // as in the usage text, all words of a word fault
+    Value value = Value::none;
+    std::int64_t low = 0, high = 0;               // range of a number, or of the first of a pair
     std::int64_t second_low = 0, second_high = 0; // range of the second number of a pair
+    Site site = Site::device;
+    Needs needs = Needs::nothing;
+    Sight sight = Sight::depends;
+    std::string_view breaks{};  // what it breaks
+    std::string_view verdict{}; // the verdict of a run of the self-test with this fault
 };
 
 // Sorted by name.
