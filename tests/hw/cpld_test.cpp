@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "recorded_ports.h"
+#include "support/ports.h"
 
 namespace {
 
@@ -23,7 +23,7 @@ struct Operation {
 template <class Driver>
 void check(const std::vector<Operation<Driver>>& operations) {
     for (const Operation<Driver>& operation : operations) {
-        RecordedPorts ports(base);
+        ScriptedPorts ports(base);
         const AttachedPorts attached(ports);
         for (const auto& [offset, values] : operation.answers)
             ports.answer(static_cast<std::uint16_t>(base + offset), values);
@@ -54,7 +54,7 @@ TEST(Cpld_0x01_0x06, LineRegister) {
 }
 
 TEST(Cpld_0x01_0x06, LinkBeginsWithIdleLinesAndNoAnswerIsNoKeyWord) {
-    RecordedPorts ports(base); // SDA stays high: nothing is acknowledged
+    ScriptedPorts ports(base); // SDA stays high: nothing is acknowledged
     const AttachedPorts attached(ports);
     MymainCPLD_0x01_0x06 driver(base);
     EXPECT_EQ(driver.initSerialLink(), &driver);
@@ -118,7 +118,7 @@ TEST(Cpld_0x02_0x01, SwitchesChangeTheirBitOnly) {
     for (int number = 0; number < 8; ++number) { // boosts, then phantom powers
         for (const int before : {0x00, 0xFF, 0x5A, 0xA5}) {
             for (const bool on : {true, false}) {
-                RecordedPorts ports(base);
+                ScriptedPorts ports(base);
                 const AttachedPorts attached(ports);
                 ports.answer(base + 0x0B, {static_cast<std::uint8_t>(before)});
                 const MymainCPLD_0x02_0x01 driver(base);

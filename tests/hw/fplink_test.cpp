@@ -1,7 +1,7 @@
 #include "hw/fplink.h"
 
 #include "i2c_wire.h"
-#include "recorded_ports.h"
+#include "support/ports.h"
 
 namespace {
 
@@ -84,7 +84,7 @@ TEST(I2cLink, WritePassesARawBlockToAnyAddress) {
 }
 
 TEST(HssLink, MessagesWaitWhileBit7IsSet) {
-    RecordedPorts ports(base);
+    ScriptedPorts ports(base);
     const AttachedPorts attached(ports);
     ports.answer(base + 4, {0x80, 0xFF, 0x7F});
     Myfplink_hss link(base);
@@ -97,7 +97,7 @@ TEST(HssLink, MessagesWaitWhileBit7IsSet) {
 }
 
 TEST(HssLink, ReadsTypeVersionAndKeysAndWritesNoBlock) {
-    RecordedPorts ports(base);
+    ScriptedPorts ports(base);
     const AttachedPorts attached(ports);
     constexpr std::uint8_t registers[] = {0x3C, 7, 0x11, 0x22, 0x83, 0x94};
     for (std::uint16_t i = 0; i < 6; ++i)
@@ -113,7 +113,7 @@ TEST(HssLink, ReadsTypeVersionAndKeysAndWritesNoBlock) {
 }
 
 TEST(FakeLink, DoesNothing) {
-    RecordedPorts ports(base);
+    ScriptedPorts ports(base);
     const AttachedPorts attached(ports);
     Myfplink_fake link;
     link.init();

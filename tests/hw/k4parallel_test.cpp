@@ -1,13 +1,13 @@
 #include "hw/k4parallel.h"
 
-#include "recorded_ports.h"
+#include "support/ports.h"
 
 namespace {
 
 constexpr int base = 0xD000;
 
 TEST(K4Parallel, WritesWaitsAndReadsTwice) {
-    RecordedPorts ports;
+    ScriptedPorts ports;
     const AttachedPorts attached(ports);
     ports.answer(base + 3, {0x11, 0x22});
     K4parallel port(base);
@@ -18,7 +18,7 @@ TEST(K4Parallel, WritesWaitsAndReadsTwice) {
 }
 
 TEST(K4Parallel, PutsOutEachPatternOfEachLine) {
-    RecordedPorts ports;
+    ScriptedPorts ports;
     const AttachedPorts attached(ports);
     K4parallel port(base);
     port.test(8);

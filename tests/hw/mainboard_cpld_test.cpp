@@ -7,7 +7,7 @@
 #include <pthread.h>
 #include <unistd.h>
 
-#include "recorded_ports.h"
+#include "support/ports.h"
 
 namespace {
 
@@ -98,7 +98,7 @@ TEST(MainboardCpld, DetectsByEveryPairOfIdAndVersion) {
 
 TEST(MainboardCpld, DriverAndLinkUseTheBaseThatAnswered) {
     for (const std::uint16_t base : {firstBase, secondBase}) {
-        RecordedPorts ports(base);
+        ScriptedPorts ports(base);
         const AttachedPorts attached(ports);
         ports.answer(base, {2});
         ports.answer(static_cast<std::uint16_t>(base + 1), {1});

@@ -4,7 +4,7 @@
 
 #include <pthread.h>
 
-#include "recorded_ports.h"
+#include "support/ports.h"
 
 namespace {
 
@@ -21,7 +21,7 @@ void runThread(std::function<void()> function) {
 } // namespace
 
 TEST(Ports, PrivilegeBelongsToTheThreadThatAsked) {
-    RecordedPorts ports;
+    ScriptedPorts ports;
     const AttachedPorts attached(ports);
     ports.answer(0xD000, {1});
     runThread([&] {

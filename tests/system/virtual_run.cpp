@@ -106,17 +106,6 @@ void read_record(const std::filesystem::path& record, RunResult& result) {
 
 } // namespace
 
-ScratchFolder::ScratchFolder() {
-    std::string name = (std::filesystem::temp_directory_path() / "k4-XXXXXX").string();
-    if (mkdtemp(name.data()) == nullptr) throw std::runtime_error("no scratch folder");
-    path_ = name;
-}
-
-ScratchFolder::~ScratchFolder() {
-    std::error_code ignored;
-    std::filesystem::remove_all(path_, ignored);
-}
-
 CommandResult run_command(const std::vector<std::string>& arguments) {
     ScratchFolder folder;
     const std::string out = folder.path() / "out";

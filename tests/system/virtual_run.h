@@ -1,6 +1,8 @@
 // One run of the shipped program on the virtual K/4, and what it left behind.
 #pragma once
 
+#include "support/scratch_folder.h"
+
 #include <array>
 #include <cstdint>
 #include <filesystem>
@@ -17,20 +19,6 @@ constexpr int picture_height = 64;
 
 // Grey levels 0..15, row by row.
 using Picture = std::array<std::uint8_t, picture_width * picture_height>;
-
-// A folder of its own that goes when the test ends.
-class ScratchFolder {
-public:
-    ScratchFolder();
-    ~ScratchFolder();
-    ScratchFolder(const ScratchFolder&) = delete;
-    ScratchFolder& operator=(const ScratchFolder&) = delete;
-
-    const std::filesystem::path& path() const { return path_; }
-
-private:
-    std::filesystem::path path_;
-};
 
 struct CommandResult {
     int status = -1; // exit status, or 128 + signal
