@@ -4,19 +4,25 @@
 BUILD := build/release
 RUN_RECORD := build/run
 KEYWORDS ?= run
+PACE ?= max
 
 build: setup
-	@cmake --preset release $(QUIET)
+	@cmake --preset release
 	@cmake --build --preset release
 
 setup:
 	@scripts/setup
 
 # The real program on a virtual device, its console live, an automatic operator at the panel.
-run: QUIET := --log-level=WARNING >/dev/null
-run: build
-	@$(BUILD)/k4sim run --board aes --operator auto --record $(RUN_RECORD) -- $(BUILD)/k4selftest $(KEYWORDS); \
-	status=$$?; echo; echo "Exit status $$status. OLED pictures and events: $(RUN_RECORD)/"; ls $(RUN_RECORD)
+# Builds no more than that. KEYWORDS: the program's; PACE: how many times as fast as real time.
+# The status is the run's.
+run: setup
+	@cmake --preset release --log-level=WARNING >/dev/null
+	@cmake --build --preset release --target k4selftest k4sim_launcher libk4sim.so
+	@$(BUILD)/k4sim run --board aes --operator auto --pace $(PACE) --record $(RUN_RECORD) -- \
+	    $(BUILD)/k4selftest $(KEYWORDS); \
+	status=$$?; echo; echo "Exit status $$status. OLED pictures and events: $(RUN_RECORD)/"; \
+	ls $(RUN_RECORD); exit $$status
 
 test: build
 	@ctest --preset release

@@ -34,6 +34,11 @@ if(NOT K4_COVERAGE)
   add_compile_options(-ffile-prefix-map=${CMAKE_SOURCE_DIR}/= -ffile-prefix-map=${CMAKE_BINARY_DIR}/=)
 endif()
 
+set(K4_INSTRUMENTED OFF)
+if(K4_SANITIZE OR K4_FUZZ OR K4_COVERAGE)
+  set(K4_INSTRUMENTED ON)
+endif()
+
 # Instruments a target as the preset asks. The preloaded library of the virtual
 # device is never instrumented: its hand-over between threads must stay invisible
 # to ThreadSanitizer, and it runs before a sanitizer has started.

@@ -1,12 +1,12 @@
 #include "sim/launcher/record.h"
 
+#include "sim/launcher/json.h"
 #include "sim/launcher/options.h"
 #include "sim/operator/screen_reader.h"
 
 #include <array>
 #include <cstdio>
 #include <filesystem>
-#include <nlohmann/json.hpp>
 
 #define STB_IMAGE_WRITE_IMPLEMENTATION
 #define STB_IMAGE_WRITE_STATIC
@@ -19,7 +19,6 @@ namespace k4sim {
 
 namespace {
 
-using Json = nlohmann::ordered_json;
 namespace fs = std::filesystem;
 
 constexpr int full_white = 255;
@@ -62,21 +61,6 @@ std::optional<Picture> picture_from(const std::string& pixels) {
     return picture;
 }
 
-// What every line of libk4sim.so has.
-bool is_report(const Json& event) {
-    const auto has = [&](const char* name, auto is_kind) {
-        return event.contains(name) && is_kind(event[name]);
-    };
-    const auto is_text = [](const Json& value) { return value.is_string(); };
-    return event.is_object() && has("t", [](const Json& t) { return t.is_number_integer(); }) &&
-           has("source", is_text) && has("event", is_text);
-}
-
-std::string text_field(const Json& event, const char* name) {
-    const auto found = event.find(name);
-    return found != event.end() && found->is_string() ? found->get<std::string>() : "";
-}
-
 bool write_png(const std::string& path, const Picture& picture) {
     std::array<std::uint8_t, std::tuple_size_v<Picture>> greys{};
     for (std::size_t i = 0; i < greys.size(); ++i)
@@ -95,23 +79,24 @@ Record::Record(const std::string& folder) : folder_(folder) {
 }
 
 void Record::line(const std::string& text) {
-    Json event = Json::parse(text, nullptr, false);
-    if (!is_report(event)) return;
-    const Microseconds t = event["t"].get<Microseconds>();
-    const std::string source = event["source"].get<std::string>();
-    const std::string what = event["event"].get<std::string>();
-    observation_.duration_us = t;
-    if (source == "console") console(text_field(event, "text"));
-    if (source == "program" && what == "deadlock") observation_.deadlock = true;
-    if (source == "program" && what == "limit") observation_.limit = true;
-    if (event.contains("pixels")) {
-        const auto picture = picture_from(text_field(event, "pixels"));
-        event.erase("pixels");
+    std::optional<Json> event = Json::parse(text);
+    if (!event) return;
+    const auto t = event->integer("t");
+    const auto source = event->text("source");
+    const auto what = event->text("event");
+    if (!t || !source || !what) return;
+    observation_.duration_us = *t;
+    if (*source == "console") console(event->text("text").value_or(""));
+    if (*source == "program" && *what == "deadlock") observation_.deadlock = true;
+    if (*source == "program" && *what == "limit") observation_.limit = true;
+    if (event->has("pixels")) {
+        const auto picture = picture_from(event->text("pixels").value_or(""));
+        event->erase("pixels");
         if (!picture) return;
-        look_at(*picture, t);
-        event["file"] = keep(*picture, what);
+        look_at(*picture, *t);
+        event->set("file", keep(*picture, *what));
     }
-    if (!folder_.empty()) events_ << event.dump() << '\n' << std::flush;
+    if (!folder_.empty()) events_ << event->dump() << '\n' << std::flush;
 }
 
 void Record::write_file(const std::string& name, const std::string& content) {

@@ -1,16 +1,15 @@
 #include "sim/launcher/verdict.h"
 
+#include "sim/launcher/json.h"
+
 #include <algorithm>
 #include <array>
-#include <nlohmann/json.hpp>
 #include <sstream>
 #include <vector>
 
 namespace k4sim {
 
 namespace {
-
-using Json = nlohmann::ordered_json;
 
 constexpr std::array<std::string_view, 6> names{"PASSED",  "ABORTED", "NOT STARTED",
                                                 "NOT RUN", "DIED",    "UNDECIDED"};
@@ -53,15 +52,19 @@ std::string escaped(std::string_view text) {
 double seconds(Microseconds duration) { return static_cast<double>(duration) / us_per_s; }
 
 std::string json_report(const Observation& seen, Verdict verdict, ProcessEnd end) {
-    Json report;
-    report["verdict"] = verdict_name(verdict);
-    report[end.by_signal ? "signal" : "status"] = end.code;
-    report["seconds"] = seconds(seen.duration_us);
-    report["units"] = Json::array();
+    Json units = Json::array();
     for (const Observation::Row& row : seen.rows)
-        report["units"].push_back(
-            {{"name", row.label}, {"status", row.status}, {"since", seconds(row.since_us)}});
-    return report.dump(2) + "\n";
+        units.add(Json::object()
+                      .set("name", row.label)
+                      .set("status", row.status)
+                      .set("since", seconds(row.since_us)));
+    return Json::object()
+               .set("verdict", verdict_name(verdict))
+               .set(end.by_signal ? "signal" : "status", end.code)
+               .set("seconds", seconds(seen.duration_us))
+               .set("units", units)
+               .dump(2) +
+           "\n";
 }
 
 struct Case {
