@@ -12,7 +12,7 @@ constexpr std::uint8_t controlReset = 1;
 
 constexpr int noBus = -1;
 
-/** Byte `index` of a value, 0 = least significant. */
+// Byte `index` of a value, 0 = least significant.
 constexpr std::uint8_t byteOf(unsigned int value, int index) {
     return static_cast<std::uint8_t>(value >> 8 * index);
 }

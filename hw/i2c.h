@@ -2,10 +2,10 @@
 
 #include <cstdint>
 
-/** I2C master. Addresses are 7 bits, 0..127, without the read/write bit.
-
-    None of the classes locks: one thread at a time may use a bus. Between two calls the bus
-    is idle. */
+// I2C master. Addresses are 7 bits, 0..127, without the read/write bit.
+//
+// None of the classes locks: one thread at a time may use a bus. Between two calls the bus
+// is idle.
 class KLTi2cBase {
 public:
     static constexpr int errorDataHigh = -8644;   // SDA stays high while driven low
@@ -17,59 +17,59 @@ public:
 
     virtual ~KLTi2cBase() = default;
 
-    /** One write transaction: START, address, `len` bytes of data, STOP. Returns 0,
-        errorArguments, errorWriteNoAck or errorDataNoAck. */
+    // One write transaction: START, address, `len` bytes of data, STOP. Returns 0,
+    // errorArguments, errorWriteNoAck or errorDataNoAck.
     virtual int writeBlock(int addr, const void* data, int len) = 0;
 
-    /** One read transaction: START, address, `len` bytes, STOP. Every byte but the last is
-        acknowledged. Returns 0, errorArguments or errorReadNoAck; `data` is left alone on
-        an error. */
+    // One read transaction: START, address, `len` bytes, STOP. Every byte but the last is
+    // acknowledged. Returns 0, errorArguments or errorReadNoAck; `data` is left alone on
+    // an error.
     virtual int readBlock(int addr, void* data, int len) = 0;
 
-    /** Sets both lines at once: 1 releases a line (high), 0 drives it low. */
+    // Sets both lines at once: 1 releases a line (high), 0 drives it low.
     virtual void putI2C(int scl, int sda) = 0;
 
-    /** Level of SDA, 0 or 1. `ack` tells that the bit is an acknowledge. */
+    // Level of SDA, 0 or 1. `ack` tells that the bit is an acknowledge.
     virtual int getI2C(bool ack) = 0;
 
-    /** Waits for half a bit period. */
+    // Waits for half a bit period.
     virtual void waitI2C() = 0;
 
-    /** A write transaction, then a read transaction to the same address (no repeated
-        START): reads a register. Returns the code of the write when that fails, and then
-        reads nothing; else the code of the read. */
+    // A write transaction, then a read transaction to the same address (no repeated
+    // START): reads a register. Returns the code of the write when that fails, and then
+    // reads nothing; else the code of the read.
     int writeRead(int addr, const void* wdata, int wlen, void* rdata, int rlen);
 
 protected:
-    /** True when a block operation may begin with these arguments. */
+    // True when a block operation may begin with these arguments.
     static bool isTransfer(int addr, const void* data, int len);
 };
 
-/** I2C master that moves the two lines in software. A driver provides putI2C and getI2C. */
+// I2C master that moves the two lines in software. A driver provides putI2C and getI2C.
 class KLTi2cBase2 : public KLTi2cBase {
 public:
     int writeBlock(int addr, const void* data, int len) override;
     int readBlock(int addr, void* data, int len) override;
 
-    /** Does not wait: the bus is as fast as the driver's line operations. */
+    // Does not wait: the bus is as fast as the driver's line operations.
     void waitI2C() override;
 
-    /** START: SDA falls while SCL is high. Leaves both lines low. */
+    // START: SDA falls while SCL is high. Leaves both lines low.
     void iicStart();
 
-    /** STOP: SDA rises while SCL is high. Leaves both lines released. */
+    // STOP: SDA rises while SCL is high. Leaves both lines released.
     void iicStop();
 
-    /** Sends the low 8 bits, most significant first. Returns true when the slave
-        acknowledged. Leaves both lines low. */
+    // Sends the low 8 bits, most significant first. Returns true when the slave
+    // acknowledged. Leaves both lines low.
     bool iicBwrite(int byte);
 
-    /** Receives a byte, 0..255, and acknowledges it when `ack` is true. Leaves both lines
-        low. */
+    // Receives a byte, 0..255, and acknowledges it when `ack` is true. Leaves both lines
+    // low.
     int iicBread(bool ack);
 
-    /** Checks that SDA follows the driver, on an idle bus. Returns 0, errorDataHigh or
-        errorDataLow. Leaves both lines released. */
+    // Checks that SDA follows the driver, on an idle bus. Returns 0, errorDataHigh or
+    // errorDataLow. Leaves both lines released.
     [[nodiscard]] int testDataLine();
 
 private:
@@ -78,8 +78,8 @@ private:
     int checkDataLine();
 };
 
-/** A bus without lines: nothing ever answers, so that a write gives errorWriteNoAck and a
-    read errorReadNoAck. */
+// A bus without lines: nothing ever answers, so that a write gives errorWriteNoAck and a
+// read errorReadNoAck.
 class KLTi2cDummy : public KLTi2cBase2 {
 public:
     void putI2C(int, int) override {}

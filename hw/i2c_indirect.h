@@ -2,15 +2,15 @@
 
 #include "hw/i2c.h"
 
-/** Hears every line operation of a KLTi2cIndirect, after it was done. */
+// Hears every line operation of a KLTi2cIndirect, after it was done.
 class KLTi2cLogBase {
 public:
     virtual ~KLTi2cLogBase() = default;
 
-    /** Both lines were set. */
+    // Both lines were set.
     virtual void logOutput(int scl, int sda) = 0;
 
-    /** SDA was read; `ack` when the bit is an acknowledge. */
+    // SDA was read; `ack` when the bit is an acknowledge.
     virtual void logInput(int value, bool ack) = 0;
 };
 
@@ -20,12 +20,12 @@ public:
     void logInput(int, bool) override {}
 };
 
-/** An I2C master over the lines of another one, its client: for logging a bus, counting what
-    happens on it, and loading it. Client and logger are not owned. */
+// An I2C master over the lines of another one, its client: for logging a bus, counting what
+// happens on it, and loading it. Client and logger are not owned.
 class KLTi2cIndirect : public KLTi2cBase2 {
 public:
-    /** Stores the client or the logger; with null, the shared one that does nothing, as at
-        the start. Returns what is stored. */
+    // Stores the client or the logger; with null, the shared one that does nothing, as at
+    // the start. Returns what is stored.
     KLTi2cBase2* setClient(KLTi2cBase2* newClient);
     KLTi2cLogBase* setLogger(KLTi2cLogBase* newLogger);
 
@@ -33,16 +33,16 @@ public:
     int getI2C(bool ack) override;
     void waitI2C() override;
 
-    /** Half-period waits, and missing acknowledges, since construction. */
+    // Half-period waits, and missing acknowledges, since construction.
     int waitCount() const { return waits; }
     int noAckCount() const { return missingAcks; }
 
-    /** Loads the bus: writes a block of `len` random bytes, the same in every call, `count`
-        times to an address, and stops at the first failure. The bytes are the low 8 bits of
-        the words of LaggedFibonacci. Stores the time that it took, in microseconds.
-
-        Returns 0 or the code of writeBlock. With len or count below 1 it returns 0 at once
-        and leaves `elapsed` alone. */
+    // Loads the bus: writes a block of `len` random bytes, the same in every call, `count`
+    // times to an address, and stops at the first failure. The bytes are the low 8 bits of
+    // the words of LaggedFibonacci. Stores the time that it took, in microseconds.
+    //
+    // Returns 0 or the code of writeBlock. With len or count below 1 it returns 0 at once
+    // and leaves `elapsed` alone.
     int pumpOut(int addr, int len, int count, long long& elapsed);
 
 private:
