@@ -9,11 +9,11 @@ public:
     // position: top left corner; colour: grey level 0..15. Any part outside the display
     // is not drawn; an extent of zero or less draws nothing.
     GRCboxF(GRCpoint position, GRCsize extent, unsigned int colour)
-        : area{position, extent}, colour_(colour) {}
+        : area_{position, extent}, colour_(colour) {}
 
-    void draw(GRCdisplay& display) const { display.fill(area, colour_); }
+    void draw(GRCdisplay& display) const { display.fill(area_, colour_); }
 
 private:
-    GRCrect area;
+    GRCrect area_;
     unsigned int colour_;
 };

@@ -16,8 +16,8 @@ std::size_t words(GRCsize size) {
 
 void GRCdisplay::init(int width, int height, unsigned int* memory) {
     size_ = isValid(width) && isValid(height) ? GRCsize{width, height} : GRCsize{};
-    ownMemory.assign(memory ? 0 : words(size_), 0);
-    pixels = memory ? memory : ownMemory.data();
+    ownMemory_.assign(memory ? 0 : words(size_), 0);
+    pixels_ = memory ? memory : ownMemory_.data();
     changed_ = area();
 }
 
@@ -31,7 +31,7 @@ void GRCdisplay::fill(const GRCrect& wanted, unsigned int grey) {
     const GRCrect visible = intersection(wanted, area());
     const auto [x, y] = visible.position;
     for (int line = 0; line < visible.extent.height; ++line)
-        std::fill_n(pixels + rowStart(y + line) + x, visible.extent.width, grey & greyMask);
+        std::fill_n(pixels_ + rowStart(y + line) + x, visible.extent.width, grey & greyMask);
     changed_ = bounding(changed_, visible);
 }
 
@@ -39,7 +39,7 @@ unsigned int GRCdisplay::grey(int x, int y) const {
     return contains(x, y) ? row(y)[x] & greyMask : 0;
 }
 
-const unsigned int* GRCdisplay::row(int y) const { return pixels + rowStart(y); }
+const unsigned int* GRCdisplay::row(int y) const { return pixels_ + rowStart(y); }
 
 bool GRCdisplay::contains(long long x, long long y) const {
     return x >= 0 && y >= 0 && x < size_.width && y < size_.height;

@@ -59,6 +59,6 @@ private:
 
     GRCsize size_;
     GRCrect changed_;
-    std::vector<unsigned int> ownMemory;
-    unsigned int* pixels = nullptr;
+    std::vector<unsigned int> ownMemory_;
+    unsigned int* pixels_ = nullptr;
 };

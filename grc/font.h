@@ -37,10 +37,10 @@ public:
     static constexpr int gap = 1;
 
     // Selects the font data, which must outlive the font.
-    void setfont(const GRCfontData& newData) { data = &newData; }
+    void setfont(const GRCfontData& newData) { data_ = &newData; }
 
     // Height of the character cell in rows; 0 without font data.
-    int height() const { return data ? data->height : 0; }
+    int height() const { return data_ ? data_->height : 0; }
 
     // The glyph of a character; a character that is not printable ASCII looks like '?'.
     // Only with font data, that is when height() is not 0.
@@ -50,5 +50,5 @@ public:
     long long width(const KLTastrc& text) const;
 
 private:
-    const GRCfontData* data = nullptr;
+    const GRCfontData* data_ = nullptr;
 };

@@ -33,7 +33,7 @@ constexpr int phantomBit = 4;
 } // namespace
 
 CHfplinkK4* MymainCPLD_0x01_0x06::initSerialLink() {
-    ports.out(offsetLines, linesIdle);
+    ports_.out(offsetLines, linesIdle);
     init();
     return this;
 }
@@ -51,10 +51,10 @@ std::uint32_t MymainCPLD_0x01_0x06::keyStatus() {
 }
 
 void MymainCPLD_0x01_0x06::putI2C(int scl, int sda) {
-    ports.out(offsetLines, static_cast<std::uint8_t>(scl << 1 | (sda & 1)));
+    ports_.out(offsetLines, static_cast<std::uint8_t>(scl << 1 | (sda & 1)));
 }
 
-int MymainCPLD_0x01_0x06::getI2C(bool) { return lineSda & ports.in(offsetLines); }
+int MymainCPLD_0x01_0x06::getI2C(bool) { return lineSda & ports_.in(offsetLines); }
 
 int MymainCPLD_0x01_0x08::writeBlock(int addr, const void* data, int len) {
     if (!isTransfer(addr, data, len)) return errorEngineArguments;
@@ -63,51 +63,51 @@ int MymainCPLD_0x01_0x08::writeBlock(int addr, const void* data, int len) {
     begin(addr * 2);
     waitSent();
     for (int i = 0; i < len - 1; ++i) {
-        ports.out(offsetTransmit, bytes[i]);
+        ports_.out(offsetTransmit, bytes[i]);
         waitSent();
     }
-    ports.out(offsetEngine, engineLast);
-    ports.out(offsetTransmit, bytes[len - 1]);
+    ports_.out(offsetEngine, engineLast);
+    ports_.out(offsetTransmit, bytes[len - 1]);
     return 0;
 }
 
 int MymainCPLD_0x01_0x08::readBlock(int addr, void* data, int len) {
     if (!isTransfer(addr, data, len)) return errorEngineArguments;
     auto* bytes = static_cast<std::uint8_t*>(data);
-    static_cast<void>(ports.in(offsetEngine));
+    static_cast<void>(ports_.in(offsetEngine));
     begin(addr * 2 + readFlag);
     for (int i = 0; i < len - 1; ++i) {
         waitReceived();
-        bytes[i] = ports.in(offsetReceive);
+        bytes[i] = ports_.in(offsetReceive);
     }
     waitReceived();
-    ports.out(offsetEngine, engineLast);
-    bytes[len - 1] = ports.in(offsetReceive);
+    ports_.out(offsetEngine, engineLast);
+    bytes[len - 1] = ports_.in(offsetReceive);
     return 0;
 }
 
 void MymainCPLD_0x01_0x08::begin(int addressByte) const {
-    ports.out(offsetEngine, engineBegin);
-    ports.out(offsetTransmit, static_cast<std::uint8_t>(addressByte));
+    ports_.out(offsetEngine, engineBegin);
+    ports_.out(offsetTransmit, static_cast<std::uint8_t>(addressByte));
 }
 
 void MymainCPLD_0x01_0x08::waitSent() const {
-    ports.waitClear(offsetEngine, engineTransmitterBusy);
+    ports_.waitClear(offsetEngine, engineTransmitterBusy);
 }
 
 void MymainCPLD_0x01_0x08::waitReceived() const {
-    ports.waitClear(offsetEngine, engineReceiverNotReady);
+    ports_.waitClear(offsetEngine, engineReceiverNotReady);
 }
 
 CHfplinkK4* MymainCPLD_0x01_0x09::initSerialLink() {
-    auto link = std::make_unique<Myfplink_hss>(ports.base);
+    auto link = std::make_unique<Myfplink_hss>(ports_.base);
     link->init();
     return link.release();
 }
 
 void MymainCPLD_0x01_0x09::blink(unsigned char pattern) {
-    ports.waitClear(offsetLink, linkBusy);
-    ports.out(offsetBlink, pattern);
+    ports_.waitClear(offsetLink, linkBusy);
+    ports_.out(offsetBlink, pattern);
 }
 
 int MymainCPLD_0x02_0x01::micboost(int channel, bool on) const { return setSwitch(channel, on); }
@@ -117,12 +117,12 @@ int MymainCPLD_0x02_0x01::phantom(int channel, bool on) const {
 }
 
 void MymainCPLD_0x02_0x01::watchdog(unsigned int value) const {
-    ports.out(offsetWatchdog, static_cast<std::uint8_t>(value));
+    ports_.out(offsetWatchdog, static_cast<std::uint8_t>(value));
 }
 
 int MymainCPLD_0x02_0x01::setSwitch(int bit, bool on) const {
-    const int others = ports.in(offsetSwitches) & ~(1 << bit);
-    ports.out(offsetSwitches, static_cast<std::uint8_t>(others | on << bit));
+    const int others = ports_.in(offsetSwitches) & ~(1 << bit);
+    ports_.out(offsetSwitches, static_cast<std::uint8_t>(others | on << bit));
     return 0;
 }
 

@@ -1,9 +1,9 @@
 #pragma once
 
-#include <cstdint>
-
 #include "hw/fplink.h"
 #include "hw/ports.h"
+
+#include <cstdint>
 
 // What the mainboard CPLD offers in every generation. The concrete drivers are named after
 // the CPLD ID and the first CPLD version that they serve; each is made with the base port
@@ -35,7 +35,7 @@ public:
 // bit 1    SCL, written
 class MymainCPLD_0x01_0x06 : public CHCPLDinterface_k4, public CHfplink_i2c_base {
 public:
-    explicit MymainCPLD_0x01_0x06(std::uint16_t basePort) : ports(basePort) {}
+    explicit MymainCPLD_0x01_0x06(std::uint16_t basePort) : ports_(basePort) {}
 
     // Releases the lines, reads panel type and version, and returns this object.
     CHfplinkK4* initSerialLink() override;
@@ -50,7 +50,7 @@ public:
     int getI2C(bool ack) override;
 
 protected:
-    const PortBlock ports;
+    const PortBlock ports_;
 };
 
 // ID 1, version 8: the same bus, with an engine in the CPLD for whole transfers:
@@ -82,13 +82,13 @@ private:
 // goes to base + 7 when the link is not busy, however long that takes.
 class MymainCPLD_0x01_0x09 : public CHCPLDinterface_k4 {
 public:
-    explicit MymainCPLD_0x01_0x09(std::uint16_t basePort) : ports(basePort) {}
+    explicit MymainCPLD_0x01_0x09(std::uint16_t basePort) : ports_(basePort) {}
 
     CHfplinkK4* initSerialLink() override;
     void blink(unsigned char pattern) override;
 
 protected:
-    const PortBlock ports;
+    const PortBlock ports_;
 };
 
 // ID 2, version 1 and 2: as ID 1, version 9, with switches and watchdog:

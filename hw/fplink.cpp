@@ -54,9 +54,9 @@ int CHfplink_i2c_base::query(std::uint8_t message, void* answer, int len) {
 }
 
 void Myfplink_hss::init() {
-    ports.out(offsetControl, controlReset);
-    panelType = ports.in(offsetTypeOrData);
-    panelVersion = ports.in(offsetVersionOrCommand);
+    ports_.out(offsetControl, controlReset);
+    panelType = ports_.in(offsetTypeOrData);
+    panelVersion = ports_.in(offsetVersionOrCommand);
 }
 
 void Myfplink_hss::put_cmd(unsigned char command) { send(offsetVersionOrCommand, command); }
@@ -83,11 +83,11 @@ int Myfplink_hss::write(int, const void*, int) { return noBus; }
 std::uint32_t Myfplink_hss::keyStatus() {
     std::uint32_t word = 0;
     for (int index = 0; index < 4; ++index)
-        word |= std::uint32_t{ports.in(offsetKeys + index)} << 8 * index;
+        word |= std::uint32_t{ports_.in(offsetKeys + index)} << 8 * index;
     return word;
 }
 
 void Myfplink_hss::send(int offset, std::uint8_t value) const {
-    ports.waitClear(offsetControl, controlBusy);
-    ports.out(offset, value);
+    ports_.waitClear(offsetControl, controlBusy);
+    ports_.out(offset, value);
 }

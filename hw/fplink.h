@@ -1,10 +1,10 @@
 #pragma once
 
-#include <cstdint>
-#include <initializer_list>
-
 #include "hw/i2c.h"
 #include "hw/ports.h"
+
+#include <cstdint>
+#include <initializer_list>
 
 // The link from the mainboard to the front panel: commands and data to the OLED
 // controller, and the state of the keys. One thread at a time may use a link.
@@ -83,7 +83,7 @@ protected:
 // bytes go through the virtual forms of one byte.
 class Myfplink_hss : public CHfplinkK4 {
 public:
-    explicit Myfplink_hss(std::uint16_t basePort) : ports(basePort) {}
+    explicit Myfplink_hss(std::uint16_t basePort) : ports_(basePort) {}
 
     void init() override;
     void put_cmd(unsigned char command) override;
@@ -100,7 +100,7 @@ public:
 private:
     void send(int offset, std::uint8_t value) const;
 
-    const PortBlock ports;
+    const PortBlock ports_;
 };
 
 // The link of a mainboard without a known CPLD: does nothing, panel type and version stay

@@ -1,9 +1,9 @@
 #include "hw/frontpanel.h"
 
+#include "baselib/bmp.h"
+
 #include <algorithm>
 #include <vector>
-
-#include "baselib/bmp.h"
 
 namespace {
 
@@ -30,26 +30,26 @@ std::unique_ptr<CHGenericOLEDController> controllerFor(CHfplinkK4& link) {
 int CHfrontpanelK4::init(int shmKey) {
     // Both refer to the link that detect() or initSerialLink() deletes.
     writer.reset();
-    controller.reset();
+    controller_.reset();
     if (!initDisplay(shmKey)) return errorSharedMemory;
     const int detected = detect();
     return detected == 0 ? initController() : detected;
 }
 
 void CHfrontpanelK4::dispContrast(int percent) {
-    if (controller) controller->contrast(static_cast<unsigned char>(std::clamp(percent, 0, 100)));
+    if (controller_) controller_->contrast(static_cast<unsigned char>(std::clamp(percent, 0, 100)));
 }
 
 void CHfrontpanelK4::dispMode(int mode) {
-    if (controller) controller->enable(mode >= 1, mode == 2);
+    if (controller_) controller_->enable(mode >= 1, mode == 2);
 }
 
 int CHfrontpanelK4::kbdGetkey() {
-    keys.analyze(fplink->keyStatus());
-    return keys.getkey();
+    keys_.analyze(fplink->keyStatus());
+    return keys_.getkey();
 }
 
-int CHfrontpanelK4::kbdGetAll(int event) { return keys.getall(event); }
+int CHfrontpanelK4::kbdGetAll(int event) { return keys_.getall(event); }
 
 bool CHfrontpanelK4::saveScreenImage(const char* path) const {
     std::vector<unsigned int> colours;
@@ -63,27 +63,27 @@ bool CHfrontpanelK4::saveScreenImage(const char* path) const {
 // The display leaves the old shared memory before that is released.
 bool CHfrontpanelK4::initDisplay(int shmKey) {
     display.init(displaySize.width, displaySize.height);
-    shared.reset();
+    shared_.reset();
     if (shmKey < 1) return true;
-    shared = std::make_unique<KLTsharedMemory>(shmKey, pixelCount * sizeof(unsigned int));
-    if (!shared->memory()) return false;
+    shared_ = std::make_unique<KLTsharedMemory>(shmKey, pixelCount * sizeof(unsigned int));
+    if (!shared_->memory()) return false;
     display.init(displaySize.width, displaySize.height,
-                 static_cast<unsigned int*>(shared->memory()));
+                 static_cast<unsigned int*>(shared_->memory()));
     display.clear();
     return true;
 }
 
 int CHfrontpanelK4::initController() {
     CHfplinkK4& link = *initSerialLink();
-    controller = controllerFor(link);
-    if (!controller) {
-        controller = std::make_unique<MyFAKEOLED>(link);
+    controller_ = controllerFor(link);
+    if (!controller_) {
+        controller_ = std::make_unique<MyFAKEOLED>(link);
         return errorNoController;
     }
-    controller->init();
+    controller_->init();
     writer = std::make_unique<CHgenericWriteChanges>();
-    writer->attach(*controller);
-    keys.init(link.panelVersion);
-    controller->enable(true, false);
+    writer->attach(*controller_);
+    keys_.init(link.panelVersion);
+    controller_->enable(true, false);
     return 0;
 }

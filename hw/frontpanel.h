@@ -1,13 +1,13 @@
 #pragma once
 
-#include <memory>
-
 #include "baselib/thread/sharedmemory.h"
 #include "grc/display.h"
 #include "hw/keypad.h"
 #include "hw/mainboard_cpld.h"
 #include "hw/oled.h"
 #include "hw/write_changes.h"
+
+#include <memory>
 
 // The whole front panel: the mainboard CPLD and the link to the panel, the OLED with its
 // pixel memory, and the keys.
@@ -51,13 +51,13 @@ private:
     bool initDisplay(int shmKey);
     int initController();
 
-    std::unique_ptr<CHGenericOLEDController> controller;
+    std::unique_ptr<CHGenericOLEDController> controller_;
 
 public:
     std::unique_ptr<CHgenericWriteChanges> writer;
     GRCdisplay display;
 
 private:
-    CHfpK4keyBuf keys;
-    std::unique_ptr<KLTsharedMemory> shared;
+    CHfpK4keyBuf keys_;
+    std::unique_ptr<KLTsharedMemory> shared_;
 };

@@ -1,11 +1,11 @@
 #include "hw/i2c_indirect.h"
 
+#include "baselib/time/clock.h"
+#include "hw/lagged_fibonacci.h"
+
 #include <algorithm>
 #include <cstdint>
 #include <vector>
-
-#include "baselib/time/clock.h"
-#include "hw/lagged_fibonacci.h"
 
 namespace {
 
@@ -19,34 +19,34 @@ std::vector<std::uint8_t> randomBytes(int count) {
 
 } // namespace
 
-constinit KLTi2cDummy KLTi2cIndirect::cliDummy;
-constinit KLTi2cLogDummy KLTi2cIndirect::logDummy;
+constinit KLTi2cDummy KLTi2cIndirect::cliDummy_;
+constinit KLTi2cLogDummy KLTi2cIndirect::logDummy_;
 
 KLTi2cBase2* KLTi2cIndirect::setClient(KLTi2cBase2* newClient) {
-    client = newClient ? newClient : &cliDummy;
-    return client;
+    client_ = newClient ? newClient : &cliDummy_;
+    return client_;
 }
 
 KLTi2cLogBase* KLTi2cIndirect::setLogger(KLTi2cLogBase* newLogger) {
-    logger = newLogger ? newLogger : &logDummy;
-    return logger;
+    logger_ = newLogger ? newLogger : &logDummy_;
+    return logger_;
 }
 
 void KLTi2cIndirect::putI2C(int scl, int sda) {
-    client->putI2C(scl, sda);
-    if (isLogging()) logger->logOutput(scl, sda);
+    client_->putI2C(scl, sda);
+    if (isLogging()) logger_->logOutput(scl, sda);
 }
 
 int KLTi2cIndirect::getI2C(bool ack) {
-    const int value = client->getI2C(ack);
-    if (isLogging()) logger->logInput(value, ack);
-    if (value != 0 && ack) ++missingAcks;
+    const int value = client_->getI2C(ack);
+    if (isLogging()) logger_->logInput(value, ack);
+    if (value != 0 && ack) ++missingAcks_;
     return value;
 }
 
 void KLTi2cIndirect::waitI2C() {
-    client->waitI2C();
-    ++waits;
+    client_->waitI2C();
+    ++waits_;
 }
 
 int KLTi2cIndirect::pumpOut(int addr, int len, int count, long long& elapsed) {

@@ -34,8 +34,8 @@ public:
     void waitI2C() override;
 
     // Half-period waits, and missing acknowledges, since construction.
-    int waitCount() const { return waits; }
-    int noAckCount() const { return missingAcks; }
+    int waitCount() const { return waits_; }
+    int noAckCount() const { return missingAcks_; }
 
     // Loads the bus: writes a block of `len` random bytes, the same in every call, `count`
     // times to an address, and stops at the first failure. The bytes are the low 8 bits of
@@ -46,13 +46,13 @@ public:
     int pumpOut(int addr, int len, int count, long long& elapsed);
 
 private:
-    static KLTi2cDummy cliDummy;
-    static KLTi2cLogDummy logDummy;
+    static KLTi2cDummy cliDummy_;
+    static KLTi2cLogDummy logDummy_;
 
-    bool isLogging() const { return logger != &logDummy; }
+    bool isLogging() const { return logger_ != &logDummy_; }
 
-    KLTi2cLogBase* logger = &logDummy;
-    KLTi2cBase2* client = &cliDummy;
-    int waits = 0;
-    int missingAcks = 0;
+    KLTi2cLogBase* logger_ = &logDummy_;
+    KLTi2cBase2* client_ = &cliDummy_;
+    int waits_ = 0;
+    int missingAcks_ = 0;
 };

@@ -11,13 +11,13 @@ constexpr long long settle_us = 10'000;
 
 } // namespace
 
-K4parallel::K4parallel(int base) : ports(static_cast<std::uint16_t>(base)) {
+K4parallel::K4parallel(int base) : ports_(static_cast<std::uint16_t>(base)) {
     portRequestPrivilege();
 }
 
 unsigned long K4parallel::outNin(unsigned long value) {
     const auto lines = static_cast<std::uint8_t>(value);
-    ports.out(outputLines, lines);
+    ports_.out(outputLines, lines);
     portOut(diagnosticPort, lines);
     KLFdelay(settle_us);
     static_cast<void>(readReg(inputLines));
@@ -25,7 +25,7 @@ unsigned long K4parallel::outNin(unsigned long value) {
 }
 
 unsigned char K4parallel::readReg(int offset) const {
-    const std::uint8_t value = ports.in(offset);
+    const std::uint8_t value = ports_.in(offset);
     portOut(diagnosticPort, value);
     return value;
 }

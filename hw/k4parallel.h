@@ -27,5 +27,5 @@ public:
     [[nodiscard]] unsigned char readReg(int offset) const;
 
 private:
-    const PortBlock ports;
+    const PortBlock ports_;
 };

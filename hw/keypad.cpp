@@ -57,45 +57,45 @@ int stepsBetween(int oldPosition, int newPosition, int modulus) {
 } // namespace
 
 int CHfpK4keyBuf::init(int panelVersion) {
-    encoderModulus = panelVersion < 8 ? 16 : 64;
-    return encoderModulus;
+    encoderModulus_ = panelVersion < 8 ? 16 : 64;
+    return encoderModulus_;
 }
 
 int CHfpK4keyBuf::analyze(unsigned long status) {
     const auto word = static_cast<std::uint32_t>(status);
     if (word & invalidWord) {
-        ++invalidWordCount;
+        ++invalidWordCount_;
         return queued();
     }
     putSteps(word);
     putKeys(word);
-    previousWord = word;
+    previousWord_ = word;
     return queued();
 }
 
 int CHfpK4keyBuf::getkey() {
-    if (readIndex == writeIndex) return noEvent;
-    const int event = ring[static_cast<std::size_t>(readIndex)];
-    readIndex = (readIndex + 1) % ringSize;
+    if (readIndex_ == writeIndex_) return noEvent;
+    const int event = ring_[static_cast<std::size_t>(readIndex_)];
+    readIndex_ = (readIndex_ + 1) % ringSize;
     return event;
 }
 
 int CHfpK4keyBuf::getall(int event) {
     int removed = 0;
-    while (readIndex != writeIndex && ring[static_cast<std::size_t>(readIndex)] == event) {
+    while (readIndex_ != writeIndex_ && ring_[static_cast<std::size_t>(readIndex_)] == event) {
         getkey();
         ++removed;
     }
     return removed;
 }
 
-int CHfpK4keyBuf::queued() const { return (writeIndex - readIndex + ringSize) % ringSize; }
+int CHfpK4keyBuf::queued() const { return (writeIndex_ - readIndex_ + ringSize) % ringSize; }
 
 void CHfpK4keyBuf::put(int event) {
-    const int advanced = (writeIndex + 1) % ringSize;
-    if (advanced == readIndex) return;
-    ring[static_cast<std::size_t>(writeIndex)] = static_cast<std::uint16_t>(event);
-    writeIndex = advanced;
+    const int advanced = (writeIndex_ + 1) % ringSize;
+    if (advanced == readIndex_) return;
+    ring_[static_cast<std::size_t>(writeIndex_)] = static_cast<std::uint16_t>(event);
+    writeIndex_ = advanced;
 }
 
 void CHfpK4keyBuf::putSteps(std::uint32_t word) {
@@ -103,18 +103,18 @@ void CHfpK4keyBuf::putSteps(std::uint32_t word) {
         const auto [shift, stepDownCode, stepUpCode] = encoders[i];
         const int position = static_cast<int>(word >> shift & positionMask);
         const int steps =
-            isFirstSample ? 0 : stepsBetween(previousPositions[i], position, encoderModulus);
+            isFirstSample_ ? 0 : stepsBetween(previousPositions_[i], position, encoderModulus_);
         for (int step = std::abs(steps); step > 0; --step)
             put(steps > 0 ? stepUpCode : stepDownCode);
-        previousPositions[i] = position;
+        previousPositions_[i] = position;
     }
-    isFirstSample = false;
+    isFirstSample_ = false;
 }
 
 void CHfpK4keyBuf::putKeys(std::uint32_t word) {
     for (const Key& key : keys) {
         const std::uint32_t level = word >> key.bit & 1;
-        if (level != (previousWord >> key.bit & 1))
+        if (level != (previousWord_ >> key.bit & 1))
             put(level == key.levelWhenUp ? key.code | released : key.code);
     }
 }

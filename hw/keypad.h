@@ -40,7 +40,7 @@ public:
     int getall(int event);
 
     // Number of words that were invalid.
-    int invalidWords() const { return invalidWordCount; }
+    int invalidWords() const { return invalidWordCount_; }
 
 private:
     static constexpr int ringSize = 20;
@@ -50,12 +50,12 @@ private:
     void putSteps(std::uint32_t word);
     void putKeys(std::uint32_t word);
 
-    std::uint32_t previousWord = 0x0000FFFF; // every key up
-    std::array<int, 2> previousPositions{};
-    bool isFirstSample = true;
-    int encoderModulus = 16;
-    std::array<std::uint16_t, ringSize> ring{};
-    int readIndex = 0;
-    int writeIndex = 0;
-    int invalidWordCount = 0;
+    std::uint32_t previousWord_ = 0x0000FFFF; // every key up
+    std::array<int, 2> previousPositions_{};
+    bool isFirstSample_ = true;
+    int encoderModulus_ = 16;
+    std::array<std::uint16_t, ringSize> ring_{};
+    int readIndex_ = 0;
+    int writeIndex_ = 0;
+    int invalidWordCount_ = 0;
 };

@@ -16,5 +16,5 @@ public:
     int getkey();
 
 private:
-    CHmainboardCPLD_K4 mainboard;
+    CHmainboardCPLD_K4 mainboard_;
 };

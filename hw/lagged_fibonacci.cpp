@@ -14,7 +14,7 @@ LaggedFibonacci::LaggedFibonacci() {
     std::uint32_t previous = 1;
     std::uint32_t current = 0;
     for (std::size_t i = 0; i < stateSize; ++i) {
-        state[scatter * i % stateSize] = current;
+        state_[scatter * i % stateSize] = current;
         previous = std::exchange(current, previous - current);
     }
     for (std::size_t i = 0; i < warmUpPasses * stateSize; ++i)
@@ -22,8 +22,8 @@ LaggedFibonacci::LaggedFibonacci() {
 }
 
 std::uint32_t LaggedFibonacci::next() {
-    std::uint32_t& word = state[index];
-    word -= state[(index + distance) % stateSize];
-    index = (index + 1) % stateSize;
+    std::uint32_t& word = state_[index_];
+    word -= state_[(index_ + distance) % stateSize];
+    index_ = (index_ + 1) % stateSize;
     return word;
 }

@@ -20,6 +20,6 @@ public:
 private:
     static constexpr std::size_t stateSize = 55;
 
-    std::array<std::uint32_t, stateSize> state{};
-    std::size_t index = 0;
+    std::array<std::uint32_t, stateSize> state_{};
+    std::size_t index_ = 0;
 };

@@ -1,9 +1,9 @@
 #include "hw/mainboard_cpld.h"
 
+#include "hw/ports.h"
+
 #include <array>
 #include <utility>
-
-#include "hw/ports.h"
 
 namespace {
 

@@ -1,9 +1,9 @@
 #pragma once
 
+#include "hw/cpld.h"
+
 #include <cstdint>
 #include <memory>
-
-#include "hw/cpld.h"
 
 // The mainboard CPLD: finds it, picks its driver, and owns driver and front-panel link. One
 // thread at a time may use it.

@@ -75,16 +75,16 @@ private:
 template <class Controller>
 class CHlinkedOLED : public Controller {
 public:
-    explicit CHlinkedOLED(CHfplinkK4& frontPanelLink) : link(&frontPanelLink) {}
+    explicit CHlinkedOLED(CHfplinkK4& frontPanelLink) : link_(&frontPanelLink) {}
 
-    void put_cmd(unsigned char command) override { link->put_cmd(command); }
-    void put_cmd(unsigned short commands) override { link->put_cmd(commands); }
-    void put_cmd(unsigned int commands) override { link->put_cmd(commands); }
-    void put_data(unsigned char data) override { link->put_data(data); }
-    void put_data(unsigned int data) override { link->put_data(data); }
+    void put_cmd(unsigned char command) override { link_->put_cmd(command); }
+    void put_cmd(unsigned short commands) override { link_->put_cmd(commands); }
+    void put_cmd(unsigned int commands) override { link_->put_cmd(commands); }
+    void put_data(unsigned char data) override { link_->put_data(data); }
+    void put_data(unsigned int data) override { link_->put_data(data); }
 
 private:
-    CHfplinkK4* link;
+    CHfplinkK4* link_;
 };
 
 class MyTOD9M0026 final : public CHlinkedOLED<CHTOD9M0026> {

@@ -8,13 +8,13 @@ constexpr unsigned int greyMask = 0xF;
 } // namespace
 
 void CHgenericWriteChanges::attach(CHGenericOLEDController& newController) {
-    controller = &newController;
-    const GRCsize size = controller->displaySize();
-    shadow.assign(static_cast<std::size_t>(size.width * size.height), unknownGrey);
+    controller_ = &newController;
+    const GRCsize size = controller_->displaySize();
+    shadow_.assign(static_cast<std::size_t>(size.width * size.height), unknownGrey);
 }
 
 void CHgenericWriteChanges::transfer(const GRCdisplay& display, const GRCrect& area) {
-    if (!controller || !(display.size() == controller->displaySize())) return;
+    if (!controller_ || !(display.size() == controller_->displaySize())) return;
     const auto [left, top] = area.position;
     for (int y = top; y < top + area.extent.height; ++y)
         transferSpan(display.row(y), y, left, left + area.extent.width);
@@ -22,7 +22,7 @@ void CHgenericWriteChanges::transfer(const GRCdisplay& display, const GRCrect& a
 
 void CHgenericWriteChanges::transferSpan(const unsigned int* row, int y, int left, int right) {
     std::uint8_t* const shown =
-        &shadow[static_cast<std::size_t>(y * controller->displaySize().width)];
+        &shadow_[static_cast<std::size_t>(y * controller_->displaySize().width)];
     int first = -1;
     int last = -1;
     for (int x = left; x < right; ++x) {
@@ -32,5 +32,5 @@ void CHgenericWriteChanges::transferSpan(const unsigned int* row, int y, int lef
         last = x;
         if (first < 0) first = x;
     }
-    if (first >= 0) controller->update(first, y, last - first + 1, 1, row + first);
+    if (first >= 0) controller_->update(first, y, last - first + 1, 1, row + first);
 }

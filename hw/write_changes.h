@@ -1,10 +1,10 @@
 #pragma once
 
-#include <cstdint>
-#include <vector>
-
 #include "grc/hwgeneric.h"
 #include "hw/oled.h"
+
+#include <cstdint>
+#include <vector>
 
 // Copies a display to an OLED controller and sends only what differs from the picture that
 // the controller already shows: for each row one update from the first to the last
@@ -29,8 +29,8 @@ protected:
 private:
     void transferSpan(const unsigned int* row, int y, int left, int right);
 
-    CHGenericOLEDController* controller = nullptr;
+    CHGenericOLEDController* controller_ = nullptr;
 
     // What the controller shows, one byte a pixel.
-    std::vector<std::uint8_t> shadow;
+    std::vector<std::uint8_t> shadow_;
 };

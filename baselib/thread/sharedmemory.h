@@ -17,13 +17,13 @@ public:
 
     // The block, or null when it could not be had: no rights, no memory, a key below 1, or
     // a smaller block is there already.
-    void* memory() const { return address; }
+    void* memory() const { return address_; }
 
 private:
     void open(int key, std::size_t size);
     void remove();
 
-    int block = -1;
-    bool isOwner = false;
-    void* address = nullptr;
+    int block_ = -1;
+    bool isOwner_ = false;
+    void* address_ = nullptr;
 };
