@@ -1,10 +1,11 @@
 # The commands of the README. Each installs what is missing, then builds with a CMake preset.
-.PHONY: run test golden build setup sanitize valgrind coverage fuzz bench format lint clean
+.PHONY: run test golden build setup sanitize valgrind coverage fuzz bench reproducible format lint clean
 
 BUILD := build/release
 RUN_RECORD := build/run
 KEYWORDS ?= run
 PACE ?= max
+CTEST := ctest -j $(shell nproc)
 
 build: setup
 	@cmake --preset release
@@ -25,7 +26,7 @@ run: setup
 	ls $(RUN_RECORD); exit $$status
 
 test: build
-	@ctest --preset release
+	@$(CTEST) --preset release
 
 # Writes the golden records anew: look at the difference before you commit it.
 golden: build
@@ -35,7 +36,7 @@ golden: build
 # Every test again under AddressSanitizer and UBSan (32 bits) and ThreadSanitizer (64 bits).
 sanitize: setup
 	@for preset in asan analysis64; do \
-	    cmake --preset $$preset && cmake --build --preset $$preset && ctest --preset $$preset || exit 1; \
+	    cmake --preset $$preset && cmake --build --preset $$preset && $(CTEST) --preset $$preset || exit 1; \
 	done
 
 valgrind: build
@@ -44,14 +45,18 @@ valgrind: build
 coverage: setup
 	@cmake --preset coverage && cmake --build --preset coverage
 	@find build/coverage -name '*.gcda' -delete # counts of other builds
-	@ctest --preset coverage
+	@$(CTEST) --preset coverage
 	@scripts/coverage
 
 fuzz: setup
-	@cmake --preset fuzz && cmake --build --preset fuzz --target fuzz_targets && ctest --preset fuzz
+	@cmake --preset fuzz && cmake --build --preset fuzz --target fuzz_targets && $(CTEST) --preset fuzz
 
 bench: build
 	@for program in $(BUILD)/*_bench; do $$program; done
+
+# The same sources give the same bytes, wherever they are built.
+reproducible: setup
+	@tests/rules/check_reproducible.sh .
 
 format:
 	@git ls-files '*.cpp' '*.h' | xargs clang-format -i
