@@ -9,10 +9,8 @@ namespace {
 using namespace k4test;
 
 RunResult operate(const std::vector<std::string>& actions,
-                  const std::vector<std::string>& keywords = {"run"},
-                  const std::string& board = "aes") {
+                  const std::vector<std::string>& keywords = {"run"}) {
     RunPlan plan;
-    plan.board = board;
     plan.keywords = keywords;
     plan.scenario = one_a_second(actions);
     plan.limit_s = static_cast<int>(actions.size()) + 8;
@@ -29,16 +27,9 @@ std::vector<int> printed_keys(const RunResult& run) {
     return keys;
 }
 
-class EveryBoard : public testing::TestWithParam<std::string> {};
-
-TEST_P(EveryBoard, ShowsLampTestThenStatusTableThenDark) {
-    const RunResult run = operate({"press 5", "press E", "press E"}, {"run"}, GetParam());
+TEST(Frontpanel, ShowsLampTestThenStatusTableThenDark) {
+    const RunResult run = operate({"press 5", "press E", "press E"});
     EXPECT_EQ(run.status, aborted_status);
-    // The parallel port is looked for where the board engine has nothing.
-    const std::string parallel_text =
-        GetParam() == "engine" ? "CPLDerr: ID=255 VER=255" : "Bit status: ++++++++";
-    const std::string aes_text = GetParam() == "aes" ? "Wait for cable unplugged" : "";
-
     const auto lit = std::find_if(run.pictures.begin(), run.pictures.end(),
                                   [](const Picture& picture) { return all_of_grey(picture, 15); });
     ASSERT_NE(lit, run.pictures.end()) << "no lamp test";
@@ -46,16 +37,14 @@ TEST_P(EveryBoard, ShowsLampTestThenStatusTableThenDark) {
         return !all_of_grey(picture, 15) && !all_of_grey(picture, 0);
     });
     ASSERT_NE(table, run.pictures.end()) << "no status table";
-    EXPECT_TRUE(row_shows(*table, 0, "ParallelPrt", parallel_text));
-    EXPECT_TRUE(row_shows(*table, 1, "Ethernet", "LAN-ok   WAN-ok"));
-    EXPECT_TRUE(row_shows(*table, 2, "Frontpanel", "012346789*#LRKEACDMhH"));
-    EXPECT_TRUE(row_shows(*table, 5, "AES/EBU", aes_text));
+    const char* const texts[] = {"Bit status: ++++++++", "LAN-ok   WAN-ok",
+                                 "012346789*#LRKEACDMhH"};
+    for (int row = 0; row < 3; ++row)
+        EXPECT_TRUE(row_shows(*table, row, row_labels[row], texts[row]));
+    EXPECT_TRUE(row_shows(*table, 5, row_labels[5], "Wait for cable unplugged"));
     EXPECT_TRUE(all_of_grey(run.final_picture, 0)) << as_text(run.final_picture);
     EXPECT_EQ(run.count_events("oled", "protocol-error"), 0);
 }
-
-INSTANTIATE_TEST_SUITE_P(Frontpanel, EveryBoard, testing::Values("aes", "plain", "i2c", "engine"),
-                         [](const auto& case_info) { return case_info.param; });
 
 TEST(Frontpanel, WithoutAnyCpldReportsAndSoundsTheAlarm) {
     RunPlan plan;
@@ -86,24 +75,6 @@ TEST(Frontpanel, TheLampTestHoldsTheDisplayUntilTheFirstKey) {
     ASSERT_NE(drawn, run.events.end());
     EXPECT_GE(drawn->at("t"), 20'000'000);
     EXPECT_LT(drawn->at("t"), 21'600'000);
-}
-
-TEST(Frontpanel, EveryKeyAndKnobOnceReadsOk) {
-    std::vector<std::string> actions;
-    // The first press of 7 is taken for the start key.
-    for (const char key : std::string("7123456789*#0KACDM"))
-        actions.push_back({'p', 'r', 'e', 's', 's', ' ', key});
-    actions.insert(actions.end(), {"turn 1 1", "turn 1 -1", "turn 2 1", "turn 2 -1", "press E",
-                                   "press 5", "press E", "press E"});
-    const RunResult run = operate(actions);
-    EXPECT_EQ(run.status, aborted_status);
-    EXPECT_TRUE(row_shows(run.last_lit(), 2, "Frontpanel", "OK"));
-    // Codes in the order of operation; encoder steps print like keys.
-    EXPECT_EQ(printed_keys(run),
-              (std::vector<int>{1,  2,  3,  4,  5,  6,  7,  8,  9,  10, 11, 0, 14,
-                                16, 17, 18, 19, 13, 12, 21, 20, 15, 5,  15, 15}));
-    // Each accepted press beeps once at 500 Hz for 100 ms.
-    EXPECT_EQ(run.count_events("speaker", "tone"), static_cast<int>(printed_keys(run).size()));
 }
 
 TEST(Frontpanel, ExactlyOnePressOfMOrSevenIsSwallowed) {

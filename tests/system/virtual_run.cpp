@@ -136,7 +136,8 @@ bool RunResult::console_has(std::string_view line) const {
 
 int RunResult::count_events(std::string_view source, std::string_view what) const {
     return static_cast<int>(std::count_if(events.begin(), events.end(), [&](const auto& event) {
-        return event.value("source", "") == source && event.value("event", "") == what;
+        return event.value("source", "") == source &&
+               (what.empty() || event.value("event", "") == what);
     }));
 }
 

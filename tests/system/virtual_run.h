@@ -51,7 +51,8 @@ struct RunResult {
     nlohmann::json report;
 
     bool console_has(std::string_view line) const;
-    int count_events(std::string_view source, std::string_view what) const;
+    // Without a name, all events of the source.
+    int count_events(std::string_view source, std::string_view what = "") const;
     // Virtual time of the last event, in seconds.
     double seconds() const;
     std::string verdict() const;
@@ -66,6 +67,9 @@ constexpr int limit_status = 124;
 
 // A scenario of one action a second, from the third second on: the panel is up and lit by then.
 std::string one_a_second(const std::vector<std::string>& actions);
+
+inline constexpr const char* row_labels[] = {"ParallelPrt", "Ethernet",    "Frontpanel",
+                                             "USB Ports",   "AnalogAudio", "AES/EBU"};
 
 // Whether display row `row` (0..5) of the picture is exactly this label and status.
 testing::AssertionResult row_shows(const Picture& picture, int row, std::string_view label,
