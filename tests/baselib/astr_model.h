@@ -1,39 +1,34 @@
 #pragma once
-// Random changes of a few strings, each done to a std::string as well.
+// Random changes of a few strings and questions to them, each put to a std::string as well.
+
+#include "choices.h"
+#include "latin1_model.h"
 
 #include "baselib/text/astr.h"
+#include "baselib/text/collation.h"
 
-#include <algorithm>
 #include <array>
-#include <string>
 #include <utility>
 
-inline std::string characters(const KLTastrc& text) {
-    return {text.text(), static_cast<std::size_t>(text.length())};
-}
-
-// Next gives the next random number, 0 up to but not including its argument.
-template <class Next>
 class AstrModel {
 public:
-    explicit AstrModel(Next next) : next_(next) {}
+    explicit AstrModel(Choices& choices) : choices_(choices) {}
 
-    // One change of one string. False when a string differs from its counterpart; throws
-    // when a string is inconsistent.
-    bool step() {
-        static constexpr std::array changes = {
-            &AstrModel::assignPart, &AstrModel::assignView, &AstrModel::share,
-            &AstrModel::move,       &AstrModel::append,     &AstrModel::appendOwn,
-            &AstrModel::appendFill, &AstrModel::insert,     &AstrModel::replacePart,
-            &AstrModel::replaceOwn, &AstrModel::replaceOne, &AstrModel::replaceFirst,
-            &AstrModel::replaceAll, &AstrModel::replaceSet, &AstrModel::deletePart,
-            &AstrModel::deleteLast, &AstrModel::changeCase, &AstrModel::reverse,
-            &AstrModel::clean,      &AstrModel::clear,
-        };
-        Pair& pair = any();
-        (this->*changes[number(changes.size())])(pair);
-        if (pair.expected.size() > longest) deleteAll(pair);
-        return std::all_of(pairs_.begin(), pairs_.end(), isSame);
+    // Until the choices end. Throws at the first difference.
+    void run() {
+        static constexpr std::array changes = {&AstrModel::assign,       &AstrModel::move,
+                                               &AstrModel::edit,         &AstrModel::turn,
+                                               &AstrModel::replaceFirst, &AstrModel::replaceAll};
+        while (choices_.left()) {
+            Pair& pair = choices_.of(pairs_);
+            draw(pair.expected);
+            (this->*choices_.of(changes))(pair);
+            for (const Pair& each : pairs_)
+                compare("the text", each.string, each.expected);
+            search(pair, true);
+            search(pair, false);
+            cut(pair);
+        }
     }
 
 private:
@@ -42,195 +37,205 @@ private:
         std::string expected;
     };
 
-    static constexpr std::size_t longest = 400;
+    using Answers = std::initializer_list<std::pair<int, std::size_t>>;
 
-    static bool isSame(const Pair& pair) {
-        pair.string.checkKrnl2(__LINE__);
-        return characters(pair.string) == pair.expected;
-    }
-
-    std::size_t number(std::size_t limit) { return next_(static_cast<unsigned>(limit)); }
-    Pair& any() { return pairs_[number(pairs_.size())]; }
-    char character() { return "abcAB_ /\xE4\xC4\xDF"[number(11)]; }
-
-    // A position or a count, also some outside the text.
-    int place(const Pair& pair) { return static_cast<int>(number(pair.expected.size() + 7)) - 3; }
-
-    std::string word() {
-        std::string result;
-        for (auto count = number(4); count > 0; --count)
-            result += character();
-        return result;
-    }
-
-    static std::size_t inside(int pos, const std::string& text) {
-        return static_cast<std::size_t>(std::clamp(pos, 0, static_cast<int>(text.size())));
-    }
+    static constexpr std::size_t none = std::string::npos;
 
     static std::size_t count(int n) { return static_cast<std::size_t>(std::max(n, 0)); }
 
-    void assignPart(Pair& pair) {
-        const Pair& other = any();
-        const int pos = place(other);
-        const int n = place(other);
-        const std::string part = other.expected.substr(inside(pos, other.expected), count(n));
-        number(2) ? pair.string.assign(other.string, pos, n)
-                  : pair.string.assign(other.string.text(), pos, n);
-        pair.expected = part;
+    static std::size_t within(int pos, const std::string& text) {
+        return std::min(count(pos), text.size());
     }
 
-    void assignView(Pair& pair) {
-        const std::size_t pos = number(pair.expected.size() + 1);
-        pair.string = KLTastrc(pair.string.text() + pos);
-        pair.expected.erase(0, pos);
+    static std::string part(const std::string& text, int pos, int n) {
+        return text.substr(within(pos, text), count(n));
     }
 
-    void share(Pair& pair) {
-        const Pair& other = any();
-        pair.string = other.string;
-        pair.expected = other.expected;
+    static void compare(const char* question, const KLTastr& is, const std::string& expected) {
+        is.checkKrnl2(__LINE__);
+        require(is == expected.c_str(), question + (" is not \"" + expected) + '"');
     }
 
-    void move(Pair& pair) {
-        Pair& other = any();
-        if (&other == &pair) return;
-        pair.string = std::move(other.string);
-        pair.expected = std::exchange(other.expected, {});
+    // Pairs of what the string answered and what is right.
+    static void compare(const std::string& text, Answers answers) {
+        int number = 0;
+        for (const auto& [is, expected] : answers) {
+            const std::string answer = "answer " + std::to_string(++number);
+            require(is == static_cast<int>(expected), answer + " about \"" + text + '"');
+        }
     }
 
-    void append(Pair& pair) {
-        const Pair& other = any();
-        pair.string.append(other.string);
-        pair.expected += std::string(other.expected);
+    // A position or a count, inside the text or somewhat or far outside.
+    int place(const std::string& text) {
+        const int end = static_cast<int>(text.size()) + 4;
+        const int drawn = choices_.between(-4, end);
+        return drawn == -4 ? INT_MIN : drawn == end ? INT_MAX : drawn;
     }
 
-    void appendOwn(Pair& pair) {
-        const std::size_t pos = number(pair.expected.size() + 1);
-        const int n = place(pair);
-        pair.string.append(pair.string.text() + pos, n);
-        pair.expected += pair.expected.substr(pos, count(n));
+    void draw(const std::string& text) {
+        static const std::string characters = "abcAB_ /\xE4\xC4\xDF";
+        pos_ = place(text);
+        n_ = place(text);
+        few_ = choices_.between(-2, 20);
+        c_ = choices_.of(characters);
+        to_ = choices_.below(4) ? choices_.of(characters) : '\0';
+        substitute_ = choices_.text(characters, 3);
+        word_ = choices_.below(2) ? choices_.text(characters, 3) : part(text, pos_, n_);
+        if (choices_.below(2)) word_ = changed(word_, upper);
     }
 
-    void appendFill(Pair& pair) {
-        const char c = character();
-        const int n = static_cast<int>(number(50)) - 2;
-        pair.string.append(c, n);
-        pair.expected.append(count(n), c);
+    // The string; it shares its node now and then.
+    KLTastr& string(Pair& p) {
+        if (choices_.below(2)) pairs_.back() = p;
+        return p.string;
     }
 
-    void insert(Pair& pair) {
-        const char c = character();
-        const int pos = place(pair);
-        const int n = static_cast<int>(number(9)) - 2;
-        pair.string.insert2(pos, c, n);
-        pair.expected.insert(inside(pos, pair.expected), count(n), c);
+    // Does to the other text what was done to the string: another part in place of one.
+    static void follow(const KLTastr&, std::string& text, int pos, int n, const std::string& by) {
+        text.replace(within(pos, text), count(n), by);
     }
 
-    void replacePart(Pair& pair) {
-        const std::string source = number(2) ? word() : any().expected;
-        const int pos = place(pair);
-        const int n = place(pair);
-        pair.string.replace(pos, n, source.c_str());
-        pair.expected.replace(inside(pos, pair.expected), count(n), source);
+    void assign(Pair& p) {
+        const Pair other = choices_.of(pairs_);
+        choices_.below(2) ? p.string.assign(other.string, pos_, n_)
+                          : p.string.assign(other.string.text(), pos_, n_);
+        p.expected = part(other.expected, pos_, n_);
     }
 
-    void replaceOwn(Pair& pair) {
-        const std::size_t from = number(pair.expected.size() + 1);
-        const int pos = place(pair);
-        const int n = place(pair);
-        const std::string source = pair.expected.substr(from);
-        pair.string.replace(pos, n, KLTastrc(pair.string.text() + from));
-        pair.expected.replace(inside(pos, pair.expected), count(n), source);
+    void move(Pair& p) {
+        Pair& other = choices_.of(pairs_);
+        p.string = std::move(other.string);
+        p.expected = std::exchange(other.expected, {});
     }
 
-    void replaceOne(Pair& pair) {
-        const char from = character();
-        const char to = number(4) ? character() : '\0';
-        pair.string.replace(from, to);
-        replaceCharacters(pair.expected, {from}, to);
+    void edit(Pair& p) {
+        KLTastr& s = p.string;
+        std::string& text = p.expected;
+        if (text.size() > 300) follow(few_ > 0 ? s.clr() : s.erase(), text, 0, INT_MAX, "");
+        const std::size_t start = within(pos_, text);
+        follow(string(p).append(s.text() + start, n_), text, INT_MAX, 0, part(text, pos_, n_));
+        follow(string(p).append(word_.c_str()), text, INT_MAX, 0, word_);
+        const std::string fill(count(few_), c_);
+        follow(string(p).append(c_, few_), text, INT_MAX, 0, fill);
+        follow(string(p).insert2(pos_, c_, few_), text, pos_, 0, fill);
+        follow(string(p).replace(pos_, n_, word_.c_str()), text, pos_, n_, word_);
+        const KLTastrc own(s.text() + within(n_, text));
+        follow(string(p).replace(few_, pos_, own), text, few_, pos_, part(text, n_, INT_MAX));
+        follow(string(p).delN(pos_, few_), text, pos_, few_, "");
+        follow(string(p).delRange(few_, n_), text, few_, std::max(n_, 0) - std::max(few_, 0), "");
+        string(p).dellast(n_);
+        text.resize(text.size() - within(n_, text));
     }
 
-    void replaceFirst(Pair& pair) {
-        const std::string from = word();
-        const std::string to = word();
-        const int start = place(pair);
-        const int pos = pair.string.replaceFirst(from.c_str(), to.c_str(), true, start);
-        const std::size_t expected =
-            from.empty() ? std::string::npos : pair.expected.find(from, count(start));
-        if (expected != std::string::npos) pair.expected.replace(expected, from.size(), to);
-        if (pos != static_cast<int>(expected)) pair.expected = "another position";
+    void turn(Pair& p) {
+        few_ % 2 ? string(p).toUpper() : string(p).toLower();
+        p.expected = changed(p.expected, few_ % 2 ? upper : lower);
+        string(p).reverse();
+        std::reverse(p.expected.begin(), p.expected.end());
+        string(p).cleanCopy(few_ < 0 ? INT_MIN : 9 * few_);
     }
 
-    void replaceAll(Pair& pair) {
-        const std::string from = word();
-        const std::string to = word();
-        pair.string.replaceAll(from.c_str(), to.c_str());
-        if (from.empty()) return;
-        for (std::size_t pos = pair.expected.find(from); pos != std::string::npos;
-             pos = pair.expected.find(from, pos + to.size()))
-            pair.expected.replace(pos, from.size(), to);
+    void replaceFirst(Pair& p) {
+        const bool exact = choices_.below(2);
+        const std::size_t found = ranks(p.expected, exact).find(ranks(word_, exact), count(pos_));
+        const int pos = string(p).replaceFirst(word_.c_str(), substitute_.c_str(), exact, pos_);
+        compare(p.expected, {{pos, word_.empty() ? none : found}});
+        if (pos >= 0) p.expected.replace(found, word_.size(), substitute_);
     }
 
-    void replaceSet(Pair& pair) {
-        const bool isOwn = number(3) == 0;
-        const std::string set = isOwn ? pair.expected : word();
-        const char to = number(4) ? character() : '\0';
-        isOwn ? pair.string.replaceAll(KLTastrc(pair.string.text()), to)
-              : pair.string.replaceAll(set.c_str(), to);
-        replaceCharacters(pair.expected, set, to);
+    void replaceAll(Pair& p) {
+        std::string& text = p.expected;
+        const int words = string(p).replaceAll(word_.c_str(), substitute_.c_str());
+        std::size_t replaced = 0;
+        for (std::size_t pos = text.find(word_); pos != none && !word_.empty(); ++replaced) {
+            text.replace(pos, word_.size(), substitute_);
+            pos = text.find(word_, pos + substitute_.size());
+        }
+        compare(text, {{words, replaced}});
+        const KLTastrc set(few_ % 2 ? p.string.text() + text.size() / 2 : word_.c_str());
+        const std::string setText = set.text();
+        const int characters = string(p).replaceAll(set, to_);
+        compare(text, {{characters, replaceCharacters(text, setText, to_)}});
+        string(p).replace(c_, to_);
+        replaceCharacters(text, {c_}, to_);
     }
 
-    static void replaceCharacters(std::string& text, const std::string& set, char to) {
-        const auto isIn = [&set](char c) { return set.find(c) != std::string::npos; };
-        if (to)
-            std::replace_if(text.begin(), text.end(), isIn, to);
-        else
-            std::erase_if(text, isIn);
+    static std::size_t replaceCharacters(std::string& text, const std::string& set, char to) {
+        const auto isIn = [&set](char c) { return set.find(c) != none; };
+        const auto replaced = std::count_if(text.begin(), text.end(), isIn);
+        std::replace_if(text.begin(), text.end(), isIn, to);
+        std::erase(text, '\0');
+        return static_cast<std::size_t>(replaced);
     }
 
-    void deletePart(Pair& pair) {
-        const int pos = place(pair);
-        const int n = place(pair);
-        const bool byRange = number(2) == 0;
-        byRange ? pair.string.delRange(pos, n) : pair.string.delN(pos, n);
-        const std::size_t start = inside(pos, pair.expected);
-        const std::size_t end = inside(n, pair.expected);
-        pair.expected.erase(start, !byRange ? count(n) : end > start ? end - start : 0);
+    // Texts compare as the ranks of their characters do.
+    static std::string ranks(const std::string& text, bool exact) {
+        return changed(exact ? text : changed(text, lower), KLNcollation::rank);
     }
 
-    void deleteLast(Pair& pair) {
-        const int n = place(pair);
-        pair.string.dellast(n);
-        pair.expected.resize(pair.expected.size() - inside(n, pair.expected));
+    static std::size_t order(const std::string& a, const std::string& b) {
+        return static_cast<std::size_t>((a > b) - (a < b));
     }
 
-    static void deleteAll(Pair& pair) {
-        pair.string.dellast(pair.string.length());
-        pair.expected.clear();
+    std::size_t wordIn(const std::string& text, const std::string& ranked,
+                       const std::string& word) const {
+        const auto isLetter = [&text](std::size_t pos) {
+            const char c = pos < text.size() ? text[pos] : ' ';
+            return c == '_' || iswalnum_l(static_cast<unsigned char>(c), unicode());
+        };
+        std::size_t pos = ranked.find(word, count(pos_));
+        while (pos != none && (isLetter(pos - 1) || isLetter(pos + word.size())))
+            pos = ranked.find(word, pos + 1);
+        return word.empty() ? none : pos;
     }
 
-    void changeCase(Pair& pair) {
-        static const std::string upper = "ABC\xC4";
-        static const std::string lower = "abc\xE4";
-        const bool toUpper = number(2) == 0;
-        toUpper ? pair.string.toUpper() : pair.string.toLower();
-        for (std::size_t i = 0; i < upper.size(); ++i)
-            replaceCharacters(pair.expected, {toUpper ? lower[i] : upper[i]},
-                              toUpper ? upper[i] : lower[i]);
+    void search(const Pair& p, bool exact) const {
+        const KLTastr& s = p.string;
+        const KLTastrc w(word_.c_str());
+        const std::string text = ranks(p.expected, exact);
+        const std::string word = ranks(word_, exact);
+        const std::size_t last = pos_ < 0 ? none : text.rfind(word, count(pos_));
+        const auto same = std::mismatch(text.begin(), text.end(), word.begin(), word.end()).first;
+        const auto common = static_cast<std::size_t>(same - text.begin());
+        const std::size_t partial = order(part(text, 0, n_), part(word, 0, n_));
+        compare(p.expected, {{s.findStr(w, exact, pos_), text.find(word, count(pos_))},
+                             {s.findRev(w, exact, pos_), last},
+                             {s.findWord(w, exact, pos_), wordIn(p.expected, text, word)},
+                             {s.compare(w, exact), order(text, word)},
+                             {s.compareLeft(w, n_, exact), partial},
+                             {s.matchLeft(w, exact), text.starts_with(word)},
+                             {s.matchRight(w, exact), text.ends_with(word)},
+                             {s.findDiffPos(w, exact), text == word ? none : common}});
     }
 
-    void reverse(Pair& pair) {
-        pair.string.reverse();
-        std::reverse(pair.expected.begin(), pair.expected.end());
+    void cut(const Pair& p) const {
+        const KLTastr& s = p.string;
+        const KLTastrc set(word_.c_str());
+        const std::string& text = p.expected;
+        const std::size_t start = within(pos_, text);
+        const std::size_t first = text.find_first_of(word_, start);
+        const std::size_t firstOther = text.find_first_not_of(word_, start);
+        const std::size_t last = pos_ < 0 ? none : text.find_last_of(word_, start);
+        const std::size_t lastOther = pos_ < 0 ? none : text.find_last_not_of(word_, start);
+        const bool isInside = pos_ >= 0 && start < text.size();
+        compare(text, {{s.findChr(set, pos_), first},
+                       {s.findChrOther(set, pos_), firstOther},
+                       {s.findChrRev(set, pos_), last},
+                       {s.findChrOtherRev(set, pos_), lastOther},
+                       {s.into(pos_), isInside ? text[start] & 0xFFU : 0},
+                       {s == set, text == word_}});
+        std::string filled = part(text, pos_, few_);
+        filled.resize(count(few_), ' ');
+        compare("substrN", s.substrN(pos_, few_), filled);
+        compare("substr", s.substr(pos_, n_), part(text, pos_, n_));
+        compare("left", s.left(n_), part(text, 0, n_));
+        compare("right", s.right(n_), text.substr(text.size() - within(n_, text)));
+        compare("getUpTo", s.getUpTo(set, pos_), text.substr(start, first - start));
     }
 
-    void clean(Pair& pair) { pair.string.cleanCopy(place(pair) * 2); }
-
-    void clear(Pair& pair) {
-        number(2) ? pair.string.clr() : pair.string.erase();
-        pair.expected.clear();
-    }
-
-    Next next_;
+    Choices& choices_;
     std::array<Pair, 3> pairs_;
+    int pos_ = 0, n_ = 0, few_ = 0;
+    char c_ = 0, to_ = 0;
+    std::string word_, substitute_;
 };
