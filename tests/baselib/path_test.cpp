@@ -1,57 +1,42 @@
 #include "baselib/text/astr.h"
 
+#include <algorithm>
+#include <filesystem>
 #include <gtest/gtest.h>
+#include <regex>
 
-TEST(Path, HasFourParts) {
-    const struct {
-        const char* text;
-        const char* dir;
-        const char* path;
-        const char* name;
-        const char* bareName;
-        const char* extension;
-    } rows[] = {
-        {"/usr/lib/a.tar.gz", "/usr/lib", "/usr/lib/", "a.tar.gz", "a.tar", "gz"},
-        {"a.so", "", "", "a.so", "a", "so"},
-        {"a", "", "", "a", "a", ""},
-        {"", "", "", "", "", ""},
-        {"/", "/", "/", "", "", ""},
-        {"//a", "/", "//", "a", "a", ""},
-        {"lib//a", "lib", "lib//", "a", "a", ""},
-        {"lib/", "lib", "lib/", "", "", ""},
-        {"/etc/.profile.bak", "/etc", "/etc/", ".profile.bak", ".profile", "bak"},
-        {"/etc/rc.d/file", "/etc/rc.d", "/etc/rc.d/", "file", "file", ""},
-        {"a.", "", "", "a.", "a", ""},
-        {"..", "", "", "..", ".", ""},
-    };
-    for (const auto& row : rows) {
-        const KLTastrc text(row.text);
-        EXPECT_STREQ(text.pathGetDir().text(), row.dir) << row.text;
-        EXPECT_STREQ(text.pathGetPath().text(), row.path) << row.text;
-        EXPECT_STREQ(text.pathGetName().text(), row.name) << row.text;
-        EXPECT_STREQ(text.pathGetName(false).text(), row.bareName) << row.text;
-        EXPECT_STREQ(text.pathGetExt().text(), row.extension) << row.text;
-    }
+namespace {
+
+std::string withoutEnd(const std::string& path) {
+    return std::regex_replace(path, std::regex("(.)/+$"), "$1");
 }
 
-TEST(Path, GetsAndLosesDelimiters) {
-    const struct {
-        const char* text;
-        const char* added;
-        const char* removed;
-        const char* corrected;
-    } rows[] = {
-        {"", "", "", ""},         {"/", "/", "/", "/"},
-        {"///", "///", "/", "/"}, {"a", "a/", "a", "a"},
-        {"a/", "a/", "a", "a/"},  {"a\\b\\/c//d///", "a\\b\\/c//d///", "a\\b\\/c//d", "a/b/c/d/"},
-        {"\\", "\\/", "\\", "/"},
-    };
-    for (const auto& row : rows) {
-        EXPECT_STREQ(KLTastr(row.text).pathAddDelim().text(), row.added) << row.text;
-        EXPECT_STREQ(KLTastr(row.text).pathRemDelim().text(), row.removed) << row.text;
-        EXPECT_STREQ(KLTastr(row.text).pathCorrDelim().text(), row.corrected) << row.text;
-    }
+// A path and all longer ones.
+void comparePaths(const std::string& text, int longest) {
+    SCOPED_TRACE(text);
+    const KLTastrc path(text.c_str());
+    const std::filesystem::path expected(text);
+    const std::string name = expected.filename();
+    const std::string directory = text.substr(0, text.size() - name.size());
+    EXPECT_EQ(path.pathGetName(), name.c_str());
+    EXPECT_EQ(path.pathGetPath(), directory.c_str());
+    EXPECT_EQ(path.pathGetDir(), withoutEnd(directory).c_str());
+    // Only for us the second "." begins an (empty) extension.
+    EXPECT_EQ(path.pathGetName(false), name == ".." ? "." : expected.stem().c_str());
+    EXPECT_EQ(KLTastr(".").append(path.pathGetExt()),
+              expected.has_extension() ? expected.extension().c_str() : ".");
+    const std::string added = std::regex_replace(text, std::regex("([^/])$"), "$1/");
+    EXPECT_EQ(KLTastr(path).pathAddDelim(), added.c_str());
+    EXPECT_EQ(KLTastr(path).pathRemDelim(), withoutEnd(text).c_str());
+    const std::string corrected = std::regex_replace(text, std::regex(R"([/\\]+)"), "/");
+    EXPECT_EQ(KLTastr(path).pathCorrDelim(), corrected.c_str());
+    for (const char c : {'a', '.', '/', '\\'})
+        if (longest > 0) comparePaths(text + c, longest - 1);
 }
+
+} // namespace
+
+TEST(Path, IsTakenApartAsByStdFilesystem) { comparePaths("", 5); }
 
 TEST(Path, ComparesDirectories) {
     EXPECT_EQ(KLTastrc("/etc/a").pathCompDir("/etc//b"), 0);

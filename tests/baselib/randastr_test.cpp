@@ -7,62 +7,32 @@
 #include <map>
 #include <string>
 
-namespace {
-
-constexpr const char* digits = "0123456789";
-
-std::string draw(KLTrandastr& texts, int lengthMin, int lengthMax) {
-    const KLTastr text = texts.text(lengthMin, lengthMax);
-    return {text.text(), static_cast<size_t>(text.length())};
-}
-
-// How far the counts are from being even, in standard deviations of the chi-square sum.
-template <class Key>
-double unevenness(const std::map<Key, int>& counts, std::size_t expectedKeys) {
-    if (counts.size() != expectedKeys) return INFINITY;
-    double total = 0;
-    for (const auto& [key, count] : counts)
-        total += count;
-    const double expected = total / static_cast<double>(counts.size());
-    double sum = 0;
-    for (const auto& [key, count] : counts)
-        sum += (count - expected) * (count - expected) / expected;
-    const double freedom = static_cast<double>(counts.size()) - 1;
-    return (sum - freedom) / std::sqrt(2 * freedom);
-}
-
-TEST(Randastr, LengthsAndPairsOfCharactersAreEven) {
-    constexpr double tolerance = 6;
-    KLTrandastr texts{KLTastr(digits)};
-    std::map<std::size_t, int> lengths;
-    std::map<std::string, int> pairs;
-    for (int i = 0; i < 20'000; ++i) {
-        const std::string text = draw(texts, 50, 100);
-        ++lengths[text.size()];
-        for (std::size_t at = 0; at + 1 < text.size(); at += 2)
-            ++pairs[text.substr(at, 2)];
+TEST(Randastr, DrawsLengthsAndPairsOfCharactersEvenly) {
+    KLTrandastr texts{KLTastr("0123456789")};
+    std::map<std::string, int> counts;
+    for (int i = 0; i < 100'000; ++i) {
+        const std::string text = texts.text(2, 9).text();
+        ++counts["length " + std::to_string(text.size())];
+        ++counts[text.substr(0, 2)];
     }
-    EXPECT_EQ(lengths.begin()->first, 50U);
-    EXPECT_EQ(lengths.rbegin()->first, 100U);
-    EXPECT_LT(unevenness(lengths, 51), tolerance);
-    EXPECT_LT(unevenness(pairs, 100), tolerance);
+    EXPECT_EQ(counts.size(), 8U + 100U);
+    EXPECT_TRUE(counts.contains("length 2") && counts.contains("length 9"));
+    for (const auto& [key, count] : counts) {
+        const double expected = key.starts_with("length") ? 12500 : 1000;
+        EXPECT_NEAR(count, expected, 6 * std::sqrt(expected)) << key; // six standard deviations
+    }
 }
 
-TEST(Randastr, BoundsOfTheLength) {
+TEST(Randastr, CutsTheBoundsOfTheLength) {
     KLTrandastr texts{KLTastr("b")};
-    EXPECT_EQ(draw(texts, 3, 3), "bbb");
-    EXPECT_EQ(draw(texts, 3, 1), "bbb");
-    EXPECT_EQ(draw(texts, -5, -1), "");
-    EXPECT_EQ(draw(texts, 0, 0), "");
-    KLTrandastr none{KLTastr()};
-    EXPECT_EQ(draw(none, 5, 10), "");
+    EXPECT_EQ(texts.text(3, 3), "bbb");
+    EXPECT_EQ(texts.text(3, 1), "bbb");
+    EXPECT_EQ(texts.text(-5, -1), "");
+    EXPECT_EQ(KLTrandastr{KLTastr()}.text(5, 10), "");
 }
 
-TEST(Randastr, NextRunGetsOtherTexts) {
-    KLTrandastr first{KLTastr(digits)};
+TEST(Randastr, DrawsOtherTextsInTheNextRun) {
+    const KLTastr first = KLTrandastr{KLTastr("0123456789")}.text(100, 100);
     KLFdelay(1'000'000);
-    KLTrandastr second{KLTastr(digits)};
-    EXPECT_NE(draw(first, 100, 100), draw(second, 100, 100));
+    EXPECT_FALSE(first == KLTrandastr{KLTastr("0123456789")}.text(100, 100));
 }
-
-} // namespace
