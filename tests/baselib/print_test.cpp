@@ -2,32 +2,18 @@
 
 #include "baselib/print/nstream.h"
 #include "print_model.h"
-#include "recording_sink.h"
 
+#include <array>
+#include <bit>
 #include <climits>
 #include <gtest/gtest.h>
 #include <limits>
-#include <string>
+#include <random>
 #include <utility>
-#include <vector>
 
 namespace {
 
-std::vector<Integer> integers() {
-    std::vector<Integer> all;
-    for (const int size : {1, 2, 4, 8}) {
-        const auto ones = ~0ULL >> (64 - size * 8);
-        const auto top = static_cast<long long>(ones >> 1);
-        for (const long long value : {0LL, 5LL, 99LL, top})
-            for (const bool isSigned : {false, true})
-                all.push_back({value, size, isSigned});
-        for (const long long value : {-1LL, -42LL, -top - 1})
-            all.push_back({value, size, true});
-        all.push_back({static_cast<long long>(ones), size, false});
-        all.push_back({static_cast<long long>(ones ^ 0x55), size, false});
-    }
-    return all;
-}
+using namespace KLNstream;
 
 class Print : public testing::Test {
 protected:
@@ -37,189 +23,126 @@ protected:
     KLTprint print{sink};
 };
 
-// Checks one formatting for all integers and widths.
-void compareIntegers(KLTprtFlags flags) {
-    static const std::vector<Integer> all = integers();
-    RecordingSink sink;
-    KLTprint print(sink);
-    for (const Integer& integer : all) {
-        const std::string number = numberByPrintf(integer, flags);
-        for (int width = -25; width <= 25; ++width) {
-            flags.width = static_cast<int16_t>(width);
-            print << flags;
-            print.prtint(integer.value, integer.size, integer.isSigned);
-            ASSERT_EQ(sink.take(), padded(number, width, flags.paddingchar))
-                << integer.value << " size " << integer.size << " width " << width << " numwidth "
-                << flags.numwidth << " base " << flags.base;
-        }
+TEST_F(Print, NumbersOfAnyFormattingAsByPrintf) {
+    constexpr double infinity = std::numeric_limits<double>::infinity();
+    constexpr double edges[] = {0.0, -0.0, 0.5, -1.5, 1234567.0, infinity, -infinity, 1.7e308};
+    std::mt19937_64 random(20190304);
+    for (int i = 0; i < 100'000; ++i) {
+        auto c = std::bit_cast<PrintCase>(std::array{random(), random(), random()});
+        const auto bits = static_cast<int>(random() % 64);
+        if (i % 3 == 1) c.integer >>= bits;
+        if (i % 3 == 2) c.integer = static_cast<std::int64_t>((1ULL << bits) + random() % 5 - 2);
+        if (i % 4 == 1) c.number = static_cast<double>(c.integer) / 1000;
+        if (i % 4 == 2) c.number = edges[random() % std::size(edges)];
+        ASSERT_EQ(printed(c), printed_by_printf(c));
     }
 }
 
-TEST_F(Print, IntegersAsByPrintf) {
-    KLTprtFlags flags;
-    for (const uint16_t base : {0, 2, 8, 10, 16})
-        for (const char addNneg : {'\0', '+', ' '})
-            for (const bool upper : {false, true})
-                for (int numwidth = 0; numwidth <= 12; ++numwidth) {
-                    flags.base = base;
-                    flags.paddingchar = numwidth % 2 ? ' ' : '*';
-                    flags.addNneg = addNneg;
-                    flags.upper = upper;
-                    flags.numwidth = static_cast<int16_t>(numwidth);
-                    ASSERT_NO_FATAL_FAILURE(compareIntegers(flags));
-                }
-}
-
 TEST_F(Print, EveryTypePrintsByItsOwnSize) {
-    using KLNstream::hex;
     print << hex << -1 << ' ' << hex << -1L << ' ' << hex << -1LL << ' ' << INT_MIN << ' '
           << LONG_MIN << ' ' << LLONG_MIN << ' ' << UINT_MAX << ' ' << ULONG_MAX << ' '
           << ULLONG_MAX << ' ' << static_cast<unsigned char>('A') << 'A';
     EXPECT_EQ(taken(), formatted("%x %lx %llx %d %ld %lld %u %lu %llu 65A", -1, -1L, -1LL, INT_MIN,
                                  LONG_MIN, LLONG_MIN, UINT_MAX, ULONG_MAX, ULLONG_MAX));
-}
-
-// Sizes between the types' own: only in a base are values cut.
-TEST_F(Print, OddSizesMask) {
-    print.hexadec();
-    print.prtint(-1, 3, true);
-    print.prtint(-1, 3, false);
-    print.prtint(-1, 3, true);
-    EXPECT_EQ(taken(), "ffffff16777215-1");
     for (const int size : {-1, 0, 9})
-        EXPECT_DEATH(print.prtint(1, size, true),
-                     "KELlib-Error integer of no size in module print");
+        EXPECT_EXIT(print.prtint(1, size, true), testing::KilledBySignal(SIGABRT),
+                    "^KELlib-Error integer of no size in module print, line [0-9]+ "
+                    "\\(1..8 bytes\\)\n$");
 }
 
-TEST_F(Print, PaddingBeyondAChunk) {
-    for (const int width : {39, 40, 41, 80, 81, 500, -40, -41, -500}) {
-        print.width(width);
-        print << 7;
-        EXPECT_EQ(taken(), formatted("%*d", width, 7));
+TEST_F(Print, ManipulatorsOfIntegers) {
+    print << hex << 171 << ' ' << hex2 << 10 << ' ' << hex4 << 10 << ' ' << hex6 << 10 << ' '
+          << hex8 << 10 << ' ' << hex12 << 10 << ' ' << hex16 << 10;
+    EXPECT_EQ(taken(),
+              formatted("%x %02x %04x %06x %08x %012x %016x", 171, 10, 10, 10, 10, 10, 10));
+    print << Hex << 171 << ' ' << Hex2 << 10 << ' ' << Hex4 << 10 << ' ' << Hex6 << 10 << ' '
+          << Hex8 << 10 << ' ' << Hex12 << 10 << ' ' << Hex16 << 10;
+    EXPECT_EQ(taken(),
+              formatted("%X %02X %04X %06X %08X %012X %016X", 171, 10, 10, 10, 10, 10, 10));
+    print << oct << 8 << ' ' << octa(4) << 8 << ' ' << hexa(3) << 171 << ' ' << Hexa(3) << 171
+          << ' ' << hex << dec << 10 << ' ' << deca(4) << -1 << ' ' << plus << 7 << ' ' << plus << 0
+          << ' ' << plus << -7 << ' ' << pspc << 7;
+    EXPECT_EQ(taken(), formatted("%o %04o %03x %03X %d %04d %+d %+d %+d % d", 8, 8, 171, 171, 10,
+                                 -1, 7, 0, -7, 7));
+    print << bin << 5 << ' ' << bina(8) << 5 << ' ' << hex << rep(3, '=') << rep(-1, '?') << 255;
+    EXPECT_EQ(taken(), "101 00000101 ===ff");
+    for (const int characters : {5, -5, 39, 40, 41, 80, 81, -500}) {
+        print << width(characters) << 7 << width(characters, '*') << 7;
+        EXPECT_EQ(taken(), in_field("7", characters, ' ') + in_field("7", characters, '*'));
     }
-    print.numwidth(100);
-    print << -7;
-    EXPECT_EQ(taken(), formatted("%.*d", 99, -7));
 }
 
-TEST_F(Print, TextsOfAnyKindInFields) {
-    for (int width = -25; width <= 25; ++width)
-        for (const char* text : {"x", "front panel", "longer than any field here"}) {
-            print << KLNstream::width(width, '_') << text;
-            print << KLNstream::width(width, '_') << KLTastr(text);
-            print << KLNstream::width(width, '_') << 'c';
-            print << KLNstream::width(width, '_') << true << false;
-            const std::string field = padded(text, width, '_');
-            EXPECT_EQ(taken(),
-                      field + field + padded("c", width, '_') + padded("1", width, '_') + "0");
+TEST_F(Print, ManipulatorsOfDoubles) {
+    constexpr double pi = 3.14159;
+    print << pi << ' ' << dbl(2, 'f', ',') << pi << ' ' << dbl(2) << pi << ' ' << dblw(8, 3, 'f')
+          << pi << dblw(5, 1) << pi << ' ' << dbl(1, 'e', ',') << dblw(-5, 1, 'f') << 0.5;
+    EXPECT_EQ(taken(), formatted("%g 3,14 %.2g %8.3f%5.1g %-5.1f", pi, pi, pi, pi, 0.5));
+    // A letter that is none of a double never reaches printf.
+    for (const char letter : {'s', 'n', 'd', 'p', '%', '\0'})
+        print << dbl(6, letter) << 0.25;
+    EXPECT_EQ(taken(), "0.250.250.250.250.250.25");
+}
+
+TEST_F(Print, LineEndsLocksAndFlushes) {
+    print << cr;
+    print.setCR("|");
+    print << cr << crlf << crf << crd << crfld << lock << done << fl << flush;
+    EXPECT_EQ(taken(), "\n|\r\n|F|>|F><>fF");
+    print.setCR(nullptr);
+    print << cr;
+    print.setCR("#");
+    print.init();
+    print << cr;
+    EXPECT_EQ(taken(), "\n\n");
+}
+
+TEST_F(Print, EveryKindOfItemHasItsFieldAndTakesTheFormattingWithIt) {
+    const std::pair<const char*, void (*)(KLTprint&)> items[] = {
+        {"1", [](KLTprint& p) { p << 1; }},
+        {"1", [](KLTprint& p) { p << 1.0; }},
+        {"a longer text", [](KLTprint& p) { p << "a longer text"; }},
+        {"string", [](KLTprint& p) { p << KLTastr("string"); }},
+        {"view", [](KLTprint& p) { p << KLTastrc("view"); }},
+        {"(null)", [](KLTprint& p) { p << static_cast<const char*>(nullptr); }},
+        {"c", [](KLTprint& p) { p << 'c'; }},
+        {"1", [](KLTprint& p) { p << true; }},
+        {"0", [](KLTprint& p) { p << false; }},
+        {"bf00a0", [](KLTprint& p) { p << reinterpret_cast<const void*>(0xbf00a0); }},
+    };
+    for (const auto& [text, item] : items)
+        for (const int characters : {-25, -7, 0, 1, 2, 3, 7, 25}) {
+            print << width(characters, '*') << hex;
+            item(print);
+            print << 10;
+            const std::string field = in_field(text, characters, '*');
+            EXPECT_EQ(taken(), field + "10");
+            print << pers << width(characters, '*') << hex;
+            item(print);
+            print << 10 << norm << 10;
+            EXPECT_EQ(taken(), field + in_field("a", characters, '*') + "10");
         }
-    const char* const none = nullptr;
-    print << KLTastrc("view") << KLNstream::width(8, ' ') << none << none;
-    EXPECT_EQ(taken(), "view  (null)(null)");
 }
 
 TEST_F(Print, PointersAreHexadecimalInAnyBase) {
-    const void* pointer = reinterpret_cast<const void*>(uintptr_t{0xbf00a0});
-    print << pointer << ' ' << KLNstream::Hex8 << pointer << ' ';
-    print << KLNstream::pers << KLNstream::oct << pointer << ' ' << 8;
-    print << KLNstream::norm << static_cast<const void*>(nullptr);
-    EXPECT_EQ(taken(), "bf00a0 00BF00A0 bf00a0 100");
-}
-
-void compareDoubles(KLTprtFlags flags) {
-    using Limits = std::numeric_limits<double>;
-    RecordingSink sink;
-    KLTprint print(sink);
-    for (const double value :
-         {0.0, -0.0, 0.5, 1.0, -1.5, 3.14159, 1234567.0, 1e-7, -6.02e23, Limits::max(),
-          Limits::lowest(), Limits::denorm_min(), Limits::infinity(), -Limits::infinity()})
-        for (const int width : {-360, -25, -9, -1, 0, 1, 8, 25, 360}) {
-            flags.width = static_cast<int16_t>(width);
-            print << flags << value;
-            ASSERT_EQ(sink.take(), doubleByPrintf(value, flags))
-                << value << " width " << width << " precision " << flags.dblPrecision;
-        }
-}
-
-TEST_F(Print, DoublesAsByPrintf) {
-    KLTprtFlags flags;
-    flags.numwidth = 30; // plays no part
-    for (const char format : {'e', 'E', 'f', 'F', 'g', 'G', 'a', 'A'})
-        for (int precision = -2; precision <= 32; ++precision)
-            for (const char addNneg : {'\0', '+', ' '}) {
-                flags.dblFormat = format;
-                flags.dblPrecision = precision;
-                flags.dblPoint = precision % 2 ? ',' : '.';
-                flags.addNneg = addNneg;
-                flags.paddingchar = addNneg == 0 ? '#' : ' ';
-                ASSERT_NO_FATAL_FAILURE(compareDoubles(flags));
-            }
-}
-
-// A letter that is none of a double never reaches printf.
-TEST_F(Print, DoublesAreGByDefaultAndByOtherLetters) {
-    print << 0.5 << ' ' << 1234567.0;
-    EXPECT_EQ(taken(), "0.5 1.23457e+06");
-    for (const char letter : {'s', 'n', 'd', 'p', '%', '\0'}) {
-        print.dblfmt(6, letter, '.');
-        print << 0.25;
-        EXPECT_EQ(taken(), "0.25");
-    }
-}
-
-// Every kind of item behind one that was formatted prints by defaults again.
-TEST_F(Print, FormattingIsGoneBehindAnItem) {
-    const std::vector<std::pair<const char*, void (*)(KLTprint&)>> items = {
-        {"integer", [](KLTprint& p) { p << 1; }},
-        {"double", [](KLTprint& p) { p << 1.0; }},
-        {"text", [](KLTprint& p) { p << "1"; }},
-        {"string", [](KLTprint& p) { p << KLTastr("1"); }},
-        {"character", [](KLTprint& p) { p << '1'; }},
-        {"bool", [](KLTprint& p) { p << true; }},
-        {"pointer", [](KLTprint& p) { p << reinterpret_cast<const void*>(1); }},
-    };
-    for (const auto& [name, item] : items) {
-        print << KLNstream::width(3, '*') << KLNstream::hex;
-        item(print);
-        print << 10;
-        EXPECT_EQ(taken(), "**110") << name;
-        print << KLNstream::pers << KLNstream::width(3, '*') << KLNstream::hex;
-        item(print);
-        print << 10 << KLNstream::norm << 10;
-        EXPECT_EQ(taken(), "**1**a10") << name;
-    }
+    const void* pointer = reinterpret_cast<const void*>(0xbf00a0);
+    print << oct << pointer << ' ' << Hex8 << pointer << ' ' << pers << oct << pointer << ' ' << 8;
+    EXPECT_EQ(taken(), "bf00a0 00BF00A0 bf00a0 10");
 }
 
 TEST_F(Print, EmptyTextLeavesFormattingToTheNextItem) {
-    print << KLNstream::hex4 << "" << KLTastr() << 255 << ' ' << 255;
-    EXPECT_EQ(taken(), "00ff 255");
-    print << KLNstream::hex4 << KLNstream::width(2, '-') << "" << 255;
-    EXPECT_EQ(taken(), "--255");
+    print << hex4 << "" << KLTastr() << 255 << ' ' << 255;
+    print << ' ' << hex4 << width(2, '-') << "" << 255;
+    EXPECT_EQ(taken(), "00ff 255 --255");
 }
 
 TEST_F(Print, EndOfPersistenceLeavesTheFlagsToTheNextItem) {
-    print.persistent(true);
-    print.width(9);
-    print << 1;
+    print << pers << width(3, '.') << 1;
     print.persistent(false);
-    EXPECT_EQ(print.flags().width, 9);
-    print.nextflags();
-    EXPECT_EQ(print.flags().width, 0);
+    print << 2 << 3;
+    EXPECT_EQ(taken(), "..1..23");
     print.uflags(0xF0F0);
     print.uflags(0x05, 0xFF);
     EXPECT_EQ(print.flags().uflags_, 0xF005U) << "changes within a mask";
-}
-
-TEST_F(Print, LineEndIsTheCallers) {
-    print << KLNstream::cr;
-    print.setCR("|");
-    print << KLNstream::cr << KLNstream::crlf;
-    print.setCR(nullptr);
-    print.printCR();
-    print.setCR("#");
-    print.init();
-    print.printCR();
-    EXPECT_EQ(taken(), "\n|\r\n\n\n");
 }
 
 TEST_F(Print, OutputMoves) {
@@ -229,22 +152,24 @@ TEST_F(Print, OutputMoves) {
     print << "b";
     print.output(nullptr);
     print << "c";
-    EXPECT_EQ(&print.output(), KLTout::null());
+    EXPECT_EQ(&print.output(), &devNull);
     EXPECT_EQ(taken(), "a");
     EXPECT_EQ(other.take(), "b");
     EXPECT_EQ(&KLTprint().output(), &devNull);
 }
 
-TEST(Sink, BaseOperationsWriteByCharacters) {
+TEST(Sink, BaseOperationsWriteByCharactersAndRefuseNoData) {
     RecordingSink sink;
     EXPECT_EQ(sink.oblock("a\0b", 3), 0);
     EXPECT_EQ(sink.ostring("xyz"), 0);
     EXPECT_EQ(sink.ostring(""), 0);
-    EXPECT_EQ(sink.oblock(nullptr, 1), -6848);
-    EXPECT_EQ(sink.oblock("a", 0), -6848);
-    EXPECT_EQ(sink.oblock("a", -1), -6848);
     EXPECT_EQ(sink.ostring(nullptr), -6848);
-    EXPECT_EQ(sink.take(), std::string("a\0bxyz", 6));
+    for (KLTout* out : {static_cast<KLTout*>(&sink), KLTout::null()}) {
+        EXPECT_EQ(out->oblock(nullptr, 1), -6848);
+        EXPECT_EQ(out->oblock("a", 0), -6848);
+        EXPECT_EQ(out->oblock("a", 1), 0);
+    }
+    EXPECT_EQ(sink.take(), std::string("a\0bxyza", 7));
 }
 
 } // namespace

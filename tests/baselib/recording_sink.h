@@ -6,23 +6,29 @@
 #include <string>
 #include <utility>
 
+// Also writes when it was locked and flushed: "<", ">" for the lock, "f", "F" for a flush of the
+// sink and of all. Several may write into one record, each under its name.
 class RecordingSink : public KLTout {
 public:
-    int ochar(int c) override {
-        text += static_cast<char>(c);
+    RecordingSink() = default;
+    RecordingSink(std::string& record, std::string name)
+        : record_(record), name_(std::move(name)) {}
+
+    void olock() override { write('<'); }
+    void orelease() override { write('>'); }
+    int ochar(int c) override { return write(static_cast<char>(c)); }
+    void oflush(bool all) override { write(all ? 'F' : 'f'); }
+    int ofull() override { return 1; }
+
+    std::string take() { return std::exchange(record_, {}); }
+
+private:
+    int write(char c) {
+        record_ += name_ + c;
         return 1;
     }
-    int ofull() override { return 0; }
-    std::string take() { return std::exchange(text, {}); }
 
-    std::string text;
-};
-
-// Also tells when it was flushed and locked: "<", ">" for the lock, "f", "F" for a flush of
-// the sink and of all.
-class TracingSink : public RecordingSink {
-public:
-    void olock() override { text += '<'; }
-    void orelease() override { text += '>'; }
-    void oflush(bool all) override { text += all ? 'F' : 'f'; }
+    std::string own_;
+    std::string& record_ = own_;
+    std::string name_;
 };
