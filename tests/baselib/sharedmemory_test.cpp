@@ -1,23 +1,18 @@
 #include "baselib/thread/sharedmemory.h"
 
 #include <algorithm>
-#include <sys/ipc.h>
+#include <gtest/gtest.h>
 #include <sys/shm.h>
 #include <unistd.h>
 
-#include <gtest/gtest.h>
-
 namespace {
 
-// A key that no other process is likely to use.
-int testKey() { return 0x4B340000 | (getpid() & 0xFFFF); }
-
-bool exists(int key) { return shmget(key, 0, 0) >= 0; }
-
-} // namespace
-
-TEST(KLTsharedMemory, TwoObjectsShareOneZeroedBlock) {
-    const int key = testKey();
+TEST(KLTsharedMemory, TwoObjectsShareOneZeroedBlockThatItsCreatorRemoves) {
+    const int key = 0x4B340000 | (getpid() & 0xFFFF); // likely of no other process
+    const auto exists = [key] { return shmget(key, 0, 0) >= 0; };
+    for (const int refused : {0, -1})
+        EXPECT_EQ(KLTsharedMemory(refused, 1000).memory(), nullptr);
+    EXPECT_EQ(KLTsharedMemory(key, 0).memory(), nullptr);
     {
         KLTsharedMemory creator(key, 1000);
         ASSERT_NE(creator.memory(), nullptr);
@@ -30,18 +25,10 @@ TEST(KLTsharedMemory, TwoObjectsShareOneZeroedBlock) {
             first[999] = 77;
             EXPECT_EQ(static_cast<unsigned char*>(user.memory())[999], 77);
         }
-        EXPECT_TRUE(exists(key)) << "a user does not remove the block";
+        EXPECT_EQ(KLTsharedMemory(key, 1 << 20).memory(), nullptr) << "the block is too small";
+        EXPECT_TRUE(exists()) << "a user does not remove it";
     }
-    EXPECT_FALSE(exists(key)) << "its creator does";
+    EXPECT_FALSE(exists());
 }
 
-TEST(KLTsharedMemory, YieldsNothingWhereNothingCanBeHad) {
-    const int key = testKey();
-    EXPECT_EQ(KLTsharedMemory(0, 1000).memory(), nullptr);
-    EXPECT_EQ(KLTsharedMemory(-1, 1000).memory(), nullptr);
-    EXPECT_EQ(KLTsharedMemory(key, 0).memory(), nullptr);
-    const KLTsharedMemory small(key, 1000);
-    ASSERT_NE(small.memory(), nullptr);
-    EXPECT_EQ(KLTsharedMemory(key, 1 << 20).memory(), nullptr) << "the block there is too small";
-    EXPECT_TRUE(exists(key));
-}
+} // namespace
