@@ -1,6 +1,7 @@
 #include "baselib/time/clock.h"
 
 #include "baselib/thread/thread.h"
+#include "baselib/time/timer.h"
 
 #include <atomic>
 #include <climits>
@@ -14,69 +15,104 @@
 namespace {
 
 constexpr long long tick_us = 10'000;
-constexpr long ticksPerSecond = 100;
+constexpr long ticks_per_second = 100;
 
-// The raw counts that times() returns, one after the other; the last one stays.
-std::vector<int> rawTicks{0};
-std::atomic<unsigned> nextTick{0};
+std::atomic<int> raw_ticks{0};
+unsigned slept_us = 0;
 
 } // namespace
 
 // The linker puts these in the place of the C library's for the code under test alone
 // (--wrap): the sanitizers' own calls, before they have started, stay as they are.
-extern "C" clock_t __wrap_times(struct tms*) {
-    const unsigned index = nextTick++;
-    return index < rawTicks.size() ? rawTicks[index] : rawTicks.back();
+extern "C" clock_t __wrap_times(struct tms*) { return raw_ticks; }
+
+extern "C" int __wrap_usleep(useconds_t us) {
+    slept_us = us;
+    return 0;
 }
 
 extern "C" long __real_sysconf(int name);
 
 extern "C" long __wrap_sysconf(int name) {
-    return name == _SC_CLK_TCK ? ticksPerSecond : __real_sysconf(name);
+    return name == _SC_CLK_TCK ? ticks_per_second : __real_sysconf(name);
 }
 
 namespace {
 
+struct Reading {
+    int raw;
+    long long ticks;
+};
+
 // The clock keeps its state, and each case needs the first reading of a process.
-void expectReadings(const std::vector<int>& raw, const std::vector<long long>& ticks) {
-    rawTicks = raw;
-    nextTick = 0;
-    for (const long long expected : ticks)
-        if (const long long now_us = KLFnow(); now_us != expected * tick_us) {
-            fprintf(stderr, "expected %lld, is %lld", expected * tick_us, now_us);
-            exit(1);
-        }
+void expect_readings(const std::vector<Reading>& readings) {
+    for (const Reading& reading : readings) {
+        raw_ticks = reading.raw;
+        if (KLFnow() != reading.ticks * tick_us) exit(1);
+    }
     exit(0);
 }
 
-TEST(ClockDeath, IsContinuousAcrossBothWraps) {
+TEST(ClockDeathTest, IsContinuousAcrossBothWraps) {
     GTEST_FLAG_SET(death_test_style, "threadsafe");
-    const long long turn = 1LL << 32;
-    const struct {
-        std::vector<int> raw;
-        std::vector<long long> ticks;
-    } cases[] = {
-        {{0, 1, 1, 500}, {0, 1, 1, 500}},
-        {{INT_MAX - 1, INT_MAX, INT_MIN, INT_MIN + 1},
-         {INT_MAX - 1LL, INT_MAX, INT_MAX + 1LL, INT_MAX + 2LL}},
-        {{INT_MAX, INT_MIN, -2, -1, 0, 1},
-         {INT_MAX, INT_MAX + 1LL, turn - 2, turn - 1, turn, turn + 1}},
-        {{5, INT_MIN, 6, INT_MIN + 9, 7},
-         {5, turn / 2, turn + 6, turn + turn / 2 + 9, 2 * turn + 7}},
+    constexpr long long half = 1LL << 31;
+    constexpr long long turn = 1LL << 32;
+    const std::vector<Reading> cases[] = {
+        {{0, 0}, {1, 1}, {1, 1}, {500, 500}},
+        {{INT_MAX, half - 1}, {INT_MIN, half}, {-1, turn - 1}, {0, turn}, {1, turn + 1}},
+        {{5, 5}, {INT_MIN, half}, {6, turn + 6}, {INT_MIN + 9, turn + half + 9}, {7, 2 * turn + 7}},
         // A count that is negative from the start is no wrap, nor is an error value.
-        {{-3, -2, -1, 0, 1}, {-3, -2, -1, 0, 1}},
-        {{-1, -1, 0}, {-1, -1, 0}},
-        {{INT_MIN, INT_MIN + 1}, {INT_MIN, INT_MIN + 1LL}},
+        {{-3, -3}, {-1, -1}, {-1, -1}, {0, 0}, {1, 1}},
+        {{INT_MIN, INT_MIN}, {INT_MIN + 1, INT_MIN + 1LL}},
     };
-    for (const auto& c : cases)
-        EXPECT_EXIT(expectReadings(c.raw, c.ticks), testing::ExitedWithCode(0), "");
+    for (const auto& readings : cases)
+        EXPECT_EXIT(expect_readings(readings), testing::ExitedWithCode(0), "");
 }
 
-void ignoreSignal(int) {}
+TEST(Timer, CountsOnlyWhileItRuns) {
+    long long total_us = 7;
+    {
+        KLTtimer timer(&total_us, false);
+        for (const bool runs : {false, true, true, false, false, true}) {
+            runs ? timer.start() : timer.stop();
+            raw_ticks += 10;
+        }
+        EXPECT_EQ(*timer, 30 * tick_us);
+        EXPECT_EQ(total_us, 7);
+    }
+    EXPECT_EQ(total_us, 7 + 30 * tick_us) << "the target gets the total once, at the end";
+}
+
+TEST(Timer, ClearStartsAgainFromZero) {
+    for (const bool runs : {false, true}) {
+        KLTtimer of_long(5'000'000LL, runs);
+        KLTtimer of_int(0, runs);
+        KLTtimer plain(runs);
+        raw_ticks += 3;
+        const long long passed_us = runs ? 3 * tick_us : 0;
+        EXPECT_EQ(*of_long, 5'000'000 + passed_us);
+        EXPECT_EQ(*of_int, passed_us);
+        EXPECT_EQ(*plain, passed_us);
+        of_long.clear();
+        EXPECT_EQ(*of_long, 0);
+        raw_ticks += 3;
+        EXPECT_EQ(*of_long, passed_us);
+    }
+}
+
+TEST(Delay, TakesTheLow32Bits) {
+    for (const long long us : {0LL, 200'000LL, 1LL << 31, (1LL << 32) + 1'000}) {
+        KLFdelay(us);
+        EXPECT_EQ(slept_us, us & 0xFFFFFFFF);
+    }
+}
 
 TEST(Delay, InterruptedByASignalReturnsTheRest) {
+    EXPECT_EQ(KLFptdelay(0), 0);
+    EXPECT_EQ(KLFptdelay(-1), 0);
+    EXPECT_EQ(KLFptdelay(1), 0);
     struct sigaction action {};
-    action.sa_handler = ignoreSignal;
+    action.sa_handler = [](int) {};
     ASSERT_EQ(sigaction(SIGALRM, &action, nullptr), 0);
     // Repeats, so that a signal before the sleep has begun does no harm.
     const itimerval soon{{0, 20'000}, {0, 20'000}};
@@ -84,7 +120,7 @@ TEST(Delay, InterruptedByASignalReturnsTheRest) {
     ASSERT_EQ(setitimer(ITIMER_REAL, &soon, nullptr), 0);
     const long long left_us = KLFptdelay(60'000'000);
     ASSERT_EQ(setitimer(ITIMER_REAL, &off, nullptr), 0);
-    EXPECT_GT(left_us, 0);
+    EXPECT_GT(left_us, 50'000'000);
     EXPECT_LT(left_us, 60'000'000);
 }
 
