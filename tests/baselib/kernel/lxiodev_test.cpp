@@ -3,95 +3,62 @@
 
 #include "baselib/device/lxtermios.h"
 #include "baselib/print/print.h"
+#include "support/pseudo_terminal.h"
+#include "support/scratch_folder.h"
 
 #include <cerrno>
 #include <chrono>
-#include <cstdlib>
-#include <fcntl.h>
-#include <filesystem>
-#include <gtest/gtest.h>
-#include <string>
 #include <sys/stat.h>
-#include <unistd.h>
 
 namespace {
 
-constexpr int noData = -6849;
+constexpr int no_data = -6849;
 
 TEST(LxIOdev, OpenClosesFirstWhateverThePath) {
-    const struct {
-        const char* path;
-        bool opens;
-    } cases[] = {
-        {"/dev/null", true}, {nullptr, false}, {"", false}, {"/dev/absent", false}, {"/dev", false},
-    };
-    for (const auto& [path, opens] : cases) {
-        KLTlxIOdev device("/dev/zero");
-        ASSERT_TRUE(device.isOpen());
-        const int former = device.descriptor();
-        EXPECT_EQ(device.open(path), opens);
-        EXPECT_EQ(device.isOpen(), opens);
-        if (!opens) {
-            EXPECT_EQ(device.descriptor(), -1);
-            EXPECT_EQ(fcntl(former, F_GETFD), -1) << "left open";
-        }
-        int current = -1;
+    for (const char* path : {"/dev/null", static_cast<const char*>(nullptr), "", "/absent", "/"}) {
+        const bool opens = path != nullptr && std::string(path) == "/dev/null";
+        const int lowest_free = dup(0);
+        close(lowest_free);
         {
+            KLTlxIOdev device("/dev/zero");
+            EXPECT_EQ(device.descriptor(), lowest_free);
+            EXPECT_EQ(device.open(path), opens);
+            EXPECT_EQ(device.descriptor(), opens ? lowest_free : -1);
             const KLTlxIOdev other(path);
             EXPECT_EQ(other.isOpen(), opens);
-            current = other.descriptor();
         }
-        EXPECT_EQ(fcntl(current, F_GETFD), -1) << "left open by the destructor";
+        EXPECT_EQ(fcntl(lowest_free, F_GETFD), -1) << "left open";
     }
 }
 
-TEST(LxIOdev, ClosedDeviceFails) {
-    KLTlxIOdev device;
-    device.close();
+TEST(LxIOdev, WithoutDataRoomOrDeviceFails) {
+    const struct {
+        const char* path;
+        int taken;  // results of a byte written,
+        int block;  // of some or none,
+        int at_end; // and of some to be read
+        int error;
+    } cases[] = {{"/dev/null", 1, 0, 0, 0}, {"/dev/full", 0, -1, 4, ENOSPC}, {"", 0, -1, -1, EBADF}};
     char data[4] = {};
-    EXPECT_EQ(device.ichar(), -1);
-    EXPECT_EQ(device.icharns(), -1);
-    EXPECT_EQ(device.icharti(1'000'000), -1);
-    EXPECT_EQ(device.iblock(data, 4), -1);
-    EXPECT_EQ(device.ochar('x'), 0);
-    EXPECT_EQ(device.oblock(data, 4), -1);
-    EXPECT_EQ(device.oblock(data, -1), -1) << "what the kernel answers is no count";
-    EXPECT_EQ(device.ostring("x"), -1);
-    EXPECT_EQ(KLTlxIOdev::syserr(), EBADF);
-    EXPECT_EQ(device.blocking(true), -2);
-    EXPECT_EQ(device.blocking(false), -2);
-}
-
-TEST(LxIOdev, RefusesWhatIsNoData) {
-    KLTlxIOdev device("/dev/null");
-    char data[4] = {};
-    EXPECT_EQ(device.iblock(data, -1), -1);
-    EXPECT_EQ(device.oblock(data, -1), -1);
-    EXPECT_EQ(device.oblock(data, 0), 0);
-    EXPECT_EQ(device.ostring(nullptr), -1);
-    EXPECT_EQ(device.ostring(""), 0);
-    // The end of a file is a failure but no block.
-    EXPECT_EQ(device.ichar(), -1);
-    EXPECT_EQ(device.icharns(), -1);
-    EXPECT_EQ(device.iblock(data, 4), 0);
-}
-
-TEST(LxIOdev, FullDeviceTellsWhy) {
-    KLTlxIOdev device("/dev/full");
-    EXPECT_EQ(device.ochar('x'), 0);
-    EXPECT_EQ(device.oblock("text", 4), -1);
-    EXPECT_EQ(device.ostring("text"), -1);
-    EXPECT_EQ(KLTlxIOdev::syserr(), ENOSPC);
-    EXPECT_EQ(device.ofull(), 0);
-}
-
-TEST(LxIOdev, BlockingTouchesNeitherFlagWord) {
-    KLTlxIOdev device("/dev/null");
-    const int status = fcntl(device.descriptor(), F_GETFL);
-    for (const bool on : {true, false}) {
-        EXPECT_EQ(device.blocking(on), 0);
-        EXPECT_EQ(fcntl(device.descriptor(), F_GETFL), status);
-        EXPECT_EQ(fcntl(device.descriptor(), F_GETFD), 0);
+    for (const auto& c : cases) {
+        KLTlxIOdev device(c.path);
+        EXPECT_EQ(device.oblock(data, 0), c.block);
+        EXPECT_EQ(device.ostring(""), c.block);
+        EXPECT_EQ(device.iblock(data, 4), c.at_end);
+        EXPECT_EQ(device.ichar(), c.at_end == 4 ? 0 : -1) << "the end of a file is a failure";
+        EXPECT_EQ(device.icharns(), c.at_end == 4 ? 0 : -1);
+        EXPECT_EQ(device.iblock(data, -1), -1);
+        EXPECT_EQ(device.oblock(data, -1), -1);
+        EXPECT_EQ(device.ostring(nullptr), -1);
+        errno = 0;
+        EXPECT_EQ(device.ochar('x'), c.taken);
+        EXPECT_EQ(device.oblock(data, 4), c.block);
+        EXPECT_EQ(device.ostring("x"), c.block);
+        EXPECT_EQ(KLTlxIOdev::syserr(), c.error);
+        EXPECT_EQ(device.ofull(), 0);
+        EXPECT_EQ(device.blocking(true), device.isOpen() ? 0 : -2);
+        EXPECT_EQ(device.blocking(false), device.isOpen() ? 0 : -2);
+        EXPECT_EQ(fcntl(device.descriptor(), F_GETFD), device.isOpen() ? 0 : -1);
     }
 }
 
@@ -102,33 +69,32 @@ TEST(LxIOdev, BlockingRefusesDescriptor0) {
     EXPECT_EQ(device.descriptor(), 0);
     EXPECT_EQ(device.blocking(true), -1);
     device.close();
-    if (input >= 0) {
-        dup2(input, 0);
-        close(input);
-    }
+    dup2(input, 0);
+    close(input);
 }
 
 // A FIFO opened for both directions gives back what was written to it.
 class LxIOdevFifo : public testing::Test {
 protected:
     void SetUp() override {
-        std::string folder = std::filesystem::temp_directory_path() / "lxiodev-XXXXXX";
-        ASSERT_NE(mkdtemp(folder.data()), nullptr);
-        folder_ = folder;
-        const std::string path = folder_ / "fifo";
-        ASSERT_EQ(mkfifo(path.c_str(), 0600), 0);
-        ASSERT_TRUE(device.open(path.c_str()));
+        ASSERT_EQ(mkfifo(folder.file("fifo").c_str(), 0600), 0);
+        ASSERT_TRUE(device.open(folder.file("fifo").c_str()));
     }
-    void TearDown() override { std::filesystem::remove_all(folder_); }
 
+    const ScratchFolder folder;
     KLTlxIOdev device;
-
-private:
-    std::filesystem::path folder_;
 };
 
 TEST_F(LxIOdevFifo, ReadsWhatIsThere) {
     EXPECT_EQ(device.iempty(), 1);
+    EXPECT_EQ(device.icharns(), no_data);
+    EXPECT_EQ(device.icharti(-1), no_data);
+    const auto begin = std::chrono::steady_clock::now();
+    EXPECT_EQ(device.icharti(1'000'500), no_data);
+    const auto waited = std::chrono::steady_clock::now() - begin;
+    EXPECT_GE(waited, std::chrono::microseconds(1'000'500));
+    EXPECT_LT(waited, std::chrono::seconds(10));
+
     EXPECT_EQ(device.oblock("ab\0c", 4), 0);
     EXPECT_EQ(device.ostring("de"), 0);
     EXPECT_EQ(device.iempty(), 0);
@@ -136,72 +102,35 @@ TEST_F(LxIOdevFifo, ReadsWhatIsThere) {
     EXPECT_EQ(device.iblock(data, 5), 5);
     EXPECT_EQ(std::string(data, 5), std::string("ab\0cd", 5));
     EXPECT_EQ(device.iblock(data, 16), 1);
-    EXPECT_EQ(data[0], 'e');
     KLTprint(device) << "ID=" << 7 << "\nrest";
     EXPECT_EQ(device.istring(data, sizeof data), 4);
     EXPECT_STREQ(data, "ID=7");
 }
 
-TEST_F(LxIOdevFifo, TimeoutIsInMicroseconds) {
-    using std::chrono::microseconds;
-    using std::chrono::steady_clock;
-    EXPECT_EQ(device.icharns(), noData);
-    EXPECT_EQ(device.icharti(-1), noData);
-    for (const long long wait_us : {20'000LL, 1'000'500LL}) {
-        const auto begin = steady_clock::now();
-        EXPECT_EQ(device.icharti(wait_us), noData);
-        const auto waited = steady_clock::now() - begin;
-        EXPECT_GE(waited, microseconds(wait_us));
-        EXPECT_LT(waited, microseconds(wait_us) + std::chrono::seconds(10));
-    }
-}
-
 TEST_F(LxIOdevFifo, WriteThatIsCutShortFails) {
     fcntl(device.descriptor(), F_SETFL, O_NONBLOCK);
-    const std::string big(1 << 20, 'x');
+    std::string big(1 << 20, 'x');
     EXPECT_EQ(device.oblock(big.data(), static_cast<int>(big.size())), -1);
     EXPECT_EQ(device.icharns(), 'x') << "nothing was taken";
-    std::string rest(big.size(), '\0');
     while (device.iempty() == 0)
-        ASSERT_GT(device.iblock(rest.data(), static_cast<int>(rest.size())), 0);
+        ASSERT_GT(device.iblock(big.data(), static_cast<int>(big.size())), 0);
     EXPECT_EQ(device.ostring(big.c_str()), -1);
 }
 
-TEST(LxIOdevSubclass, PollGoesThroughItsTimedRead) {
-    struct Scripted : KLTlxIOdev {
-        int icharti(long long timeout_us) override {
-            asked_us = timeout_us;
-            return 'q';
-        }
-        long long asked_us = -1;
-    } device;
-    EXPECT_EQ(device.icharns(), 'q');
-    EXPECT_EQ(device.asked_us, 0);
-}
-
 TEST(LxIOdevTerminal, CarriesRawBytesUntilItIsHungUp) {
-    const int master = posix_openpt(O_RDWR | O_NOCTTY);
-    ASSERT_EQ(grantpt(master), 0);
-    ASSERT_EQ(unlockpt(master), 0);
-    KLTlxIOdev device(ptsname(master));
-    ASSERT_TRUE(device.isOpen());
+    PseudoTerminal terminal;
+    KLTlxIOdev device(terminal.path().c_str());
     KLTlxTermios line(device.descriptor());
     line.setRaw();
     ASSERT_EQ(line.apply(device.descriptor(), TCSANOW), 0);
-    EXPECT_EQ(device.blocking(true), 0);
-    EXPECT_EQ(device.icharns(), noData);
-
-    constexpr int waitAtMost_us = 10'000'000;
     for (int c = 0; c < 256; ++c) {
-        const auto sent = static_cast<unsigned char>(c);
-        ASSERT_EQ(write(master, &sent, 1), 1);
-        EXPECT_EQ(c % 2 ? device.ichar() : device.icharti(waitAtMost_us), c);
-        ASSERT_EQ(device.ochar(c), 1);
-        unsigned char received = 0;
-        ASSERT_EQ(read(master, &received, 1), 1);
-        EXPECT_EQ(received, c);
+        const std::string byte(1, static_cast<char>(c));
+        terminal.give(byte);
+        EXPECT_EQ(c % 2 ? device.ichar() : device.icharti(10'000'000), c);
+        EXPECT_EQ(device.ochar(c), 1);
+        EXPECT_EQ(terminal.take(), byte);
     }
-    close(master);
+    terminal.hang_up();
     EXPECT_EQ(device.icharns(), -1);
     EXPECT_EQ(device.ostring("gone"), -1);
     EXPECT_EQ(KLTlxIOdev::syserr(), EIO);
