@@ -1,0 +1,49 @@
+// The console is there before any static initialiser and behind every static destructor.
+
+#include "baselib/print/nstream.h"
+#include "baselib/print/out_handle.h"
+#include "baselib/print/print.h"
+#include "support/captured_console.h"
+
+#include <cstdlib>
+
+namespace {
+
+// In a process that is asked to, speaks as soon as there is any object, and as long.
+class Speaker {
+public:
+    Speaker() { speak(); }
+    ~Speaker() { speak(); }
+
+private:
+    static void speak() {
+        if (getenv("K4_TEST_SPEAKS") == nullptr) return;
+        pout.output(&deverr);
+        for (KLTprint* print : {&pout, &perr})
+            *print << KLNstream::Hex8 << 255 << KLNstream::width(4, '*') << 1 << KLNstream::cr;
+    }
+};
+
+// The first priority that is the program's: constructed before, destroyed behind all others.
+[[gnu::init_priority(101)]] Speaker first_and_last;
+// And the usual one.
+Speaker usual;
+
+TEST(StaticOrderDeathTest, ConsolePrintsInStaticInitialisersAndDestructors) {
+    GTEST_FLAG_SET(death_test_style, "threadsafe"); // the program starts anew
+    setenv("K4_TEST_SPEAKS", "1", 1);
+    EXPECT_EXIT(exit(0), testing::ExitedWithCode(0), "^(000000FF[*]{3}1\n){8}$");
+    unsetenv("K4_TEST_SPEAKS");
+}
+
+TEST(StaticOrder, ConsoleIsOnItsStreams) {
+    CapturedConsole console;
+    pout << "to output" << KLNstream::crf;
+    perr << "to error" << KLNstream::crf;
+    EXPECT_EQ(console.out(), "to output\n");
+    EXPECT_EQ(console.error(), "to error\n");
+    EXPECT_EQ(&pout.output(), &devout);
+    EXPECT_EQ(&perr.output(), &deverr);
+}
+
+} // namespace
