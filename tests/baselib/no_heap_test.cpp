@@ -3,10 +3,8 @@
 #if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
 
 #include "baselib/print/nstream.h"
-#include "baselib/print/print.h"
 #include "baselib/print/vecprt.h"
 
-#include <cstddef>
 #include <gtest/gtest.h>
 #include <memory>
 
@@ -24,15 +22,12 @@ namespace {
 
 TEST(NoHeap, PrintingTakesNothing) {
     using namespace KLNstream;
-    static constexpr int words[] = {1, 2, 3};
+    const int words[] = {1, 2, 3};
     const int before = requests;
     KLTprint print(devNull);
-    print << -1 << 1ULL << hex16 << -1LL << bin << -1LL << oct << 1L;
-    print << width(500) << 7 << deca(200) << 7 << rep(1000, '-');
-    print << 0.5 << dbl(30, 'f') << 1e300 << dblw(400, 9, 'e') << -1e-300;
-    print << "text" << KLTastrc("view") << 'c' << true << width(-90) << "field";
-    print << static_cast<const void*>(words) << KLTvecPrt(words, 3, ",", ".", 4);
-    print << cr << crlf << crfld << norm;
+    print << -1LL << bin << -1LL << width(500) << 7 << deca(200) << 7 << rep(1000, '-');
+    print << 0.5 << dbl(30, 'f') << 1e300 << dblw(400, 9, 'e') << -1e-300 << width(-90) << "field";
+    print << KLTastrc("view") << KLTvecPrt(words, 3, ",", ".", 4) << cr << crlf << crfld << norm;
     EXPECT_EQ(requests, before);
     const auto kept = std::make_unique<int>(1);
     EXPECT_EQ(requests, before + 1) << "what is taken is counted";

@@ -5,15 +5,11 @@
 #include "recording_sink.h"
 
 #include <algorithm>
-#include <bitset>
 #include <cmath>
-#include <cstdarg>
 #include <cstdint>
 #include <cstdio>
-#include <cstdlib>
-#include <string>
 
-// An integer, a double and how they are printed, of any bytes.
+// An integer, a double and how both are printed, made of any bytes.
 struct PrintCase {
     std::int64_t integer;
     double number;
@@ -43,13 +39,11 @@ struct PrintCase {
     }
 };
 
-[[gnu::format(printf, 1, 2)]] inline std::string formatted(const char* format, ...) {
-    char buffer[512];
-    va_list arguments;
-    va_start(arguments, format);
-    vsnprintf(buffer, sizeof buffer, format, arguments);
-    va_end(arguments);
-    return buffer;
+template <class... Values>
+std::string formatted(const char* format, Values... values) {
+    char text[512];
+    snprintf(text, sizeof text, format, values...);
+    return text;
 }
 
 inline std::string in_field(const std::string& text, int width, char padding) {
@@ -61,26 +55,24 @@ inline std::string in_field(const std::string& text, int width, char padding) {
 // A precision of printf counts digits only, numwidth the sign too. In decimal only unsigned
 // integers are cut to their size.
 inline std::string integer_by_printf(const PrintCase& c, const KLTprtFlags& flags) {
-    const int digits = std::max<int>(flags.numwidth, 1);
-    const unsigned long long bits =
-        static_cast<unsigned long long>(c.integer) & (~0ULL >> (64 - c.bytes() * 8));
-    if (flags.base == 2) {
-        const std::string all = std::string(256, '0') + std::bitset<64>(bits).to_string();
-        return all.substr(std::min(all.find('1'), all.size() - static_cast<std::size_t>(digits)));
-    }
-    if (flags.base == 8) return formatted("%.*llo", digits, bits);
-    if (flags.base == 16) return formatted(flags.upper ? "%.*llX" : "%.*llx", digits, bits);
-    const long long value = c.integer;
-    if (c.is_signed() && value < 0) return formatted("%.*lld", std::max(digits - 1, 1), value);
-    const auto magnitude = c.is_signed() ? static_cast<unsigned long long>(value) : bits;
-    if (flags.addNneg == 0) return formatted("%.*llu", digits, magnitude);
-    return flags.addNneg + formatted("%.*llu", std::max(digits - 1, 1), magnitude);
+    const auto value = static_cast<unsigned long long>(c.integer);
+    const unsigned long long bits = value & (~0ULL >> (64 - c.bytes() * 8));
+    const char capital = flags.upper ? 'X' : 'x';
+    for (const auto& [base, letter] : {std::pair{2, 'b'}, {8, 'o'}, {16, capital}})
+        if (flags.base == base)
+            return formatted((std::string("%.*ll") + letter).c_str(),
+                             std::max<int>(flags.numwidth, 1), bits);
+    const bool negative = c.is_signed() && c.integer < 0;
+    std::string sign = negative ? "-" : flags.addNneg != 0 ? std::string(1, flags.addNneg) : "";
+    const int digits = std::max(flags.numwidth - static_cast<int>(sign.size()), 1);
+    const unsigned long long magnitude = negative ? 0 - value : c.is_signed() ? value : bits;
+    return sign + formatted("%.*llu", digits, magnitude);
 }
 
 inline std::string double_by_printf(double value, const KLTprtFlags& flags) {
     const char format[] = {'%', '.', '*', flags.dblFormat, '\0'};
     std::string text = formatted(format, std::clamp(flags.dblPrecision, 0, 30), value);
-    std::replace(text.begin(), text.end(), '.', static_cast<char>(flags.dblPoint));
+    std::ranges::replace(text, '.', static_cast<char>(flags.dblPoint));
     return flags.addNneg != 0 && !std::signbit(value) ? flags.addNneg + text : text;
 }
 
@@ -89,15 +81,12 @@ inline std::string printed(const PrintCase& c) {
     RecordingSink sink;
     KLTprint print(sink);
     print << c.flags();
-    print.prtint(c.integer, c.bytes(), c.is_signed()) << ' ' << c.flags() << c.number << ' ' << 10;
+    print.prtint(c.integer, c.bytes(), c.is_signed()) << c.flags() << c.number << 10;
     return sink.take();
 }
 
 inline std::string printed_by_printf(const PrintCase& c) {
     const KLTprtFlags flags = c.flags();
-    const auto field = [&](const std::string& text) {
-        return in_field(text, flags.width, flags.paddingchar);
-    };
-    return field(integer_by_printf(c, flags)) + ' ' + field(double_by_printf(c.number, flags)) +
-           " 10";
+    return in_field(integer_by_printf(c, flags), flags.width, flags.paddingchar) +
+           in_field(double_by_printf(c.number, flags), flags.width, flags.paddingchar) + "10";
 }

@@ -6,7 +6,7 @@
 #include <string>
 #include <utility>
 
-// Also writes when it was locked and flushed: "<", ">" for the lock, "f", "F" for a flush of the
+// Also keeps when it was locked and flushed: "<", ">" for the lock, "f", "F" for a flush of the
 // sink and of all. Several may write into one record, each under its name.
 class RecordingSink : public KLTout {
 public:
@@ -14,20 +14,15 @@ public:
     RecordingSink(std::string& record, std::string name)
         : record_(record), name_(std::move(name)) {}
 
-    void olock() override { write('<'); }
-    void orelease() override { write('>'); }
-    int ochar(int c) override { return write(static_cast<char>(c)); }
-    void oflush(bool all) override { write(all ? 'F' : 'f'); }
+    void olock() override { ochar('<'); }
+    void orelease() override { ochar('>'); }
+    void oflush(bool all) override { ochar(all ? 'F' : 'f'); }
     int ofull() override { return 1; }
+    int ochar(int c) override { return record_ += name_ + static_cast<char>(c), 1; }
 
     std::string take() { return std::exchange(record_, {}); }
 
 private:
-    int write(char c) {
-        record_ += name_ + c;
-        return 1;
-    }
-
     std::string own_;
     std::string& record_ = own_;
     std::string name_;

@@ -1,4 +1,5 @@
 #include "baselib/print/astrs.h"
+#include "baselib/print/fileout.h"
 #include "baselib/print/in.h"
 #include "baselib/print/memdump.h"
 #include "baselib/print/nstream.h"
@@ -6,106 +7,162 @@
 #include "baselib/print/vecprt.h"
 #include "baselib/text/textarray.h"
 #include "recording_sink.h"
+#include "support/scratch_folder.h"
 
-#include <cstdint>
-#include <gtest/gtest.h>
+#include <climits>
+#include <fstream>
+#include <gmock/gmock.h>
+#include <iterator>
+#include <memory>
 #include <numeric>
-#include <string>
-#include <utility>
+#include <vector>
 
 namespace {
 
 using namespace KLNstream;
+using testing::Each;
 
-std::string textOf(const KLTastrc& text) { return text.text(); }
+class TextIo : public testing::Test {
+protected:
+    std::string taken() { return sink.take(); }
 
-TEST(Astrs, BuildsAString) {
+    RecordingSink sink;
+    KLTprint print{sink};
+};
+
+TEST_F(TextIo, StringsAreBuilt) {
     KLTastrs message;
     message << "Missing USBs: " << 3 << width(4, '.') << true << cr;
     const KLTastr kept = message;
     EXPECT_EQ(kept.text(), message.str().text()) << "a copy shares the text";
     message << "more";
-    EXPECT_EQ(textOf(kept), "Missing USBs: 3...1\n");
-    EXPECT_EQ(textOf(message), "Missing USBs: 3...1\nmore");
+    EXPECT_STREQ(kept.text(), "Missing USBs: 3...1\n");
+    EXPECT_STREQ(message.str().text(), "Missing USBs: 3...1\nmore");
     message.clr();
-    message << hex4 << 255;
-    EXPECT_EQ(textOf(message.str()), "00ff");
-    KLTastr text("a");
-    KLTastrdevext sink(text);
-    EXPECT_EQ(sink.ochar('b'), 1);
-    EXPECT_EQ(sink.ostring("cd"), 0);
-    EXPECT_EQ(sink.ostring(nullptr), 0);
-    EXPECT_EQ(sink.oblock("ef", 2), 0);
-    EXPECT_EQ(textOf(text), "abcdef");
+    EXPECT_EQ(message.output().ochar('b'), 1);
+    EXPECT_EQ(message.output().ostring("cd"), 0);
+    EXPECT_EQ(message.output().ostring(nullptr), 0);
+    EXPECT_EQ(message.output().ofull(), 0);
+    EXPECT_STREQ(message.str().text(), "bcd");
 }
 
-TEST(VecPrt, FormatsEveryElementThereIsOfEverySize) {
-    const int8_t bytes[] = {1, -1, 127};
-    const int16_t shorts[] = {1, -1, 32767};
-    const int32_t words[] = {1, -1, 2147483647};
-    const int64_t longs[] = {1, -1, INT64_MAX};
-    RecordingSink sink;
-    KLTprint print(sink);
+TEST_F(TextIo, VectorsPrintEveryElementThereIsOfEverySize) {
+    const signed char bytes[] = {1, -1, 127};
+    const short shorts[] = {1, -1, SHRT_MAX};
+    const int words[] = {1, -1, INT_MAX};
+    const long long longs[] = {1, -1, LLONG_MAX};
     print << KLTvecPrt(bytes, 3, ",", ";", 1) << KLTvecPrt(shorts, 3, ",", ";", 2)
           << KLTvecPrt(words, 3, ",", ";", 4) << KLTvecPrt(longs, 3, ",", ";", 8);
-    EXPECT_EQ(sink.take(), "1,-1,127;1,-1,32767;1,-1,2147483647;1,-1,9223372036854775807;");
+    EXPECT_EQ(taken(), "1,-1,127;1,-1,32767;1,-1,2147483647;1,-1,9223372036854775807;");
     print << Hex2 << KLTvecPrt(bytes, 3, " ", nullptr, 1) << '|' << 10
           << KLTvecPrt(nullptr, 3, ",", "a", 4) << KLTvecPrt(bytes, 0, ",", "b", 1)
-          << KLTvecPrt(bytes, -1, ",", "c", 1) << KLTvecPrt(bytes, 1, ",", "d", 3);
-    EXPECT_EQ(sink.take(), "01 FF 7F|10abcd");
-    print << pers << hex << KLTvecPrt(bytes, 2, nullptr, "!", 1) << 10;
-    EXPECT_EQ(sink.take(), "1ff!a");
+          << KLTvecPrt(bytes, -1, ",", "c", 1) << KLTvecPrt(bytes, 1, ",", "d", 3) << pers << hex
+          << KLTvecPrt(bytes, 2, nullptr, "!", 1) << 10;
+    EXPECT_EQ(taken(), "01 FF 7F|10abcd1ff!a");
 }
 
-TEST(Memdump, ShowsOffsetBytesAndCharacters) {
+TEST_F(TextIo, DumpsShowOffsetBytesAndCharacters) {
     unsigned char memory[18];
-    std::iota(memory, memory + 18, static_cast<unsigned char>(0x18));
+    std::iota(memory, memory + 15, static_cast<unsigned char>(0x18));
     memory[15] = '~';
     memory[16] = 0x7f;
     memory[17] = 0xff;
-    RecordingSink sink;
-    KLTprint print(sink);
     const KLTmemdump dump(memory, 18);
-    print << pers << dec << width(9);
-    dump.dump(print);
-    const std::string by_default = sink.take();
-    EXPECT_EQ(by_default,
-              "00000000: 18 19 1a 1b 1c 1d 1e 1f  20 21 22 23 24 25 26 7e  ........ !\"#$%&~\n"
-              "00000010: 7f ff                                             ..\n");
-    for (const int bytes_per_line : {-1, 0, 65}) {
+    print << pers << oct << width(9);
+    for (const int bytes_per_line : {16, -1, 0, 65}) {
         dump.dump(print, bytes_per_line);
-        EXPECT_EQ(sink.take(), by_default);
+        EXPECT_EQ(taken(), "00000000: 18 19 1a 1b 1c 1d 1e 1f  20 21 22 23 24 25 26 7e"
+                           "  ........ !\"#$%&~\n"
+                           "00000010: 7f ff                                             ..\n");
     }
     KLTmemdump(memory, 0).dump(print);
     KLTmemdump(nullptr, 5).dump(print);
     KLTmemdump(memory + 8, 4).dump(print, 2, 1);
     KLTmemdump(memory + 8, 1).dump(print, 1, 0);
-    EXPECT_EQ(sink.take(), "00000000: 20  21   !\n00000002: 22  23  \"#\n00000000: 20   \n");
+    EXPECT_EQ(taken(), "00000000: 20  21   !\n00000002: 22  23  \"#\n00000000: 20   \n");
     dump.dump(print, 64, 0);
-    EXPECT_EQ(sink.take().size(), 10U + 64 * 3 + 2 + 18) << "in one line";
+    EXPECT_EQ(taken().size(), 10U + 64 * 3 + 2 + 18) << "in one line";
 }
 
-TEST(Ostrm, WritesTextsAsTheyAreAndReversed) {
-    RecordingSink sink;
+TEST_F(TextIo, TextsPrintAsTheyAreReversedOrOneByOne) {
     KLTostrm(sink) << "abc" << static_cast<const char*>(nullptr) << KLTastr("def")
                    << KLTreverseOut("ghi\xe4") << KLTreverseOut("");
-    EXPECT_EQ(sink.take(), "abcdef\xe4ihg");
-}
-
-TEST(Textarray, PrintsEachTextAsAnItem) {
+    EXPECT_EQ(taken(), "abcdef\xe4ihg");
     KLTtextarray texts;
     texts.add("a");
-    texts.add(KLTastr("bc"));
-    RecordingSink sink;
-    KLTprint print(sink);
+    texts.add("bc");
     print << width(3, '.') << texts;
-    EXPECT_EQ(sink.take(), "..abc");
+    EXPECT_EQ(taken(), "..abc");
+}
+
+std::string contents_of(const std::string& path) {
+    std::ifstream file(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), {}};
+}
+
+TEST(Fileout, WritesWhereItStands) {
+    const ScratchFolder folder;
+    const std::string path = folder.file("out");
+    std::ofstream(path) << "an older and longer text";
+    {
+        KLTfileout file(path.c_str());
+        EXPECT_EQ(file.ostring("abcdef\n"), 0);
+        EXPECT_EQ(file.oseek(1), 0);
+        EXPECT_EQ(file.ochar(0x100 + 'B'), 1);
+        EXPECT_EQ(file.oskip(2), 0);
+        EXPECT_EQ(file.oblock("E\0", 2), 0);
+        EXPECT_EQ(file.oskip(-6), 0);
+        EXPECT_EQ(file.oskip(-1), EOF) << "before the start";
+        EXPECT_EQ(file.opos(), 0);
+        EXPECT_EQ(file.oseek(9), 0);
+        EXPECT_EQ(file.osize(), 7);
+        EXPECT_EQ(file.opos(), 9);
+        EXPECT_EQ(file.ochar('!'), 1);
+        EXPECT_EQ(file.osize(), 10) << "with what is buffered";
+        EXPECT_EQ(file.ochar('?'), 1);
+        EXPECT_EQ(contents_of(path).size(), 10U);
+        file.oflush(true);
+        EXPECT_EQ(contents_of(path).size(), 11U);
+        EXPECT_EQ(file.ochar('.'), 1);
+    }
+    EXPECT_EQ(contents_of(path), std::string("aBcdE\0\n\0\0!?.", 12));
+    KLTfileout none("/nowhere/at/all");
+    EXPECT_THAT((std::vector{none.opos(), none.osize()}), Each(-6842));
+    EXPECT_THAT((std::vector{none.ostring("x"), none.oseek(0), none.oskip(1)}), Each(-6842));
+}
+
+TEST(OutHandle, TranslatesLineEndsAndTellsWhatIsRefused) {
+    const ScratchFolder folder;
+    const std::string path = folder.file("out");
+    using Stream = std::unique_ptr<FILE, int (*)(FILE*)>;
+    for (const std::string line_end : {"\n", "\r\n"}) {
+        const bool translates = line_end.size() == 2;
+        const Stream writer(fopen(path.c_str(), "wb"), fclose);
+        KLToutHandle handle(writer.get(), translates);
+        EXPECT_EQ(handle.ochar('\n'), 1);
+        EXPECT_EQ(handle.ostring("a\nb"), 0);
+        EXPECT_EQ(handle.oblock("\0\n", 2), 0);
+        EXPECT_EQ(handle.ofull(), 0);
+        handle.oflush(false);
+        EXPECT_EQ(contents_of(path), line_end + "a" + line_end + "b" + std::string("\0\n", 2));
+        const Stream reader(fopen(path.c_str(), "r"), fclose);
+        const std::pair<FILE*, int> cases[] = {{reader.get(), EOF}, {nullptr, -6842}};
+        for (const auto& [stream, code] : cases) {
+            KLToutHandle refusing(stream, translates);
+            EXPECT_THAT((std::vector{refusing.ochar('\n'), refusing.oblock("x", 1)}), Each(code));
+            EXPECT_EQ(refusing.ostring("x"), stream != nullptr && translates ? 0 : code);
+            EXPECT_THAT((std::vector{refusing.ostring(nullptr), refusing.oblock(nullptr, 1),
+                                     refusing.oblock("x", 0)}),
+                        Each(-6848));
+            refusing.oflush(true);
+        }
+    }
 }
 
 // Gives its bytes, then one code for ever.
 class ByteSource : public KLTin {
 public:
-    explicit ByteSource(std::string bytes, int end) : bytes_(std::move(bytes)), end_(end) {}
+    ByteSource(std::string bytes, int end) : bytes_(std::move(bytes)), end_(end) {}
     int ichar() override {
         return next_ < bytes_.size() ? static_cast<unsigned char>(bytes_[next_++]) : end_;
     }
@@ -120,9 +177,8 @@ private:
 };
 
 TEST(In, BlocksAndLinesEndWithTheDataOrAFailure) {
-    using std::string;
     const struct {
-        string bytes;
+        std::string bytes;
         int end;
         int length;
         int block; // results
@@ -141,13 +197,14 @@ TEST(In, BlocksAndLinesEndWithTheDataOrAFailure) {
         char line[9] = "-\0------";
         EXPECT_EQ(ByteSource(c.bytes, c.end).iblock(block, c.length), c.block);
         EXPECT_EQ(ByteSource(c.bytes, c.end).istring(line, c.length), c.line);
-        EXPECT_EQ(block[std::max(c.block, 2)], '-') << "more than the data was written";
-        EXPECT_EQ(c.bytes.compare(0, std::max(c.block, 0), block, std::max(c.block, 0)), 0);
+        const int count = std::max(c.block, 0);
+        EXPECT_EQ(std::string(block, count), c.bytes.substr(0, count));
+        EXPECT_EQ(block[std::max(count, 2)], '-') << "more than the data was written";
         EXPECT_STREQ(line, c.text);
-        EXPECT_EQ(ByteSource(c.bytes, c.end).iblock(nullptr, 1), -6848);
-        EXPECT_EQ(ByteSource(c.bytes, c.end).istring(nullptr, 8), -6848);
     }
-    EXPECT_EQ(ByteSource("a", -6849).ipeek(), -6849);
+    ByteSource source("a", -6849);
+    EXPECT_THAT((std::vector{source.iblock(nullptr, 1), source.istring(nullptr, 8)}), Each(-6848));
+    EXPECT_EQ(source.ipeek(), -6849);
 }
 
 } // namespace

@@ -2,12 +2,16 @@
 
 #include "baselib/thread/multisema.h"
 #include "baselib/thread/mutex.h"
+#include "baselib/thread/sharedmemory.h"
 
+#include <algorithm>
 #include <functional>
 #include <gtest/gtest.h>
 #include <limits>
-#include <memory>
 #include <string>
+#include <sys/resource.h>
+#include <sys/shm.h>
+#include <unistd.h>
 
 namespace {
 
@@ -22,18 +26,24 @@ private:
     std::function<void()> body_;
 };
 
+class Thread : public testing::Test {
+protected:
+    Thread() { KLFptcreatemain("PT-Main"); }
+
+    // For what another thread brings about.
+    static void wait_until(const std::function<bool()>& holds) {
+        while (!holds())
+            KLFptdelay(100);
+    }
+};
+
 constexpr const char* long_name = "0123456789012345678901234567890123456789";
 
 // Unnamed ones of a static initialiser, before any test.
 const ThreadBody first_thread([] {}, nullptr);
 const ThreadBody second_thread([] {}, "");
 const KLTptmutex first_mutex;
-const KLTptmutex second_mutex("");
-
-class Thread : public testing::Test {
-protected:
-    Thread() { KLFptcreatemain("PT-Main"); }
-};
+KLTptmutex second_mutex("");
 
 TEST_F(Thread, NamesAreCountedOrKeep31Characters) {
     EXPECT_STREQ(first_thread.name(), "PT-1");
@@ -44,18 +54,8 @@ TEST_F(Thread, NamesAreCountedOrKeep31Characters) {
     KLTptmutex mutex(long_name);
     thread.name(nullptr);
     mutex.name("");
-    EXPECT_STREQ(thread.name(), "0123456789012345678901234567890");
-    EXPECT_STREQ(mutex.name(), "0123456789012345678901234567890");
-}
-
-TEST_F(Thread, MainRecordIsMadeOnceAndNeverEnds) {
-    KLTpthreadBase* main = KLFptmain(true);
-    EXPECT_EQ(KLFptcreatemain("another"), main);
-    EXPECT_STREQ(main->name(), "PT-Main");
-    EXPECT_EQ(KLFptcurrent(true), main);
-    EXPECT_EQ(main->run(), 0);
-    main->waitend();
-    EXPECT_FALSE(main->finished());
+    EXPECT_EQ(thread.name(), std::string(long_name, 31));
+    EXPECT_EQ(mutex.name(), std::string(long_name, 31));
 }
 
 void* name_of_caller(void* text) {
@@ -63,41 +63,48 @@ void* name_of_caller(void* text) {
     return KLFptcurrent(false);
 }
 
-TEST_F(Thread, ABodyFindsItsOwnRecordAndAForeignThreadNone) {
-    const void* record = nullptr;
+TEST_F(Thread, MainBodiesAndForeignThreadsFindTheirRecordsOrNone) {
+    KLTpthreadBase* main = KLFptmain(true);
+    EXPECT_EQ(KLFptcreatemain("another"), main);
     std::string name;
+    EXPECT_EQ(name_of_caller(&name), main);
+    EXPECT_EQ(name, "PT-Main");
+    EXPECT_EQ(main->run(), 0);
+    main->waitend();
+    EXPECT_FALSE(main->finished());
+
+    void* record = nullptr;
     ThreadBody thread([&] { record = name_of_caller(&name); }, "worker");
     ASSERT_EQ(thread.run(), 0);
     thread.waitend();
     EXPECT_EQ(record, &thread);
     EXPECT_EQ(name, "worker");
+
     pthread_t foreign;
-    void* none = &foreign;
     ASSERT_EQ(pthread_create(&foreign, nullptr, name_of_caller, &name), 0);
-    ASSERT_EQ(pthread_join(foreign, &none), 0);
-    EXPECT_EQ(none, nullptr);
+    ASSERT_EQ(pthread_join(foreign, &record), 0);
+    EXPECT_EQ(record, nullptr);
     EXPECT_EQ(name, "nobody");
 }
 
 TEST_F(Thread, RunsAgainOnceItHasFinished) {
-    KLTmultisema may_end;
-    int runs = 0;
-    ThreadBody thread([&] { runs += may_end.wait(); });
+    KLTmultisema signals;
+    int sum = 0;
+    ThreadBody thread([&] { sum = sum * 10 + signals.wait(); });
     thread.waitend();
     EXPECT_FALSE(thread.finished()) << "nothing to end yet";
     EXPECT_EQ(thread.cancel(), -2);
     EXPECT_EQ(thread.detach(), -1);
     ASSERT_EQ(thread.run(), 0);
     EXPECT_EQ(thread.run(), -2);
-    may_end.signal(1);
-    may_end.signal(1);
-    while (!thread.finished())
-        KLFptdelay(100);
+    EXPECT_EQ(signals.signal(-1'000'000), 0);
+    EXPECT_EQ(signals.signal(7), 0);
+    wait_until([&] { return thread.finished(); });
     EXPECT_TRUE(thread.attached());
     ASSERT_EQ(thread.run(), 0);
     thread.waitend();
     EXPECT_FALSE(thread.attached());
-    EXPECT_EQ(runs, 2);
+    EXPECT_EQ(sum, -10'000'000 + 7);
 }
 
 // At once, often before run() has returned to the creator.
@@ -117,131 +124,97 @@ TEST_F(Thread, WaitendOrCancelOnItselfEndsTheThread) {
 }
 
 std::atomic<bool> started{false};
+std::atomic<bool> went_on{false};
 std::atomic<bool> unwound{false};
 
-// Works on nothing of its record, which may be gone before the thread is.
-void sleep_until_unwound() {
-    const struct End {
-        ~End() { unwound = true; }
-    } end;
+struct TellsItsEnd {
+    ~TellsItsEnd() { unwound = true; }
+};
+
+// These work on nothing of their record, which may be gone before the thread is.
+void sleep_for_ever() {
+    const TellsItsEnd end;
     started = true;
     for (;;)
         KLFptdelay(1'000);
 }
 
-TEST_F(Thread, CancelUnwindsTheBodyAndSoDoesTheDestructor) {
-    for (const bool destroyed : {false, true}) {
+void destroy_own_record() {
+    const TellsItsEnd end;
+    KLFptcurrent(true)->detach();
+    delete KLFptcurrent(true);
+    went_on = true;
+}
+
+TEST_F(Thread, CancelAndDestructionUnwindTheBody) {
+    for (const bool cancelled : {true, false}) {
         started = unwound = false;
-        auto thread = std::make_unique<ThreadBody>(sleep_until_unwound);
+        auto* thread = new ThreadBody(sleep_for_ever);
         ASSERT_EQ(thread->run(), 0);
-        while (!started)
-            KLFptdelay(100);
-        if (destroyed)
-            thread.reset();
-        else
+        wait_until([&] { return started.load(); });
+        if (cancelled) {
             EXPECT_EQ(thread->cancel(), 0);
-        while (!unwound)
-            KLFptdelay(100);
-        if (thread == nullptr) continue;
-        EXPECT_FALSE(thread->finished());
-        thread->waitend();
-        EXPECT_TRUE(thread->finished());
+            EXPECT_FALSE(thread->finished());
+            thread->waitend();
+            EXPECT_TRUE(thread->finished());
+        }
+        delete thread;
+        wait_until([&] { return unwound.load(); });
     }
-}
-
-TEST_F(Thread, ThreadThatDestroysItsRecordEndsThere) {
-    KLTmultisema over;
-    auto* thread = new ThreadBody([&over] {
-        struct Tell {
-            KLTmultisema& over;
-            int went_on = 0;
-            ~Tell() { over.signal(went_on); }
-        } tell{over};
-        KLFptcurrent(true)->detach();
-        delete KLFptcurrent(true);
-        tell.went_on = 1;
-    });
-    ASSERT_EQ(thread->run(), 0);
-    EXPECT_EQ(over.wait(), 0);
-}
-
-TEST_F(Thread, DetachedThreadClearsItsOwnHandle) {
-    for (const bool afterwards : {false, true}) {
-        std::atomic<bool> may_end{afterwards};
-        ThreadBody thread([&] {
-            while (!may_end)
-                KLFptdelay(100);
-        });
-        ASSERT_EQ(thread.run(), 0);
-        while (afterwards && !thread.finished())
-            KLFptdelay(100);
-        EXPECT_EQ(thread.detach(), 0);
-        thread.waitend(); // nothing to join: returns
-        may_end = true;
-        while (thread.attached())
-            KLFptdelay(100);
-        EXPECT_TRUE(thread.finished());
-        EXPECT_EQ(thread.detach(), -1);
-    }
+    unwound = went_on = false;
+    ASSERT_EQ((new ThreadBody(destroy_own_record))->run(), 0);
+    wait_until([&] { return unwound.load(); });
+    EXPECT_FALSE(went_on);
 }
 
 // The new thread may be over before run() has returned: its last word must stand.
-TEST_F(Thread, BriefDetachedThreadsLeaveNoHandleBehind) {
+TEST_F(Thread, DetachedThreadClearsItsOwnHandle) {
+    enum { by_itself, while_it_runs, afterwards };
     for (int round = 0; round < 300; ++round) {
-        ThreadBody thread([] { KLFptcurrent(true)->detach(); });
+        const int how = round % 3;
+        KLTmultisema may_end;
+        ThreadBody thread([&] {
+            if (how == by_itself) KLFptcurrent(true)->detach();
+            if (how == while_it_runs) may_end.wait();
+        });
         ASSERT_EQ(thread.run(), 0);
-        while (!thread.finished())
-            KLFptdelay(10);
-        ASSERT_EQ(thread.detach(), -1);
+        wait_until([&] { return how == while_it_runs || thread.finished(); });
+        ASSERT_EQ(thread.detach(), how == by_itself ? -1 : 0);
+        thread.waitend(); // nothing to join: returns
+        may_end.signal(1);
+        wait_until([&] { return how != while_it_runs || !thread.attached(); });
         ASSERT_FALSE(thread.attached());
+        ASSERT_TRUE(thread.finished());
     }
 }
 
-TEST_F(Thread, SignalsArriveInOrder) {
-    KLTmultisema signals;
-    for (const int value : {1, -7, 0x7FFFFFFF, 0})
-        EXPECT_EQ(signals.signal(value), 0);
-    for (const int value : {1, -7, 0x7FFFFFFF, 0})
-        EXPECT_EQ(signals.wait(), value);
-}
-
-using Mutex = Thread;
-
-TEST_F(Mutex, EachFormOfLockTakesAFreeMutex) {
+TEST_F(Thread, EachFormOfLockTakesAFreeMutex) {
     KLTptmutex mutex;
-    bool (*const locks[])(KLTptmutex&) = {
-        [](KLTptmutex& m) { return m.lock() == 0; },
-        [](KLTptmutex& m) { return m.lock(true) == 0; },
-        [](KLTptmutex& m) { return m.lock(0); },
-        [](KLTptmutex& m) { return m.lock(-1); },
-        [](KLTptmutex& m) { return m.lock(500'000); },
-        [](KLTptmutex& m) { return m.lock(std::numeric_limits<long long>::max()); },
-    };
-    for (const auto lock : locks) {
-        EXPECT_STREQ(mutex.owner("free"), "free");
-        EXPECT_TRUE(lock(mutex));
+    EXPECT_EQ(mutex.lock(), 0);
+    EXPECT_STREQ(mutex.owner("free"), "PT-Main");
+    EXPECT_EQ(mutex.lock(false), 0);
+    EXPECT_STREQ(mutex.owner("free"), "free");
+    EXPECT_EQ(mutex.lock(true), 0);
+    EXPECT_EQ(mutex.release(), 0);
+    for (const long long timeout_us : {-1LL, 500'000LL, std::numeric_limits<long long>::max()}) {
+        EXPECT_TRUE(mutex.lock(timeout_us));
         EXPECT_STREQ(mutex.owner("free"), "PT-Main");
-        EXPECT_EQ(lock == locks[0] ? mutex.release() : mutex.lock(false), 0);
+        EXPECT_EQ(mutex.release(), 0);
     }
 }
 
-TEST_F(Mutex, IsWaitedForInTimeAndPassedOnByACancelledHolder) {
+TEST_F(Thread, MutexIsWaitedForInTimeAndPassedOnByACancelledHolder) {
     KLTptmutex mutex;
     std::string owner;
+    const auto under_lock = [&](const std::function<void()>& action) {
+        const KLTptmutexHold held(mutex);
+        action();
+    };
+    ThreadBody holder([&] { under_lock(sleep_for_ever); }, "holder");
+    ThreadBody waiting([&] { under_lock([&] { owner = mutex.owner("free"); }); }, "next");
     started = false;
-    const auto hold = [&] {
-        const KLTptmutexHold held(mutex);
-        sleep_until_unwound();
-    };
-    const auto look = [&] {
-        const KLTptmutexHold held(mutex);
-        owner = mutex.owner("free");
-    };
-    ThreadBody holder(hold, "holder");
-    ThreadBody waiting(look, "next");
     ASSERT_EQ(holder.run(), 0);
-    while (!started)
-        KLFptdelay(100);
+    wait_until([&] { return started.load(); });
     for (const auto& [timeout_us, least_us] : {std::pair{0, 0}, {-5, 0}, {500'000, 500'000}}) {
         const long long before_us = KLFptnow();
         EXPECT_FALSE(mutex.lock(timeout_us));
@@ -251,60 +224,93 @@ TEST_F(Mutex, IsWaitedForInTimeAndPassedOnByACancelledHolder) {
         EXPECT_EQ(KLFptcurrent(true)->waitingFor(), nullptr);
     }
     ASSERT_EQ(waiting.run(), 0);
-    while (waiting.waitingFor() != &mutex)
-        KLFptdelay(100);
+    wait_until([&] { return waiting.waitingFor() == &mutex; });
     holder.cancel();
+    holder.waitend();
     waiting.waitend();
     EXPECT_EQ(owner, "next");
     EXPECT_EQ(waiting.waitingFor(), nullptr);
     EXPECT_STREQ(mutex.owner("free"), "free");
-    holder.waitend();
 }
 
-// What only the owner may do, by another thread.
-void by_stranger(int (*release)(KLTptmutex&)) {
+TEST_F(Thread, SignalsWithoutAPipeFail) {
+    const int lowest_free = dup(0);
+    close(lowest_free);
+    rlimit former{};
+    ASSERT_EQ(getrlimit(RLIMIT_NOFILE, &former), 0);
+    const rlimit narrow{static_cast<rlim_t>(lowest_free) + 2, former.rlim_max};
+    ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &narrow), 0);
+    for (int i = 0; i < 2; ++i) {
+        KLTmultisema only;
+        KLTmultisema none;
+        EXPECT_EQ(only.signal(i), 0);
+        EXPECT_EQ(only.wait(), i);
+        EXPECT_EQ(none.signal(i), -1);
+        EXPECT_EQ(none.wait(), -1);
+    }
+    ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &former), 0);
+}
+
+TEST(SharedMemory, ObjectsShareOneZeroedBlockThatItsCreatorRemoves) {
+    const int key = 0x4B340000 | (getpid() & 0xFFFF); // likely of no other process
+    const auto exists = [key] { return shmget(key, 0, 0) >= 0; };
+    for (const int refused : {0, -1})
+        EXPECT_EQ(KLTsharedMemory(refused, 1000).memory(), nullptr);
+    EXPECT_EQ(KLTsharedMemory(key, 0).memory(), nullptr);
+    {
+        KLTsharedMemory creator(key, 1000);
+        auto* const first = static_cast<unsigned char*>(creator.memory());
+        ASSERT_NE(first, nullptr);
+        EXPECT_EQ(std::count(first, first + 1000, 0), 1000);
+        {
+            KLTsharedMemory user(key, 1000);
+            ASSERT_NE(user.memory(), nullptr);
+            EXPECT_NE(user.memory(), first);
+            first[999] = 77;
+            EXPECT_EQ(static_cast<unsigned char*>(user.memory())[999], 77);
+        }
+        EXPECT_EQ(KLTsharedMemory(key, 1 << 20).memory(), nullptr) << "the block is too small";
+        EXPECT_TRUE(exists()) << "a user does not remove it";
+    }
+    EXPECT_FALSE(exists());
+}
+
+void release_elsewhere() {
     KLFptcreatemain(nullptr);
-    KLTptmutex mutex;
-    mutex.lock();
-    ThreadBody stranger([&] { release(mutex); });
+    second_mutex.lock();
+    ThreadBody stranger([] { second_mutex.lock(false); });
     stranger.run();
     stranger.waitend();
 }
 
-void releases_nested() {
+void release_twice() {
     KLFptcreatemain(nullptr);
-    KLTptmutex mutex;
-    mutex.lock();
-    mutex.lock();
-    fprintf(stderr, "%d;", mutex.release());
-    mutex.release();
-}
-
-void nothing_before_the_main_thread() {
-    const bool absent = !KLFptmain(false) && !KLFptcurrent(false);
-    const bool fallback = std::string(KLFptname("nobody")) == "nobody";
-    const bool first_name = std::string(KLFptcreatemain(nullptr)->name()) == "PT-0";
-    exit(absent + 2 * fallback + 4 * first_name);
+    second_mutex.lock();
+    second_mutex.lock();
+    fprintf(stderr, "%d;", second_mutex.release());
+    second_mutex.release();
 }
 
 // Death tests come first: there is no main thread yet.
 TEST(ThreadDeathTest, EndsTheProcess) {
-    EXPECT_EXIT(KLFptcreatemain(nullptr)->cancel(), testing::ExitedWithCode(0), "^$");
-    EXPECT_EXIT(nothing_before_the_main_thread(), testing::ExitedWithCode(7), "");
+    EXPECT_EQ(KLFptmain(false), nullptr);
+    EXPECT_EQ(KLFptcurrent(false), nullptr);
+    EXPECT_STREQ(KLFptname("nobody"), "nobody");
+    EXPECT_EXIT(KLFptmain(fputs(KLFptcreatemain("")->name(), stderr))->cancel(),
+                testing::ExitedWithCode(0), "^PT-0$");
     const char* no_main = "KLTpthreadBase::run\\(\\): Main thread does not exist!";
     const char* unknown = "KLFptcurrent\\(\\): Unknown thread!";
-    const char* not_owner = "KLTptmutex::release\\(\\): Only owner can release mutex!";
+    const char* stranger = "KLTptmutex::release\\(\\): Only owner can release mutex!";
     const std::pair<void (*)(), std::string> misuses[] = {
         {[] { ThreadBody([] {}).run(); }, no_main},
         {[] { KLFptmain(true); }, "KLFptmain\\(\\): Main thread doesn't exist!"},
         {[] { KLFptcurrent(true); }, unknown},
-        {[] { KLTptmutex().lock(); }, unknown},
-        {[] { KLTptmutex().lock(false); }, unknown},
-        {[] { static_cast<void>(KLTptmutex().lock(0)); }, unknown},
-        {[] { KLFptcreatemain(nullptr), KLTptmutex().release(); }, not_owner},
-        {[] { by_stranger([](KLTptmutex& mutex) { return mutex.release(); }); }, not_owner},
-        {[] { by_stranger([](KLTptmutex& mutex) { return mutex.lock(false); }); }, not_owner},
-        {releases_nested, std::string("0;") + not_owner},
+        {[] { second_mutex.lock(); }, unknown},
+        {[] { second_mutex.lock(false); }, unknown},
+        {[] { static_cast<void>(second_mutex.lock(0)); }, unknown},
+        {[] { KLFptcreatemain(nullptr), second_mutex.release(); }, stranger},
+        {release_elsewhere, stranger},
+        {release_twice, std::string("0;") + stranger},
     };
     for (const auto& [misuse, message] : misuses)
         EXPECT_EXIT(misuse(), testing::ExitedWithCode(255), "^" + message + "\r\n$");

@@ -14,9 +14,6 @@
 
 namespace {
 
-constexpr long long tick_us = 10'000;
-constexpr long ticks_per_second = 100;
-
 std::atomic<int> raw_ticks{0};
 unsigned slept_us = 0;
 
@@ -25,30 +22,18 @@ unsigned slept_us = 0;
 // The linker puts these in the place of the C library's for the code under test alone
 // (--wrap): the sanitizers' own calls, before they have started, stay as they are.
 extern "C" clock_t __wrap_times(struct tms*) { return raw_ticks; }
-
-extern "C" int __wrap_usleep(useconds_t us) {
-    slept_us = us;
-    return 0;
-}
-
-extern "C" long __real_sysconf(int name);
-
-extern "C" long __wrap_sysconf(int name) {
-    return name == _SC_CLK_TCK ? ticks_per_second : __real_sysconf(name);
-}
+extern "C" int __wrap_usleep(useconds_t us) { return slept_us = us, 0; }
 
 namespace {
 
-struct Reading {
-    int raw;
-    long long ticks;
-};
+const long long tick_us = 1'000'000 / sysconf(_SC_CLK_TCK);
 
-// The clock keeps its state, and each case needs the first reading of a process.
-void expect_readings(const std::vector<Reading>& readings) {
-    for (const Reading& reading : readings) {
-        raw_ticks = reading.raw;
-        if (KLFnow() != reading.ticks * tick_us) exit(1);
+// Raw counts and what they are as ticks. The clock keeps its state, and each case needs the
+// first reading of a process.
+void expect_readings(const std::vector<std::pair<int, long long>>& readings) {
+    for (const auto& [raw, ticks] : readings) {
+        raw_ticks = raw;
+        if (KLFnow() != ticks * tick_us) exit(1);
     }
     exit(0);
 }
@@ -57,7 +42,7 @@ TEST(ClockDeathTest, IsContinuousAcrossBothWraps) {
     GTEST_FLAG_SET(death_test_style, "threadsafe");
     constexpr long long half = 1LL << 31;
     constexpr long long turn = 1LL << 32;
-    const std::vector<Reading> cases[] = {
+    const std::vector<std::pair<int, long long>> cases[] = {
         {{0, 0}, {1, 1}, {1, 1}, {500, 500}},
         {{INT_MAX, half - 1}, {INT_MIN, half}, {-1, turn - 1}, {0, turn}, {1, turn + 1}},
         {{5, 5}, {INT_MIN, half}, {6, turn + 6}, {INT_MIN + 9, turn + half + 9}, {7, 2 * turn + 7}},
@@ -69,7 +54,7 @@ TEST(ClockDeathTest, IsContinuousAcrossBothWraps) {
         EXPECT_EXIT(expect_readings(readings), testing::ExitedWithCode(0), "");
 }
 
-TEST(Timer, CountsOnlyWhileItRuns) {
+TEST(Timer, CountsOnlyWhileItRunsAndOnFromZeroOnceCleared) {
     long long total_us = 7;
     {
         KLTtimer timer(&total_us, false);
@@ -81,13 +66,10 @@ TEST(Timer, CountsOnlyWhileItRuns) {
         EXPECT_EQ(total_us, 7);
     }
     EXPECT_EQ(total_us, 7 + 30 * tick_us) << "the target gets the total once, at the end";
-}
-
-TEST(Timer, ClearStartsAgainFromZero) {
     for (const bool runs : {false, true}) {
         KLTtimer of_long(5'000'000LL, runs);
-        KLTtimer of_int(0, runs);
-        KLTtimer plain(runs);
+        const KLTtimer of_int(0, runs);
+        const KLTtimer plain(runs);
         raw_ticks += 3;
         const long long passed_us = runs ? 3 * tick_us : 0;
         EXPECT_EQ(*of_long, 5'000'000 + passed_us);
@@ -100,25 +82,21 @@ TEST(Timer, ClearStartsAgainFromZero) {
     }
 }
 
-TEST(Delay, TakesTheLow32Bits) {
+TEST(Delay, SleepsTheLow32BitsOrTellsWhatASignalLeft) {
     for (const long long us : {0LL, 200'000LL, 1LL << 31, (1LL << 32) + 1'000}) {
         KLFdelay(us);
         EXPECT_EQ(slept_us, us & 0xFFFFFFFF);
     }
-}
-
-TEST(Delay, InterruptedByASignalReturnsTheRest) {
-    EXPECT_EQ(KLFptdelay(0), 0);
-    EXPECT_EQ(KLFptdelay(-1), 0);
-    EXPECT_EQ(KLFptdelay(1), 0);
+    for (const long long us : {0, -1, 1})
+        EXPECT_EQ(KLFptdelay(us), 0);
     struct sigaction action {};
     action.sa_handler = [](int) {};
     ASSERT_EQ(sigaction(SIGALRM, &action, nullptr), 0);
     // Repeats, so that a signal before the sleep has begun does no harm.
     const itimerval soon{{0, 20'000}, {0, 20'000}};
-    const itimerval off{};
     ASSERT_EQ(setitimer(ITIMER_REAL, &soon, nullptr), 0);
     const long long left_us = KLFptdelay(60'000'000);
+    const itimerval off{};
     ASSERT_EQ(setitimer(ITIMER_REAL, &off, nullptr), 0);
     EXPECT_GT(left_us, 50'000'000);
     EXPECT_LT(left_us, 60'000'000);

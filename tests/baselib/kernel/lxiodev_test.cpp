@@ -1,4 +1,4 @@
-// KLTlxIOdev on the device files, pipes and terminals of the running kernel.
+// Device files, pipes and terminals of the running kernel; their settings against stty.
 #include "baselib/device/lxiodev.h"
 
 #include "baselib/device/lxtermios.h"
@@ -12,20 +12,16 @@
 
 namespace {
 
-constexpr int no_data = -6849;
-
 TEST(LxIOdev, OpenClosesFirstWhateverThePath) {
+    const int lowest_free = dup(0);
+    close(lowest_free);
     for (const char* path : {"/dev/null", static_cast<const char*>(nullptr), "", "/absent", "/"}) {
         const bool opens = path != nullptr && std::string(path) == "/dev/null";
-        const int lowest_free = dup(0);
-        close(lowest_free);
         {
             KLTlxIOdev device("/dev/zero");
             EXPECT_EQ(device.descriptor(), lowest_free);
             EXPECT_EQ(device.open(path), opens);
             EXPECT_EQ(device.descriptor(), opens ? lowest_free : -1);
-            const KLTlxIOdev other(path);
-            EXPECT_EQ(other.isOpen(), opens);
         }
         EXPECT_EQ(fcntl(lowest_free, F_GETFD), -1) << "left open";
     }
@@ -38,12 +34,11 @@ TEST(LxIOdev, WithoutDataRoomOrDeviceFails) {
         int block;  // of some or none,
         int at_end; // and of some to be read
         int error;
-    } cases[] = {{"/dev/null", 1, 0, 0, 0}, {"/dev/full", 0, -1, 4, ENOSPC}, {"", 0, -1, -1, EBADF}};
+    } cases[] = {
+        {"/dev/null", 1, 0, 0, 0}, {"/dev/full", 0, -1, 4, ENOSPC}, {"", 0, -1, -1, EBADF}};
     char data[4] = {};
     for (const auto& c : cases) {
         KLTlxIOdev device(c.path);
-        EXPECT_EQ(device.oblock(data, 0), c.block);
-        EXPECT_EQ(device.ostring(""), c.block);
         EXPECT_EQ(device.iblock(data, 4), c.at_end);
         EXPECT_EQ(device.ichar(), c.at_end == 4 ? 0 : -1) << "the end of a file is a failure";
         EXPECT_EQ(device.icharns(), c.at_end == 4 ? 0 : -1);
@@ -52,40 +47,31 @@ TEST(LxIOdev, WithoutDataRoomOrDeviceFails) {
         EXPECT_EQ(device.ostring(nullptr), -1);
         errno = 0;
         EXPECT_EQ(device.ochar('x'), c.taken);
-        EXPECT_EQ(device.oblock(data, 4), c.block);
-        EXPECT_EQ(device.ostring("x"), c.block);
+        for (const int count : {0, 4})
+            EXPECT_EQ(device.oblock(data, count), c.block);
+        for (const char* text : {"", "x"})
+            EXPECT_EQ(device.ostring(text), c.block);
         EXPECT_EQ(KLTlxIOdev::syserr(), c.error);
         EXPECT_EQ(device.ofull(), 0);
-        EXPECT_EQ(device.blocking(true), device.isOpen() ? 0 : -2);
-        EXPECT_EQ(device.blocking(false), device.isOpen() ? 0 : -2);
+        for (const bool on : {true, false})
+            EXPECT_EQ(device.blocking(on), device.isOpen() ? 0 : -2);
         EXPECT_EQ(fcntl(device.descriptor(), F_GETFD), device.isOpen() ? 0 : -1);
     }
-}
-
-TEST(LxIOdev, BlockingRefusesDescriptor0) {
     const int input = dup(0);
     close(0);
     KLTlxIOdev device("/dev/null");
-    EXPECT_EQ(device.descriptor(), 0);
-    EXPECT_EQ(device.blocking(true), -1);
+    EXPECT_EQ(device.blocking(true), -1) << "of descriptor 0";
     device.close();
     dup2(input, 0);
     close(input);
 }
 
 // A FIFO opened for both directions gives back what was written to it.
-class LxIOdevFifo : public testing::Test {
-protected:
-    void SetUp() override {
-        ASSERT_EQ(mkfifo(folder.file("fifo").c_str(), 0600), 0);
-        ASSERT_TRUE(device.open(folder.file("fifo").c_str()));
-    }
-
+TEST(LxIOdev, ReadsWhatIsThere) {
     const ScratchFolder folder;
-    KLTlxIOdev device;
-};
-
-TEST_F(LxIOdevFifo, ReadsWhatIsThere) {
+    ASSERT_EQ(mkfifo(folder.file("fifo").c_str(), 0600), 0);
+    KLTlxIOdev device(folder.file("fifo").c_str());
+    constexpr int no_data = -6849;
     EXPECT_EQ(device.iempty(), 1);
     EXPECT_EQ(device.icharns(), no_data);
     EXPECT_EQ(device.icharti(-1), no_data);
@@ -95,45 +81,75 @@ TEST_F(LxIOdevFifo, ReadsWhatIsThere) {
     EXPECT_GE(waited, std::chrono::microseconds(1'000'500));
     EXPECT_LT(waited, std::chrono::seconds(10));
 
+    for (int c = 0; c < 256; ++c) {
+        EXPECT_EQ(device.ochar(c), 1);
+        EXPECT_EQ(c % 2 ? device.ichar() : device.icharti(10'000'000), c);
+    }
     EXPECT_EQ(device.oblock("ab\0c", 4), 0);
-    EXPECT_EQ(device.ostring("de"), 0);
     EXPECT_EQ(device.iempty(), 0);
     char data[16] = {};
-    EXPECT_EQ(device.iblock(data, 5), 5);
-    EXPECT_EQ(std::string(data, 5), std::string("ab\0cd", 5));
-    EXPECT_EQ(device.iblock(data, 16), 1);
+    EXPECT_EQ(device.iblock(data, 3), 3);
+    EXPECT_EQ(device.iblock(data + 3, 13), 1);
+    EXPECT_EQ(std::string(data, 5), std::string("ab\0c\0", 5));
     KLTprint(device) << "ID=" << 7 << "\nrest";
     EXPECT_EQ(device.istring(data, sizeof data), 4);
     EXPECT_STREQ(data, "ID=7");
-}
 
-TEST_F(LxIOdevFifo, WriteThatIsCutShortFails) {
     fcntl(device.descriptor(), F_SETFL, O_NONBLOCK);
     std::string big(1 << 20, 'x');
-    EXPECT_EQ(device.oblock(big.data(), static_cast<int>(big.size())), -1);
-    EXPECT_EQ(device.icharns(), 'x') << "nothing was taken";
+    EXPECT_EQ(device.oblock(big.data(), 1 << 20), -1) << "cut short";
     while (device.iempty() == 0)
-        ASSERT_GT(device.iblock(big.data(), static_cast<int>(big.size())), 0);
+        ASSERT_GT(device.iblock(big.data(), 1 << 20), 0);
     EXPECT_EQ(device.ostring(big.c_str()), -1);
+    EXPECT_EQ(device.iempty(), 0) << "nothing was taken";
 }
 
-TEST(LxIOdevTerminal, CarriesRawBytesUntilItIsHungUp) {
-    PseudoTerminal terminal;
-    KLTlxIOdev device(terminal.path().c_str());
-    KLTlxTermios line(device.descriptor());
-    line.setRaw();
-    ASSERT_EQ(line.apply(device.descriptor(), TCSANOW), 0);
-    for (int c = 0; c < 256; ++c) {
-        const std::string byte(1, static_cast<char>(c));
-        terminal.give(byte);
-        EXPECT_EQ(c % 2 ? device.ichar() : device.icharti(10'000'000), c);
-        EXPECT_EQ(device.ochar(c), 1);
-        EXPECT_EQ(terminal.take(), byte);
+class Terminal : public testing::Test {
+protected:
+    ~Terminal() override { close(fd); }
+
+    // Applies what was set and looks whether stty lists it, such as "-icanon" or "cs8".
+    bool stty_says(const std::string& setting) const {
+        EXPECT_EQ(line.apply(fd, TCSANOW), 0);
+        const std::string list = "(echo; stty -a -F " + terminal.path() + ") | tr ';\n' '  '";
+        return std::system((list + " | grep -q -- ' " + setting + " '").c_str()) == 0;
     }
-    terminal.hang_up();
-    EXPECT_EQ(device.icharns(), -1);
-    EXPECT_EQ(device.ostring("gone"), -1);
-    EXPECT_EQ(KLTlxIOdev::syserr(), EIO);
+
+    const PseudoTerminal terminal;
+    const int fd = open(terminal.path().c_str(), O_RDWR | O_NOCTTY);
+    KLTlxTermios line{fd};
+};
+
+TEST_F(Terminal, SettingsArrive) {
+    EXPECT_TRUE(stty_says("icanon"));
+    line.setRaw();
+    for (const char* setting : {"-icanon", "-echo", "-isig", "-iexten", "-opost", "-icrnl", "-ixon",
+                                "-istrip", "-parenb", "cs8", "min = 1", "time = 0"})
+        EXPECT_TRUE(stty_says(setting)) << setting;
+    for (const bool on : {true, false}) {
+        line.hwFlowControl(on);
+        EXPECT_TRUE(stty_says(on ? "-clocal" : "clocal"));
+        EXPECT_TRUE(stty_says("-crtscts"));
+        EXPECT_EQ(KLTlxTermios(fd).hwFlowControl(), on);
+    }
+    for (const int baud : {1200, 2400, 4800, 9600, 19200, 38400}) {
+        const int constant = KLTlxTermios::baudToC(baud);
+        EXPECT_EQ(line.baud(KLTlxTermios::inputSpeed | KLTlxTermios::outputSpeed, constant), 0);
+        EXPECT_TRUE(stty_says("speed " + std::to_string(baud) + " baud")) << baud;
+        EXPECT_EQ(KLTlxTermios::baudFromC(constant), baud);
+    }
+}
+
+TEST_F(Terminal, UnknownSpeedsAndWhatIsNoTerminalAreRefused) {
+    EXPECT_EQ(KLTlxTermios::baudToC(115200), -1);
+    EXPECT_EQ(KLTlxTermios::baudFromC(B115200), -1);
+    for (const int which : {1, 2, 3})
+        EXPECT_NE(line.baud(which, -1), 0);
+    EXPECT_EQ(line.baud(0, -1), 0);
+    EXPECT_NE(line.settings().c_cflag, 0U);
+    EXPECT_EQ(line.query(-1), -1);
+    EXPECT_EQ(line.settings().c_cflag, 0U);
+    EXPECT_NE(line.apply(-1, TCSANOW), 0);
 }
 
 } // namespace

@@ -4,7 +4,7 @@
 #include <algorithm>
 #include <arpa/inet.h>
 #include <cstdio>
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
 #include <nlohmann/json.hpp>
 #include <sched.h>
 #include <string>
@@ -36,14 +36,6 @@ bool has_flag(const json& record, const char* flag) {
 }
 
 std::uint32_t host_order(const std::string& dotted) { return ntohl(inet_addr(dotted.c_str())); }
-
-std::string as_text(std::uint64_t hardware_address) {
-    char text[18];
-    const auto* bytes = reinterpret_cast<const unsigned char*>(&hardware_address);
-    std::snprintf(text, sizeof text, "%02x:%02x:%02x:%02x:%02x:%02x", bytes[0], bytes[1], bytes[2],
-                  bytes[3], bytes[4], bytes[5]);
-    return text;
-}
 
 int lowest_free_descriptor() {
     const int lowest = dup(0);
@@ -79,7 +71,10 @@ TEST_F(Netstat, LinkFollowsBothEnds) {
 TEST_F(Netstat, EveryKindOfInterfaceIsAsIprouteSays) {
     for (const std::string kind : {"veth", "dummy", "ifb"}) {
         if (!succeeds("ip link add any0 type " + kind)) continue;
-        EXPECT_EQ(as_text(Net::macAddress("any0")), interface_record("any0").at("address"));
+        const std::string mac = interface_record("any0").at("address");
+        for (int i = 0; i < 6; ++i)
+            EXPECT_EQ(Net::macAddress("any0") >> 8 * i & 0xFF,
+                      std::stoul(mac.substr(3 * i), nullptr, 16));
         EXPECT_EQ(Net::ipaddrSet("any0", host_order("192.168.7.9")), 0);
         EXPECT_EQ(Net::netmaskSet("any0", host_order("255.255.255.128")), 0);
         EXPECT_EQ(interface_record("any0").at("addr_info").at(0).at("local"), "192.168.7.9");
@@ -99,26 +94,11 @@ TEST_F(Netstat, EveryKindOfInterfaceIsAsIprouteSays) {
     }
 }
 
-TEST_F(Netstat, WithoutPrivilegeQuestionsAreAnsweredAndNothingIsSet) {
-    ASSERT_TRUE(succeeds("ip address add 10.1.2.3/20 dev lan0 && ip link set lan0 up"));
-    constexpr uid_t nobody = 65534;
-    if (seteuid(nobody) != 0) GTEST_SKIP() << "there is no other user here";
-    EXPECT_EQ(Net::linkUp("lan0"), Net::linkIsDown);
-    EXPECT_EQ(Net::ipaddr("lan0"), host_order("10.1.2.3"));
-    EXPECT_EQ(Net::ipaddrSet("lan0", 1), -8588);
-    EXPECT_EQ(Net::netmaskSet("lan0", 1), -8588);
-    EXPECT_EQ(Net::restart("lan0"), -4) << "not taken down";
-    ASSERT_EQ(seteuid(0), 0);
-    EXPECT_TRUE(has_flag(interface_record("lan0"), "UP"));
-}
-
 void expect_refused(const char* name, int question, int setting) {
-    EXPECT_EQ(Net::linkUp(name), question);
-    EXPECT_EQ(Net::restart(name), question);
-    EXPECT_EQ(Net::ipaddrSet(name, 1), setting);
-    EXPECT_EQ(Net::netmaskSet(name, 1), setting);
-    EXPECT_EQ(Net::ipaddr(name), 0U);
-    EXPECT_EQ(Net::netmask(name), 0U);
+    using testing::Each;
+    EXPECT_THAT((std::vector{Net::linkUp(name), Net::restart(name)}), Each(question));
+    EXPECT_THAT((std::vector{Net::ipaddrSet(name, 1), Net::netmaskSet(name, 1)}), Each(setting));
+    EXPECT_THAT((std::vector{Net::ipaddr(name), Net::netmask(name)}), Each(0));
     EXPECT_EQ(Net::macAddress(name), 0U);
 }
 
@@ -138,6 +118,13 @@ TEST_F(Netstat, RefusalsHaveTheirCodes) {
     ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &no_more), 0);
     expect_refused("lan0", -2, -8598);
     ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &former), 0);
+
+    constexpr uid_t nobody = 65534;
+    if (seteuid(nobody) != 0) GTEST_SKIP() << "there is no other user here";
+    EXPECT_EQ(Net::linkUp(longest.c_str()), Net::linkIsDown) << "anybody may ask";
+    EXPECT_EQ(Net::restart(longest.c_str()), -4) << "not taken down";
+    EXPECT_EQ(Net::ipaddrSet(longest.c_str(), 1), -8588);
+    ASSERT_EQ(seteuid(0), 0);
 }
 
 } // namespace
