@@ -17,8 +17,6 @@ using namespace KLNstream;
 
 class Print : public testing::Test {
 protected:
-    std::string taken() { return sink.take(); }
-
     RecordingSink sink;
     KLTprint print{sink};
 };
@@ -41,8 +39,9 @@ TEST_F(Print, EveryTypePrintsByItsOwnSize) {
     print << hex << -1 << ' ' << hex << -1L << ' ' << hex << -1LL << ' ' << INT_MIN << ' '
           << LONG_MIN << ' ' << LLONG_MIN << ' ' << UINT_MAX << ' ' << ULONG_MAX << ' '
           << ULLONG_MAX << ' ' << static_cast<unsigned char>('A') << 'A';
-    EXPECT_EQ(taken(), formatted("%x %lx %llx %d %ld %lld %u %lu %llu 65A", -1, -1L, -1LL, INT_MIN,
-                                 LONG_MIN, LLONG_MIN, UINT_MAX, ULONG_MAX, ULLONG_MAX));
+    EXPECT_EQ(sink.take(),
+              formatted("%x %lx %llx %d %ld %lld %u %lu %llu 65A", -1, -1L, -1LL, INT_MIN, LONG_MIN,
+                        LLONG_MIN, UINT_MAX, ULONG_MAX, ULLONG_MAX));
     for (const int size : {-1, 0, 9})
         EXPECT_EXIT(print.prtint(1, size, true), testing::KilledBySignal(SIGABRT),
                     "^KELlib-Error integer of no size in module print, line [0-9]+ "
@@ -52,44 +51,44 @@ TEST_F(Print, EveryTypePrintsByItsOwnSize) {
 TEST_F(Print, ManipulatorsOfIntegers) {
     print << hex << 171 << ' ' << hex2 << 10 << ' ' << hex4 << 10 << ' ' << hex6 << 10 << ' '
           << hex8 << 10 << ' ' << hex12 << 10 << ' ' << hex16 << 10;
-    EXPECT_EQ(taken(),
+    EXPECT_EQ(sink.take(),
               formatted("%x %02x %04x %06x %08x %012x %016x", 171, 10, 10, 10, 10, 10, 10));
     print << Hex << 171 << ' ' << Hex2 << 10 << ' ' << Hex4 << 10 << ' ' << Hex6 << 10 << ' '
           << Hex8 << 10 << ' ' << Hex12 << 10 << ' ' << Hex16 << 10;
-    EXPECT_EQ(taken(),
+    EXPECT_EQ(sink.take(),
               formatted("%X %02X %04X %06X %08X %012X %016X", 171, 10, 10, 10, 10, 10, 10));
     print << oct << 8 << ' ' << octa(4) << 8 << ' ' << hexa(3) << 171 << ' ' << Hexa(3) << 171
           << ' ' << hex << dec << 10 << ' ' << deca(4) << -1 << ' ' << plus << 7 << ' ' << plus << 0
           << ' ' << plus << -7 << ' ' << pspc << 7;
-    EXPECT_EQ(taken(), formatted("%o %04o %03x %03X %d %04d %+d %+d %+d % d", 8, 8, 171, 171, 10,
-                                 -1, 7, 0, -7, 7));
+    EXPECT_EQ(sink.take(), formatted("%o %04o %03x %03X %d %04d %+d %+d %+d % d", 8, 8, 171, 171,
+                                     10, -1, 7, 0, -7, 7));
     print << bin << 5 << ' ' << bina(8) << 5 << ' ' << hex << rep(3, '=') << rep(-1, '?') << 255
           << width(3) << 7 << width(-99, '*') << 7;
-    EXPECT_EQ(taken(), "101 00000101 ===ff  77" + std::string(98, '*'));
+    EXPECT_EQ(sink.take(), "101 00000101 ===ff  77" + std::string(98, '*'));
 }
 
 TEST_F(Print, ManipulatorsOfDoubles) {
     constexpr double pi = 3.14159;
     print << pi << ' ' << dbl(2, 'f', ',') << pi << ' ' << dbl(2) << pi << ' ' << dblw(8, 3, 'f')
           << pi << dblw(5, 1) << pi << ' ' << dbl(1, 'e', ',') << dblw(-5, 1, 'f') << 0.5;
-    EXPECT_EQ(taken(), formatted("%g 3,14 %.2g %8.3f%5.1g %-5.1f", pi, pi, pi, pi, 0.5));
+    EXPECT_EQ(sink.take(), formatted("%g 3,14 %.2g %8.3f%5.1g %-5.1f", pi, pi, pi, pi, 0.5));
     // A letter that is none of a double never reaches printf.
     for (const char letter : {'s', 'n', 'd', 'p', '%', '\0'})
         print << dbl(6, letter) << 0.25;
-    EXPECT_EQ(taken(), "0.250.250.250.250.250.25");
+    EXPECT_EQ(sink.take(), "0.250.250.250.250.250.25");
 }
 
 TEST_F(Print, LineEndsLocksAndFlushes) {
     print << cr;
     print.setCR("|");
     print << cr << crlf << crf << crd << crfld << lock << done << fl << flush;
-    EXPECT_EQ(taken(), "\n|\r\n|F|>|F><>fF");
+    EXPECT_EQ(sink.take(), "\n|\r\n|F|>|F><>fF");
     print.setCR(nullptr);
     print << cr;
     print.setCR("#");
     print.init();
     print << cr;
-    EXPECT_EQ(taken(), "\n\n");
+    EXPECT_EQ(sink.take(), "\n\n");
 }
 
 TEST_F(Print, EveryKindOfItemHasItsFieldAndTakesTheFormattingWithIt) {
@@ -111,7 +110,7 @@ TEST_F(Print, EveryKindOfItemHasItsFieldAndTakesTheFormattingWithIt) {
             item(print);
             print << 10 << norm << 10;
             const std::string field = in_field(text, characters, '*');
-            EXPECT_EQ(taken(), field + "10" + field + in_field("12", characters, '*') + "10");
+            EXPECT_EQ(sink.take(), field + "10" + field + in_field("12", characters, '*') + "10");
         }
 }
 
@@ -120,13 +119,14 @@ TEST_F(Print, FormattingStaysUntilAnItemTakesIt) {
           << 255 << ' ' << pers << width(3, '.') << 1;
     print.persistent(false);
     print << 2 << 3;
-    EXPECT_EQ(taken(), "00ff 255 --255 ..1..23");
+    EXPECT_EQ(sink.take(), "00ff 255 --255 ..1..23");
     print.uflags(0xF0F0);
     print.uflags(0x05, 0xFF);
     EXPECT_EQ(print.flags().uflags_, 0xF005U) << "changes within a mask";
 }
 
 TEST_F(Print, OutputMoves) {
+    EXPECT_EQ(&KLTprint().output(), &devNull);
     RecordingSink other;
     print << "a";
     print.output(&other);
@@ -134,16 +134,13 @@ TEST_F(Print, OutputMoves) {
     print.output(nullptr);
     print << "c";
     EXPECT_EQ(&print.output(), &devNull);
-    EXPECT_EQ(taken(), "a");
-    EXPECT_EQ(other.take(), "b");
-    EXPECT_EQ(&KLTprint().output(), &devNull);
+    EXPECT_EQ(sink.take() + other.take(), "ab");
 }
 
-TEST(Sink, BaseOperationsWriteByCharactersAndRefuseNoData) {
-    RecordingSink sink;
+TEST_F(Print, SinksWriteByCharactersAndRefuseNoData) {
     EXPECT_EQ(sink.oblock("a\0b", 3), 0);
-    EXPECT_EQ(sink.ostring("xyz"), 0);
-    EXPECT_EQ(sink.ostring(""), 0);
+    for (const char* text : {"xyz", ""})
+        EXPECT_EQ(sink.ostring(text), 0);
     EXPECT_EQ(sink.ostring(nullptr), -6848);
     for (KLTout* out : {static_cast<KLTout*>(&sink), KLTout::null()}) {
         EXPECT_EQ(out->oblock(nullptr, 1), -6848);
@@ -153,25 +150,22 @@ TEST(Sink, BaseOperationsWriteByCharactersAndRefuseNoData) {
     EXPECT_EQ(sink.take(), std::string("a\0bxyza", 7));
 }
 
-class Count : public KLTmodifierUserData {
-public:
-    Count() { ++live; }
-    ~Count() override { --live; }
-    void reset() override { value = 0; }
+// As many as there are records of the modifier below hold it, and the test.
+const auto live = std::make_shared<int>();
 
+struct Count : KLTmodifierUserData {
+    void reset() override { value = 0; }
     int value = 0;
-    inline static int live = 0;
+    std::shared_ptr<int> alive = live;
 };
 
-// Prints how often it was printed to this print object; without a key keeps no data.
+// Prints how often it was printed to this print object; without a key keeps no record.
 struct Counter : KLTmodifierUser {
     using KLTmodifierUser::KLTmodifierUser;
     KLTmodifierUserData* apply(KLTprint& print, KLTmodifierUserData* data) const override {
-        Count unkept;
-        auto* count = data != nullptr ? static_cast<Count*>(data) : &unkept;
-        if (data == nullptr && key() != nullptr) count = new Count;
-        print << ++count->value;
-        return key() != nullptr ? count : nullptr;
+        if (data == nullptr && key() != nullptr) data = new Count;
+        print << (data != nullptr ? ++static_cast<Count*>(data)->value : 0);
+        return data;
     }
 };
 
@@ -184,25 +178,25 @@ TEST_F(Print, UserModifiersKeepDataPerPrintObjectAndKey) {
         KLTprint other(sink);
         print << a << a << b << Counter(&keys[0]) << Counter(nullptr) << Counter(nullptr);
         other << a;
-        EXPECT_EQ(taken(), "1213111");
+        EXPECT_EQ(sink.take(), "1213001");
     }
     print << norm << a << b << pers << a;
     print.persistent(false);
     print << a << b << c;
-    EXPECT_EQ(taken(), "112111") << "reset";
+    EXPECT_EQ(sink.take(), "112111") << "reset";
     print.delModifier(&keys[1]);
     print.delModifier(&keys[1]);
-    EXPECT_EQ(Count::live, 2);
+    EXPECT_EQ(live.use_count(), 3);
     EXPECT_EQ(print.findModifier(&keys[1]), nullptr);
     print << a << b << c;
     print.freemem();
-    EXPECT_EQ(Count::live, 0);
+    EXPECT_EQ(live.use_count(), 1);
     print << a;
-    EXPECT_EQ(taken(), "2121");
+    EXPECT_EQ(sink.take(), "2121");
     const std::unique_ptr<KLTmodifierUserData> forgotten(print.findModifier(&keys[0]));
     print.init();
     EXPECT_EQ(print.findModifier(&keys[0]), nullptr);
-    EXPECT_EQ(Count::live, 1);
+    EXPECT_EQ(live.use_count(), 2);
 }
 
 } // namespace

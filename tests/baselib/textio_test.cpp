@@ -24,8 +24,6 @@ using testing::Each;
 
 class TextIo : public testing::Test {
 protected:
-    std::string taken() { return sink.take(); }
-
     RecordingSink sink;
     KLTprint print{sink};
 };
@@ -53,12 +51,12 @@ TEST_F(TextIo, VectorsPrintEveryElementThereIsOfEverySize) {
     const long long longs[] = {1, -1, LLONG_MAX};
     print << KLTvecPrt(bytes, 3, ",", ";", 1) << KLTvecPrt(shorts, 3, ",", ";", 2)
           << KLTvecPrt(words, 3, ",", ";", 4) << KLTvecPrt(longs, 3, ",", ";", 8);
-    EXPECT_EQ(taken(), "1,-1,127;1,-1,32767;1,-1,2147483647;1,-1,9223372036854775807;");
+    EXPECT_EQ(sink.take(), "1,-1,127;1,-1,32767;1,-1,2147483647;1,-1,9223372036854775807;");
     print << Hex2 << KLTvecPrt(bytes, 3, " ", nullptr, 1) << '|' << 10
           << KLTvecPrt(nullptr, 3, ",", "a", 4) << KLTvecPrt(bytes, 0, ",", "b", 1)
           << KLTvecPrt(bytes, -1, ",", "c", 1) << KLTvecPrt(bytes, 1, ",", "d", 3) << pers << hex
           << KLTvecPrt(bytes, 2, nullptr, "!", 1) << 10;
-    EXPECT_EQ(taken(), "01 FF 7F|10abcd1ff!a");
+    EXPECT_EQ(sink.take(), "01 FF 7F|10abcd1ff!a");
 }
 
 TEST_F(TextIo, DumpsShowOffsetBytesAndCharacters) {
@@ -71,28 +69,28 @@ TEST_F(TextIo, DumpsShowOffsetBytesAndCharacters) {
     print << pers << oct << width(9);
     for (const int bytes_per_line : {16, -1, 0, 65}) {
         dump.dump(print, bytes_per_line);
-        EXPECT_EQ(taken(), "00000000: 18 19 1a 1b 1c 1d 1e 1f  20 21 22 23 24 25 26 7e"
-                           "  ........ !\"#$%&~\n"
-                           "00000010: 7f ff                                             ..\n");
+        EXPECT_EQ(sink.take(), "00000000: 18 19 1a 1b 1c 1d 1e 1f  20 21 22 23 24 25 26 7e"
+                               "  ........ !\"#$%&~\n"
+                               "00000010: 7f ff                                             ..\n");
     }
     KLTmemdump(memory, 0).dump(print);
     KLTmemdump(nullptr, 5).dump(print);
     KLTmemdump(memory + 8, 4).dump(print, 2, 1);
     KLTmemdump(memory + 8, 1).dump(print, 1, 0);
-    EXPECT_EQ(taken(), "00000000: 20  21   !\n00000002: 22  23  \"#\n00000000: 20   \n");
+    EXPECT_EQ(sink.take(), "00000000: 20  21   !\n00000002: 22  23  \"#\n00000000: 20   \n");
     dump.dump(print, 64, 0);
-    EXPECT_EQ(taken().size(), 10U + 64 * 3 + 2 + 18) << "in one line";
+    EXPECT_EQ(sink.take().size(), 10U + 64 * 3 + 2 + 18) << "in one line";
 }
 
 TEST_F(TextIo, TextsPrintAsTheyAreReversedOrOneByOne) {
     KLTostrm(sink) << "abc" << static_cast<const char*>(nullptr) << KLTastr("def")
                    << KLTreverseOut("ghi\xe4") << KLTreverseOut("");
-    EXPECT_EQ(taken(), "abcdef\xe4ihg");
+    EXPECT_EQ(sink.take(), "abcdef\xe4ihg");
     KLTtextarray texts;
     texts.add("a");
     texts.add("bc");
     print << width(3, '.') << texts;
-    EXPECT_EQ(taken(), "..abc");
+    EXPECT_EQ(sink.take(), "..abc");
 }
 
 std::string contents_of(const std::string& path) {

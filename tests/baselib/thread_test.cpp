@@ -58,33 +58,22 @@ TEST_F(Thread, NamesAreCountedOrKeep31Characters) {
     EXPECT_EQ(mutex.name(), std::string(long_name, 31));
 }
 
-void* name_of_caller(void* text) {
-    *static_cast<std::string*>(text) = KLFptname("nobody");
-    return KLFptcurrent(false);
-}
-
-TEST_F(Thread, MainBodiesAndForeignThreadsFindTheirRecordsOrNone) {
+TEST_F(Thread, EachFindsItsOwnRecord) {
     KLTpthreadBase* main = KLFptmain(true);
     EXPECT_EQ(KLFptcreatemain("another"), main);
-    std::string name;
-    EXPECT_EQ(name_of_caller(&name), main);
-    EXPECT_EQ(name, "PT-Main");
+    EXPECT_EQ(KLFptcurrent(true), main);
+    EXPECT_STREQ(KLFptname("nobody"), "PT-Main");
     EXPECT_EQ(main->run(), 0);
     main->waitend();
     EXPECT_FALSE(main->finished());
-
-    void* record = nullptr;
-    ThreadBody thread([&] { record = name_of_caller(&name); }, "worker");
+    std::string name;
+    KLTpthreadBase* record = nullptr;
+    const auto look = [&] { record = KLFptcurrent(true), name = KLFptname("nobody"); };
+    ThreadBody thread(look, "worker");
     ASSERT_EQ(thread.run(), 0);
     thread.waitend();
     EXPECT_EQ(record, &thread);
     EXPECT_EQ(name, "worker");
-
-    pthread_t foreign;
-    ASSERT_EQ(pthread_create(&foreign, nullptr, name_of_caller, &name), 0);
-    ASSERT_EQ(pthread_join(foreign, &record), 0);
-    EXPECT_EQ(record, nullptr);
-    EXPECT_EQ(name, "nobody");
 }
 
 TEST_F(Thread, RunsAgainOnceItHasFinished) {

@@ -30,7 +30,9 @@ const long long tick_us = 1'000'000 / sysconf(_SC_CLK_TCK);
 
 // Raw counts and what they are as ticks. The clock keeps its state, and each case needs the
 // first reading of a process.
-void expect_readings(const std::vector<std::pair<int, long long>>& readings) {
+using Readings = std::vector<std::pair<int, long long>>;
+
+void expect(const Readings& readings) {
     for (const auto& [raw, ticks] : readings) {
         raw_ticks = raw;
         if (KLFnow() != ticks * tick_us) exit(1);
@@ -42,7 +44,7 @@ TEST(ClockDeathTest, IsContinuousAcrossBothWraps) {
     GTEST_FLAG_SET(death_test_style, "threadsafe");
     constexpr long long half = 1LL << 31;
     constexpr long long turn = 1LL << 32;
-    const std::vector<std::pair<int, long long>> cases[] = {
+    const Readings cases[] = {
         {{0, 0}, {1, 1}, {1, 1}, {500, 500}},
         {{INT_MAX, half - 1}, {INT_MIN, half}, {-1, turn - 1}, {0, turn}, {1, turn + 1}},
         {{5, 5}, {INT_MIN, half}, {6, turn + 6}, {INT_MIN + 9, turn + half + 9}, {7, 2 * turn + 7}},
@@ -51,7 +53,7 @@ TEST(ClockDeathTest, IsContinuousAcrossBothWraps) {
         {{INT_MIN, INT_MIN}, {INT_MIN + 1, INT_MIN + 1LL}},
     };
     for (const auto& readings : cases)
-        EXPECT_EXIT(expect_readings(readings), testing::ExitedWithCode(0), "");
+        EXPECT_EXIT(expect(readings), testing::ExitedWithCode(0), "");
 }
 
 TEST(Timer, CountsOnlyWhileItRunsAndOnFromZeroOnceCleared) {
