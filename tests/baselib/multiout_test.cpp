@@ -32,27 +32,28 @@ TEST_F(FanOut, CallsGoToTheNewestFirst) {
 }
 
 TEST_F(FanOut, LocksItselfAroundItsSinksAndItsChanges) {
+    // Square with sinks, round without.
     struct Locked : KLTmultiout {
         explicit Locked(std::string& calls) : calls_(calls) {}
-        void globalLock() override { calls_ += '('; }
-        void globalRelease() override { calls_ += ')'; }
+        void globalLock() override { calls_ += off() ? '(' : '['; }
+        void globalRelease() override { calls_ += off() ? ')' : ']'; }
         std::string& calls_;
     } fan_out(journal);
     fan_out.remove(a);
     fan_out.add(a);
+    fan_out.remove(a);
+    fan_out.add(a);
     fan_out.add(b);
     fan_out.olock();
-    EXPECT_EQ(a.take(), "()()()(b<a<");
+    EXPECT_EQ(a.take(), "()(][)(][][b<a<");
     fan_out.orelease();
     fan_out.remove(a);
-    EXPECT_EQ(a.take(), "b>a>)()");
+    { const RecordingSink dying; }
+    EXPECT_EQ(a.take(), "b>a>][][]");
     EXPECT_FALSE(fan_out.find(a));
     EXPECT_TRUE(fan_out.find(b));
-    EXPECT_FALSE(fan_out.off());
-    { const RecordingSink dying; }
     fan_out.removeall();
-    EXPECT_TRUE(fan_out.off());
-    EXPECT_EQ(a.take(), "()()");
+    EXPECT_EQ(a.take(), "[)");
 }
 
 // Three sinks in three fan-outs, which are sinks too, in a fourth.

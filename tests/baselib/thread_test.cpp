@@ -84,32 +84,17 @@ TEST_F(Thread, RunsAgainOnceItHasFinished) {
     EXPECT_FALSE(thread.finished()) << "nothing to end yet";
     EXPECT_EQ(thread.cancel(), -2);
     EXPECT_EQ(thread.detach(), -1);
-    ASSERT_EQ(thread.run(), 0);
-    EXPECT_EQ(thread.run(), -2);
-    EXPECT_EQ(signals.signal(-1'000'000), 0);
-    EXPECT_EQ(signals.signal(7), 0);
-    wait_until([&] { return thread.finished(); });
-    EXPECT_TRUE(thread.attached());
-    ASSERT_EQ(thread.run(), 0);
-    thread.waitend();
-    EXPECT_FALSE(thread.attached());
-    EXPECT_EQ(sum, -10'000'000 + 7);
-}
-
-// At once, often before run() has returned to the creator.
-TEST_F(Thread, WaitendOrCancelOnItselfEndsTheThread) {
-    for (int round = 0; round < 200; ++round) {
-        bool went_on = false;
-        ThreadBody thread([&] {
-            KLTpthreadBase* self = KLFptcurrent(true);
-            round % 2 ? static_cast<void>(self->cancel()) : self->waitend();
-            went_on = true;
-        });
+    for (const int value : {-1'000'000, 7, 8}) {
         ASSERT_EQ(thread.run(), 0);
-        thread.waitend();
-        ASSERT_TRUE(thread.finished());
-        ASSERT_FALSE(went_on);
+        EXPECT_EQ(thread.run(), -2);
+        EXPECT_TRUE(thread.running());
+        EXPECT_EQ(value == 7 ? thread.detach() : 0, 0);
+        EXPECT_EQ(signals.signal(value), 0);
+        value == 8 ? thread.waitend() : wait_until([&] { return thread.finished(); });
+        EXPECT_TRUE(thread.finished());
+        EXPECT_EQ(thread.attached(), value < 0);
     }
+    EXPECT_EQ(sum, -100'000'000 + 78);
 }
 
 std::atomic<bool> started{false};
@@ -177,21 +162,6 @@ TEST_F(Thread, DetachedThreadClearsItsOwnHandle) {
     }
 }
 
-TEST_F(Thread, EachFormOfLockTakesAFreeMutex) {
-    KLTptmutex mutex;
-    EXPECT_EQ(mutex.lock(), 0);
-    EXPECT_STREQ(mutex.owner("free"), "PT-Main");
-    EXPECT_EQ(mutex.lock(false), 0);
-    EXPECT_STREQ(mutex.owner("free"), "free");
-    EXPECT_EQ(mutex.lock(true), 0);
-    EXPECT_EQ(mutex.release(), 0);
-    for (const long long timeout_us : {-1LL, 500'000LL, std::numeric_limits<long long>::max()}) {
-        EXPECT_TRUE(mutex.lock(timeout_us));
-        EXPECT_STREQ(mutex.owner("free"), "PT-Main");
-        EXPECT_EQ(mutex.release(), 0);
-    }
-}
-
 TEST_F(Thread, MutexIsWaitedForInTimeAndPassedOnByACancelledHolder) {
     KLTptmutex mutex;
     std::string owner;
@@ -219,7 +189,12 @@ TEST_F(Thread, MutexIsWaitedForInTimeAndPassedOnByACancelledHolder) {
     waiting.waitend();
     EXPECT_EQ(owner, "next");
     EXPECT_EQ(waiting.waitingFor(), nullptr);
-    EXPECT_STREQ(mutex.owner("free"), "free");
+    for (const long long timeout_us : {-1LL, 500'000LL, std::numeric_limits<long long>::max()}) {
+        EXPECT_STREQ(mutex.owner("free"), "free");
+        EXPECT_TRUE(mutex.lock(timeout_us));
+        EXPECT_STREQ(mutex.owner("free"), "PT-Main");
+        EXPECT_EQ(mutex.release(), 0);
+    }
 }
 
 TEST_F(Thread, SignalsWithoutAPipeFail) {
