@@ -6,25 +6,21 @@
 
 namespace {
 
-class EndsItself : public KLTpthreadBase {
-public:
-    explicit EndsItself(bool by_cancel) : by_cancel_(by_cancel) {}
+struct EndsItself : KLTpthreadBase {
     void threadFuncOwn() override {
-        by_cancel_ ? static_cast<void>(cancel()) : waitend();
+        by_cancel ? static_cast<void>(cancel()) : waitend();
         went_on = true;
     }
-
+    bool by_cancel = false;
     bool went_on = false;
-
-private:
-    bool by_cancel_;
 };
 
 // At once, often before run() has returned to the creator.
 TEST(ThreadRace, WaitendOrCancelOnItselfEndsTheThread) {
     KLFptcreatemain(nullptr);
     for (int round = 0; round < 5000; ++round) {
-        EndsItself thread(round % 2);
+        EndsItself thread;
+        thread.by_cancel = round % 2 != 0;
         ASSERT_EQ(thread.run(), 0);
         thread.waitend();
         ASSERT_TRUE(thread.finished());
