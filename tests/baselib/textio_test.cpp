@@ -155,20 +155,20 @@ TEST(OutHandle, TranslatesLineEndsAndTellsWhatIsRefused) {
 }
 
 // Gives its bytes, then one code for ever.
-class ByteSource : public KLTin {
-public:
-    ByteSource(std::string bytes, int end) : bytes_(std::move(bytes)), end_(end) {}
+struct ByteSource : KLTin {
+    ByteSource(std::string_view data, int code) : bytes(data), end(code) {}
     int ichar() override {
-        return next_ < bytes_.size() ? static_cast<unsigned char>(bytes_[next_++]) : end_;
+        if (bytes.empty()) return end;
+        const auto byte = static_cast<unsigned char>(bytes.front());
+        bytes.remove_prefix(1);
+        return byte;
     }
     int icharns() override { return ichar(); }
     int icharti(long long) override { return ichar(); }
-    int iempty() override { return next_ == bytes_.size(); }
+    int iempty() override { return bytes.empty(); }
 
-private:
-    std::string bytes_;
-    size_t next_ = 0;
-    int end_;
+    std::string_view bytes;
+    int end;
 };
 
 TEST(In, BlocksAndLinesEndWithTheDataOrAFailure) {

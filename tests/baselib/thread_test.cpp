@@ -16,14 +16,11 @@
 namespace {
 
 // Its body is any callable.
-class ThreadBody : public KLTpthreadBase {
-public:
-    explicit ThreadBody(std::function<void()> body, const char* name = "body")
-        : KLTpthreadBase(name), body_(std::move(body)) {}
-    void threadFuncOwn() override { body_(); }
-
-private:
-    std::function<void()> body_;
+struct ThreadBody : KLTpthreadBase {
+    explicit ThreadBody(std::function<void()> callable, const char* name = "body")
+        : KLTpthreadBase(name), body(std::move(callable)) {}
+    void threadFuncOwn() override { body(); }
+    std::function<void()> body;
 };
 
 class Thread : public testing::Test {

@@ -9,12 +9,9 @@
 namespace {
 
 // In a process that is asked to, speaks as soon as there is any object, and as long.
-class Speaker {
-public:
+struct Speaker {
     Speaker() { speak(); }
     ~Speaker() { speak(); }
-
-private:
     static void speak() {
         if (getenv("K4_TEST_SPEAKS") == nullptr) return;
         pout.output(&deverr);
