@@ -29,8 +29,9 @@ protected:
 
     // For what another thread brings about.
     static void wait_until(const std::function<bool()>& holds) {
-        while (!holds())
+        for (int tries = 100'000; tries > 0 && !holds(); --tries)
             KLFptdelay(100);
+        EXPECT_TRUE(holds());
     }
 };
 
@@ -168,6 +169,7 @@ TEST_F(Thread, MutexIsWaitedForInTimeAndPassedOnByACancelledHolder) {
     };
     ThreadBody holder([&] { under_lock(sleep_for_ever); }, "holder");
     ThreadBody waiting([&] { under_lock([&] { owner = mutex.owner("free"); }); }, "next");
+    ThreadBody timed([&] { mutex.lock(60'000'000) && mutex.release(); }, "timed");
     started = false;
     ASSERT_EQ(holder.run(), 0);
     wait_until([&] { return started.load(); });
@@ -179,11 +181,14 @@ TEST_F(Thread, MutexIsWaitedForInTimeAndPassedOnByACancelledHolder) {
         EXPECT_STREQ(mutex.owner("free"), "holder");
         EXPECT_EQ(KLFptcurrent(true)->waitingFor(), nullptr);
     }
-    ASSERT_EQ(waiting.run(), 0);
-    wait_until([&] { return waiting.waitingFor() == &mutex; });
+    for (ThreadBody* thread : {&waiting, &timed}) {
+        ASSERT_EQ(thread->run(), 0);
+        wait_until([&] { return thread->waitingFor() == &mutex; });
+    }
     holder.cancel();
     holder.waitend();
     waiting.waitend();
+    timed.waitend();
     EXPECT_EQ(owner, "next");
     EXPECT_EQ(waiting.waitingFor(), nullptr);
     for (const long long timeout_us : {-1LL, 500'000LL, std::numeric_limits<long long>::max()}) {
