@@ -1,69 +1,48 @@
-#include "grc/font.h"
-
-#include <algorithm>
-#include <string>
-#include <utility>
+#include "grc/font_art.h"
 
 #include <gtest/gtest.h>
+#include <string>
 
 namespace {
 
-const GRCglyph& glyph(char character) {
-    return F9x5p.glyphs[static_cast<std::size_t>(character - GRCfontData::first)];
-}
-
-// The first and the last row of a character that is not empty.
-std::pair<int, int> extent(char character) {
-    int first = -1;
-    int last = -1;
-    for (int row = 0; row < 9; ++row) {
-        if (glyph(character).rows[static_cast<std::size_t>(row)] == 0) continue;
-        if (first < 0) first = row;
-        last = row;
+// Whether art is a font, of all characters with two rows of "#." and ".#" each; but one
+// character has another heading and other pieces.
+bool is_font(char other, std::string heading, std::string upper, std::string lower,
+             GRCfontData font = {}) {
+    std::string lines[3];
+    for (char next = '!'; next <= '~'; ++next) {
+        lines[0] += (next == other ? heading : std::string(1, next)) + " ";
+        lines[1] += (next == other ? upper : "#.") + " ";
+        lines[2] += (next == other ? lower : ".#") + " ";
     }
-    return {first, last};
+    return readFontArt(lines[0] + "\n" + lines[1] + "\n" + lines[2], 2, 3, font);
 }
 
 } // namespace
 
-// Those that a reader takes for each other differ in more than one pixel.
-TEST(F9x5p, CharactersDiffer) {
-    const std::string groups[] = {"0OD", "1lI|!i", "5S", "8B", "2Z", "`'\"", "({[",
-                                  ")}]", ",.",     ":;", "UV", "vy", "gq",   "-_~"};
-    for (char a = '!'; a <= '~'; ++a)
-        for (char b = static_cast<char>(a + 1); b <= '~'; ++b) {
-            const bool alike = std::ranges::any_of(groups, [a, b](const std::string& group) {
-                return group.find(a) != std::string::npos && group.find(b) != std::string::npos;
-            });
-            int difference = glyph(a).width != glyph(b).width;
-            for (std::size_t row = 0; row < 9; ++row)
-                difference += __builtin_popcount(glyph(a).rows[row] ^ glyph(b).rows[row]);
-            EXPECT_GE(difference, alike ? 2 : 1) << a << " " << b;
-        }
-}
-
-TEST(F9x5p, CharactersStandOnTheBaseLine) {
+TEST(FontArt, OnlyWellFormedArtIsAFont) {
     const struct {
-        std::string characters;
-        std::pair<int, int> extent;
-    } rows[] = {
-        {"ABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789bdfhkl", {0, 6}},
-        {"acemnorsuvwxz", {2, 6}},
-        {"gpqy", {2, 8}},
-        {" ", {-1, -1}},
+        bool is_sound;
+        char character;
+        const char* heading;
+        const char* upper;
+        const char* lower;
+    } cases[] = {
+        {true, 'K', "K", "#", "#"},
+        {true, 'K', "K", "########", "......##"},
+        {false, 'K', "K", "#########", "........."}, // too wide
+        {false, 'K', "K", "##", "#"},                // ragged
+        {false, 'K', "K", "##", "###"},
+        {false, 'K', "K", "##", "#o"}, // no pixel
+        {false, 'K', "L", "##", "##"}, // another order
+        {false, 'K', "KL", "##", "##"},
+        {false, 'K', "K", "##", ""}, // pieces too few or too many
+        {false, 'K', "K", "##", "## ##"},
+        {false, '~', "", "", ""}, // characters too few or too many
+        {false, '~', "~ \x7F", "## ##", "## ##"},
+        {false, '~', "~", "##\n", "##"}, // a line missing
+        {false, '~', "~", "##", "##\n#"},
     };
-    for (const auto& row : rows)
-        for (const char character : row.characters)
-            EXPECT_EQ(extent(character), row.extent) << character;
-}
-
-TEST(F9x5p, GlyphsUseTheirWholeWidth) {
-    for (char character = '!'; character <= '~'; ++character) {
-        unsigned int columns = 0;
-        for (const auto row : glyph(character).rows)
-            columns |= row;
-        EXPECT_EQ(columns >> (glyph(character).width - 1), 1U) << character;
-        EXPECT_TRUE(columns & 1) << character;
-    }
-    EXPECT_EQ(glyph(' ').width, 3);
+    for (const auto& [is_sound, character, heading, upper, lower] : cases)
+        EXPECT_EQ(is_font(character, heading, upper, lower), is_sound) << upper << "/" << lower;
 }

@@ -1,162 +1,187 @@
-#include "hw/i2c.h"
+#include "hw/i2c_indirect.h"
 
+#include <algorithm>
 #include <array>
-#include <string>
+#include <gtest/gtest.h>
 #include <vector>
 
-#include "i2c_wire.h"
-#include <gtest/gtest.h>
+#include "baselib/time/clock.h"
+#include "hw/lagged_fibonacci.h"
+#include "i2c_stage.h"
 
 namespace {
 
-/** A software I2C master on a decoded wire. */
-class WireBus : public KLTi2cBase2 {
+// A bus that writes line operations down: "01" is SCL low and SDA released, "?1" a data bit
+// read, "A0" an acknowledge read, "w" a wait; in brackets as logged. Reads find the levels
+// that the expected trace has for them.
+class TracedBus : public KLTi2cBase2, public KLTi2cLogBase {
 public:
-    I2cWire wire;
-
-    explicit WireBus(int address = 0x3C) { wire.acknowledged = {address * 2, address * 2 + 1}; }
-
-    void putI2C(int scl, int sda) override { wire.set(scl, sda); }
-    int getI2C(bool) override { return wire.level(); }
-};
-
-/** A bus that writes line operations down: "01" is SCL low and SDA released, "?" a data read,
-    "A" an acknowledge read, "w" a wait. Reads give the scripted levels, then 1. */
-class TracedBus : public KLTi2cBase2 {
-public:
+    explicit TracedBus(const std::string& expected) : expected_(expected) {}
     std::string trace;
-    std::deque<int> levels;
 
-    void putI2C(int scl, int sda) override {
-        note(std::string{static_cast<char>('0' + scl), static_cast<char>('0' + sda)});
-    }
+    void putI2C(int scl, int sda) override { note(levels(scl, sda)); }
     int getI2C(bool ack) override {
-        note(ack ? "A" : "?");
-        if (levels.empty()) return 1;
-        const int level = levels.front();
-        levels.pop_front();
+        next_read_ = expected_.find(ack ? 'A' : '?', next_read_) + 1;
+        const int level = expected_[next_read_] - '0';
+        note((ack ? "A" : "?") + std::to_string(level));
         return level;
     }
     void waitI2C() override { note("w"); }
+    void logOutput(int scl, int sda) override { note("(" + levels(scl, sda) + ")"); }
+    void logInput(int value, bool ack) override {
+        note((ack ? "(A" : "(?") + std::to_string(value) + ")");
+    }
 
 private:
-    void note(const std::string& entry) {
-        if (!trace.empty()) trace += ' ';
-        trace += entry;
+    static std::string levels(int scl, int sda) {
+        return std::to_string(scl) + std::to_string(sda);
+    }
+    void note(const std::string& entry) { trace += " " + entry; }
+
+    std::string expected_;
+    std::size_t next_read_ = 0;
+};
+
+using Block = std::vector<std::uint8_t>;
+
+// Keeps each block, takes 250 ms for it, and fails at the last one that it was told.
+class BlockSink : public KLTi2cIndirect {
+public:
+    std::vector<Block> blocks;
+    std::size_t fails_at = 1000;
+
+    int writeBlock(int, const void* data, int len) override {
+        const auto* bytes = static_cast<const std::uint8_t*>(data);
+        blocks.emplace_back(bytes, bytes + len);
+        KLFdelay(250'000);
+        return blocks.size() == fails_at ? -77 : 0;
     }
 };
 
 } // namespace
 
-TEST(I2cLines, WrittenByte) {
-    const std::string one = "01 11 w w ";
-    const std::string zero = "00 10 w w ";
-    for (const int acknowledge : {0, 1}) {
-        TracedBus bus;
-        bus.levels = {acknowledge};
-        EXPECT_EQ(bus.iicBwrite(0x1CA), acknowledge == 0) << "only eight bits are sent";
-        EXPECT_EQ(bus.trace, one + one + zero + zero + one + zero + one + zero + "01 11 w A 00 w");
-    }
-}
-
-TEST(I2cLines, ReadByte) {
-    for (const bool acknowledge : {true, false}) {
-        TracedBus bus;
-        bus.levels = {1, 0, 0, 1, 0, 1, 1, 0};
-        EXPECT_EQ(bus.iicBread(acknowledge), 0x96);
-        std::string expected = "01 ";
-        for (int bit = 0; bit < 8; ++bit)
-            expected += "11 w ? 01 w ";
-        EXPECT_EQ(bus.trace, expected + (acknowledge ? "00 10 w 00 w" : "01 11 w 00 w"));
-    }
-}
-
-TEST(I2cLines, DataLineTestTellsStuckLines) {
+TEST(I2cMaster, MovesTheLinesAsTheBusWants) {
+    const std::string one = " 01 11 w w";
+    const std::string zero = " 00 10 w w";
+    const std::string sent = one + one + zero + zero + one + zero + one + zero + " 01 11 w";
+    const std::string got_one = " 11 w ?1 01 w";
+    const std::string got_zero = " 11 w ?0 01 w";
+    const std::string half = got_one + got_zero + got_zero + got_one;
     const struct {
-        std::deque<int> levels;
+        int (*run)(KLTi2cBase2& bus);
         int result;
-        const char* trace;
-    } cases[] = {
-        {{1, 0, 1}, 0, "11 01 ? 00 ? 01 ? 11"},
-        {{0, 0, 0}, -8645, "11 01 ? 11"},
-        {{1, 1, 1}, -8644, "11 01 ? 00 ? 11"},
-        {{1, 0, 0}, -8645, "11 01 ? 00 ? 01 ? 11"},
+        std::string trace;
+    } operations[] = {
+        {[](auto& bus) { return bus.iicStart(), 0; }, 0, " 10 00"},
+        {[](auto& bus) { return bus.iicStop(), 0; }, 0, " 10 11"},
+        {[](auto& bus) -> int { return bus.iicBwrite(0x1CA); }, true, sent + " A0 00 w"},
+        {[](auto& bus) -> int { return bus.iicBwrite(0x0CA); }, false, sent + " A1 00 w"},
+        {[](auto& bus) { return bus.iicBread(true); }, 0x99, " 01" + half + half + " 00 10 w 00 w"},
+        {[](auto& bus) { return bus.iicBread(false); }, 0x99,
+         " 01" + half + half + " 01 11 w 00 w"},
+        {[](auto& bus) { return bus.testDataLine(); }, 0, " 11 01 ?1 00 ?0 01 ?1 11"},
+        {[](auto& bus) { return bus.testDataLine(); }, -8645, " 11 01 ?0 11"},
+        {[](auto& bus) { return bus.testDataLine(); }, -8644, " 11 01 ?1 00 ?1 11"},
+        {[](auto& bus) { return bus.testDataLine(); }, -8645, " 11 01 ?1 00 ?0 01 ?0 11"},
     };
-    for (const auto& [levels, result, trace] : cases) {
-        TracedBus bus;
-        bus.levels = levels;
-        EXPECT_EQ(bus.testDataLine(), result);
+    for (const auto& [run, result, trace] : operations) {
+        TracedBus bus(trace);
+        EXPECT_EQ(run(bus), result) << trace;
         EXPECT_EQ(bus.trace, trace);
     }
 }
 
-TEST(I2cBlocks, WriteAndReadEveryLength) {
-    for (int length = 1; length <= 5; ++length) {
-        WireBus bus(0x7F);
-        const std::array<std::uint8_t, 5> sent = {0x00, 0xFF, 0xA5, 0x5A, 0x01};
-        bus.wire.answers = {0x12, 0x34, 0x80, 0x01, 0xFF};
-        std::array<std::uint8_t, 5> received{};
-        EXPECT_EQ(bus.writeBlock(0x7F, sent.data(), length), 0);
-        EXPECT_EQ(bus.readBlock(0x7F, received.data(), length), 0);
-
-        const std::string written = "00+ ff+ a5+ 5a+ 01+ ";
-        const std::vector<std::string> read = {"12", "34", "80", "01", "ff"};
-        std::string expected = "S fe+ " + written.substr(0, length * 4U) + "P S ff+";
-        for (int i = 0; i < length; ++i)
-            expected += " " + read[i] + (i + 1 < length ? "+" : "-");
-        EXPECT_EQ(bus.wire.take(), expected + " P");
-        EXPECT_TRUE(bus.wire.isIdle());
-        EXPECT_EQ(received[length - 1], std::stoi(read[length - 1], nullptr, 16));
+// The buffer holds 01 02 03 at first, the slave at 0x7F sends CA FE 35.
+TEST(I2cMaster, TransfersBlocksOrTellsWhatWentWrong) {
+    const struct {
+        char kind; // write, read, or exchange: write one byte and read the others
+        int address;
+        int length;
+        int result;
+        const char* heard;
+        Block after = {1, 2, 3};
+        int room = 1000;
+        bool is_readable = true;
+    } transfers[] = {
+        {'w', 0x7F, 1, 0, "S w 01 P"},
+        {'w', 0x7F, 3, 0, "S w 01 02 03 P"},
+        {'w', 0x7F, 3, -8646, "S w 01 02! P", {1, 2, 3}, 1},
+        {'w', 0x7E, 3, -8648, "S P"},
+        {'r', 0x7F, 1, 0, "S r ca P", {0xCA, 2, 3}},
+        {'r', 0x7F, 3, 0, "S r ca fe 35 P", {0xCA, 0xFE, 0x35}},
+        {'r', 0x7E, 3, -8647, "S P"},
+        {'x', 0x7F, 1, 0, "S w 01 P S r ca fe P", {1, 0xCA, 0xFE}},
+        {'x', 0x7F, 1, -8646, "S w 01! P", {1, 2, 3}, 0},
+        {'x', 0x7F, 1, -8647, "S w 01 P S r! P", {1, 2, 3}, 1, false},
+        {'w', 128, 1, -8649, ""},
+        {'w', -1, 1, -8649, ""},
+        {'w', 0x7F, 0, -8649, ""},
+        {'r', 128, 1, -8649, ""},
+        {'r', 0x7F, -1, -8649, ""},
+    };
+    for (const auto& [kind, address, length, result, heard, after, room, is_readable] : transfers) {
+        OnLines<KLTi2cBase2> bus(0x7F);
+        bus.slave.answers = {0xCA, 0xFE, 0x35};
+        bus.slave.room = room;
+        bus.slave.is_readable = is_readable;
+        Block data = {1, 2, 3};
+        const int code = kind == 'w'   ? bus.writeBlock(address, data.data(), length)
+                         : kind == 'r' ? bus.readBlock(address, data.data(), length)
+                                       : bus.writeRead(address, &data[0], length, &data[1], 2);
+        EXPECT_EQ(code, result) << heard;
+        EXPECT_EQ(bus.slave.take(), heard);
+        EXPECT_EQ(data, after) << heard;
+        EXPECT_TRUE(bus.lines.scl() && bus.lines.sda()) << "not idle after " << heard;
+        EXPECT_EQ(bus.writeBlock(0x7F, nullptr, 1), -8649);
+        EXPECT_EQ(bus.readBlock(0x7F, nullptr, 1), -8649);
+        EXPECT_EQ(bus.slave.take(), "");
     }
 }
 
-TEST(I2cBlocks, FailuresLeaveTheBusIdle) {
-    const std::uint8_t data[] = {1, 2, 3};
-    WireBus absent;
-    std::uint8_t received[3] = {7, 7, 7};
-    EXPECT_EQ(absent.writeBlock(0x20, data, 3), -8648);
-    EXPECT_EQ(absent.readBlock(0x20, received, 3), -8647);
-    EXPECT_EQ(received[0], 7);
-    EXPECT_EQ(absent.wire.take(), "S 40- P S 41- P");
-    EXPECT_TRUE(absent.wire.isIdle());
+TEST(I2cIndirect, ForwardsLogsAndCountsUntilNullRestoresTheDummies) {
+    const std::string trace = " 11 (11) 01 (01) ?1 (?1) 00 (00) ?1 (?1) 11 (11)";
+    TracedBus client(trace + " A0 A1");
+    KLTi2cIndirect bus;
+    EXPECT_EQ(bus.setClient(&client), &client);
+    EXPECT_EQ(bus.setLogger(&client), &client);
+    EXPECT_EQ(bus.testDataLine(), -8644);
+    EXPECT_EQ(client.trace, trace);
+    EXPECT_TRUE(bus.iicBwrite(0));
+    EXPECT_EQ(bus.noAckCount(), 0);
+    EXPECT_FALSE(bus.iicBwrite(0));
+    EXPECT_EQ(bus.noAckCount(), 1);
+    EXPECT_TRUE(client.trace.ends_with("w A1 (A1) 00 (00) w"));
+    EXPECT_EQ(bus.waitCount(), 36);
+    EXPECT_EQ(std::ranges::count(client.trace, 'w'), 36);
 
-    WireBus full;
-    full.wire.writableBytes = 1;
-    EXPECT_EQ(full.writeBlock(0x3C, data, 3), -8646);
-    EXPECT_EQ(full.wire.take(), "S 78+ 01+ 02- P");
-    EXPECT_TRUE(full.wire.isIdle());
-}
-
-TEST(I2cBlocks, BadArgumentsTouchNoLine) {
+    KLTi2cIndirect other;
+    EXPECT_EQ(bus.setClient(nullptr), other.setClient(nullptr));
+    EXPECT_EQ(bus.setLogger(nullptr), other.setLogger(nullptr));
+    const std::string before = client.trace;
+    EXPECT_EQ(bus.writeBlock(0x3C, &trace, 1), -8648);
     std::uint8_t byte = 0;
-    std::uint8_t* const data = &byte;
-    for (const auto& [addr, block, length] : {std::tuple{128, data, 1},
-                                              {-1, data, 1},
-                                              {0x3C, data, 0},
-                                              {0x3C, data, -1},
-                                              {0x3C, static_cast<std::uint8_t*>(nullptr), 1}}) {
-        TracedBus bus;
-        EXPECT_EQ(bus.writeBlock(addr, block, length), -8649);
-        EXPECT_EQ(bus.readBlock(addr, block, length), -8649);
-        EXPECT_EQ(bus.trace, "");
-    }
+    EXPECT_EQ(bus.readBlock(0x3C, &byte, 1), -8647);
+    EXPECT_EQ(client.trace, before);
 }
 
-TEST(I2cWriteRead, TwoTransactionsOrTheCodeOfTheWrite) {
-    const std::uint8_t command = 0x40;
-    std::uint8_t answer[2] = {};
-    WireBus bus;
-    bus.wire.answers = {0xCA, 0xFE};
-    EXPECT_EQ(bus.writeRead(0x3C, &command, 1, answer, 2), 0);
-    EXPECT_EQ(bus.wire.take(), "S 78+ 40+ P S 79+ ca+ fe- P");
-    EXPECT_EQ(answer[1], 0xFE);
+// Words worked out from the recurrence that the header tells, in another program.
+TEST(I2cIndirect, PumpsTheSameRandomBlockOutUntilOneFails) {
+    LaggedFibonacci generator;
+    std::vector<std::uint32_t> words(1000);
+    std::ranges::generate(words, [&] { return generator.next(); });
+    EXPECT_EQ(words[0], 0xA6E617C3);
+    EXPECT_EQ(words[54], 0x78FD8FDC);
+    EXPECT_EQ(words[999], 0x232C27FF);
 
-    bus.wire.writableBytes = 0;
-    EXPECT_EQ(bus.writeRead(0x3C, &command, 1, answer, 2), -8646);
-    EXPECT_EQ(bus.wire.take(), "S 78+ 40- P");
-
-    bus.wire.writableBytes = 1;
-    bus.wire.acknowledged = {0x78};
-    EXPECT_EQ(bus.writeRead(0x3C, &command, 1, answer, 2), -8647);
-    EXPECT_EQ(bus.writeRead(0x3C, &command, 1, nullptr, 2), -8649);
+    BlockSink bus;
+    long long elapsed_us = -1;
+    for (const auto& [bytes, rounds] : {std::pair{0, 5}, {5, 0}, {-5, 1}})
+        EXPECT_EQ(bus.pumpOut(0x3C, bytes, rounds, elapsed_us), 0);
+    EXPECT_EQ(elapsed_us, -1);
+    EXPECT_EQ(bus.pumpOut(0x3C, 300, 3, elapsed_us), 0);
+    EXPECT_EQ(bus.blocks, std::vector<Block>(3, Block(words.begin(), words.begin() + 300)));
+    EXPECT_NEAR(static_cast<double>(elapsed_us), 750'000, 20'000) << "two ticks of the clock";
+    bus.fails_at = 5;
+    EXPECT_EQ(bus.pumpOut(0x3C, 1, 5, elapsed_us), -77);
+    EXPECT_EQ(bus.blocks.size(), 5U);
 }

@@ -1,182 +1,138 @@
 #include "hw/mainboard_cpld.h"
 
-#include <atomic>
+#include <pthread.h>
 #include <typeindex>
 #include <typeinfo>
-
-#include <pthread.h>
-#include <unistd.h>
 
 #include "support/ports.h"
 
 namespace {
 
-constexpr std::uint16_t firstBase = 0xD000;
-constexpr std::uint16_t secondBase = 0x0A00;
+constexpr std::uint16_t first_base = 0xD000;
+constexpr std::uint16_t second_base = 0x0A00;
 
-struct Identity {
-    std::uint8_t id;
-    std::uint8_t version;
-};
+// Two bases with a CPLD each, or none; all other ports read the same, 0 as an idle link.
+class MainboardCpld : public testing::Test {
+protected:
+    MainboardCpld() { identify(second_base, 0xFF, 0xFF), identify(first_base, 0xFF, 0xFF); }
 
-Identity identityOf(unsigned int bits) {
-    return {static_cast<std::uint8_t>(bits >> 8), static_cast<std::uint8_t>(bits)};
-}
-
-/** Two bases that answer with an identity each; all other ports read 0, as an idle link. */
-class TwoBases : public k4sim::PortSpace {
-public:
-    Identity atFirst{0xFF, 0xFF};
-    Identity atSecond{0xFF, 0xFF};
-    std::uint8_t others = 0;
-    std::atomic<int> otherReads{0};
-
-    std::uint8_t in(std::uint16_t port) override {
-        switch (port) {
-        case firstBase:
-            return atFirst.id;
-        case firstBase + 1:
-            return atFirst.version;
-        case secondBase:
-            return atSecond.id;
-        case secondBase + 1:
-            return atSecond.version;
-        default:
-            ++otherReads;
-            return others;
-        }
+    void identify(int base, int id, int version) {
+        const auto port = static_cast<std::uint16_t>(base);
+        ports.answer(port, {static_cast<std::uint8_t>(id)});
+        ports.answer(static_cast<std::uint16_t>(port + 1), {static_cast<std::uint8_t>(version)});
     }
-    void out(std::uint16_t, std::uint8_t) override {}
+
+    std::function<int()> others = [] { return 0; };
+    ScriptedPorts ports{first_base, [this](std::uint16_t) { return others(); }};
+    AttachedPorts attached{ports};
+    CHmainboardCPLD_K4 board;
 };
 
-/** The driver that belongs to an identity; the fake one stands for "unknown". */
-std::type_index driverOf(Identity cpld) {
-    if (cpld.id == 2 && (cpld.version == 1 || cpld.version == 2))
-        return typeid(MymainCPLD_0x02_0x01);
-    if (cpld.id != 1) return typeid(MymainCPLD_fake);
-    if (cpld.version == 6 || cpld.version == 7) return typeid(MymainCPLD_0x01_0x06);
-    if (cpld.version == 8) return typeid(MymainCPLD_0x01_0x08);
-    if (cpld.version == 9 || cpld.version == 10 || cpld.version == 16)
-        return typeid(MymainCPLD_0x01_0x09);
+struct Generation {
+    int id;
+    int version;
+    std::type_index driver;
+};
+
+const Generation generations[] = {
+    {1, 6, typeid(MymainCPLD_0x01_0x06)},  {1, 7, typeid(MymainCPLD_0x01_0x06)},
+    {1, 8, typeid(MymainCPLD_0x01_0x08)},  {1, 9, typeid(MymainCPLD_0x01_0x09)},
+    {1, 10, typeid(MymainCPLD_0x01_0x09)}, {1, 16, typeid(MymainCPLD_0x01_0x09)},
+    {2, 1, typeid(MymainCPLD_0x02_0x01)},  {2, 2, typeid(MymainCPLD_0x02_0x01)},
+};
+
+std::type_index driver_of(int id, int version) {
+    for (const Generation& known : generations)
+        if (known.id == id && known.version == version) return known.driver;
     return typeid(MymainCPLD_fake);
 }
 
 template <class Object>
-std::type_index typeOf(const Object& object) {
+std::type_index type_of(const Object& object) {
     return typeid(object);
 }
 
-void* openLink(void* board) {
-    EXPECT_TRUE(portRequestPrivilege());
-    static_cast<CHmainboardCPLD_K4*>(board)->initSerialLink();
-    return nullptr;
-}
-
-constexpr Identity everyGeneration[] = {{1, 6}, {1, 8}, {1, 9}, {2, 1}, {9, 9}};
-
 } // namespace
 
-/** Each pair stands once at the first base, and once at the second one: the second base
-    gets an odd multiple of the number of the first one. */
-TEST(MainboardCpld, DetectsByEveryPairOfIdAndVersion) {
-    TwoBases ports;
-    const AttachedPorts attached(ports);
-    CHmainboardCPLD_K4 board;
-    for (unsigned int number = 0; number < 0x10000; ++number) {
-        ports.atFirst = identityOf(number);
-        ports.atSecond = identityOf(number * 40503U);
-        const bool isFirst = driverOf(ports.atFirst) != typeid(MymainCPLD_fake);
-        const Identity expected = isFirst ? ports.atFirst : ports.atSecond;
-        ASSERT_EQ(board.detect(), 0);
-        ASSERT_EQ(board.port, isFirst ? firstBase : secondBase) << number;
-        ASSERT_EQ(board.id, expected.id) << number;
-        ASSERT_EQ(board.version, expected.version) << number;
-        ASSERT_EQ(typeOf(*board.cpld), driverOf(expected)) << number;
-        ASSERT_EQ(typeOf(*board.fplink), typeid(Myfplink_fake)) << number;
-    }
+TEST_F(MainboardCpld, DetectsByIdAndVersionAtEitherBase) {
+    for (const int base : {first_base, second_base})
+        for (const int id : {0, 1, 2, 3, 255})
+            for (const int version : {0, 1, 2, 3, 5, 6, 7, 8, 9, 10, 11, 15, 16, 17, 136, 255}) {
+                identify(base, id, version);
+                ASSERT_EQ(board.detect(), 0);
+                const std::type_index driver = driver_of(id, version);
+                const bool is_known = driver != typeid(MymainCPLD_fake);
+                ASSERT_EQ(type_of(*board.cpld), driver) << id << " " << version;
+                ASSERT_EQ(board.port, is_known ? base : second_base) << id << " " << version;
+                ASSERT_EQ(board.id, is_known || base == second_base ? id : 255);
+                ASSERT_EQ(board.version, is_known || base == second_base ? version : 255);
+            }
 }
 
-TEST(MainboardCpld, DriverAndLinkUseTheBaseThatAnswered) {
-    for (const std::uint16_t base : {firstBase, secondBase}) {
-        ScriptedPorts ports(base);
-        const AttachedPorts attached(ports);
-        ports.answer(base, {2});
-        ports.answer(static_cast<std::uint16_t>(base + 1), {1});
-        ports.answer(static_cast<std::uint16_t>(base + 4), {0});
-        CHmainboardCPLD_K4 board;
-        EXPECT_EQ(board.detect(), 0);
-        ports.take();
-        board.initSerialLink()->put_cmd(static_cast<unsigned char>(0xAF));
-        board.cpld->watchdog(0x107);
-        EXPECT_EQ(ports.take(), "w4=01 r5 r6 r4 w6=af wc=07");
-    }
+TEST_F(MainboardCpld, TheFirstKnownCpldAnswersForDriverAndLink) {
+    identify(first_base, 2, 1);
+    identify(second_base, 1, 6);
+    EXPECT_EQ(board.detect(), 0);
+    ports.take();
+    board.initSerialLink()->put_cmd(static_cast<unsigned char>(0xAF));
+    board.cpld->watchdog(0x107);
+    EXPECT_EQ(ports.take(), "w4=01 r5 r6 r4 w6=af wc=07");
 }
 
-TEST(MainboardCpld, RefusedPrivilegeChangesNothing) {
-    TwoBases ports;
-    const AttachedPorts attached(ports);
-    ports.atSecond = {1, 6};
-    CHmainboardCPLD_K4 board;
+TEST_F(MainboardCpld, RefusedPrivilegeChangesNothing) {
+    identify(second_base, 1, 6);
     EXPECT_EQ(board.detect(), 0);
     const CHCPLDinterface_k4* driver = board.cpld.get();
-    ports.atFirst = {2, 1};
+    identify(first_base, 2, 1);
     k4sim::machine().set_privilege_refused(true);
     EXPECT_FALSE(board.iopl3());
     EXPECT_EQ(board.detect(), -49999);
     k4sim::machine().set_privilege_refused(false);
     EXPECT_TRUE(board.iopl3());
-    EXPECT_EQ(board.port, secondBase);
-    EXPECT_EQ(board.version, 6);
+    EXPECT_EQ(board.port, second_base);
     EXPECT_EQ(board.cpld.get(), driver);
 }
 
-/** Every order of two detections and two openings of the link, for every pair of
-    generations: a double or a missing deletion is for AddressSanitizer to find. */
-TEST(MainboardCpld, LinkAndDriverAreReplacedInAnyOrder) {
-    TwoBases ports;
-    const AttachedPorts attached(ports);
-    for (const Identity& before : everyGeneration) {
-        for (const Identity& after : everyGeneration) {
-            CHmainboardCPLD_K4 board;
-            ports.atFirst = before;
-            EXPECT_EQ(board.detect(), 0);
-            board.initSerialLink();
-            const CHfplinkK4* link = board.initSerialLink();
-            EXPECT_EQ(board.fplink.get(), link);
-            const bool isDriver = before.id == 1 && before.version < 9;
-            EXPECT_EQ(dynamic_cast<const CHCPLDinterface_k4*>(link) == board.cpld.get(), isDriver);
-            ports.atFirst = after;
-            EXPECT_EQ(board.detect(), 0);
-            if (isDriver)
-                EXPECT_EQ(typeOf(*board.fplink), typeid(Myfplink_fake));
+// Each detection and each opening of the link after each, for every pair of generations: a
+// double or a missing deletion is for AddressSanitizer to find.
+TEST_F(MainboardCpld, LinkAndDriverAreReplacedInAnyOrder) {
+    for (const Generation& before : generations)
+        for (const Generation& after : generations) {
+            CHmainboardCPLD_K4 other;
+            identify(first_base, before.id, before.version);
+            EXPECT_EQ(other.detect(), 0);
+            other.initSerialLink();
+            const CHfplinkK4* link = other.initSerialLink();
+            EXPECT_EQ(other.fplink.get(), link);
+            const bool is_driver = before.id == 1 && before.version < 9;
+            EXPECT_EQ(dynamic_cast<const CHCPLDinterface_k4*>(link) == &*other.cpld, is_driver);
+            identify(first_base, after.id, after.version);
+            EXPECT_EQ(other.detect(), 0);
+            EXPECT_EQ(other.detect(), 0);
+            if (is_driver)
+                EXPECT_EQ(type_of(*other.fplink), typeid(Myfplink_fake));
             else
-                EXPECT_EQ(board.fplink.get(), link);
-            EXPECT_EQ(board.detect(), 0);
-            board.fplink->panelType = 1; // still alive
-            link = board.initSerialLink();
-            EXPECT_EQ(link, board.fplink.get());
+                EXPECT_EQ(other.fplink.get(), link);
+            other.fplink->panelType = 1; // still alive
+            link = other.initSerialLink();
+            EXPECT_EQ(link, other.fplink.get());
         }
-    }
 }
 
-TEST(MainboardCpld, LinkIsTheFakeOneAfterACancelledOpening) {
-    TwoBases ports;
-    const AttachedPorts attached(ports);
-    ports.atFirst = {1, 8};
-    CHmainboardCPLD_K4 board;
+// The engine is busy for ever, until its user is cancelled.
+TEST_F(MainboardCpld, LinkIsTheFakeOneAfterACancelledOpening) {
+    identify(first_base, 1, 8);
     EXPECT_EQ(board.detect(), 0);
     board.initSerialLink();
-
-    ports.others = 0x80; // the engine is busy for ever
-    ports.otherReads = 0;
+    others = [] { return pthread_cancel(pthread_self()), 0x80; };
+    const auto open_link = [](void* owner) -> void* {
+        EXPECT_TRUE(portRequestPrivilege());
+        return static_cast<CHmainboardCPLD_K4*>(owner)->initSerialLink();
+    };
     pthread_t thread{};
-    ASSERT_EQ(pthread_create(&thread, nullptr, openLink, &board), 0);
-    while (ports.otherReads < 10)
-        usleep(1000);
-    EXPECT_EQ(pthread_cancel(thread), 0);
+    ASSERT_EQ(pthread_create(&thread, nullptr, open_link, &board), 0);
     void* result = nullptr;
     EXPECT_EQ(pthread_join(thread, &result), 0);
     EXPECT_EQ(result, PTHREAD_CANCELED);
-    EXPECT_EQ(typeOf(*board.fplink), typeid(Myfplink_fake));
-    EXPECT_EQ(board.fplink->keyStatus(), 0U);
+    EXPECT_EQ(type_of(*board.fplink), typeid(Myfplink_fake));
 }

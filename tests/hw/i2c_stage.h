@@ -1,0 +1,74 @@
+// The program's I2C masters on the modelled lines of the virtual device.
+#pragma once
+
+#include "sim/models/bus/i2c_lines.h"
+
+#include <cstdint>
+#include <cstdio>
+#include <deque>
+#include <string>
+#include <utility>
+
+// Writes down what it hears: "w" and "r" when it is addressed, bytes in either direction,
+// and '!' behind what it does not acknowledge.
+class NotingSlave : public k4sim::I2cSlave {
+public:
+    // Whether it acknowledges reads, and how many bytes of writes.
+    bool is_readable = true;
+    int room = 1000;
+    // What it sends; then 0xFF.
+    std::deque<std::uint8_t> answers;
+
+    bool begin_write() override { return note("w", true); }
+    bool begin_read() override { return note("r", is_readable); }
+    bool write_byte(std::uint8_t byte) override { return note(hex(byte), room-- > 0); }
+    std::uint8_t read_byte() override {
+        answers.push_back(0xFF);
+        note(hex(answers.front()), true);
+        const std::uint8_t byte = answers.front();
+        answers.pop_front();
+        return byte;
+    }
+
+    bool note(const std::string& what, bool is_acknowledged) {
+        log_ += (log_.empty() ? "" : " ") + what + (is_acknowledged ? "" : "!");
+        return is_acknowledged;
+    }
+    // What happened since the last call.
+    std::string take() { return std::exchange(log_, {}); }
+
+private:
+    static std::string hex(std::uint8_t byte) {
+        char text[4];
+        std::snprintf(text, sizeof text, "%02x", byte);
+        return text;
+    }
+
+    std::string log_;
+};
+
+// A master with one slave, and START and STOP as "S" and "P" in the slave's notes.
+template <class Master>
+class OnLines : public Master {
+public:
+    template <class... Arguments>
+    explicit OnLines(std::uint8_t address, Arguments... arguments) : Master(arguments...) {
+        bus_.attach(address, slave);
+    }
+
+    void putI2C(int scl, int sda) override {
+        const bool scl_before = lines.scl();
+        const bool sda_before = lines.sda();
+        lines.drive(scl != 0, sda != 0);
+        if (scl_before && lines.scl() && lines.sda() != sda_before)
+            slave.note(sda_before ? "S" : "P", true);
+    }
+    int getI2C(bool) override { return lines.sda(); }
+
+private:
+    k4sim::I2cBus bus_;
+
+public:
+    NotingSlave slave;
+    k4sim::I2cLines lines{bus_};
+};
