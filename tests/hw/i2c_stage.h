@@ -1,10 +1,10 @@
 // The program's I2C masters on the modelled lines of the virtual device.
 #pragma once
 
+#include "baselib/time/clock.h"
 #include "sim/models/bus/i2c_lines.h"
 
 #include <cstdint>
-#include <cstdio>
 #include <deque>
 #include <string>
 #include <utility>
@@ -37,13 +37,12 @@ public:
     // What happened since the last call.
     std::string take() { return std::exchange(log_, {}); }
 
-private:
     static std::string hex(std::uint8_t byte) {
-        char text[4];
-        std::snprintf(text, sizeof text, "%02x", byte);
-        return text;
+        constexpr const char* digits = "0123456789abcdef";
+        return {digits[byte / 16], digits[byte % 16]};
     }
 
+private:
     std::string log_;
 };
 
@@ -51,8 +50,7 @@ private:
 template <class Master>
 class OnLines : public Master {
 public:
-    template <class... Arguments>
-    explicit OnLines(std::uint8_t address, Arguments... arguments) : Master(arguments...) {
+    explicit OnLines(std::uint8_t address, auto... arguments) : Master(arguments...) {
         bus_.attach(address, slave);
     }
 
@@ -64,11 +62,13 @@ public:
             slave.note(sda_before ? "S" : "P", true);
     }
     int getI2C(bool) override { return lines.sda(); }
+    void waitI2C() override { KLFdelay(half_period_us); }
 
 private:
     k4sim::I2cBus bus_;
 
 public:
+    long long half_period_us = 0;
     NotingSlave slave;
     k4sim::I2cLines lines{bus_};
 };

@@ -5,7 +5,6 @@
 #include <gtest/gtest.h>
 #include <vector>
 
-#include "baselib/time/clock.h"
 #include "hw/lagged_fibonacci.h"
 #include "i2c_stage.h"
 
@@ -43,20 +42,6 @@ private:
 };
 
 using Block = std::vector<std::uint8_t>;
-
-// Keeps each block, takes 250 ms for it, and fails at the last one that it was told.
-class BlockSink : public KLTi2cIndirect {
-public:
-    std::vector<Block> blocks;
-    std::size_t fails_at = 1000;
-
-    int writeBlock(int, const void* data, int len) override {
-        const auto* bytes = static_cast<const std::uint8_t*>(data);
-        blocks.emplace_back(bytes, bytes + len);
-        KLFdelay(250'000);
-        return blocks.size() == fails_at ? -77 : 0;
-    }
-};
 
 } // namespace
 
@@ -169,19 +154,23 @@ TEST(I2cIndirect, PumpsTheSameRandomBlockOutUntilOneFails) {
     LaggedFibonacci generator;
     std::vector<std::uint32_t> words(1000);
     std::ranges::generate(words, [&] { return generator.next(); });
-    EXPECT_EQ(words[0], 0xA6E617C3);
-    EXPECT_EQ(words[54], 0x78FD8FDC);
-    EXPECT_EQ(words[999], 0x232C27FF);
+    EXPECT_TRUE(words[0] == 0xA6E617C3 && words[54] == 0x78FD8FDC && words[999] == 0x232C27FF);
+    std::string block = "S w";
+    for (int i = 0; i < 300; ++i)
+        block += " " + NotingSlave::hex(static_cast<std::uint8_t>(words[i]));
+    block += " P";
 
-    BlockSink bus;
+    OnLines<KLTi2cIndirect> bus(0x3C);
     long long elapsed_us = -1;
     for (const auto& [bytes, rounds] : {std::pair{0, 5}, {5, 0}, {-5, 1}})
         EXPECT_EQ(bus.pumpOut(0x3C, bytes, rounds, elapsed_us), 0);
     EXPECT_EQ(elapsed_us, -1);
-    EXPECT_EQ(bus.pumpOut(0x3C, 300, 3, elapsed_us), 0);
-    EXPECT_EQ(bus.blocks, std::vector<Block>(3, Block(words.begin(), words.begin() + 300)));
-    EXPECT_NEAR(static_cast<double>(elapsed_us), 750'000, 20'000) << "two ticks of the clock";
-    bus.fails_at = 5;
-    EXPECT_EQ(bus.pumpOut(0x3C, 1, 5, elapsed_us), -77);
-    EXPECT_EQ(bus.blocks.size(), 5U);
+    bus.half_period_us = 50;
+    EXPECT_EQ(bus.pumpOut(0x3C, 300, 2, elapsed_us), 0);
+    EXPECT_EQ(bus.slave.take(), block + " " + block);
+    const double half_periods = 2 * 301 * 18;
+    EXPECT_NEAR(static_cast<double>(elapsed_us), half_periods * 50, 20'000) << "two clock ticks";
+    bus.slave.room = 2;
+    EXPECT_EQ(bus.pumpOut(0x3C, 1, 5, elapsed_us), -8646);
+    EXPECT_EQ(bus.slave.take(), "S w c3 P S w c3 P S w c3! P");
 }
