@@ -1,5 +1,4 @@
 // Feeds any sequence of status words and queue operations to the key buffer and to its model.
-
 #include <cstring>
 
 #include "hw/keypad_model.h"

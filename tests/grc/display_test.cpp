@@ -1,5 +1,4 @@
 #include "grc/boxf.h"
-#include "grc/hwgeneric.h"
 
 #include <climits>
 #include <gtest/gtest.h>
@@ -10,14 +9,6 @@ namespace {
 std::vector<int> tuple(const GRCrect& area) {
     return {area.position.x, area.position.y, area.extent.width, area.extent.height};
 }
-
-class RecordingHardware : public GRChwgeneric {
-public:
-    std::vector<std::vector<int>> areas;
-
-protected:
-    void transfer(const GRCdisplay&, const GRCrect& area) override { areas.push_back(tuple(area)); }
-};
 
 } // namespace
 
@@ -53,25 +44,18 @@ TEST(GRCboxF, ClipsAtEveryEdge) {
     }
 }
 
-TEST(GRCdisplay, TransfersTheAreaDrawnOnSinceTheLastTransfer) {
+TEST(GRCdisplay, ChangedAreaBoundsEverythingDrawnSinceTheCommit) {
     GRCdisplay display;
-    display.init(30, 20);
-    RecordingHardware hardware;
-    hardware.commitFrom(display, true); // nothing was sent yet
-    hardware.commitFrom(display, true);
-    display.put(29, 19, 1);
-    hardware.commitFrom(display, true);
-    for (const auto& [x, y] : {GRCpoint{10, 16}, {12, 18}, {-1, 5}, {30, 5}, {5, -1}, {5, 20}})
+    display.init(256, 64);
+    EXPECT_EQ(tuple(display.changed()), (std::vector{0, 0, 256, 64})) << "nothing was sent yet";
+    display.committed();
+    EXPECT_TRUE(display.changed().empty());
+    for (const auto& [x, y] : {GRCpoint{255, 63}, {10, 60}, {-1, 5}, {256, 5}, {5, -1}, {5, 64}})
         display.put(x, y, 1);
-    hardware.commitFrom(display, true);
+    EXPECT_EQ(tuple(display.changed()), (std::vector{10, 60, 246, 4}));
     display.clear(3);
-    hardware.commitFrom(display, true);
-    display.put(1, 1, 2);
-    hardware.commitFrom(display, false);
-    hardware.commitFrom(display, true);
-    EXPECT_EQ(hardware.areas,
-              (std::vector<std::vector<int>>{
-                  {0, 0, 30, 20}, {29, 19, 1, 1}, {10, 16, 3, 3}, {0, 0, 30, 20}, {0, 0, 30, 20}}));
+    EXPECT_EQ(tuple(display.changed()), (std::vector{0, 0, 256, 64}));
+    EXPECT_TRUE(display.grey(0, 0) == 3 && display.grey(255, 63) == 3);
 }
 
 TEST(GRCdisplay, DrawsIntoGivenMemoryOnly) {

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 #include <string>
+#include <tuple>
 
 namespace {
 
@@ -21,13 +22,7 @@ bool is_font(char other, std::string heading, std::string upper, std::string low
 } // namespace
 
 TEST(FontArt, OnlyWellFormedArtIsAFont) {
-    const struct {
-        bool is_sound;
-        char character;
-        const char* heading;
-        const char* upper;
-        const char* lower;
-    } cases[] = {
+    const std::tuple<bool, char, const char*, const char*, const char*> cases[] = {
         {true, 'K', "K", "#", "#"},
         {true, 'K', "K", "########", "......##"},
         {false, 'K', "K", "#########", "........."}, // too wide

@@ -51,7 +51,7 @@ template <class Master>
 class OnLines : public Master {
 public:
     explicit OnLines(std::uint8_t address, auto... arguments) : Master(arguments...) {
-        bus_.attach(address, slave);
+        bus.attach(address, slave);
     }
 
     void putI2C(int scl, int sda) override {
@@ -64,11 +64,8 @@ public:
     int getI2C(bool) override { return lines.sda(); }
     void waitI2C() override { KLFdelay(half_period_us); }
 
-private:
-    k4sim::I2cBus bus_;
-
-public:
     long long half_period_us = 0;
     NotingSlave slave;
-    k4sim::I2cLines lines{bus_};
+    k4sim::I2cBus bus;
+    k4sim::I2cLines lines{bus};
 };

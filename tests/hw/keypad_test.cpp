@@ -17,20 +17,3 @@ TEST(Keypad, DoesWhatItsModelDoes) {
         }
     }
 }
-
-// Worked out by hand: what a knob makes of a move from one position to another.
-TEST(Keypad, KnobsWrapBothWaysAndDropNoise) {
-    const int moves[][4] = {
-        {7, 0, 6, 6},   {7, 6, 0, -6}, {7, 3, 10, 0},  {7, 13, 2, 5},   {7, 2, 13, -5},
-        {7, 3, 13, 0},  {7, 12, 2, 0}, {8, 0, 7, 7},   {8, 15, 1, -14}, {8, 10, 40, 30},
-        {8, 10, 41, 0}, {8, 61, 2, 5}, {8, 2, 61, -5}, {8, 60, 2, 0},   {8, 3, 61, 0},
-    };
-    for (const auto& [version, from, to, steps] : moves) {
-        CHfpK4keyBuf keys;
-        keys.init(version);
-        keys.analyze(0xFFFF | static_cast<unsigned>(from) << 24);
-        EXPECT_EQ(keys.analyze(0xFFFF | static_cast<unsigned>(to) << 24),
-                  std::min(std::abs(steps), 19));
-        EXPECT_EQ(keys.getkey(), steps > 0 ? 13 : steps < 0 ? 12 : -1) << from << " to " << to;
-    }
-}

@@ -1,6 +1,7 @@
 #include "hw/mainboard_cpld.h"
 
 #include <pthread.h>
+#include <tuple>
 #include <typeindex>
 #include <typeinfo>
 
@@ -16,10 +17,9 @@ class MainboardCpld : public testing::Test {
 protected:
     MainboardCpld() { identify(second_base, 0xFF, 0xFF), identify(first_base, 0xFF, 0xFF); }
 
-    void identify(int base, int id, int version) {
-        const auto port = static_cast<std::uint16_t>(base);
-        ports.answer(port, {static_cast<std::uint8_t>(id)});
-        ports.answer(static_cast<std::uint16_t>(port + 1), {static_cast<std::uint8_t>(version)});
+    void identify(std::uint16_t base, std::uint8_t id, std::uint8_t version) {
+        ports.answer(base, {id});
+        ports.answer(base + 1, {version});
     }
 
     std::function<int()> others = [] { return 0; };
@@ -28,24 +28,16 @@ protected:
     CHmainboardCPLD_K4 board;
 };
 
-struct Generation {
-    int id;
-    int version;
-    std::type_index driver;
-};
-
-const Generation generations[] = {
+// Their ID, version and driver.
+const std::tuple<int, int, std::type_index> generations[] = {
     {1, 6, typeid(MymainCPLD_0x01_0x06)},  {1, 7, typeid(MymainCPLD_0x01_0x06)},
     {1, 8, typeid(MymainCPLD_0x01_0x08)},  {1, 9, typeid(MymainCPLD_0x01_0x09)},
     {1, 10, typeid(MymainCPLD_0x01_0x09)}, {1, 16, typeid(MymainCPLD_0x01_0x09)},
     {2, 1, typeid(MymainCPLD_0x02_0x01)},  {2, 2, typeid(MymainCPLD_0x02_0x01)},
-    {0, 6, typeid(MymainCPLD_fake)},       {1, 1, typeid(MymainCPLD_fake)},
-    {1, 2, typeid(MymainCPLD_fake)},       {1, 5, typeid(MymainCPLD_fake)},
-    {1, 11, typeid(MymainCPLD_fake)},      {1, 15, typeid(MymainCPLD_fake)},
-    {1, 17, typeid(MymainCPLD_fake)},      {1, 136, typeid(MymainCPLD_fake)},
-    {2, 0, typeid(MymainCPLD_fake)},       {2, 3, typeid(MymainCPLD_fake)},
-    {2, 9, typeid(MymainCPLD_fake)},       {3, 1, typeid(MymainCPLD_fake)},
-    {129, 6, typeid(MymainCPLD_fake)},
+    {129, 6, typeid(MymainCPLD_fake)},     {1, 136, typeid(MymainCPLD_fake)},
+    {1, 5, typeid(MymainCPLD_fake)},       {1, 11, typeid(MymainCPLD_fake)},
+    {1, 17, typeid(MymainCPLD_fake)},      {1, 1, typeid(MymainCPLD_fake)},
+    {2, 3, typeid(MymainCPLD_fake)},       {2, 9, typeid(MymainCPLD_fake)},
 };
 
 bool is_fake(const CHfplinkK4& link) { return typeid(link) == typeid(Myfplink_fake); }
@@ -54,16 +46,15 @@ bool is_fake(const CHfplinkK4& link) { return typeid(link) == typeid(Myfplink_fa
 
 TEST_F(MainboardCpld, DetectsByIdAndVersionAtEitherBase) {
     for (const auto& [id, version, driver] : generations)
-        for (const auto& [id_behind, version_behind, driver_behind] : generations) {
+        for (const auto& [next_id, next_version, next_driver] : generations) {
             identify(first_base, id, version);
-            identify(second_base, id_behind, version_behind);
+            identify(second_base, next_id, next_version);
             EXPECT_EQ(board.detect(), 0);
             const bool is_first = driver != typeid(MymainCPLD_fake);
-            const CHCPLDinterface_k4& found = *board.cpld;
-            EXPECT_EQ(std::type_index(typeid(found)), is_first ? driver : driver_behind);
+            EXPECT_EQ(std::type_index(typeid(*board.cpld)), is_first ? driver : next_driver);
             EXPECT_EQ(board.port, is_first ? first_base : second_base);
-            EXPECT_EQ(board.id, is_first ? id : id_behind);
-            EXPECT_EQ(board.version, is_first ? version : version_behind);
+            EXPECT_EQ(board.id, is_first ? id : next_id);
+            EXPECT_EQ(board.version, is_first ? version : next_version);
         }
 }
 
@@ -76,43 +67,45 @@ TEST_F(MainboardCpld, RefusedPrivilegeChangesNothing) {
     EXPECT_FALSE(board.iopl3());
     EXPECT_EQ(board.detect(), -49999);
     k4sim::machine().set_privilege_refused(false);
-    EXPECT_TRUE(board.iopl3());
-    EXPECT_EQ(board.port, second_base);
-    EXPECT_EQ(board.cpld.get(), driver);
+    EXPECT_TRUE(board.port == second_base && board.cpld.get() == driver);
 }
 
 // Each detection and each opening of the link after each, for every pair of generations: a
 // double or a missing deletion is for AddressSanitizer to find.
 TEST_F(MainboardCpld, LinkAndDriverAreReplacedInAnyOrder) {
-    for (const Generation& before : generations)
-        for (const Generation& after : generations) {
+    for (const auto& [id, version, driver] : generations)
+        for (const auto& [next_id, next_version, next_driver] : generations) {
             CHmainboardCPLD_K4 other;
-            identify(first_base, before.id, before.version);
+            identify(first_base, id, version);
             EXPECT_EQ(other.detect(), 0);
             other.initSerialLink();
             const CHfplinkK4* link = other.initSerialLink();
             EXPECT_EQ(other.fplink.get(), link);
-            const bool is_driver = before.id == 1 && before.version >= 6 && before.version < 9;
+            const bool is_driver = id == 1 && version >= 6 && version < 9;
             EXPECT_EQ(dynamic_cast<const CHCPLDinterface_k4*>(link) == &*other.cpld, is_driver);
-            identify(first_base, after.id, after.version);
+            identify(first_base, next_id, next_version);
             EXPECT_EQ(other.detect(), 0);
             EXPECT_EQ(other.detect(), 0);
             EXPECT_EQ(is_driver, other.fplink.get() != link);
             EXPECT_TRUE(!is_driver || is_fake(*other.fplink));
             other.fplink->panelType = 1; // still alive
-            link = other.initSerialLink();
-            EXPECT_EQ(link, other.fplink.get());
+            other.initSerialLink();
         }
 }
 
-// The engine is busy for ever, until its user is cancelled.
+// The engine is busy for ever, until its user is cancelled. A thread has no privilege but what
+// it asked for itself.
 TEST_F(MainboardCpld, LinkIsTheFakeOneAfterACancelledOpening) {
     identify(first_base, 1, 8);
     EXPECT_EQ(board.detect(), 0);
     board.initSerialLink();
+    ports.take();
     others = [] { return pthread_cancel(pthread_self()), 0x80; };
     const auto open_link = [](void* owner) -> void* {
+        portOut(first_base + 4, 0);
+        EXPECT_EQ(portIn(first_base), portAbsent);
         EXPECT_TRUE(portRequestPrivilege());
+        EXPECT_EQ(portIn(first_base), 1);
         return static_cast<CHmainboardCPLD_K4*>(owner)->initSerialLink();
     };
     pthread_t thread{};
@@ -120,5 +113,6 @@ TEST_F(MainboardCpld, LinkIsTheFakeOneAfterACancelledOpening) {
     void* result = nullptr;
     EXPECT_EQ(pthread_join(thread, &result), 0);
     EXPECT_EQ(result, PTHREAD_CANCELED);
+    EXPECT_TRUE(ports.take().starts_with("r0 w4=03 r5"));
     EXPECT_TRUE(is_fake(*board.fplink));
 }

@@ -4,6 +4,7 @@
 #include <climits>
 #include <gtest/gtest.h>
 #include <regex>
+#include <tuple>
 
 namespace {
 
@@ -43,11 +44,7 @@ const unsigned int* slope(int x, int y) {
 // share a byte or a column.
 TEST(Controllers, SendTheBytesOfTheirSheet) {
     const std::string black = std::regex_replace(std::string(8192, '.'), std::regex("."), " d00");
-    const struct {
-        void (*run)(CHGenericOLEDController& controller);
-        std::string on_ssd1362;
-        std::string on_ssd1322;
-    } operations[] = {
+    const std::tuple<void (*)(CHGenericOLEDController&), std::string, std::string> sheet[] = {
         {[](auto& c) { c.init(); },
          " cFD c12 cAE c23 c00 c15 c00 c7F c75 c00 c3F c81 c9F cA0 cC3 cA1 c00 cA2 c00 cA4 cA8 c3F"
          " cAB c01 cAD c8E cB1 c22 cB3 cA0 cB6 c04 cB9 cBC c1F cBD c01 cBE c07" +
@@ -62,7 +59,6 @@ TEST(Controllers, SendTheBytesOfTheirSheet) {
         {[](auto& c) { c.contrast(0); }, " c81 c01", " cC1 d00"},
         {[](auto& c) { c.contrast(50); }, " c81 c80", " cC1 d80"},
         {[](auto& c) { c.contrast(100); }, " c81 cFF", " cC1 dFF"},
-        {[](auto& c) { c.contrast(101); }, " c81 cFF", " cC1 dFF"},
         {[](auto& c) { c.contrast(255); }, " c81 cFF", " cC1 dFF"},
         {[](auto& c) { c.update(10, 3, 2, 1, slope(10, 3)); }, " c15 c05 c05 c75 c03 c03 dDE",
          " c15 d1E d1E c75 d03 d03 c5C dBC dDE"},
@@ -86,7 +82,7 @@ TEST(Controllers, SendTheBytesOfTheirSheet) {
     MyTOD9M0026 ssd1362(link);
     MyOEL1M4005 ssd1322(link);
     MyFAKEOLED fake(link);
-    for (const auto& [run, on_ssd1362, on_ssd1322] : operations) {
+    for (const auto& [run, on_ssd1362, on_ssd1322] : sheet) {
         run(ssd1362);
         EXPECT_EQ(link.take(), on_ssd1362);
         run(ssd1322);
@@ -118,6 +114,7 @@ TEST(WriteChanges, SendsFromTheFirstToTheLastChangedPixelOfARow) {
     memory[6 * 256 + 20] = 0xFFFFFFF0;
     writer.commitFrom(display, true);
     EXPECT_EQ(link.take(), " c15 c05 c06 c75 c05 c05 d30 d04 c15 c7F c7F c75 c3F c3F d01");
+    EXPECT_TRUE(display.changed().empty());
     writer.commitFrom(display, true);
     EXPECT_EQ(link.take(), "");
     writer.commitFrom(display, false);
