@@ -17,7 +17,6 @@ public:
     // Closes a line left open and opens the device. Whether that went well.
     [[nodiscard]] bool open(const char* device, Direction direction);
     void close();
-    bool isOpen() const { return handle_ != nullptr; }
 
     // Sets the rate nearest to rate_hz, and leaves all else to ALSA. Whether the device took
     // it.

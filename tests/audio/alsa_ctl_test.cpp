@@ -1,95 +1,236 @@
-#include "audio/alsa_ctl.h"
-
+// On the control elements of the virtual card.
 #include "audio/kestra_alsactl.h"
-#include "sim/machine/machine.h"
+#include "audio/pcm_line.h"
+#include "baselib/time/clock.h"
 #include "sim/models/device.h"
+#include "support/boards.h"
 
 #include <cerrno>
-#include <gtest/gtest.h>
+#include <cstring>
+#include <gmock/gmock.h>
 
 namespace {
 
-constexpr const char* transmitterRate = "IEC958 Playback TXC SPdif";
-constexpr const char* receiverStatus = "IEC958 Capture RXP Status";
-constexpr const char* channelStatus = "IEC958 Playback TXC Channel";
-constexpr int anyIndex = KLlinuxALSActl::anyIndex;
+constexpr auto integers = KLTctlKind::integers;
+constexpr auto bytes = KLTctlKind::bytes;
+constexpr int any = KLlinuxALSActl::anyIndex;
+constexpr const char* transmitter_rate = "IEC958 Playback TXC SPdif";
+constexpr const char* receiver_status = "IEC958 Capture RXP Status";
+constexpr const char* channel_status = "IEC958 Playback TXC Channel";
 
-// The digital line of the virtual device, under the stock names of ALSA.
-class AlsaCtl : public testing::Test {
+class AlsaCtl : public BoardTest {
 protected:
-    AlsaCtl() {
-        k4sim::machine().reset();
-        testing::internal::CaptureStderr();
-    }
-    ~AlsaCtl() override {
-        EXPECT_EQ(testing::internal::GetCapturedStderr(), ""); // nothing of ALSA's
-        k4sim::machine().reset();
-    }
+    AlsaCtl() { testing::internal::CaptureStderr(); }
+    ~AlsaCtl() override { EXPECT_EQ(testing::internal::GetCapturedStderr(), ""); } // by libasound
 
-    int write(const char* name, int value, int index = anyIndex) {
-        KLTctlRecord record;
-        record.integer(0, value);
-        return card.set(record, name, KLTctlKind::integers, index);
+    int write(const char* name, int value, int index = any) {
+        KLTctlRecord values;
+        values.integer(0, value);
+        return control.set(values, name, integers, index);
     }
+    static k4sim::SoundCard& card() { return k4sim::machine().device().sound_card(); }
+    static k4sim::AesEbu& line() { return *card().aes(); }
 
-    KLlinuxALSActl card;
+    KLkestraALSActl control;
+    KLTctlRecord record;
 };
 
 TEST_F(AlsaCtl, OpensTheCardOfADevice) {
-    EXPECT_EQ(card.open("hw:0,1"), 0);
-    EXPECT_TRUE(card.isOpen());
-    EXPECT_EQ(card.open("hw:0"), 0);
-    EXPECT_EQ(card.open(""), -EINVAL);
-    EXPECT_EQ(card.open(nullptr), -EINVAL);
-    EXPECT_FALSE(card.isOpen());
-    EXPECT_LT(card.open("hw:1,1"), 0);
-    EXPECT_LT(card.open("nosuchcard"), 0);
-    k4sim::machine().device().sound_card().remove();
-    EXPECT_LT(card.open("hw:0,1"), 0);
-    EXPECT_FALSE(card.isOpen());
+    for (const auto& [name, error] : {std::pair{"hw:0,1", 0},
+                                      {"", -EINVAL},
+                                      {nullptr, -EINVAL},
+                                      {"hw:1,1", -ENOENT},
+                                      {"nosuchcard", -ENOENT}}) {
+        EXPECT_EQ(control.open("hw:0"), 0);
+        EXPECT_EQ(control.open(name), error);
+        EXPECT_EQ(control.isOpen(), error == 0);
+    }
+}
+
+TEST_F(AlsaCtl, ARecordHoldsItsIntegersSideBySide) {
+    int32_t sent[KLTctlRecord::integerCount];
+    for (int i = 0; i < KLTctlRecord::integerCount; ++i)
+        record.integer(i, sent[i] = 1000 - i * 0x10001);
+    EXPECT_EQ(std::memcmp(record.bytes.data(), sent, KLTctlRecord::byteCount), 0);
+    EXPECT_EQ(record.integer(127), sent[127]);
 }
 
 TEST_F(AlsaCtl, WritesAndReadsByName) {
     // Named without its device an element is found by name alone.
     for (const char* name : {"hw:0,1", "hw:0", "hw:0,7"}) {
-        ASSERT_EQ(card.open(name), 0);
-        EXPECT_EQ(write(transmitterRate, 0x80), 0) << name;
-        EXPECT_EQ(write(transmitterRate, 0x80, 0), 0) << "an equal write";
-        KLTctlRecord record;
-        EXPECT_EQ(card.get(record, transmitterRate, KLTctlKind::integers), 0);
-        EXPECT_EQ(record.integer(0), 0x80);
+        ASSERT_EQ(control.open(name), 0);
+        for (const auto& [value, index] : {std::pair{0x80, any}, {0x80, any}, {0x14, 0}}) {
+            EXPECT_EQ(write(transmitter_rate, value, index), 0) << name;
+            EXPECT_EQ(line().spdif(), value);
+            EXPECT_EQ(control.get(record, transmitter_rate, integers), 0);
+            EXPECT_EQ(record.integer(0), value);
+        }
     }
     KLTctlRecord sent;
-    sent.bytes[0] = 0xC1;
-    sent.bytes[3] = 0x02;
-    EXPECT_EQ(card.set(sent, channelStatus, KLTctlKind::bytes, anyIndex), 0);
-    KLTctlRecord record;
-    EXPECT_EQ(card.get(record, channelStatus, KLTctlKind::bytes), 0);
-    EXPECT_EQ(record.kind, KLTctlKind::bytes);
+    sent.integer(0, 3);
+    sent.integer(1, 5);
+    EXPECT_EQ(control.set(sent, "Line In Capture Volume", integers, any), 0);
+    EXPECT_EQ(control.get(record, "Line In Capture Volume", integers), 0);
+    EXPECT_THAT(card().codec().settings().line_in, testing::ElementsAre(3, 5));
+    EXPECT_EQ(record.bytes, sent.bytes);
+    EXPECT_EQ(control.set(sent, channel_status, bytes, any), 0);
+    EXPECT_EQ(control.get(record, channel_status, bytes), 0);
+    EXPECT_EQ(line().channel_status()[4], 5);
+    EXPECT_EQ(record.kind, bytes);
     EXPECT_EQ(record.bytes, sent.bytes);
 }
 
 TEST_F(AlsaCtl, TellsWhyItCannot) {
-    KLTctlRecord record;
     record.integer(0, 77);
-    EXPECT_EQ(card.get(record, receiverStatus, KLTctlKind::integers), -ENODEV);
-    EXPECT_EQ(write(transmitterRate, 1), -ENODEV);
-    ASSERT_EQ(card.open("hw:0,1"), 0);
-    EXPECT_EQ(card.get(record, "No Such Element", KLTctlKind::integers), -ENOENT);
-    EXPECT_EQ(card.get(record, receiverStatus, KLTctlKind::bytes), -EINVAL);
-    EXPECT_EQ(card.get(record, channelStatus, KLTctlKind::integers), -EINVAL);
+    EXPECT_EQ(control.get(record, receiver_status, integers), -ENODEV);
+    EXPECT_EQ(write(transmitter_rate, 1), -ENODEV);
+    ASSERT_EQ(control.open("hw:0,1"), 0);
+    EXPECT_EQ(control.get(record, "No Such Element", integers), -ENOENT);
+    EXPECT_EQ(control.get(record, receiver_status, bytes), -EINVAL);
+    EXPECT_EQ(control.get(record, channel_status, integers), -EINVAL);
     EXPECT_EQ(record.integer(0), 77);
-    EXPECT_EQ(write(transmitterRate, 1, 1), -ENOENT);
-    EXPECT_EQ(write(receiverStatus, 1), KLlinuxALSActl::writeIgnored);
+    EXPECT_EQ(write(transmitter_rate, 1, 1), -ENOENT);
+    EXPECT_EQ(write(transmitter_rate, 256), -EINVAL);
+    EXPECT_EQ(write(receiver_status, 1), KLlinuxALSActl::writeIgnored);
 }
 
-// A set() that programs nothing leaves the card open.
-TEST_F(AlsaCtl, InitIsRefusedUnlessOpen) {
-    KLkestraALSActl control;
+// What get() leaves of these variables.
+struct Reading {
+    int measured_hz = 1;
+    int status_hz = 2;
+    bool professional = false;
+    bool locked = false;
+
+    bool operator==(const Reading&) const = default;
+};
+
+class KestraAlsaCtl : public AlsaCtl {
+protected:
+    // Format and lock are told to be the opposite before, so that it shows what was written.
+    Reading read(bool professional, bool locked, int result = 0) {
+        Reading reading{.professional = professional, .locked = locked};
+        EXPECT_EQ(control.get(reading.measured_hz, reading.status_hz, reading.professional,
+                              reading.locked),
+                  result);
+        EXPECT_EQ(control.lock(locked), result);
+        EXPECT_EQ(locked, reading.locked);
+        EXPECT_FALSE(control.isOpen());
+        return reading;
+    }
+
+    // The output at that rate, with the cable in, until the receiver has locked.
+    void run_line(unsigned rate_hz) {
+        card().plug_digital(true);
+        ASSERT_TRUE(output.open("hw:0,1", KLTalsaPCMline::Direction::playback));
+        ASSERT_TRUE(output.setRate(rate_hz));
+        KLFdelay(2 * k4sim::AesEbu::lock_time_us);
+    }
+
+    KLTalsaPCMline output;
+};
+
+TEST_F(KestraAlsaCtl, ProgramsTheTransmitterAndReadsTheReceiver) {
+    const struct {
+        int status_hz, clock_hz;
+        bool flag; // consumer format
+        int rate_code, channel_status;
+        int received_status_hz; // 2: can't be told
+    } cases[] = {
+        {32000, 32000, false, 0x14, 0xC1, 32000}, {44100, 44100, false, 0x80, 0x41, 44100},
+        {48000, 48000, false, 0x00, 0x81, 48000}, {88200, 88200, false, 0x90, 0x01, 2},
+        {44100, 96000, false, 0x10, 0x41, 44100}, {96000, 32000, false, 0x14, 0x01, 2},
+        {48000, 32000, true, 0x15, 0x81, 32000},  {0, 44100, true, 0x81, 0x01, 44100},
+        {32000, 48000, true, 0x01, 0xC1, 48000},  {44100, 96000, true, 0x11, 0x41, 2},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(testing::Message() << c.status_hz << ' ' << c.clock_hz << ' ' << c.flag);
+        use_board(k4sim::Board::aes);
+        EXPECT_EQ(control.set(c.status_hz, c.clock_hz, c.flag), 0);
+        EXPECT_EQ(read(true, true), (Reading{0, 44100, false, false})) << "without lock";
+        run_line(static_cast<unsigned>(c.clock_hz));
+        EXPECT_EQ(read(c.flag, false), (Reading{c.clock_hz, c.received_status_hz, !c.flag, true}));
+        // Once more, at the rate that is measured.
+        EXPECT_EQ(control.set(c.status_hz, 0, c.flag), 0);
+        EXPECT_EQ(line().spdif(), c.rate_code);
+        EXPECT_EQ(line().default_status()[0], 0x01);
+        EXPECT_EQ(line().channel_status()[0], c.channel_status);
+        EXPECT_TRUE(line().transmitter_on() && line().processing() && !control.isOpen());
+    }
+}
+
+// Another clock than those of the table is programmed as 48000 Hz.
+TEST_F(KestraAlsaCtl, WhatCannotBeToldStaysAsItWas) {
+    EXPECT_EQ(control.set(48000, 22050, false), 0);
+    EXPECT_EQ(line().spdif(), 0x00);
+    run_line(48000);
+    k4sim::AesEbuFaults faults;
+    faults.measured_rate_hz = 0;
+    line().set(faults);
+    EXPECT_EQ(read(false, false), (Reading{0, 48000, true, true}));
+    card().remove_receiver();
+    for (const bool before : {false, true})
+        EXPECT_EQ(read(before, true), (Reading{1, 2, before, false}));
+    card().remove();
+    EXPECT_EQ(read(true, true, -1), (Reading{1, 2, true, true}));
+    EXPECT_EQ(control.set(48000, 48000, false), -1);
+    unsigned change = 5;
+    EXPECT_EQ(control.lock_change(change, true), -1);
+    EXPECT_EQ(change, 5U);
+}
+
+TEST_F(KestraAlsaCtl, TellsAndClearsALockChange) {
+    EXPECT_EQ(control.set(48000, 48000, false), 0);
+    run_line(48000);
+    for (const auto& [reset, value] : {std::pair{false, 1U}, {true, 1U}, {true, 0U}}) {
+        unsigned change = 5;
+        EXPECT_EQ(control.lock_change(change, reset), 0);
+        EXPECT_EQ(change, value) << reset;
+        EXPECT_EQ(line().lock_changed(), !reset);
+        EXPECT_FALSE(control.isOpen());
+    }
+}
+
+TEST_F(KestraAlsaCtl, InitSwitchesOnWhatIsOpen) {
     EXPECT_EQ(control.init(), -1);
-    EXPECT_EQ(control.set(0, 0, false), -1);
-    EXPECT_TRUE(control.isOpen());
+    EXPECT_EQ(control.set(0, 48000, false), -1) << "nothing to program";
+    EXPECT_TRUE(control.isOpen() && !line().transmitter_on());
     EXPECT_EQ(control.init(), 0);
+    EXPECT_TRUE(line().transmitter_on() && line().processing());
+    card().remove_receiver();
+    EXPECT_EQ(control.init(), -1);
+    EXPECT_FALSE(control.isOpen());
+}
+
+// A card where the writes to one element come to something else.
+struct ChoosyCard : KLkestraALSActl {
+    using KLkestraALSActl::set;
+    int set(const KLTctlRecord& record, const char* name, KLTctlKind kind, int index) override {
+        ++written;
+        return std::string(name) == chosen ? answer
+                                           : KLkestraALSActl::set(record, name, kind, index);
+    }
+    std::string chosen;
+    int answer = 0;
+    int written = 0;
+};
+
+TEST_F(KestraAlsaCtl, ClosesAtTheFirstElementThatRefuses) {
+    int written = 0;
+    for (const auto& [name, ignored] : {std::pair{"IEC958 Playback Default", 0},
+                                        {"IEC958 Playback TXC State", -1},
+                                        {"IEC958 Capture RXP Processing State", -1},
+                                        {transmitter_rate, -1},
+                                        {channel_status, 0}}) {
+        ++written;
+        for (const int answer : {-EPERM, KLlinuxALSActl::writeIgnored}) {
+            ChoosyCard choosy;
+            choosy.chosen = name;
+            choosy.answer = answer;
+            EXPECT_EQ(choosy.set(48000, 48000, false), answer < 0 ? -1 : ignored) << name;
+            EXPECT_EQ(choosy.written, written) << name;
+            EXPECT_FALSE(choosy.isOpen());
+        }
+    }
 }
 
 } // namespace
