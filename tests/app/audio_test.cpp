@@ -1,6 +1,6 @@
 #include "app/audio_test.h"
 
-#include "sim/models/device.h"
+#include "hw/ports.h"
 #include "unit_run.h"
 
 #include <cstdio>
@@ -12,73 +12,36 @@
 namespace {
 
 using k4sim::Board;
-using k4sim::Microseconds;
+using testing::ElementsAre;
 
-std::atomic<bool> delayThrows{false};
+std::atomic<bool> delay_throws{false};
 
 struct DelayFailed {};
 
-constexpr Microseconds second_us = 1'000'000;
-constexpr Microseconds patience_us = 120 * second_us;
-constexpr Microseconds stopTime_us = second_us;
-
-constexpr Microseconds step_us = 10'000;
-
-// Texts of the unit, as regular expressions.
-constexpr const char* silent = "Silence/DC( -[0-9]+\\.[0-9]){4}";
-constexpr const char* searching = "Voltages, loopback";
-constexpr const char* gain = "Loop gain( \\(line\\))?( -?[0-9]+\\.[0-9]){2} \\(2\\)";
-
-k4sim::SoundCard& card() { return k4sim::machine().device().sound_card(); }
-const k4sim::CodecSettings& settings() { return card().codec().settings(); }
-
-// Phantom power and boost are off, and the input level is that of the line.
-bool inputsAreSafe() {
-    const int nominal = k4sim::machine().device().board() == Board::aes ? 24 : 0;
-    const k4sim::CodecSettings::Pair<bool> off{};
-    return settings().phantom == off && settings().boost == off &&
-           settings().line_in == k4sim::CodecSettings::Pair<int>{nominal, nominal};
-}
-
 class AudioTest : public UnitRun {
 protected:
-    AudioTest() { use(Board::aes); }
-    ~AudioTest() override {
-        unit.reset();
-        k4sim::machine().reset();
+    static const k4sim::CodecSettings& settings() {
+        return device().sound_card().codec().settings();
     }
 
-    void use(Board board) {
+    // Phantom power and boost are off, and the input level is that of the line.
+    static bool inputs_are_safe() {
+        const int nominal = device().board() == Board::aes ? 24 : 0;
+        const k4sim::CodecSettings::Pair<bool> off{};
+        return settings().phantom == off && settings().boost == off &&
+               settings().line_in == k4sim::CodecSettings::Pair<int>{nominal, nominal};
+    }
+
+    // Starts the test on a board and lets it go on to that text; where loopback is waited for,
+    // until phantom power is on.
+    void run_to(const std::string& text, Board board = Board::aes) {
         unit.reset();
-        k4sim::Setup setup;
-        setup.board = board;
-        k4sim::machine().reset(setup);
+        use_board(board);
         unit = std::make_unique<K4STaudio>(true);
-        unit->init();
-    }
-
-    // Starts the test and lets it go on until it shows that: phantom power is on at a place
-    // where loopback is waited for, boost and input level are the microphone's everywhere.
-    void runTo(const char* place) {
         ASSERT_EQ(unit->start(true), 0);
-        if (place != silent) {
-            ASSERT_TRUE(shows(*unit, searching, patience_us));
-        }
-        while (place == searching && !settings().phantom[0] && !settings().phantom[1])
-            KLFptdelay(step_us);
-        if (place == gain) card().plug_analog(true);
-        ASSERT_TRUE(matches(place));
-    }
-
-    // Lets time go on until the text matches.
-    testing::AssertionResult matches(const char* pattern) {
-        const Microseconds end = k4sim::machine().now() + patience_us;
-        while (!testing::Matches(testing::MatchesRegex(pattern))(characters(unit->info()))) {
-            if (k4sim::machine().now() >= end)
-                return testing::AssertionFailure() << characters(unit->info());
-            KLFptdelay(step_us);
-        }
-        return testing::AssertionSuccess();
+        if (text != "Silence/DC -") time_until([] { return settings().phantom[0]; });
+        if (text == "Loop gain ") device().sound_card().plug_analog(true);
+        time_until([&] { return characters(unit->info()).starts_with(text); });
     }
 
     std::unique_ptr<K4STaudio> unit;
@@ -86,39 +49,45 @@ protected:
 
 TEST_F(AudioTest, MakesTheInputsSafeHoweverItEnds) {
     for (const Board board : {Board::aes, Board::plain}) {
-        for (const char* place : {silent, searching, gain}) {
-            for (const bool cancelled : {false, true}) {
-                use(board);
-                runTo(place);
-                EXPECT_FALSE(inputsAreSafe()) << "nothing to make safe at " << place;
-                const Microseconds before = k4sim::machine().now();
-                unit->start(false);
-                if (cancelled)
-                    unit.reset();
-                else
-                    unit->waitend();
-                EXPECT_TRUE(inputsAreSafe()) << place << ' ' << cancelled;
-                EXPECT_LE(k4sim::machine().now() - before, stopTime_us) << place;
-            }
+        for (const char* text : {"Silence/DC -", "Voltages, loopback", "Loop gain "}) {
+            run_to(text, board);
+            EXPECT_FALSE(inputs_are_safe()) << "nothing to make safe at " << text;
+            EXPECT_LE(time_to_stop(*unit), 1.0) << text;
+            EXPECT_TRUE(inputs_are_safe()) << text;
+            run_to(text, board);
+            unit.reset();
+            EXPECT_TRUE(inputs_are_safe()) << text << " when cancelled";
         }
     }
 }
 
-TEST_F(AudioTest, MeasuresTheGainWithoutPhantomPower) {
-    runTo(searching);
-    card().plug_analog(true);
-    EXPECT_TRUE(matches("OK"));
+TEST_F(AudioTest, SwitchesTheInputsOfTheMask) {
+    portRequestPrivilege();
+    for (const Board board : {Board::aes, Board::plain}) {
+        run_to("Silence/DC -", board);
+        time_to_stop(*unit);
+        EXPECT_EQ(unit->setMicBoost(true, 2), 0);
+        EXPECT_EQ(unit->setMicPhant(true, 1), 0);
+        EXPECT_THAT(settings().boost, ElementsAre(false, true));
+        EXPECT_THAT(settings().phantom, ElementsAre(true, false));
+        EXPECT_EQ(unit->setMicBoost(true, 3), 0);
+        EXPECT_EQ(unit->setMicBoost(false, 2), 0);
+        EXPECT_EQ(unit->setMicPhant(false, 3), 0);
+        EXPECT_EQ(unit->setMicPhant(true, 0), 0);
+        EXPECT_THAT(settings().boost, ElementsAre(true, false));
+        EXPECT_THAT(settings().phantom, ElementsAre(false, false));
+    }
 }
 
 // An exception ends the process, and not before the inputs are safe.
 TEST_F(AudioTest, MakesTheInputsSafeBeforeAnExceptionEndsTheProcess) {
     const auto die = [this] {
         std::set_terminate([] {
-            fprintf(stderr, inputsAreSafe() ? "inputs are safe" : "inputs are not safe");
+            fprintf(stderr, inputs_are_safe() ? "inputs are safe" : "inputs are not safe");
             abort();
         });
-        runTo(searching);
-        delayThrows = true;
+        run_to("Voltages, loopback");
+        delay_throws = true;
         unit->waitend();
     };
     EXPECT_DEATH(die(), "inputs are safe");
@@ -127,14 +96,14 @@ TEST_F(AudioTest, MakesTheInputsSafeBeforeAnExceptionEndsTheProcess) {
 // Streams that are not open fail at each transfer.
 TEST_F(AudioTest, NeitherSpinsNorGoesDeafWherePlayingFails) {
     constexpr AudioLoop::Manner manner = {1000, 1000, 50'000, "", nullptr};
+    run_to("Silence/DC -");
     AudioStreams streams;
-    KLTprint console;
-    AudioLoop loop(streams, 2, manner, console);
+    KLTprint print;
+    AudioLoop loop(streams, 2, manner, print);
     ASSERT_TRUE(loop.hasMemory());
-    const Microseconds before = k4sim::machine().now();
-    EXPECT_TRUE(loop.run(*unit));
-    EXPECT_NEAR(static_cast<double>(k4sim::machine().now() - before), 50'000, 1'000);
-    runTo(silent);
+    bool goes_on = false;
+    EXPECT_NEAR(time_until([&] { return goes_on = loop.run(*unit); }), 0.05, 0.001);
+    EXPECT_TRUE(goes_on);
     unit->start(false);
     EXPECT_FALSE(loop.run(*unit));
     EXPECT_EQ(loop.takeLevels()[0].swing, 0);
@@ -145,6 +114,6 @@ TEST_F(AudioTest, NeitherSpinsNorGoesDeafWherePlayingFails) {
 extern "C" void __real__Z8KLFdelayx(long long microseconds);
 
 extern "C" void __wrap__Z8KLFdelayx(long long microseconds) {
-    if (delayThrows) throw DelayFailed();
+    if (delay_throws) throw DelayFailed();
     __real__Z8KLFdelayx(microseconds);
 }
