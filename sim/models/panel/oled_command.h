@@ -7,17 +7,16 @@
 
 namespace k4sim {
 
-// A value is valid when low <= value <= high and its bits under `fixed_mask` are
-// `fixed_bits`.
+// A value is valid when it lies in steps from `low` to `high`, and its bits `zeros` are 0.
 struct OledParameter {
     std::uint8_t low = 0x00;
     std::uint8_t high = 0xFF;
     std::uint8_t reset = 0x00;
-    std::uint8_t fixed_mask = 0x00;
-    std::uint8_t fixed_bits = 0x00;
+    std::uint8_t step = 1;
+    std::uint8_t zeros = 0x00;
 
     constexpr bool accepts(std::uint8_t value) const {
-        return low <= value && value <= high && (value & fixed_mask) == fixed_bits;
+        return low <= value && value <= high && (value - low) % step == 0 && (value & zeros) == 0;
     }
 };
 

@@ -58,14 +58,14 @@ constexpr unsigned first_segment_of_glass = (segments - glass_width) / 2;
 constexpr unsigned dual_commons = 64;
 constexpr unsigned linear_step = 8;
 
-// Parameters: lowest, highest, reset value, fixed bits by mask and value.
+// Parameters: lowest, highest, reset value, step, bits that are 0.
 constexpr OledCommand commands[] = {
     oled_command(use_grey_table),
     oled_span(column_window, 0x77),
     oled_command(write_pixels),
     oled_command(read_pixels),
     oled_span(row_window, 0x7F),
-    oled_command(remap, {0x00, 0xFF, 0x00, 0xC8, 0x00}, {0x01, 0x11, 0x01, 0xEF, 0x01}),
+    oled_command(remap, {0x00, 0xFF, 0x00, 1, 0xC8}, {0x01, 0x11, 0x01, 0x10}),
     oled_command(start_line, {0x00, 0x7F, 0x00}),
     oled_command(display_offset, {0x00, 0x7F, 0x00}),
     oled_command(all_pixels_off),
@@ -79,7 +79,7 @@ constexpr OledCommand commands[] = {
     oled_command(wake),
     oled_command(phases, {0x00, 0xFF, 0x74}),
     oled_command(clock, {0x00, 0xFF, 0x50}),
-    oled_command(enhancement_a, {0xA0, 0xA2, 0xA2, 0xFD, 0xA0}, {0xB5, 0xFD, 0xB5, 0xB7, 0xB5}),
+    oled_command(enhancement_a, {0xA0, 0xA2, 0xA2, 0x02}, {0xB5, 0xFD, 0xB5, 0x48}),
     oled_command(pins, {0x00, 0x0F, 0x0A}),
     oled_command(second_precharge, {0x00, 0x0F, 0x08}),
     oled_grey_table(grey_table, OledCommand::Order::not_falling, 180),
@@ -89,8 +89,8 @@ constexpr OledCommand commands[] = {
     oled_command(contrast, {0x00, 0xFF, 0x7F}),
     oled_command(master_current, {0x00, 0x0F, 0x0F}),
     oled_command(multiplex, {0x0F, 0x7F, 0x7F}),
-    oled_command(enhancement_b, {0x82, 0xA2, 0xA2, 0xDF, 0x82}, {0x20, 0x20, 0x20}),
-    oled_command(lock, {0x12, 0x16, 0x12, 0xFB, 0x12}),
+    oled_command(enhancement_b, {0x82, 0xA2, 0xA2, 0x20}, {0x20, 0x20, 0x20}),
+    oled_command(lock, {0x12, 0x16, 0x12, 0x04}),
 };
 
 // Where on the segments the pixel `pixel` of a row appears, counted in the order in which

@@ -52,13 +52,13 @@ constexpr unsigned segments_a_side = segments / 2;
 constexpr unsigned widest_grey_above = 140;
 constexpr unsigned linear_step = 12;
 
-// Parameters: lowest, highest, reset value, fixed bits by mask and value.
+// Parameters: lowest, highest, reset value, step, bits that are 0.
 constexpr OledCommand commands[] = {
     oled_span(column_window, 0x7F),
     oled_command(fade, {0x00, 0x3F, 0x00}),
     oled_span(row_window, 0x3F),
     oled_command(contrast, {0x01, 0xFF, 0x7F}),
-    oled_command(remap, {0x00, 0xFF, 0x40, 0x28, 0x00}),
+    oled_command(remap, {0x00, 0xFF, 0x40, 1, 0x28}),
     oled_command(start_line, {0x00, 0x3F, 0x00}),
     oled_command(display_offset, {0x00, 0x3F, 0x00}),
     oled_command(scroll_area, {0x00, 0x3F, 0x00}, {0x00, 0x40, 0x40}),
@@ -68,7 +68,7 @@ constexpr OledCommand commands[] = {
     oled_command(inverse_display),
     oled_command(multiplex, {0x03, 0x3F, 0x3F}),
     oled_command(core_supply, {0x00, 0x01, 0x01}),
-    oled_command(reference_current, {0x8E, 0x9E, 0x8E, 0xEF, 0x8E}),
+    oled_command(reference_current, {0x8E, 0x9E, 0x8E, 0x10}),
     oled_command(sleep),
     oled_command(wake),
     oled_command(phases, {0x00, 0xFF, 0x82}),
@@ -80,7 +80,7 @@ constexpr OledCommand commands[] = {
     oled_command(precharge_voltage, {0x00, 0x1F, 0x04}),
     oled_command(precharge_capacitor, {0x00, 0x01, 0x00}),
     oled_command(deselect_voltage, {0x00, 0x07, 0x05}),
-    oled_command(lock, {0x12, 0x16, 0x12, 0xFB, 0x12}),
+    oled_command(lock, {0x12, 0x16, 0x12, 0x04}),
 };
 
 // x on the glass of the pixel in the low (0) or high (1) nibble of a column.
