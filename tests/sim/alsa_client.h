@@ -1,84 +1,88 @@
-// What the tests of the sound card's plug-ins share: handles of libasound that close
-// themselves, and what libasound has complained about.
+// How the tests of the sound card reach it: through libasound, by handles that close themselves
+// and control elements by name.
 #pragma once
 
-#include "sim/machine/machine.h"
+#include "support/boards.h"
+
 #include "sim/models/device.h"
 
 #include <alsa/asoundlib.h>
-#include <cstdarg>
-#include <cstdio>
-#include <gtest/gtest.h>
 #include <string>
 #include <unistd.h>
+#include <vector>
 
-class AlsaTest : public testing::Test {
+class AlsaTest : public BoardTest {
 protected:
-    AlsaTest() {
-        k4sim::machine().reset();
-        k4sim::machine().clear_events();
-        begin_frame();
-        complaints_.clear();
-        snd_lib_error_set_handler(note);
-    }
-    ~AlsaTest() override {
-        snd_lib_error_set_handler(nullptr);
-        k4sim::machine().reset();
-    }
-
-    static void use_board(k4sim::Board board) {
-        k4sim::Setup setup;
-        setup.board = board;
-        k4sim::machine().reset(setup);
-    }
-    static k4sim::SoundCard& card() { return k4sim::machine().device().sound_card(); }
-    static const std::string& complaints() { return complaints_; }
-
-private:
     // At a whole millisecond a frame of each rate begins that is a multiple of 1000 Hz: so a
     // test sees the same numbers whatever ran before it.
-    static void begin_frame() {
+    AlsaTest() {
         usleep(static_cast<useconds_t>(1000 - k4sim::machine().now() % 1000));
+        snd_lib_error_set_handler(say_nothing);
     }
+    ~AlsaTest() override { snd_lib_error_set_handler(nullptr); }
 
-    static void note(const char*, int, const char*, int, const char* format, ...) {
-        char text[256];
-        va_list arguments;
-        va_start(arguments, format);
-        std::vsnprintf(text, sizeof text, format, arguments);
-        va_end(arguments);
-        complaints_.append(text).append("\n");
-    }
-    static inline std::string complaints_;
+    static k4sim::Device& device() { return k4sim::machine().device(); }
+
+private:
+    static void say_nothing(const char*, int, const char*, int, const char*, ...) {}
 };
 
 // A handle with the result of opening it.
-template <typename Handle, int (*close)(Handle*)>
-class Opened {
-public:
-    template <typename Open>
-    explicit Opened(Open open) : result(open(&handle_)) {}
+template <typename Handle, auto open, auto close>
+struct Opened {
+    template <typename... Arguments>
+    explicit Opened(Arguments... arguments) : result(open(&handle, arguments...)) {}
     ~Opened() {
-        if (result == 0) close(handle_);
+        if (result == 0) close(handle);
     }
     Opened(const Opened&) = delete;
-    Opened& operator=(const Opened&) = delete;
-    operator Handle*() const { return handle_; }
+    operator Handle*() const { return handle; }
 
-private:
-    Handle* handle_ = nullptr;
-
-public:
+    Handle* handle = nullptr;
     const int result;
 };
 
-struct Pcm : Opened<snd_pcm_t, snd_pcm_close> {
+struct Pcm : Opened<snd_pcm_t, snd_pcm_open, snd_pcm_close> {
     explicit Pcm(const char* name, snd_pcm_stream_t stream = SND_PCM_STREAM_PLAYBACK,
                  int mode = SND_PCM_NONBLOCK)
-        : Opened([=](snd_pcm_t** handle) { return snd_pcm_open(handle, name, stream, mode); }) {}
+        : Opened(name, stream, mode) {}
+
+    int set(snd_pcm_format_t format, unsigned channels, unsigned rate_hz = 48000,
+            unsigned latency_ms = 100) const {
+        return snd_pcm_set_params(handle, format, SND_PCM_ACCESS_RW_INTERLEAVED, channels, rate_hz,
+                                  0, latency_ms * 1000);
+    }
 };
 
-struct Control : Opened<snd_ctl_t, snd_ctl_close> {
-    explicit Control(const char* name)
-        : Opened([=](snd_ctl_t** handle) { return snd_ctl_open(handle, name, 0); }) {}
+// Of the mixer, or of the digital line where the name begins with IEC958.
+class Element {
+public:
+    explicit Element(const std::string& name)
+        : bytes_(name.ends_with("Default") || name.ends_with("Channel")) {
+        const bool digital = name.starts_with("IEC958");
+        snd_ctl_elem_value_set_interface(values_, digital ? SND_CTL_ELEM_IFACE_PCM
+                                                          : SND_CTL_ELEM_IFACE_MIXER);
+        snd_ctl_elem_value_set_device(values_, digital ? 1 : 0);
+        snd_ctl_elem_value_set_name(values_, name.c_str());
+    }
+
+    // Both return what libasound says.
+    int write(const std::vector<int>& values) {
+        for (unsigned i = 0; i < values.size(); ++i)
+            bytes_ ? snd_ctl_elem_value_set_byte(values_, i, static_cast<unsigned char>(values[i]))
+                   : snd_ctl_elem_value_set_integer(values_, i, values[i]);
+        return snd_ctl_elem_write(control_, values_);
+    }
+    int read() { return snd_ctl_elem_read(control_, values_); }
+
+    int value(unsigned i = 0) {
+        EXPECT_EQ(read(), 0);
+        return bytes_ ? snd_ctl_elem_value_get_byte(values_, i)
+                      : static_cast<int>(snd_ctl_elem_value_get_integer(values_, i));
+    }
+
+private:
+    const bool bytes_;
+    const Opened<snd_ctl_t, snd_ctl_open, snd_ctl_close> control_{"hw:0", 0};
+    const Opened<snd_ctl_elem_value_t, snd_ctl_elem_value_malloc, snd_ctl_elem_value_free> values_;
 };

@@ -1,47 +1,29 @@
+// The list of faults, what is said of one that can't be had, and how long those of the links last.
 #include "fake_surroundings.h"
 #include "sim/models/device.h"
 #include "sim/models/faults.h"
 
 #include <gmock/gmock.h>
 
-using k4sim::Board;
-using k4sim::Device;
-using testing::HasSubstr;
-using testing::IsEmpty;
+using namespace k4sim;
 
 namespace {
 
-constexpr Board boards[] = {Board::aes, Board::plain, Board::i2c, Board::engine, Board::none};
-
-std::string some_value(const k4sim::Fault& fault) {
-    switch (fault.value) {
-    case k4sim::Fault::Value::none:
-        return "";
-    case k4sim::Fault::Value::key:
-        return "5";
-    case k4sim::Fault::Value::number:
-        return std::to_string(fault.low);
-    case k4sim::Fault::Value::pair:
-        return std::to_string(fault.low) + ":" + std::to_string(fault.second_high);
-    case k4sim::Fault::Value::word:
-        break;
-    }
-    return std::string(fault.value_syntax.substr(0, fault.value_syntax.find('|')));
-}
-
-TEST(FaultsTest, EveryDeviceFaultCanBeSetAndTheOthersBelongToTheHost) {
-    for (const k4sim::Fault& fault : k4sim::fault_list()) {
+TEST(FaultsTest, EachTakesTheExampleOfItsErrorWhereItsSiteIsTheDevice) {
+    for (const Fault& fault : fault_list()) {
         FakeSurroundings surroundings;
-        const Board board = fault.needs == k4sim::Fault::Needs::aes ? Board::aes : Board::i2c;
+        const Board board = fault.needs == Fault::Needs::aes ? Board::aes : Board::i2c;
         Device device(board, surroundings);
-        const std::string value = some_value(fault);
-        EXPECT_EQ(k4sim::fault_error(board, fault.name, value), "") << fault.name;
-        EXPECT_EQ(device.set_fault(fault.name, value), fault.site == k4sim::Fault::Site::device)
+        const std::string error = fault_error(board, fault.name, "?");
+        const bool takes_value = fault.value != Fault::Value::none;
+        const std::string example = takes_value ? error.substr(error.rfind('=') + 1) : "";
+        EXPECT_EQ(fault_error(board, fault.name, example), "");
+        EXPECT_EQ(device.set_fault(fault.name, example), fault.site == Fault::Site::device)
             << fault.name;
         EXPECT_FALSE(fault.breaks.empty() || fault.verdict.empty()) << fault.name;
-        EXPECT_EQ(k4sim::find_fault(fault.name), &fault);
+        EXPECT_EQ(find_fault(fault.name), &fault);
     }
-    EXPECT_TRUE(std::ranges::is_sorted(k4sim::fault_list(), {}, &k4sim::Fault::name));
+    EXPECT_TRUE(std::ranges::is_sorted(fault_list(), {}, &Fault::name));
 }
 
 TEST(FaultsTest, AnErrorNamesTheFaultAndTheWayOut) {
@@ -68,13 +50,33 @@ TEST(FaultsTest, AnErrorNamesTheFaultAndTheWayOut) {
         {Board::none, "panel-dead", "", "board none: choose board aes, plain, i2c or engine"},
     };
     for (const auto& [board, name, value, text] : cases) {
-        EXPECT_THAT(k4sim::fault_error(board, name, value), HasSubstr(text));
+        EXPECT_THAT(fault_error(board, name, value), testing::HasSubstr(text));
         FakeSurroundings surroundings;
-        Device device(board, surroundings);
-        EXPECT_FALSE(device.set_fault(name, value)) << name << "=" << value;
+        EXPECT_FALSE(Device(board, surroundings).set_fault(name, value)) << name << "=" << value;
     }
-    for (const Board board : boards)
-        EXPECT_THAT(k4sim::fault_error(board, "no-privilege", ""), IsEmpty());
+    EXPECT_EQ(fault_error(Board::none, "no-privilege", ""), "");
+}
+
+TEST(FaultsTest, ALinkIsDownForItsTime) {
+    const struct {
+        const char* fault;
+        std::vector<std::string> history;
+    } cases[] = {{"link-dropped", {"0 down", "600 up"}},
+                 {"link-flapping", {"0 down", "1000 up", "5000 down", "6000 up", "10000 down"}},
+                 {"link-down", {"0 down"}}};
+    for (const auto& [fault, history] : cases) {
+        FakeSurroundings surroundings;
+        Device device(Board::none, surroundings);
+        std::vector<std::string> seen;
+        device.set_fault(fault, "usb0");
+        for (int ms = 0; ms <= 10'000; ++ms) {
+            for (const std::string& event : surroundings.events)
+                seen.push_back(std::to_string(ms) + event.substr(4, event.find(" interface") - 4));
+            surroundings.events.clear();
+            surroundings.advance(1000);
+        }
+        EXPECT_EQ(seen, history) << fault;
+    }
 }
 
 } // namespace

@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <functional>
 #include <map>
+#include <sstream>
 #include <string>
 #include <utility>
 #include <vector>
@@ -35,19 +36,14 @@ public:
 
     void event(std::string_view source, std::string_view what,
                std::initializer_list<k4sim::Field> fields) override {
-        std::string text = std::string(source) + " " + std::string(what);
-        for (const k4sim::Field& field : fields)
-            text += " " + std::string(field.name) + "=" + std::visit(Text{}, field.value);
-        events.push_back(text);
+        std::ostringstream text;
+        text << std::boolalpha << source << " " << what;
+        for (const auto& [name, value] : fields)
+            std::visit([&](const auto& held) { text << " " << name << "=" << held; }, value);
+        events.push_back(text.str());
     }
 
 private:
-    struct Text {
-        std::string operator()(std::int64_t number) const { return std::to_string(number); }
-        std::string operator()(bool flag) const { return flag ? "true" : "false"; }
-        std::string operator()(std::string_view text) const { return std::string(text); }
-    };
-
     k4sim::Microseconds now_ = 0;
     std::multimap<k4sim::Microseconds, std::function<void()>> planned_;
 };
