@@ -4,104 +4,296 @@
 
 #include <algorithm>
 #include <csignal>
+#include <elf.h>
 #include <fstream>
 #include <gtest/gtest.h>
+#include <link.h>
+#include <sstream>
 
 namespace {
 
 using namespace k4test;
+namespace fs = std::filesystem;
 
-// k4sim's command line as for a shell, in a folder of its own.
-CommandResult launch(const ScratchFolder& folder, const std::string& arguments) {
-    const std::string script = "cd " + folder.path().string() + "; exec " K4_SIM " " + arguments;
-    return run_command({"/bin/sh", "-c", script});
-}
+class Launcher : public testing::Test {
+protected:
+    CommandResult shell(const std::string& script) const {
+        return run_command({"/bin/sh", "-c", "cd " + folder_.path().string() + "; " + script});
+    }
 
-TEST(Launcher, AnswersABadCommandLineWithOneLineAndStatusTwo) {
+    // k4sim's command line as for a shell, in a folder of its own.
+    CommandResult launch(const std::string& arguments) const {
+        return shell("exec " K4_SIM " " + arguments);
+    }
+
+    // A shell in the program's place; its parent is the launcher.
+    CommandResult run_script(const std::string& script) const {
+        return launch("run --record record -- /bin/sh -c '" + script + "'");
+    }
+
+    void write(const std::string& name, const std::string& bytes) const {
+        fs::create_directories(fs::path(folder_.file(name)).parent_path());
+        std::ofstream(folder_.file(name), std::ios::binary) << bytes;
+    }
+    void write_program(const std::string& name, const std::string& bytes) const {
+        write(name, bytes);
+        fs::permissions(folder_.file(name), fs::perms(0755));
+    }
+
+    std::string recorded(const std::string& name) const {
+        std::ostringstream text;
+        text << std::ifstream(folder_.file("record/" + name), std::ios::binary).rdbuf();
+        return text.str();
+    }
+    nlohmann::json report() const {
+        return nlohmann::json::parse(recorded("report.json"), nullptr, false);
+    }
+
+    // With one line and status 2, and before there is a record.
+    void expect_refused(const CommandResult& result, const std::string& must_say) const {
+        EXPECT_EQ(result.status, 2);
+        EXPECT_EQ(result.out, "");
+        EXPECT_EQ(std::count(result.error.begin(), result.error.end(), '\n'), 1) << result.error;
+        EXPECT_NE(result.error.find(must_say), std::string::npos) << result.error;
+        EXPECT_FALSE(fs::exists(folder_.file("record"))) << "half-written record";
+    }
+
+    const ScratchFolder folder_;
+};
+
+TEST_F(Launcher, RefusesABadCommandLine) {
     const struct {
         const char* arguments;
         const char* must_say;
     } cases[] = {
         {"", "run"},
         {"fly", "fly"},
+        {"faults all", "faults"},
         {"run", "PROGRAM"},
-        {"run --record record --bord aes -- " K4_PROGRAM, "--bord"},
-        {"run --record record --board aex -- " K4_PROGRAM, "aex"},
-        {"run --operator bob -- " K4_PROGRAM, "bob"},
-        {"run --seed -x -- " K4_PROGRAM, "-x"},
-        {"run --pace 0 -- " K4_PROGRAM, "pace"},
-        {"run --limit soon -- " K4_PROGRAM, "soon"},
-        {"run --board", "--board"},
-        {"run --record record --fault gremlin -- " K4_PROGRAM, "gremlin"},
-        {"run --fault key-held=Z -- " K4_PROGRAM, "key-held"},
-        {"run --record record -- ./absent", "absent"},
-        {"run --record record -- ./plain.txt", "plain.txt"},
-        {"run --record record -- ./script.sh", "script.sh"},
-        {"run --record record -- ./cut.elf", "cut.elf"},
-        {"run -- .", "not a file"},
+        {"run --", "PROGRAM"},
+        {"run --board", "--board needs a value"},
+        {"run --record= -- " K4_PROGRAM, "--record"},
         {"run --record plain.txt/record -- " K4_PROGRAM, "plain.txt"},
-        {"run --record record --scenario no.toml -- " K4_PROGRAM, "no.toml"},
-        {"run --record record --scenario plain.txt -- " K4_PROGRAM, "plain.txt"},
+        {"run -- .", "not a file"},
+        {"run --record record -- ./absent", "absent"},
+        {"run --record record -- absent", "absent"},
+        {"run --record record -- ./plain.txt", "not executable"},
+        {"run --record record -- ./script.sh", "script.sh is no i386 or x86-64"},
     };
-    const ScratchFolder folder;
-    std::ofstream(folder.path() / "plain.txt") << "no program\n";
-    std::ofstream(folder.path() / "script.sh") << "#!/bin/sh\n";
-    std::ofstream(folder.path() / "cut.elf") << "\177ELF";
-    for (const char* name : {"script.sh", "cut.elf"})
-        std::filesystem::permissions(folder.path() / name, std::filesystem::perms(0755));
+    write("plain.txt", "no program\n");
+    write_program("script.sh", "#!/bin/sh\n");
     for (const auto& [arguments, must_say] : cases) {
         SCOPED_TRACE(arguments);
-        const CommandResult result = launch(folder, arguments);
-        EXPECT_EQ(result.status, 2);
-        EXPECT_EQ(result.out, "");
-        EXPECT_EQ(std::count(result.error.begin(), result.error.end(), '\n'), 1) << result.error;
-        EXPECT_NE(result.error.find(must_say), std::string::npos) << result.error;
-        EXPECT_FALSE(std::filesystem::exists(folder.path() / "record")) << "half-written record";
+        expect_refused(launch(arguments), must_say);
     }
 }
 
+TEST_F(Launcher, RefusesWhatAnOptionCantMean) {
+    const struct {
+        const char* option;
+        const char* must_say;
+    } cases[] = {
+        {"--bord aes", "--bord"},
+        {"--board aex", "aex"},
+        {"--board=", "i2c"},
+        {"--operator bob", "bob"},
+        {"--seed -1", "-1"},
+        {"--seed 18446744073709551616", "18446744073709551616"},
+        {"--pace 0", "pace"},
+        {"--pace nan", "nan"},
+        {"--limit soon", "soon"},
+        {"--limit 1s", "1s"},
+        {"--limit -1", "-1"},
+        {"--limit 0", "limit"},
+        {"--limit inf", "inf"},
+        {"--limit 1000000001", "1000000001"},
+        {"--fault gremlin", "gremlin"},
+        {"--fault key-held=Z", "key-held"},
+        {"--fault key-held=7@soon", "soon"},
+        {"--board none --fault key-held=7", "none"},
+        {"--scenario no.toml", "no.toml can't be read"},
+        {"--scenario .", ". can't be read"},
+        {"--scenario=", "--scenario"},
+        {"--scenario i2c.toml --board aes", "i2c.toml:4: "}, // the command line goes first
+        {"--scenario long.toml", "fewer steps"},
+    };
+    write("i2c.toml", "board = \"i2c\"\n[[step]]\nat = 1\ndo = \"fault sda-stuck=0\"\n");
+    // A run is set up by one variable of the environment, and that has an end.
+    std::string steps;
+    for (int i = 0; i < 10'000; ++i)
+        steps += "[[step]]\nat = 3\ndo = \"press 7\"\n";
+    write("long.toml", steps);
+    for (const auto& [option, must_say] : cases) {
+        SCOPED_TRACE(option);
+        expect_refused(
+            launch("run --record record " + std::string(option) + " -- " K4_PROGRAM " run"),
+            must_say);
+    }
+}
+
+TEST_F(Launcher, NamesTheLineOfAScenarioThatItRefuses) {
+    const struct {
+        const char* text;
+        const char* must_say;
+    } cases[] = {
+        {"board = \n", ":1: "},
+        {"\nboard = 'aex'\n", ":2: there is no board \"aex\""},
+        {"board = 1\n", ":1: board must be a text"},
+        {"operator = 'bob'\n", ":1: there is no operator \"bob\""},
+        {"seed = -1\n", ":1: seed must be"},
+        {"seed = 1.5\n", ":1: seed must be"},
+        {"colour = 'red'\n", ":1: unknown key colour"},
+        {"\nstep = 3\n", ":2: step must be a list"},
+        {"step = [3]\n", ":1: step must be a list"},
+        {"[[step]]\nat = 1\n", ":1: a step needs do"},
+        {"[[step]]\ndo = 'press 7'\n", ":1: a step needs either at or when"},
+        {"[[step]]\nat = 1\nwhen = 'beep'\ndo = 'press 7'\n", ":1: a step needs either"},
+        {"[[step]]\nat = 1\nafter = 1\ndo = 'press 7'\n", ":3: after goes with when"},
+        {"[[step]]\nat = 1\ndo = 'press 7'\nhow = 1\n", ":4: unknown key how"},
+        {"[[step]]\nat = -1\ndo = 'press 7'\n", ":2: at must be a number"},
+        {"[[step]]\nat = '1'\ndo = 'press 7'\n", ":2: at must be a number"},
+        {"[[step]]\nwhen = 'beep'\nafter = 2e9\ndo = 'press 7'\n", ":3: after must be"},
+        {"[[step]]\nwhen = 'smell'\ndo = 'press 7'\n", ":2: when must be"},
+        {"[[step]]\nwhen = 'console:'\ndo = 'press 7'\n", ":2: when must be"},
+        {"[[step]]\nwhen = 'screen:'\ndo = 'press 7'\n", ":2: when must be"},
+        {"[[step]]\nat = 1\ndo = 7\n", ":3: do must be a text"},
+        {"[[step]]\nat = 1\ndo = 'fault gremlin'\n", ":3: unknown fault gremlin"},
+    };
+    const auto refuses = [&](const std::string& text, const std::string& must_say) {
+        SCOPED_TRACE(text);
+        write("s.toml", text);
+        expect_refused(launch("run --record record --scenario s.toml -- " K4_PROGRAM),
+                       "s.toml" + must_say);
+    };
+    for (const auto& [text, must_say] : cases)
+        refuses(text, must_say);
+    for (const std::string action :
+         {"press", "press Z", "hold 77", "turn 3 1", "turn 1 0", "turn 1 2x", "turn 2 -1001",
+          "turn 2 1001", "plug both", "press 7 8", "wave 7"})
+        refuses("[[step]]\nat = 1\ndo = '" + action + "'\n",
+                ":3: \"" + action + "\" can't be done");
+}
+
+// The shipped program with a few bytes changed.
+TEST_F(Launcher, RefusesAProgramThatItCantLoadTheDeviceInto) {
+    std::string whole(4096, '\0');
+    std::ifstream(K4_PROGRAM, std::ios::binary).read(whole.data(), 4096);
+    const std::string other_class(1, sizeof(void*) == 4 ? ELFCLASS64 : ELFCLASS32);
+    const std::size_t loader = whole.find("/lib");
+    const struct {
+        std::size_t at;
+        std::string bytes;
+        const char* must_say;
+    } changes[] = {
+        {EI_MAG3, "V", "no i386 or x86-64"},
+        {EI_CLASS, other_class, "no i386 or x86-64"},
+        {offsetof(ElfW(Ehdr), e_type), {ET_REL, 0}, "no i386 or x86-64"},
+        {offsetof(ElfW(Ehdr), e_machine), {EM_ARM, 0}, "no i386 or x86-64"},
+        {offsetof(ElfW(Ehdr), e_phentsize), {8, 0}, "statically linked"},
+        // Where its loader is named; the first segment is the table itself.
+        {sizeof(ElfW(Ehdr)) + sizeof(ElfW(Phdr)), {PT_NULL}, "statically linked"},
+        {loader, "/bad", "needs the loader /bad"},
+    };
+    for (const auto& [at, bytes, must_say] : changes) {
+        SCOPED_TRACE(at);
+        write_program("changed", std::string(whole).replace(at, bytes.size(), bytes));
+        expect_refused(launch("run --record record -- ./changed"), must_say);
+    }
+    const std::pair<std::size_t, const char*> cuts[] = {
+        {0, "no i386 or x86-64"}, {51, "no i386 or x86-64"}, {loader + 5, "statically linked"}};
+    for (const auto& [size, must_say] : cuts) {
+        SCOPED_TRACE(size);
+        write_program("cut", whole.substr(0, size));
+        expect_refused(launch("run --record record -- ./cut"), must_say);
+    }
+}
+
+TEST_F(Launcher, FindsAPlainNameInTheSearchPathThenBesideItself) {
+    for (const char* name : {"folder/tool/x", "plain/tool"})
+        write(name, "");
+    for (const char* name : {"bin/tool", "build/beside"})
+        fs::create_directories(fs::path(folder_.file(name)).parent_path());
+    write_program("later/tool", "");
+    fs::copy("/bin/sh", folder_.file("bin/tool"));
+    const std::string path = "PATH=folder:plain:bin:later:$PATH ";
+    EXPECT_EQ(shell(path + K4_SIM " run tool -c 'echo found'").out, "found\n");
+    // As for a launcher that was copied elsewhere: without its libraries, then with them at a
+    // place that the loader can't be told.
+    fs::copy(K4_SIM, folder_.file("build/k4sim"));
+    fs::copy("/bin/sh", folder_.file("build/beside"));
+    expect_refused(shell(path + "build/k4sim run beside -c :"), "no libk4sim");
+    for (const auto& entry : fs::directory_iterator(fs::path(K4_SIM).parent_path()))
+        if (entry.path().filename().string().starts_with("libk4sim"))
+            fs::create_symlink(entry, folder_.path() / "build" / entry.path().filename());
+    EXPECT_EQ(shell("build/k4sim run beside -c 'echo found'").out, "found\n");
+    fs::rename(folder_.file("build"), folder_.file("a build"));
+    expect_refused(shell("'a build/k4sim' run beside -c :"), "blank");
+}
+
 // An interrupt from the keyboard is the program's to answer.
-TEST(Launcher, PassesAnyProgramsConsoleAndStatusThrough) {
-    const ScratchFolder folder;
-    const CommandResult result =
-        launch(folder, "run -- /bin/sh -c '"
-                       "kill -INT $PPID; kill -QUIT $PPID; echo out; echo err >&2; exit 7'");
+TEST_F(Launcher, PassesAnyProgramsConsoleAndStatusThrough) {
+    const CommandResult result = run_script("kill -INT $PPID; kill -QUIT $PPID; echo out; "
+                                            "echo err >&2; exit 7");
     EXPECT_EQ(result.status, 7);
     EXPECT_EQ(result.out, "out\n");
     EXPECT_EQ(result.error, "err\n");
+    EXPECT_EQ(recorded("console.txt"), "out\nerr\n");
 }
 
-struct ScriptRun {
-    CommandResult result;
-    nlohmann::json report;
-};
-
-// A shell in the program's place; its parent is the launcher.
-ScriptRun run_script(const std::string& script) {
-    const ScratchFolder folder;
-    ScriptRun run;
-    run.result = launch(folder, "run --record record -- /bin/sh -c '" + script + "'");
-    std::ifstream file(folder.path() / "record" / "report.json");
-    run.report = nlohmann::json::parse(file, nullptr, false);
-    return run;
+TEST_F(Launcher, HelpIsGivenWhereverItIsAskedForBeforeTheProgram) {
+    const std::string help = launch("--help").out;
+    for (const char* option : {"--board", "--operator", "--scenario", "--fault", "--seed", "--pace",
+                               "--limit", "--record"})
+        EXPECT_NE(help.find(option), std::string::npos) << option;
+    for (const char* arguments : {"-h", "help", "run --board aes --help x", "run -h"})
+        EXPECT_EQ(launch(arguments).out, help) << arguments;
+    EXPECT_EQ(launch("run /bin/sh -c 'echo $1' x --help").out, "--help\n");
 }
 
-TEST(Launcher, ReportsAProgramThatDies) {
-    const ScriptRun run = run_script("echo before; kill -SEGV $$");
-    EXPECT_EQ(run.result.status, 125);
-    EXPECT_NE(run.result.error.find("signal"), std::string::npos) << run.result.error;
-    EXPECT_EQ(run.report.value("verdict", ""), "DIED");
+// Whatever came of the run, nobody saw it.
+TEST_F(Launcher, RecordsNoTextThatCouldNotBeWritten) {
+    run_script("exec 2>/dev/full; echo lost >&2; echo kept; exec >/dev/full; echo lost");
+    EXPECT_EQ(recorded("console.txt"), "kept\n");
+    EXPECT_EQ(launch("run --record record -- " K4_PROGRAM " >/dev/full").status, 0);
+    EXPECT_EQ(recorded("console.txt"), "");
 }
 
-TEST(Launcher, HandsARequestToTerminateOnToTheProgram) {
+TEST_F(Launcher, TellsOfAnEndThatIsNotThePrograms) {
+    // What the device would report.
+    write("deadlock", R"({"t":7,"source":"program","event":"deadlock"})"
+                      "\n");
+    for (const auto& [script, must_say] :
+         {std::pair{"kill -SEGV $$", "died by signal 11"},
+          {"cat deadlock >/proc/$$/fd/100; exit 9", "can never go on"}}) {
+        const CommandResult result = run_script(script);
+        EXPECT_EQ(result.status, 125);
+        EXPECT_NE(result.error.find(must_say), std::string::npos) << result.error;
+        EXPECT_EQ(report().value("verdict", ""), "DIED");
+    }
+}
+
+TEST_F(Launcher, EndsARunAtItsLimit) {
+    const CommandResult result =
+        launch("run --operator none --record record --limit 1.5 -- " K4_PROGRAM " run");
+    EXPECT_EQ(result.status, 124);
+    EXPECT_NE(result.error.find("limit of 1.5 virtual seconds"), std::string::npos) << result.error;
+    EXPECT_TRUE(recorded("events.jsonl")
+                    .ends_with("{\"t\":1500000,\"source\":\"program\",\"event\":\"limit\"}\n"));
+    EXPECT_EQ(report().value("seconds", 0.0), 1.5);
+}
+
+TEST_F(Launcher, HandsARequestToTerminateOnToTheProgram) {
 #ifdef __SANITIZE_THREAD__
     GTEST_SKIP() << "ThreadSanitizer holds a signal back while the launcher reads";
 #endif
     // The limit of processor time ends the script where nobody does.
-    const ScriptRun run = run_script("ulimit -t 20; kill -TERM $PPID; while :; do :; done");
-    EXPECT_EQ(run.result.status, 125);
-    EXPECT_EQ(run.report.value("signal", 0), SIGTERM);
-    EXPECT_EQ(run.report.value("verdict", ""), "DIED");
+    for (const auto& [name, number] : {std::pair{"TERM", SIGTERM}, {"HUP", SIGHUP}}) {
+        const CommandResult result =
+            run_script(std::string("ulimit -t 20; kill -") + name + " $PPID; while :; do :; done");
+        EXPECT_EQ(result.status, 125);
+        EXPECT_EQ(report().value("signal", 0), number);
+        EXPECT_EQ(report().value("verdict", ""), "DIED");
+    }
 }
 
 } // namespace
