@@ -3,75 +3,72 @@
 #include "fake_surroundings.h"
 
 #include <gmock/gmock.h>
+#include <iterator>
 
 using namespace k4sim;
-using testing::ElementsAre;
 
 namespace {
 
-class PictureWatchTest : public testing::Test {
-protected:
-    void show(const char* picture) {
-        glass_ = picture;
-        watch_.changed();
-    }
+constexpr Microseconds stands = standing_us;
 
-    using Seen = std::pair<Microseconds, std::string>;
-    FakeSurroundings surroundings_;
-    std::string glass_;
-    std::vector<Seen> seen_;
-    PictureWatch watch_{surroundings_, [this] { return glass_; },
-                        [this](Microseconds appeared, const std::string& picture) {
-                            seen_.emplace_back(appeared, picture);
-                        }};
+using Seen = std::vector<std::pair<Microseconds, std::string>>;
+
+// A picture and how long it stands. The program writes text when it is complete.
+struct Shown {
+    const char* picture;
+    Microseconds for_us;
+    bool complete = false;
 };
 
-TEST_F(PictureWatchTest, APictureThatStoodIsKeptWithTheTimeOfItsAppearance) {
-    surroundings_.advance(10);
-    show("a");
-    surroundings_.advance(standing_us - 1);
-    EXPECT_THAT(seen_, ElementsAre());
-    surroundings_.advance(1);
-    EXPECT_THAT(seen_, ElementsAre(Seen(10, "a")));
-    surroundings_.advance(10 * standing_us);
-    EXPECT_EQ(seen_.size(), 1u);
-}
-
-TEST_F(PictureWatchTest, APictureThatIsReplacedInTimeIsNot) {
-    show("a");
-    surroundings_.advance(standing_us - 1);
-    show("b");
-    surroundings_.advance(standing_us - 1);
-    show("c");
-    surroundings_.advance(standing_us);
-    EXPECT_THAT(seen_, ElementsAre(Seen(2 * (standing_us - 1), "c")));
-}
-
-// A whole picture that the program clears at once: the last one that an operator could see.
-TEST_F(PictureWatchTest, TheLastLitPictureIsKeptHoweverShortItStood) {
-    show("11");
-    surroundings_.advance(standing_us);
-    show("12");
-    watch_.complete();
-    surroundings_.advance(5);
-    show("02"); // being erased
-    show("00");
-    watch_.complete();
-    watch_.end();
-    EXPECT_THAT(seen_, ElementsAre(Seen(0, "11"), Seen(standing_us, "12")));
-    watch_.end();
-    EXPECT_EQ(seen_.size(), 2u);
-}
-
-TEST_F(PictureWatchTest, TheLastLitPictureIsNotKeptTwice) {
-    show("11");
-    watch_.complete();
-    surroundings_.advance(standing_us);
-    watch_.complete();
-    show("00");
-    surroundings_.advance(standing_us);
-    watch_.end();
-    EXPECT_THAT(seen_, ElementsAre(Seen(0, "11"), Seen(standing_us, "00")));
+TEST(PictureWatch, KeepsWhatStoodAndTheLastLitPicture) {
+    ASSERT_EQ(standing_us, 500'000);
+    const struct {
+        const char* what;
+        std::vector<Shown> shown;
+        Seen seen, at_the_end;
+    } cases[] = {
+        {"not yet", {{"0", 10}, {"a", stands - 1}}, {}, {}},
+        {"long enough", {{"0", 10}, {"a", stands}}, {{10, "a"}}, {}},
+        {"only once", {{"a", 10 * stands}, {"a", stands}}, {{0, "a"}}, {}},
+        {"replaced in time",
+         {{"a", stands - 1}, {"b", stands - 1}, {"c", stands}},
+         {{2 * stands - 2, "c"}},
+         {}},
+        // A whole picture that the program clears at once.
+        {"the last lit, however short",
+         {{"11", stands}, {"12", 5, true}, {"02", 0}, {"00", 7, true}},
+         {{0, "11"}},
+         {{stands, "12"}}},
+        {"the last lit, not twice",
+         {{"11", stands, true}, {"00", stands}},
+         {{0, "11"}, {stands, "00"}},
+         {}},
+        {"the last lit, complete when it stood",
+         {{"11", 0, true}, {"11", stands}, {"00", 0}},
+         {{0, "11"}},
+         {}},
+    };
+    for (const auto& [what, shown, seen, at_the_end] : cases) {
+        SCOPED_TRACE(what);
+        FakeSurroundings surroundings;
+        std::string glass;
+        Seen kept;
+        PictureWatch watch(
+            surroundings, [&] { return glass; },
+            [&](Microseconds appeared, const std::string& picture) {
+                kept.emplace_back(appeared, picture);
+            });
+        for (const auto& [picture, for_us, complete] : shown) {
+            glass = picture;
+            watch.changed();
+            if (complete) watch.complete();
+            surroundings.advance(for_us);
+        }
+        EXPECT_EQ(std::exchange(kept, {}), seen);
+        watch.end();
+        watch.end();
+        EXPECT_EQ(kept, at_the_end);
+    }
 }
 
 } // namespace

@@ -1,148 +1,172 @@
+// What k4sim makes of the lines that libk4sim.so reports: files, rows, verdict.
 #include "sim/launcher/record.h"
 
-#include "scratch_folder.h"
-#include "sim/launcher/options.h"
-#include "sim/launcher/verdict.h"
 #include "status_picture.h"
+#include "support/scratch_folder.h"
+
+#include "sim/launcher/verdict.h"
+#include "sim/machine/report.h"
 
 #include <fstream>
+#include <gmock/gmock.h>
 #include <nlohmann/json.hpp>
 #include <sstream>
 
 namespace {
 
 using namespace k4sim;
+using testing::ElementsAre;
+using testing::HasSubstr;
 namespace fs = std::filesystem;
+using Rows = std::vector<std::pair<std::string, std::string>>;
 
-std::string read(const fs::path& path) {
-    std::ostringstream text;
-    text << std::ifstream(path, std::ios::binary).rdbuf();
-    return text.str();
+class RecordTest : public testing::Test {
+protected:
+    std::string read(const std::string& name) const {
+        std::ostringstream text;
+        text << std::ifstream(folder_.file(name), std::ios::binary).rdbuf();
+        return text.str();
+    }
+
+    static std::string picture_line(Microseconds t, const Rows& rows) {
+        std::string pixels;
+        for (const std::uint8_t grey : StatusPicture(rows).picture())
+            pixels += "0123456789abcdef"[grey];
+        return report_line(t, "oled", "picture", {{"pixels", std::string_view(pixels)}});
+    }
+
+    const ScratchFolder folder_;
+};
+
+TEST_F(RecordTest, ReplacesAnEarlierOneAndNothingElse) {
+    const char* const names[] = {"events.jsonl",  "console.txt",    "report.json", "report.xml",
+                                 "oled-0009.png", "oled-final.png", "notes.txt",   "oled.txt",
+                                 "oled-1.txt",    "my-oled-1.png"};
+    for (const char* name : names)
+        std::ofstream(folder_.file(name)) << "old";
+    const Record record(folder_.path());
+    std::string kept;
+    for (const char* name : names)
+        if (read(name) == "old") kept += std::string(name) + " ";
+    EXPECT_EQ(kept, "notes.txt oled.txt oled-1.txt my-oled-1.png ");
+    EXPECT_FALSE(fs::exists(folder_.file("oled-0009.png")));
+    Record(folder_.file("a/b")).line(report_line(7, "a", "b", {}));
+    EXPECT_EQ(read("a/b/events.jsonl"), "{\"t\":7,\"source\":\"a\",\"event\":\"b\"}\n");
 }
 
-using Recording = ScratchFolderTest;
-
-const std::string dark(std::size_t{glass_width} * glass_height, '0');
-
-std::string picture_line(const std::string& what, const std::string& pixels, int t = 7) {
-    return R"({"t":)" + std::to_string(t) + R"(,"source":"oled","event":")" + what +
-           R"(","pixels":")" + pixels + "\"}";
-}
-
-TEST_F(Recording, SortsTheReportIntoFiles) {
-    const fs::path target = folder / "a" / "b";
-    Record record(target.string());
-    record.line(R"({"t":1,"source":"speaker","event":"tone","hz":500})");
-    record.line(
-        R"({"t":2,"source":"console","event":"text","stream":1,"text":"Gr\u00fc\u00dfe\n"})");
-    record.line("{\"t\":3,\"source\":\"pro"); // cut off
-    record.line(picture_line("picture", dark));
-    record.line(picture_line("final-picture", dark));
-    record.line(picture_line("picture", "12"));
-
-    EXPECT_EQ(read(target / "console.txt"), "Gr\xfc\xdf"
-                                            "e\n");
-    const std::string events = read(target / "events.jsonl");
-    EXPECT_TRUE(events.starts_with(R"({"t":1,"source":"speaker","event":"tone","hz":500})"
-                                   "\n"));
-    EXPECT_NE(events.find(R"("file":"oled-0001.png")"), std::string::npos);
-    EXPECT_EQ(events.find("pixels"), std::string::npos);
-    EXPECT_EQ(record.observation().duration_us, 7);
-
-    EXPECT_TRUE(fs::exists(target / "oled-0001.png"));
-    EXPECT_TRUE(fs::exists(target / "oled-final.png"));
-}
-
-TEST_F(Recording, ReplacesAnEarlierRecordAndNothingElse) {
-    for (const char* name :
-         {"events.jsonl", "oled-0009.png", "report.xml", "notes.txt", "oled.txt"})
-        std::ofstream(folder / name) << "old";
-    Record record(folder.string());
-    EXPECT_EQ(read(folder / "events.jsonl"), "");
-    EXPECT_FALSE(fs::exists(folder / "oled-0009.png"));
-    EXPECT_FALSE(fs::exists(folder / "report.xml"));
-    EXPECT_EQ(read(folder / "notes.txt"), "old");
-    EXPECT_EQ(read(folder / "oled.txt"), "old");
-}
-
-TEST_F(Recording, WhatIsNoReportIsDropped) {
-    Record record(folder.string());
-    for (const char* line : {"", "no report", "[1]", "{}", R"({"t":"1","source":"a","event":"b"})",
-                             R"({"t":1,"source":2,"event":"b"})", R"({"t":1,"source":"a"})",
-                             "{\"t\":1,\"source\":\"a\",\"event\":\"\xff\"}",
-                             R"({"t":1,"source":"oled","event":"picture","pixels":7})"})
+TEST_F(RecordTest, DropsWhatIsNoReport) {
+    Record record(folder_.path());
+    for (const char* line :
+         {"", "no report", "[1]", "{}", "{\"t\":3,\"source\":\"pro",
+          R"({"t":"1","source":"a","event":"b"})", R"({"t":1,"source":2,"event":"b"})",
+          R"({"t":1,"source":"a"})", "{\"t\":1,\"source\":\"a\",\"event\":\"\xff\"}",
+          R"({"t":1,"source":"oled","event":"picture","pixels":7})",
+          R"({"t":1,"source":"oled","event":"picture","pixels":"12"})"})
         record.line(line);
-    EXPECT_EQ(read(folder / "events.jsonl"), "");
+    for (const char wrong : {'/', ':', '`', 'g', 'F'}) {
+        std::string line = picture_line(1, {});
+        line[line.size() - 9] = wrong;
+        record.line(line);
+    }
+    EXPECT_EQ(read("events.jsonl"), "");
     EXPECT_NO_THROW(record.check_written());
 }
 
-std::string pixels_of(const Picture& picture) {
-    std::string pixels;
-    for (const std::uint8_t grey : picture)
-        pixels += "0123456789abcdef"[grey];
-    return pixels;
+TEST_F(RecordTest, EveryByteOfTheConsoleSurvives) {
+    std::string text;
+    for (int byte = 0; byte < 256; ++byte)
+        text += static_cast<char>(byte);
+    Record record(folder_.path());
+    record.line(report_line(0, "console", "text", {{"text", std::string_view(text)}}));
+    EXPECT_EQ(record.observation().console, text);
+    EXPECT_EQ(read("console.txt"), text);
 }
 
-std::string table_line(int t, const std::string& parallel, const std::string& panel) {
-    const StatusPicture table({{"ParallelPrt", parallel}, {"", ""}, {"Frontpanel", panel}});
-    return picture_line("picture", pixels_of(table.picture()), t);
-}
-
-// The rows of the table as "name status since".
-std::vector<std::string> units_of(const nlohmann::json& report) {
-    std::vector<std::string> units;
-    for (const auto& unit : report.at("units"))
-        if (unit.at("name") != "")
-            units.push_back(unit.at("name").get<std::string>() + " " +
-                            unit.at("status").get<std::string>() + " " + unit.at("since").dump());
-    return units;
-}
-
-TEST_F(Recording, ReportsTheLastTextOfEachUnitAndWhenItCame) {
-    Record record(folder.string());
-    record.line(table_line(1'000'000, "Testing", "012"));
-    record.line(table_line(2'000'000, "OK", "012"));
-    record.line(table_line(3'000'000, "OK", "2"));
-    record.line(picture_line("final-picture", dark));
+TEST_F(RecordTest, ReportsTheLastTextOfEachUnitAndWhenItCame) {
+    Record record(folder_.path());
+    const auto table = [](const char* parallel, const char* panel) {
+        return Rows{{"ParallelPrt", parallel}, {"AES/EBU", ""}, {"Frontpanel", panel}};
+    };
+    record.line(picture_line(1'000'000, table("Testing", "012")));
+    record.line(picture_line(2'000'000, table("OK", "012")));
+    record.line(picture_line(3'500'000, table("OK", "<&\"2")));
+    record.line(picture_line(4'000'000, {})); // dark
+    record.line(
+        report_line(5'000'000, "console", "text", {{"text", std::string_view(">\x01\n\x7F\xE4")}}));
     write_reports(record, Verdict::aborted, {false, 250});
-    const auto report = nlohmann::json::parse(read(folder / "report.json"));
-    EXPECT_EQ(units_of(report),
-              (std::vector<std::string>{"ParallelPrt OK 2.0", "Frontpanel 2 3.0"}));
-    EXPECT_EQ(report.at("status"), 250);
-    const std::string xml = read(folder / "report.xml");
-    EXPECT_NE(xml.find(R"(name="ParallelPrt" time="2"></testcase>)"), std::string::npos) << xml;
-    EXPECT_NE(xml.find(R"(name="Frontpanel" time="3"><failure message="2"/></testcase>)"),
-              std::string::npos)
-        << xml;
+    EXPECT_EQ(nlohmann::json::parse(read("report.json")),
+              nlohmann::json::parse(R"({"verdict": "ABORTED", "status": 250, "seconds": 5.0,
+                  "units": [{"name": "ParallelPrt", "status": "OK", "since": 2.0},
+                            {"name": "AES/EBU", "status": "", "since": 1.0},
+                            {"name": "Frontpanel", "status": "<&\"2", "since": 3.5},
+                            {"name": "", "status": "", "since": 1.0},
+                            {"name": "", "status": "", "since": 1.0},
+                            {"name": "", "status": "", "since": 1.0}]})"));
+    const std::string xml = read("report.xml");
+    for (const char* part :
+         {R"(<testsuite name="k4selftest" tests="6" failures="5" time="5">)",
+          R"(<property name="verdict" value="ABORTED"/>)",
+          R"(name="ParallelPrt" time="2"></testcase>)",
+          R"(name="AES/EBU" time="1"><failure message="no status text"/></testcase>)",
+          R"(name="Frontpanel" time="3.5"><failure message="&lt;&amp;&quot;2"/></testcase>)",
+          "<system-out>&gt;?\n\x7F&#228;</system-out>"})
+        EXPECT_THAT(xml, HasSubstr(part));
 }
 
 // Whoever reads the cases only must not take such a run for a pass.
-TEST_F(Recording, ARunThatFailsWithAllRowsPassedIsAFailedCaseOfItsOwn) {
-    const StatusPicture all_passed(
-        std::vector<std::pair<std::string, std::string>>(6, {"Ethernet", "OK"}));
-    const auto counts = [&](Verdict verdict, ProcessEnd end) {
-        Record record(folder.string());
-        record.line(picture_line("picture", pixels_of(all_passed.picture())));
-        write_reports(record, verdict, end);
-        const std::string xml = read(folder / "report.xml");
-        return xml.substr(xml.find("tests="), xml.find(" time=") - xml.find("tests="));
+TEST_F(RecordTest, ARunThatNoRowTellsAboutIsACaseOfItsOwn) {
+    const struct {
+        Rows rows;
+        Verdict verdict;
+        ProcessEnd end;
+        const char* must_say;
+    } cases[] = {
+        {Rows(6, {"Ethernet", "OK"}), Verdict::passed, {false, 0}, R"(tests="6" failures="0")"},
+        {Rows(6, {"Ethernet", "OK"}), Verdict::died, {true, 11}, R"(tests="7" failures="1")"},
+        {Rows(6, {"Ethernet", "bad"}), Verdict::died, {true, 11}, R"(tests="6" failures="6")"},
+        {{}, Verdict::passed, {false, 0}, R"(tests="1" failures="0")"},
+        {{}, Verdict::not_run, {false, 0}, R"(name="run" time="7"><failure message="NOT RUN")"},
     };
-    EXPECT_EQ(counts(Verdict::passed, {false, 0}), R"(tests="6" failures="0")");
-    EXPECT_EQ(counts(Verdict::died, {true, 11}), R"(tests="7" failures="1")");
+    for (const auto& [rows, verdict, end, must_say] : cases) {
+        Record record(folder_.path());
+        record.line(picture_line(7'000'000, rows));
+        write_reports(record, verdict, end);
+        EXPECT_THAT(read("report.xml"), HasSubstr(must_say));
+        EXPECT_EQ(nlohmann::json::parse(read("report.json")).contains("signal"), end.by_signal);
+    }
 }
 
-TEST_F(Recording, ReportsAreWellFormed) {
-    Record record(folder.string());
-    record.line(
-        R"({"t":2500000,"source":"console","event":"text","stream":1,"text":"<&\"\u0001\n"})");
-    write_reports(record, Verdict::died, {true, 11});
-    const auto report = nlohmann::json::parse(read(folder / "report.json"));
-    EXPECT_EQ(report.at("verdict"), "DIED");
-    EXPECT_EQ(report.at("signal"), 11);
-    EXPECT_EQ(report.at("seconds"), 2.5);
-    const std::string xml = read(folder / "report.xml");
-    EXPECT_NE(xml.find("&lt;&amp;&quot;?"), std::string::npos) << xml;
-    EXPECT_NE(xml.find(R"(name="verdict" value="DIED")"), std::string::npos) << xml;
+TEST(Verdict, FromConsoleStatusAndReport) {
+    const struct {
+        std::string console;
+        bool limit, deadlock;
+        ProcessEnd end;
+        const char* verdict;
+    } cases[] = {
+        {"x\nSelftest exits with code 0\n", false, false, {false, 0}, "PASSED"},
+        {"Selftest exits with code 0\n", false, false, {false, 0}, "PASSED"},
+        {"Selftest exits with code -6\n", false, false, {false, 250}, "ABORTED"},
+        {"Selftest exits with code -1\n", false, false, {false, 255}, "NOT STARTED"},
+        {"Selftest exits with code -5\n", false, false, {false, 251}, "NOT STARTED"},
+        {"Selftest exits with code -7\n", false, false, {false, 249}, "DIED"},
+        {"Selftest exits with code 127\n", false, false, {false, 127}, "DIED"},
+        {"banner\n", false, false, {false, 0}, "NOT RUN"},
+        {"no line: Selftest exits with code 0\n", false, false, {false, 0}, "NOT RUN"},
+        {"Selftest exits with code 0\nmore\n", false, false, {false, 0}, "NOT RUN"},
+        {"Selftest exits with code -6\n", false, false, {false, 0}, "NOT RUN"},
+        {"banner\n", false, false, {false, 250}, "DIED"},
+        {"Selftest exits with code 0\n", false, false, {false, 250}, "DIED"},
+        {"Selftest exits with code 0\n", false, false, {true, 0}, "DIED"},
+        {"Selftest exits with code 0\n", false, true, {false, 0}, "DIED"},
+        {"Selftest exits with code 0\n", true, false, {false, 0}, "UNDECIDED"},
+    };
+    for (const auto& [console, limit, deadlock, end, verdict] : cases) {
+        Observation seen;
+        seen.console = console;
+        seen.deadlock = deadlock;
+        seen.limit = limit;
+        EXPECT_EQ(verdict_name(judge(seen, end)), verdict) << console << end.code;
+    }
 }
 
 } // namespace
