@@ -1,297 +1,256 @@
+// Threads, and what they wait for, as C++ makes them of the calls that are stood in for.
 #include "sim/machine/machine.h"
 #include "sim/time/scheduler.h"
 
-#include "program_threads.h"
-
 #include <atomic>
 #include <cerrno>
+#include <chrono>
+#include <condition_variable>
 #include <fcntl.h>
+#include <functional>
+#include <gtest/gtest.h>
+#include <mutex>
+#include <poll.h>
 #include <sys/select.h>
 #include <sys/syscall.h>
-#include <sys/time.h>
+#include <thread>
 #include <unistd.h>
 
 using namespace k4sim;
+using namespace std::chrono_literals;
 
 namespace {
 
 class HostThreads : public testing::Test {
 protected:
-    Microseconds since_start() const { return scheduler().now() - start_; }
-
-    // The wall clock that many microseconds from now. Looking at it takes time, too.
-    timespec wall_clock_in(Microseconds us) {
-        timespec time{};
-        clock_gettime(CLOCK_REALTIME, &time);
-        const Microseconds total = time.tv_nsec / 1000 + us;
-        time.tv_sec += static_cast<time_t>(total / 1'000'000);
-        time.tv_nsec = static_cast<long>(total % 1'000'000 * 1000);
-        return time;
+    HostThreads() { EXPECT_EQ(pipe2(ends_, O_CLOEXEC), 0); }
+    ~HostThreads() override {
+        close(ends_[0]);
+        close(ends_[1]);
     }
 
-    Microseconds start_ = scheduler().now();
-    pthread_mutex_t mutex_ = PTHREAD_MUTEX_INITIALIZER;
-    pthread_cond_t condition_ = PTHREAD_COND_INITIALIZER;
+    Microseconds since_start() const { return scheduler().now() - start_; }
+    void note(int number) { order_ = order_ * 10 + number; }
+
+    const Microseconds start_ = scheduler().now();
+    std::atomic<int> order_ = 0;
+    std::mutex mutex_;
+    std::condition_variable condition_;
+    int ends_[2];
 };
 
 TEST_F(HostThreads, SleepersWakeInOrderOfTheirTimeAndAreJoinedInIt) {
-    SharedText order;
-    ProgramThread a([&] { usleep(3000), order.add('a'); });
-    ProgramThread b([&] { usleep(1000), order.add('b'); });
-    ProgramThread c([&] { usleep(2000), order.add('c'); });
-    ProgramThread d([&] { usleep(2000), order.add('d'); });
-    a.join();
-    EXPECT_EQ(order.get(), "bcda");
+    const auto sleeper = [&](int number, unsigned us) {
+        return std::jthread([=, this] {
+            errno = number;
+            usleep(us);
+            EXPECT_EQ(errno, number);
+            note(number);
+        });
+    };
+    std::jthread threads[] = {sleeper(1, 3000), sleeper(2, 1000), sleeper(3, 2000),
+                              sleeper(4, 2000)};
+    threads[0].join();
+    EXPECT_EQ(order_, 2341);
     EXPECT_EQ(since_start(), 3000);
+    EXPECT_EQ(pthread_join(pthread_self(), nullptr), EDEADLK);
 }
 
 TEST_F(HostThreads, DetachedThreadLeavesNoRecord) {
-    pthread_t thread{};
-    const auto body = [](void* nothing) { return nothing; };
-    ASSERT_EQ(pthread_create(&thread, nullptr, body, nullptr), 0);
-    EXPECT_EQ(pthread_detach(thread), 0);
-    EXPECT_NE(scheduler().find(thread), nullptr);
+    std::thread early([] { usleep(10); }), late([] {});
+    const pthread_t handles[] = {early.native_handle(), late.native_handle()};
+    early.detach();
     usleep(1);
-    EXPECT_EQ(scheduler().find(thread), nullptr);
+    for (const pthread_t handle : handles)
+        EXPECT_NE(scheduler().find(handle), nullptr);
+    usleep(20);
+    late.detach();
+    for (const pthread_t handle : handles)
+        EXPECT_EQ(scheduler().find(handle), nullptr);
 }
 
-TEST_F(HostThreads, RecursiveMutexIsFreeAfterTheLastUnlock) {
-    pthread_mutexattr_t attributes;
-    pthread_mutexattr_init(&attributes);
-    pthread_mutexattr_settype(&attributes, PTHREAD_MUTEX_RECURSIVE);
-    pthread_mutex_t mutex;
-    pthread_mutex_init(&mutex, &attributes);
-    pthread_mutex_lock(&mutex);
-    pthread_mutex_lock(&mutex);
-    std::atomic<Microseconds> acquired = 0;
-    ProgramThread other([&] {
-        pthread_mutex_lock(&mutex);
-        acquired = since_start();
-        pthread_mutex_unlock(&mutex);
-    });
-    usleep(1000);
-    pthread_mutex_unlock(&mutex);
-    usleep(1000);
-    EXPECT_EQ(acquired, 0);
-    pthread_mutex_unlock(&mutex);
-    other.join();
-    EXPECT_EQ(acquired, 2000);
-}
-
-TEST_F(HostThreads, TimedLockEndsExactlyOnTime) {
-    ProgramThread owner([&] {
-        pthread_mutex_lock(&mutex_);
+TEST_F(HostThreads, AWaitWithADeadlineEndsExactlyThen) {
+    std::timed_mutex taken;
+    std::unique_lock lock(mutex_);
+    std::jthread owner([&] {
+        const std::lock_guard guard(taken);
         usleep(2'000'000);
-        pthread_mutex_unlock(&mutex_);
     });
     usleep(10);
-    const timespec half_a_second = wall_clock_in(500'000);
-    const Microseconds asked = since_start();
-    EXPECT_EQ(pthread_mutex_timedlock(&mutex_, &half_a_second), ETIMEDOUT);
-    EXPECT_EQ(since_start(), asked + 500'000);
-    const timespec late = wall_clock_in(10'000'000);
-    EXPECT_EQ(pthread_mutex_timedlock(&mutex_, &late), 0);
+    using std::chrono::system_clock;
+    const struct {
+        std::function<bool()> wait;
+        Microseconds looks_at_clocks;
+    } cases[] = {
+        {[&] { return taken.try_lock_for(300ms); }, 1},
+        {[&] { return taken.try_lock_until(system_clock::now() + 300ms); }, 1},
+        {[&] { return condition_.wait_for(lock, 300ms) == std::cv_status::no_timeout; }, 2},
+        {[&] {
+             return condition_.wait_until(lock, system_clock::now() + 300ms) ==
+                    std::cv_status::no_timeout;
+         },
+         2},
+    };
+    for (const auto& [wait, looks_at_clocks] : cases) {
+        const Microseconds begin = since_start();
+        EXPECT_FALSE(wait());
+        EXPECT_EQ(since_start(), begin + 300'000 + looks_at_clocks);
+        EXPECT_EQ(pthread_mutex_trylock(mutex_.native_handle()), EBUSY); // held, or again
+    }
+    EXPECT_TRUE(taken.try_lock_for(10s));
     EXPECT_EQ(since_start(), 2'000'000);
-    pthread_mutex_unlock(&mutex_);
+    taken.unlock();
+    const timespec wrong{0, 1'000'000'000};
+    EXPECT_EQ(pthread_mutex_timedlock(taken.native_handle(), &wrong), EINVAL);
+    EXPECT_EQ(pthread_cond_timedwait(condition_.native_handle(), mutex_.native_handle(), &wrong),
+              EINVAL);
 }
 
 TEST_F(HostThreads, ALoopOfTriesComesToAnEnd) {
-    pthread_mutex_lock(&mutex_);
-    ProgramThread other([&] {
-        while (pthread_mutex_trylock(&mutex_) == EBUSY) {
+    mutex_.lock();
+    std::jthread other([&] {
+        while (!mutex_.try_lock()) {
         }
-        pthread_mutex_unlock(&mutex_);
+        mutex_.unlock();
     });
     usleep(700);
-    pthread_mutex_unlock(&mutex_);
+    mutex_.unlock();
     other.join();
     EXPECT_LT(since_start(), 3 * slice_us);
 }
 
-TEST_F(HostThreads, ConditionWakesAndTimesOut) {
-    bool ready = false;
-    ProgramThread waiter([&] {
-        pthread_mutex_lock(&mutex_);
-        while (!ready)
-            EXPECT_EQ(pthread_cond_wait(&condition_, &mutex_), 0);
-        pthread_mutex_unlock(&mutex_);
-    });
+TEST_F(HostThreads, AConditionWakesWhoHasWaitedLongestOrAll) {
+    const auto waiter = [&](int number) {
+        return std::jthread([=, this] {
+            std::unique_lock lock(mutex_);
+            condition_.wait(lock);
+            note(number);
+        });
+    };
+    std::jthread threads[] = {waiter(1), waiter(2), waiter(3)};
     usleep(100);
-    pthread_mutex_lock(&mutex_);
-    ready = true;
-    pthread_cond_signal(&condition_);
-    pthread_mutex_unlock(&mutex_);
-    waiter.join();
-    EXPECT_EQ(since_start(), 100);
-
-    pthread_mutex_lock(&mutex_);
-    const timespec deadline = wall_clock_in(7000);
-    EXPECT_EQ(pthread_cond_timedwait(&condition_, &mutex_, &deadline), ETIMEDOUT);
-    EXPECT_EQ(since_start(), 7101);
-    EXPECT_EQ(pthread_mutex_trylock(&mutex_), EBUSY); // held again
-    pthread_mutex_unlock(&mutex_);
+    condition_.notify_one();
+    usleep(100);
+    EXPECT_EQ(order_, 1);
+    condition_.notify_all();
+    for (std::jthread& thread : threads)
+        thread.join();
+    EXPECT_EQ(order_, 123);
+    EXPECT_EQ(since_start(), 200);
 }
 
-class Cancelled : public HostThreads {
-protected:
-    // The body waits for ever at a cancellation point.
-    void expect_ends_at_once(const std::function<void()>& body) {
-        std::atomic<bool> unwound = false;
-        struct Unwinding {
-            std::atomic<bool>& flag;
-            ~Unwinding() { flag = true; }
-        };
-        const Microseconds begin = since_start();
-        ProgramThread thread([&] {
-            const Unwinding unwinding{unwound};
-            body();
-        });
-        usleep(1000);
-        EXPECT_EQ(pthread_cancel(thread.handle()), 0);
-        EXPECT_FALSE(unwound); // only when it runs next
-        EXPECT_EQ(thread.join(), PTHREAD_CANCELED);
-        EXPECT_TRUE(unwound);
-        EXPECT_EQ(since_start(), begin + 1000);
-    }
-};
-
-TEST_F(Cancelled, AtEachCancellationPoint) {
-    int ends[2];
-    ASSERT_EQ(pipe(ends), 0);
-    ProgramThread other([] { usleep(2'000'000); });
+TEST_F(HostThreads, CancellationEndsAWaitAtOnce) {
+    std::jthread other([] { usleep(2'000'000); });
+    pollfd state{ends_[0], POLLIN, 0};
+    const timespec long_time{100'000, 0};
+    char c;
     const std::pair<const char*, std::function<void()>> bodies[] = {
         {"usleep", [] { usleep(1'000'000'000); }},
-        {"nanosleep",
-         [] {
-             const timespec long_time{100'000, 0};
-             nanosleep(&long_time, nullptr);
-         }},
-        {"join", [&] { pthread_join(other.handle(), nullptr); }},
-        {"read",
-         [&] {
-             char c;
-             EXPECT_EQ(read(ends[0], &c, 1), 1);
-         }},
+        {"nanosleep", [&] { nanosleep(&long_time, nullptr); }},
+        {"join", [&] { pthread_join(other.native_handle(), nullptr); }},
+        {"read", [&] { EXPECT_EQ(read(ends_[0], &c, 1), 1); }},
         {"select", [] { select(0, nullptr, nullptr, nullptr, nullptr); }},
+        {"poll", [&] { poll(&state, 1, -1); }},
+        {"condition",
+         [&] { pthread_cond_wait(condition_.native_handle(), mutex_.native_handle()); }},
     };
     for (const auto& [name, body] : bodies) {
         SCOPED_TRACE(name);
-        expect_ends_at_once(body);
+        const Microseconds begin = since_start();
+        std::jthread thread([&] {
+            const std::lock_guard guard(mutex_); // given back as the stack is unwound
+            body();
+            ADD_FAILURE() << "not cancelled";
+        });
+        usleep(1000);
+        EXPECT_EQ(pthread_cancel(thread.native_handle()), 0);
+        thread.join();
+        EXPECT_TRUE(mutex_.try_lock());
+        mutex_.unlock();
+        EXPECT_EQ(since_start(), begin + 1000);
     }
-    close(ends[0]);
-    close(ends[1]);
 }
 
-TEST_F(HostThreads, CancellationDoesNotWakeWhoHasDisabledIt) {
-    std::atomic<Microseconds> woken = 0;
-    ProgramThread thread([&] {
+TEST_F(HostThreads, CancellationWaitsForWhoHasDisabledItOrWaitsForAMutex) {
+    std::unique_lock lock(mutex_);
+    std::jthread sleeper([&] {
         pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, nullptr);
         usleep(5000);
-        woken = since_start();
+        note(2);
         pthread_setcancelstate(PTHREAD_CANCEL_ENABLE, nullptr);
         usleep(5000);
+        note(9);
     });
-    usleep(1000);
-    pthread_cancel(thread.handle());
-    EXPECT_EQ(thread.join(), PTHREAD_CANCELED);
-    EXPECT_EQ(woken.load(), 5000);
-    EXPECT_EQ(since_start(), 5000);
-}
-
-TEST_F(HostThreads, CancellationDoesNotWakeWhoWaitsForAMutex) {
-    pthread_mutex_lock(&mutex_);
-    std::atomic<bool> locked = false;
-    ProgramThread thread([&] {
-        pthread_mutex_lock(&mutex_);
-        locked = true;
-        pthread_mutex_unlock(&mutex_);
+    std::jthread locker([&] {
+        pthread_mutex_lock(mutex_.native_handle());
+        note(1);
+        pthread_mutex_unlock(mutex_.native_handle());
         pthread_testcancel();
+        note(9);
     });
     usleep(1000);
-    pthread_cancel(thread.handle());
+    for (std::jthread* thread : {&sleeper, &locker})
+        EXPECT_EQ(pthread_cancel(thread->native_handle()), 0);
     usleep(1000);
-    EXPECT_FALSE(locked);
-    pthread_mutex_unlock(&mutex_);
-    EXPECT_EQ(thread.join(), PTHREAD_CANCELED);
-    EXPECT_TRUE(locked);
+    EXPECT_EQ(order_, 0);
+    lock.unlock();
+    locker.join();
+    EXPECT_EQ(since_start(), 2000);
+    sleeper.join();
+    EXPECT_EQ(since_start(), 5000);
+    EXPECT_EQ(order_, 12);
 }
 
-class Pipe : public HostThreads {
-protected:
-    Pipe() { EXPECT_EQ(pipe2(ends_, O_CLOEXEC), 0); }
-    ~Pipe() override {
-        close(ends_[0]);
-        close(ends_[1]);
-    }
-    int ends_[2];
-};
-
-TEST_F(Pipe, ReaderWaitsInVirtualTimeAndTakesWordsInOrder) {
-    ProgramThread writer([&] {
-        for (const int value : {1, 2}) {
-            usleep(4000);
-            EXPECT_EQ(write(ends_[1], &value, sizeof value), ssize_t{sizeof value});
-        }
-    });
-    for (const int expected : {1, 2}) {
-        int value = 0;
-        EXPECT_EQ(read(ends_[0], &value, sizeof value), ssize_t{sizeof value});
-        EXPECT_EQ(value, expected);
-        EXPECT_EQ(since_start(), expected * 4000);
-    }
-}
-
-TEST_F(Pipe, ClosedBehindItsBackIsForgotten) {
-    ASSERT_EQ(syscall(SYS_close, ends_[0]), 0);
-    const int other = open("/dev/null", O_RDONLY);
-    ASSERT_EQ(other, ends_[0]);
-    char c;
-    EXPECT_EQ(read(other, &c, 1), 0); // and does not wait
-}
-
-TEST_F(Pipe, AWriteLargerThanThePipeIsDoneWhenItIsRead) {
+TEST_F(HostThreads, APipeIsWaitedForInVirtualTime) {
+    // More than a pipe holds is written as it is read.
     const std::string sent(300'000, 'x');
-    ProgramThread writer([&] {
+    std::jthread writer([&] {
+        usleep(4000);
+        EXPECT_EQ(write(ends_[1], "first", 5), 5);
+        usleep(4000);
         EXPECT_EQ(write(ends_[1], sent.data(), sent.size()), static_cast<ssize_t>(sent.size()));
         close(ends_[1]);
     });
-    std::size_t received = 0;
     char part[10'000];
+    EXPECT_EQ(read(ends_[0], part, sizeof part), 5);
+    EXPECT_EQ(since_start(), 4000);
+    std::size_t received = 0;
     while (const ssize_t size = read(ends_[0], part, sizeof part)) {
         ASSERT_GT(size, 0);
         received += static_cast<std::size_t>(size);
-        usleep(10);
     }
     EXPECT_EQ(received, sent.size());
+    EXPECT_EQ(since_start(), 8000);
+    // Closed behind its back: another file, which is not waited for.
+    ASSERT_EQ(syscall(SYS_close, ends_[0]), 0);
+    ASSERT_EQ(open("/dev/null", O_RDONLY), ends_[0]);
+    EXPECT_EQ(read(ends_[0], part, 1), 0);
 }
 
-TEST_F(Pipe, SelectSeesItReadableOrTimesOut) {
-    fd_set reading;
-    FD_ZERO(&reading);
-    FD_SET(ends_[0], &reading);
-    timeval timeout{1, 500'000};
-    EXPECT_EQ(select(ends_[0] + 1, &reading, nullptr, nullptr, &timeout), 0);
+TEST_F(HostThreads, SelectTellsWhatIsReadyAndTheTimeLeft) {
+    fd_set reading, writing;
+    const auto select_for = [&](timeval timeout, timeval left) {
+        FD_ZERO(&reading);
+        FD_ZERO(&writing);
+        FD_SET(ends_[0], &reading);
+        const int result = select(ends_[1] + 1, &reading, &writing, nullptr, &timeout);
+        EXPECT_EQ(timeout.tv_sec, left.tv_sec);
+        EXPECT_EQ(timeout.tv_usec, left.tv_usec);
+        return result;
+    };
+    EXPECT_EQ(select_for({1, 500'000}, {0, 0}), 0);
     EXPECT_FALSE(FD_ISSET(ends_[0], &reading));
     EXPECT_EQ(since_start(), 1'500'000);
-    EXPECT_EQ(timeout.tv_sec, 0);
-
     EXPECT_EQ(write(ends_[1], "x", 1), 1);
-    FD_SET(ends_[0], &reading);
-    timeout = {2, 0};
-    EXPECT_EQ(select(ends_[0] + 1, &reading, nullptr, nullptr, &timeout), 1);
+    EXPECT_EQ(select_for({2, 7}, {2, 7}), 1);
     EXPECT_TRUE(FD_ISSET(ends_[0], &reading));
-    EXPECT_EQ(timeout.tv_sec, 2);
-}
-
-TEST_F(HostThreads, ErrnoSurvivesAHandOver) {
-    ProgramThread other([] {
-        errno = 7;
-        usleep(100);
-        EXPECT_EQ(errno, 7);
-    });
-    errno = 33;
-    usleep(200);
-    EXPECT_EQ(errno, 33);
+    EXPECT_EQ(select_for({-1, 0}, {-1, 0}), -1);
+    EXPECT_EQ(errno, EINVAL);
+    FD_SET(ends_[1], &writing);
+    EXPECT_EQ(select(ends_[1] + 1, nullptr, &writing, nullptr, nullptr), 1);
+    close(ends_[1]);
+    EXPECT_EQ(select(ends_[1] + 1, nullptr, &writing, nullptr, nullptr), -1);
+    EXPECT_EQ(errno, EBADF);
 }
 
 } // namespace

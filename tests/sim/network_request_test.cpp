@@ -1,14 +1,15 @@
-// The requests about network interfaces by the real calls, answered by the virtual device.
-#include "sim/machine/machine.h"
+// The requests about network interfaces by the real calls. What the kernel says of its own
+// loopback interface, the virtual device says of its own.
+#include "support/boards.h"
 
 #include <arpa/inet.h>
 #include <cerrno>
 #include <cstring>
 #include <fcntl.h>
-#include <gtest/gtest.h>
 #include <linux/ethtool.h>
 #include <linux/sockios.h>
 #include <net/if.h>
+#include <net/if_arp.h>
 #include <sys/ioctl.h>
 #include <sys/socket.h>
 #include <unistd.h>
@@ -19,73 +20,100 @@ namespace {
 
 constexpr int link_up = 1, link_down = 0; // else: an error number, negative
 
-class NetworkRequest : public testing::Test {
+class NetworkRequest : public BoardTest {
 protected:
-    NetworkRequest() {
-        machine().reset();
-        machine().clear_events();
-        EXPECT_GE(socket_, 0);
-    }
     ~NetworkRequest() override { close(socket_); }
 
-    // 0 or an error number, negative.
-    int request(unsigned long number, ifreq& record, int descriptor) {
-        return ioctl(descriptor, number, &record) == 0 ? 0 : -errno;
+    // 0 or an error number, negative. What the answer is stays in `record_`.
+    int request(unsigned long number, const char* name, short flags = 0) {
+        std::strncpy(record_.ifr_name, name, IFNAMSIZ);
+        if (number == SIOCSIFFLAGS) record_.ifr_flags = flags;
+        return ioctl(socket_, number, &record_) == 0 ? 0 : -errno;
     }
-    int request(unsigned long number, ifreq& record) { return request(number, record, socket_); }
 
-    int link(const char* name, int descriptor) {
-        ethtool_value value{ETHTOOL_GLINK, 77};
-        ifreq record = about(name);
-        record.ifr_data = reinterpret_cast<char*>(&value);
-        const int result = request(SIOCETHTOOL, record, descriptor);
+    int link(const char* name, std::uint32_t command = ETHTOOL_GLINK) {
+        ethtool_value value{command, 77};
+        record_.ifr_data = reinterpret_cast<char*>(&value);
+        const int result = request(SIOCETHTOOL, name);
         return result == 0 ? static_cast<int>(value.data) : result;
     }
-    int link(const char* name) { return link(name, socket_); }
 
-    static ifreq about(const char* name) {
-        ifreq record{};
-        std::strncpy(record.ifr_name, name, IFNAMSIZ - 1);
-        return record;
-    }
-
-    static ifreq with_address(const char* name, const char* address) {
-        ifreq record = about(name);
+    int set(unsigned long number, const char* address, sa_family_t family = AF_INET) {
         sockaddr_in place{};
-        place.sin_family = AF_INET;
+        place.sin_family = family;
         inet_pton(AF_INET, address, &place.sin_addr);
-        std::memcpy(&record.ifr_addr, &place, sizeof place);
-        return record;
+        std::memcpy(&record_.ifr_addr, &place, sizeof place);
+        return request(number, "eth0");
     }
 
-    static std::string address_in(const ifreq& record) {
+    std::string get(unsigned long number, const char* name = "eth0") {
+        if (const int error = request(number, name)) return strerrorname_np(-error);
         sockaddr_in place;
-        std::memcpy(&place, &record.ifr_addr, sizeof place);
-        char text[INET_ADDRSTRLEN] = "";
-        return inet_ntop(place.sin_family, &place.sin_addr, text, sizeof text) ? text : "";
+        std::memcpy(&place, &record_.ifr_addr, sizeof place);
+        return inet_ntoa(place.sin_addr);
     }
 
     int flags(const char* name) {
-        ifreq record = about(name);
-        EXPECT_EQ(request(SIOCGIFFLAGS, record), 0);
-        return record.ifr_flags & (IFF_UP | IFF_RUNNING);
-    }
-
-    static std::vector<std::string> events(std::string_view source) {
-        std::vector<std::string> found;
-        for (const Event& event : machine().events())
-            if (event.source == source) found.push_back(event.what);
-        return found;
+        EXPECT_EQ(request(SIOCGIFFLAGS, name), 0);
+        return record_.ifr_flags & (IFF_UP | IFF_RUNNING);
     }
 
     int socket_ = socket(AF_INET, SOCK_STREAM, 0);
+    ifreq record_{};
 };
 
+TEST_F(NetworkRequest, AnswersAsTheKernelDoes) {
+    for (const char* name : {"lo", "eth0", "usb0"}) {
+        SCOPED_TRACE(name);
+        EXPECT_EQ(link(name), link_up);
+        EXPECT_EQ(link(name, 0x7777), -EOPNOTSUPP);
+        record_.ifr_data = nullptr;
+        EXPECT_EQ(request(SIOCETHTOOL, name), -EFAULT);
+        EXPECT_EQ(flags(name), IFF_UP | IFF_RUNNING);
+    }
+    EXPECT_EQ(request(SIOCGIFHWADDR, "eth0"), 0);
+    EXPECT_EQ(record_.ifr_hwaddr.sa_family, ARPHRD_ETHER);
+    EXPECT_NE(std::string(record_.ifr_hwaddr.sa_data, 6), std::string(6, '\0'));
+    EXPECT_EQ(get(SIOCGIFADDR, "lo"), "127.0.0.1");
+    EXPECT_EQ(link("no-such-link"), -ENODEV);
+    EXPECT_EQ(flags("lo"), IFF_UP | IFF_RUNNING);
+    // The kernel answers for the host's own interface on what is no socket of the internet.
+    machine().apply_fault({"link-refused", "eth0", 0});
+    EXPECT_EQ(link("eth0"), -EOPNOTSUPP);
+    const int own = socket_;
+    for (const auto& [other, error] :
+         {std::pair{open("/dev/null", O_RDONLY), -ENOTTY}, {-1, -EBADF}}) {
+        socket_ = other;
+        EXPECT_EQ(link("eth0"), error);
+        close(other);
+    }
+    socket_ = own;
+}
+
+TEST_F(NetworkRequest, KeepsAddresses) {
+    EXPECT_EQ(get(SIOCGIFADDR), "EADDRNOTAVAIL");
+    EXPECT_EQ(set(SIOCSIFNETMASK, "255.255.0.0"), -EADDRNOTAVAIL);
+    for (const auto& [address, mask] : {std::pair{"10.1.2.3", "255.0.0.0"},
+                                        {"172.16.1.2", "255.255.0.0"},
+                                        {"192.168.7.9", "255.255.255.0"}}) {
+        EXPECT_EQ(set(SIOCSIFADDR, address), 0);
+        EXPECT_EQ(get(SIOCGIFADDR), address);
+        EXPECT_EQ(get(SIOCGIFNETMASK), mask);
+    }
+    EXPECT_EQ(set(SIOCSIFADDR, "1.2.3.4", AF_UNIX), -EINVAL);
+    EXPECT_EQ(set(SIOCSIFNETMASK, "255.255.240.0"), 0);
+    EXPECT_EQ(set(SIOCSIFNETMASK, "255.0.255.0"), -EINVAL);
+    machine().set_privilege_refused(true);
+    EXPECT_EQ(set(SIOCSIFNETMASK, "255.0.0.0"), -EPERM);
+    EXPECT_EQ(set(SIOCSIFADDR, "1.2.3.4"), -EPERM);
+    EXPECT_EQ(request(SIOCSIFFLAGS, "eth0", 0), -EPERM);
+    EXPECT_EQ(get(SIOCGIFNETMASK), "255.255.240.0");
+    EXPECT_EQ(get(SIOCGIFADDR), "192.168.7.9");
+}
+
 TEST_F(NetworkRequest, LinksComeAndGoInVirtualTime) {
-    const struct {
-        const char* fault;
-        const char* half_seconds; // up or down, from a quarter of a second on
-    } cases[] = {
+    const std::pair<const char*, std::string> cases[] = {
+        // each half a second, from a quarter of a second on
         {"link-dropped", "-+++++++++++++++++++++++"},
         {"link-flapping", "--++++++++--++++++++--++"},
     };
@@ -94,73 +122,23 @@ TEST_F(NetworkRequest, LinksComeAndGoInVirtualTime) {
         machine().apply_fault({fault, "usb0", 0});
         usleep(250'000);
         std::string seen;
-        while (seen.size() < std::strlen(half_seconds)) {
+        while (seen.size() < half_seconds.size()) {
             seen += link("usb0") == link_up ? '+' : '-';
             usleep(500'000);
         }
         EXPECT_EQ(seen, half_seconds) << fault;
     }
-}
-
-TEST_F(NetworkRequest, ACableThatIsOutStaysOutHoweverItWasBefore) {
-    machine().apply_fault({"link-flapping", "eth0", 0});
-    usleep(2'000'000);
-    EXPECT_EQ(link("eth0"), link_up);
-    machine().apply_fault({"link-down", "eth0", 0});
+    // Out for good, whatever it did before.
+    machine().apply_fault({"link-down", "usb0", 0});
     usleep(5'000'000);
-    EXPECT_EQ(link("eth0"), link_down);
-}
-
-TEST_F(NetworkRequest, AddressesAreKept) {
-    ifreq record = about("eth0");
-    EXPECT_EQ(request(SIOCGIFADDR, record), -EADDRNOTAVAIL);
-    record = with_address("eth0", "192.168.7.9");
-    EXPECT_EQ(request(SIOCSIFADDR, record), 0);
-    record = about("eth0");
-    EXPECT_EQ(request(SIOCGIFADDR, record), 0);
-    EXPECT_EQ(address_in(record), "192.168.7.9");
-    EXPECT_EQ(request(SIOCGIFNETMASK, record), 0);
-    EXPECT_EQ(address_in(record), "255.255.255.0");
-
-    record = with_address("eth0", "255.255.240.0");
-    EXPECT_EQ(request(SIOCSIFNETMASK, record), 0);
-    record = with_address("eth0", "255.0.255.0");
-    EXPECT_EQ(request(SIOCSIFNETMASK, record), -EINVAL);
-    EXPECT_EQ(request(SIOCGIFNETMASK, record), 0);
-    EXPECT_EQ(address_in(record), "255.255.240.0");
-}
-
-TEST_F(NetworkRequest, AnInterfaceThatIsTakenDownHasNoLinkUntilItIsUpAgain) {
-    EXPECT_EQ(flags("eth0"), IFF_UP | IFF_RUNNING);
-    ifreq record = about("eth0");
-    EXPECT_EQ(request(SIOCSIFFLAGS, record), 0);
+    EXPECT_EQ(flags("usb0"), IFF_UP);
+    EXPECT_EQ(request(SIOCSIFFLAGS, "eth0", 0), 0);
     EXPECT_EQ(flags("eth0"), 0);
     EXPECT_EQ(link("eth0"), link_down);
-    record.ifr_flags = IFF_UP;
-    EXPECT_EQ(request(SIOCSIFFLAGS, record), 0);
+    EXPECT_EQ(request(SIOCSIFFLAGS, "eth0", IFF_UP), 0);
     EXPECT_EQ(flags("eth0"), IFF_UP | IFF_RUNNING);
-    machine().apply_fault({"link-down", "eth0", 0});
-    EXPECT_EQ(flags("eth0"), IFF_UP);
-}
-
-TEST_F(NetworkRequest, EverythingElseGoesToTheKernel) {
-    ifreq record = about("lo");
-    EXPECT_EQ(request(SIOCGIFADDR, record), 0);
-    EXPECT_EQ(address_in(record), "127.0.0.1");
-    EXPECT_EQ(link("no-such-link"), -ENODEV);
-    std::memset(record.ifr_name, 'e', IFNAMSIZ);
-    EXPECT_EQ(request(SIOCGIFFLAGS, record), -ENODEV);
-
-    const int file = open("/dev/null", O_RDONLY);
-    EXPECT_EQ(link("eth0", file), -ENOTTY);
-    close(file);
-    EXPECT_EQ(link("eth0", file), -EBADF);
-    // The kernel answers for the host's own interface on a socket of another family.
-    machine().apply_fault({"link-refused", "eth0", 0});
-    const int local = socket(AF_UNIX, SOCK_STREAM, 0);
-    link("eth0", local);
-    EXPECT_TRUE(events("link").empty());
-    close(local);
+    machine().apply_fault({"link-absent", "eth0", 0});
+    EXPECT_EQ(request(SIOCGIFFLAGS, "eth0"), -ENODEV);
 }
 
 } // namespace

@@ -1,20 +1,16 @@
 // The serial adapters by the calls that a program makes. What a line does with a byte is
 // the kernel's answer; when it does is virtual time.
-#include "sim/machine/machine.h"
+#include "support/boards.h"
+#include "support/pseudo_terminal.h"
+
 #include "sim/models/device.h"
 
-#include "program_threads.h"
-
 #include <cerrno>
-#include <fcntl.h>
 #include <filesystem>
-#include <gtest/gtest.h>
-#include <poll.h>
 #include <sys/ioctl.h>
 #include <sys/select.h>
 #include <sys/wait.h>
-#include <termios.h>
-#include <unistd.h>
+#include <thread>
 
 using namespace k4sim;
 
@@ -22,75 +18,65 @@ namespace {
 
 using Change = void (*)(termios&);
 
+void set(int descriptor, Change change, speed_t speed = B9600) {
+    termios settings{};
+    EXPECT_EQ(tcgetattr(descriptor, &settings), 0);
+    change(settings);
+    cfsetspeed(&settings, speed);
+    EXPECT_EQ(tcsetattr(descriptor, TCSANOW, &settings), 0);
+}
+
 void make_raw(termios& settings) { cfmakeraw(&settings); }
 
-class SerialLine : public testing::Test {
+void send(int descriptor, std::string_view text) {
+    EXPECT_EQ(write(descriptor, text.data(), text.size()), static_cast<ssize_t>(text.size()));
+}
+
+bool has_data(int descriptor, Microseconds patience_us) {
+    fd_set reading;
+    FD_ZERO(&reading);
+    FD_SET(descriptor, &reading);
+    timeval patience{0, static_cast<suseconds_t>(patience_us)};
+    return select(descriptor + 1, &reading, nullptr, nullptr, &patience) == 1;
+}
+
+// All that comes until nothing has come for 0.1 s.
+std::string received(int descriptor) {
+    std::string text;
+    char piece[100];
+    while (has_data(descriptor, 100'000)) {
+        const ssize_t count = read(descriptor, piece, sizeof piece);
+        if (count <= 0) break;
+        text.append(piece, static_cast<std::size_t>(count));
+    }
+    return text;
+}
+
+// The child's exit status.
+int in_a_child(const std::function<int()>& body) {
+    const pid_t child = fork();
+    if (child == 0) _exit(body());
+    int status = -1;
+    EXPECT_EQ(waitpid(child, &status, 0), child);
+    return WEXITSTATUS(status);
+}
+
+class SerialLine : public BoardTest {
 protected:
     SerialLine() { begin_anew(); }
     ~SerialLine() override {
         close(first_);
         close(second_);
-        machine().reset();
     }
 
-    void begin_anew() {
+    void begin_anew(Change change = make_raw, speed_t speed = B9600) {
         close(first_);
         close(second_);
-        machine().reset();
-        machine().clear_events();
+        use_board(Board::aes);
         first_ = open("/dev/ttyUSB0", O_RDWR);
         second_ = open("/dev/ttyUSB1", O_RDWR);
-        EXPECT_GE(first_, 0);
-        EXPECT_GE(second_, 0);
-    }
-
-    static void set(int descriptor, Change change, speed_t speed = B9600) {
-        termios settings{};
-        EXPECT_EQ(tcgetattr(descriptor, &settings), 0);
-        change(settings);
-        cfsetspeed(&settings, speed);
-        EXPECT_EQ(tcsetattr(descriptor, TCSANOW, &settings), 0);
-    }
-    void set_both_raw(speed_t speed = B9600) {
         set(first_, make_raw, speed);
-        set(second_, make_raw, speed);
-    }
-
-    static void send(int descriptor, std::string_view text) {
-        EXPECT_EQ(write(descriptor, text.data(), text.size()), static_cast<ssize_t>(text.size()));
-    }
-
-    static bool has_data(int descriptor, Microseconds patience_us) {
-        fd_set reading;
-        FD_ZERO(&reading);
-        FD_SET(descriptor, &reading);
-        timeval patience{0, static_cast<suseconds_t>(patience_us)};
-        return select(descriptor + 1, &reading, nullptr, nullptr, &patience) == 1;
-    }
-
-    // All that comes until nothing has come for 0.1 s.
-    static std::string received(int descriptor) {
-        std::string text;
-        char piece[100];
-        while (has_data(descriptor, 100'000)) {
-            const ssize_t count = read(descriptor, piece, sizeof piece);
-            if (count <= 0) break;
-            text.append(piece, static_cast<std::size_t>(count));
-        }
-        return text;
-    }
-
-    static int count_events(std::string_view what) {
-        int count = 0;
-        for (const Event& event : machine().events())
-            count += event.source == "serial" && event.what == what;
-        return count;
-    }
-
-    static bool opens(char number) {
-        const int descriptor = open((std::string("/dev/ttyUSB") + number).c_str(), O_RDWR);
-        if (descriptor >= 0) close(descriptor);
-        return descriptor >= 0;
+        set(second_, change, speed);
     }
 
     static void apply(const char* name, const char* value) {
@@ -102,21 +88,20 @@ protected:
 };
 
 TEST_F(SerialLine, TextCrossesTheCableAtTheSetSpeed) {
-    const struct {
-        speed_t constant;
-        int baud;
-    } speeds[] = {{B1200, 1200}, {B19200, 19200}, {B38400, 38400}, {B115200, 115200}};
-    for (const auto& [constant, baud] : speeds) {
-        set_both_raw(constant);
-        const std::string text = "The quick brown fox jumps over the lazy dog 0123456789";
+    const std::pair<speed_t, int> speeds[] = {{B1200, 1200}, {B19200, 19200}, {B115200, 115200}};
+    for (const auto& [speed, baud] : speeds) {
+        begin_anew(make_raw, speed);
+        const std::string_view text("The quick brown fox\r\n\x03\x04\x11\x13\x1a\0\x7F\x80\xFF",
+                                    30);
         const Microseconds start = machine().now();
         send(first_, text);
         EXPECT_EQ(machine().now(), start) << "a write waits for nothing";
-        for (std::size_t i = 0; i < text.size(); ++i) {
+        std::int64_t bits = 0;
+        for (const char sent : text) {
             char c = 0;
             ASSERT_EQ(read(second_, &c, 1), 1);
-            EXPECT_EQ(c, text[i]);
-            const std::int64_t bits = 10 * static_cast<std::int64_t>(i + 1);
+            EXPECT_EQ(c, sent);
+            bits += 10;
             ASSERT_EQ(machine().now(), start + (bits * 1'000'000 + baud - 1) / baud) << baud;
         }
         EXPECT_FALSE(has_data(second_, 10'000));
@@ -124,50 +109,53 @@ TEST_F(SerialLine, TextCrossesTheCableAtTheSetSpeed) {
     }
 }
 
-TEST_F(SerialLine, TheKernelJudgesWhatASideMakesOfBytes) {
-    const Change as_it_is = [](termios&) {};
-    const std::string_view every_kind("a\r\n\x03\x04\x11\x13\x1a\0\x7F\x80\xFF", 12);
-    const struct {
-        const char* name;
-        Change sender, receiver;
-        std::string_view sent, received, echoed;
-    } cases[] = {
-        {"raw", make_raw, make_raw, every_kind, every_kind, ""},
-        {"cooked input", make_raw, as_it_is, "ab\r", "ab\n", "ab\r\n"},
-        {"half a line", make_raw, as_it_is, "ab", "", "ab"},
-        {"an erased character", make_raw, as_it_is,
-         "ab\x7f"
-         "c\n",
-         "ac\n", "ab\b \bc\r\n"},
-        {"cooked output", [](termios& settings) { settings.c_lflag &= ~unsigned(ECHO); }, make_raw,
-         "x\ny", "x\r\ny", ""},
+// As a pseudo-terminal of the kernel does with the same settings.
+TEST_F(SerialLine, ASideMakesOfBytesWhatTheKernelDoes) {
+    const Change changes[] = {
+        make_raw,
+        [](termios&) {}, // as it is
+        [](termios& settings) { settings.c_lflag &= ~unsigned(ECHO); },
+        [](termios& settings) { settings.c_lflag &= ~unsigned(ICANON); },
+        [](termios& settings) { settings.c_iflag |= ISTRIP | IGNCR; },
     };
-    for (const auto& one : cases) {
-        SCOPED_TRACE(one.name);
-        begin_anew();
-        set(first_, one.sender);
-        set(second_, one.receiver);
-        send(first_, one.sent);
-        EXPECT_EQ(received(second_), one.received);
-        EXPECT_EQ(received(first_), one.echoed);
-    }
+    const std::string_view texts[] = {"ab",
+                                      "ab\r",
+                                      "ab\x7f"
+                                      "c\n",
+                                      "a\nb\nc",
+                                      "\n",
+                                      std::string_view("a\r\n\x04\x13\x11\0\x80\xFF\n", 10)};
+    for (std::size_t change = 0; change < std::size(changes); ++change)
+        for (const std::string_view text : texts) {
+            SCOPED_TRACE(std::to_string(change) + " " + testing::PrintToString(text));
+            begin_anew(changes[change]);
+            const PseudoTerminal kernel;
+            const int side = open(kernel.path().c_str(), O_RDWR | O_NOCTTY);
+            set(side, changes[change]);
+            send(first_, text);
+            kernel.give(text);
+            EXPECT_EQ(received(second_), received(side));
+            EXPECT_EQ(received(first_), kernel.take());
+            send(second_, text);
+            send(side, text);
+            EXPECT_EQ(received(first_), kernel.take());
+            close(side);
+        }
 }
 
 TEST_F(SerialLine, BeginsLikeANewAdapterAndIsNobodysControllingTerminal) {
+    begin_anew([](termios&) {});
     termios settings{};
-    EXPECT_EQ(tcgetattr(first_, &settings), 0);
+    EXPECT_EQ(tcgetattr(second_, &settings), 0);
     EXPECT_EQ(settings.c_cflag, unsigned{B9600 | CS8 | CREAD | HUPCL | CLOCAL});
     EXPECT_EQ(settings.c_lflag & (ICANON | ECHO | ISIG), unsigned{ICANON | ECHO | ISIG});
-    const pid_t child = fork();
-    if (child == 0) {
-        setsid(); // from now on any terminal would become it
-        close(first_);
-        const bool opened = open("/dev/ttyUSB0", O_RDWR) >= 0;
-        _exit(opened && open("/dev/tty", O_RDWR) < 0 ? 0 : 1);
-    }
-    int status = -1;
-    EXPECT_EQ(waitpid(child, &status, 0), child);
-    EXPECT_EQ(status, 0);
+    EXPECT_EQ(in_a_child([this] {
+                  setsid(); // from now on any terminal would become it
+                  close(first_);
+                  const bool opened = open("/dev/ttyUSB0", O_RDWR) >= 0;
+                  return opened && open("/dev/tty", O_RDWR) < 0 ? 0 : 1;
+              }),
+              0);
     // Settings belong to the device, not to the descriptor.
     set(first_, make_raw, B38400);
     const int again = open("/dev/ttyUSB0", O_RDWR | O_CLOEXEC);
@@ -178,7 +166,7 @@ TEST_F(SerialLine, BeginsLikeANewAdapterAndIsNobodysControllingTerminal) {
 }
 
 TEST_F(SerialLine, WaitsInVirtualTime) {
-    set_both_raw(B1200);
+    begin_anew(make_raw, B1200);
     const Microseconds start = machine().now();
     EXPECT_FALSE(has_data(second_, 900'000));
     EXPECT_EQ(machine().now(), start + 900'000);
@@ -186,6 +174,9 @@ TEST_F(SerialLine, WaitsInVirtualTime) {
     pollfd state{second_, POLLIN | POLLOUT, 0};
     EXPECT_EQ(poll(&state, 1, -1), 1);
     EXPECT_EQ(state.revents, POLLOUT);
+    state.events = POLLIN;
+    EXPECT_EQ(poll(&state, 1, 5), 0);
+    EXPECT_EQ(machine().now(), start + 905'000);
     EXPECT_TRUE(has_data(second_, 900'000));
     EXPECT_EQ(machine().now(), start + 900'000 + 8334);
     fcntl(second_, F_SETFL, O_NONBLOCK);
@@ -196,7 +187,7 @@ TEST_F(SerialLine, WaitsInVirtualTime) {
 }
 
 TEST_F(SerialLine, OutputIsWaitedForAndDropped) {
-    set_both_raw(B19200);
+    begin_anew(make_raw, B19200);
     const std::string text(96, 'x'); // takes 50 ms
     const Microseconds start = machine().now();
     int count = 0;
@@ -211,12 +202,16 @@ TEST_F(SerialLine, OutputIsWaitedForAndDropped) {
     termios settings{};
     tcgetattr(first_, &settings);
     EXPECT_TRUE(has_data(second_, 0));
+    send(second_, text);
     EXPECT_EQ(tcsetattr(second_, TCSAFLUSH, &settings), 0);
+    EXPECT_EQ(machine().now(), start + 100'000);
     EXPECT_FALSE(has_data(second_, 0));
     send(first_, text);
     usleep(25'000);
     EXPECT_EQ(tcflush(first_, TCOFLUSH), 0);
     EXPECT_EQ(received(second_), text.substr(48));
+    EXPECT_EQ(tcflush(first_, TCIFLUSH), 0);
+    EXPECT_EQ(received(first_), "");
 
     // The last close drops what was not read, and what comes after it.
     send(first_, text);
@@ -230,7 +225,7 @@ TEST_F(SerialLine, OutputIsWaitedForAndDropped) {
 }
 
 TEST_F(SerialLine, AFullTransmitterMakesAWriteWait) {
-    set_both_raw(B115200);
+    begin_anew(make_raw, B115200);
     const std::string text(5000, 'x');
     const Microseconds start = machine().now();
     send(first_, text);
@@ -238,13 +233,12 @@ TEST_F(SerialLine, AFullTransmitterMakesAWriteWait) {
     // Nobody reads: what is too much for the line discipline is lost, and said so.
     usleep(500'000);
     EXPECT_EQ(received(second_).size(), 4095u);
-    EXPECT_EQ(count_events("overrun"), 5000 - 4095);
+    EXPECT_EQ(count_events("serial", "overrun"), 5000 - 4095);
 }
 
 TEST_F(SerialLine, APulledOutAdapterHangsUp) {
-    set_both_raw();
     const Microseconds start = machine().now();
-    const ProgramThread somebody([] {
+    const std::jthread somebody([] {
         usleep(5000);
         apply("serial-absent", "2");
     });
@@ -281,16 +275,15 @@ TEST_F(SerialLine, CableAndByteFaultsStrikeWhereTheySay) {
         {"serial-cable", "looped", "abcde", "12345"},
         {"serial-cable", "none", "", ""},
     };
-    for (const auto& one : cases) {
-        SCOPED_TRACE(one.name);
+    for (const auto& [name, value, at_first, at_second] : cases) {
+        SCOPED_TRACE(name);
         begin_anew();
-        set_both_raw();
-        apply(one.name, one.value);
+        apply(name, value);
         send(first_, "abcde");
         usleep(10'000); // the order on the cable is known
         send(second_, "12345");
-        EXPECT_EQ(received(second_), one.at_second);
-        EXPECT_EQ(received(first_), one.at_first);
+        EXPECT_EQ(received(second_), at_second);
+        EXPECT_EQ(received(first_), at_first);
     }
 }
 
@@ -304,14 +297,18 @@ TEST_F(SerialLine, AdaptersAreFoundByTheirNumbers) {
                  {"5", "3", "35"},
                  {nullptr, "0", "01"},
                  {"0", "1", "01"}};
-    for (const auto& one : cases) {
+    for (const auto& [first, second, present] : cases) {
         machine().reset();
-        if (one.first != nullptr) apply("serial-first-number", one.first);
-        if (one.second != nullptr) apply("serial-second-number", one.second);
-        std::string present;
+        if (first != nullptr) apply("serial-first-number", first);
+        if (second != nullptr) apply("serial-second-number", second);
+        std::string found;
         for (char number = '0'; number <= '9'; ++number)
-            if (opens(number)) present += number;
-        EXPECT_EQ(present, one.present);
+            if (const int descriptor = open((std::string("/dev/ttyUSB") + number).c_str(), O_RDWR);
+                descriptor >= 0) {
+                found += number;
+                close(descriptor);
+            }
+        EXPECT_EQ(found, present);
     }
 }
 
@@ -330,12 +327,7 @@ int open_masters(bool inherited) {
 TEST_F(SerialLine, NoProcessInheritsAMasterAndNoneStaysOpen) {
     EXPECT_EQ(open_masters(false), 2);
     EXPECT_EQ(open_masters(true), 0);
-    const pid_t child = fork();
-    if (child == 0) _exit(open_masters(false));
-    int status = -1;
-    EXPECT_EQ(waitpid(child, &status, 0), child);
-    EXPECT_EQ(status, 0);
-    set_both_raw();
+    EXPECT_EQ(in_a_child([] { return open_masters(false); }), 0);
     send(first_, "the parent's line lives on");
     EXPECT_EQ(received(second_), "the parent's line lives on");
     machine().reset();
