@@ -7,6 +7,7 @@
 
 #include <cerrno>
 #include <filesystem>
+#include <functional>
 #include <sys/ioctl.h>
 #include <sys/select.h>
 #include <sys/wait.h>
@@ -18,6 +19,8 @@ namespace {
 
 using Change = void (*)(termios&);
 
+void raw(termios& settings) { cfmakeraw(&settings); }
+
 void set(int descriptor, Change change, speed_t speed = B9600) {
     termios settings{};
     EXPECT_EQ(tcgetattr(descriptor, &settings), 0);
@@ -25,8 +28,6 @@ void set(int descriptor, Change change, speed_t speed = B9600) {
     cfsetspeed(&settings, speed);
     EXPECT_EQ(tcsetattr(descriptor, TCSANOW, &settings), 0);
 }
-
-void make_raw(termios& settings) { cfmakeraw(&settings); }
 
 void send(int descriptor, std::string_view text) {
     EXPECT_EQ(write(descriptor, text.data(), text.size()), static_cast<ssize_t>(text.size()));
@@ -43,17 +44,12 @@ bool has_data(int descriptor, Microseconds patience_us) {
 // All that comes until nothing has come for 0.1 s.
 std::string received(int descriptor) {
     std::string text;
-    char piece[100];
-    while (has_data(descriptor, 100'000)) {
-        const ssize_t count = read(descriptor, piece, sizeof piece);
-        if (count <= 0) break;
-        text.append(piece, static_cast<std::size_t>(count));
-    }
+    for (char c; has_data(descriptor, 100'000) && read(descriptor, &c, 1) == 1;)
+        text += c;
     return text;
 }
 
-// The child's exit status.
-int in_a_child(const std::function<int()>& body) {
+int status_of_child(const std::function<int()>& body) {
     const pid_t child = fork();
     if (child == 0) _exit(body());
     int status = -1;
@@ -64,45 +60,47 @@ int in_a_child(const std::function<int()>& body) {
 class SerialLine : public BoardTest {
 protected:
     SerialLine() { begin_anew(); }
-    ~SerialLine() override {
-        close(first_);
-        close(second_);
-    }
+    ~SerialLine() override { close_both(); }
 
-    void begin_anew(Change change = make_raw, speed_t speed = B9600) {
-        close(first_);
-        close(second_);
+    // Two new adapters, the first one raw.
+    void begin_anew(Change change_of_second = raw, speed_t speed = B9600) {
+        close_both();
         use_board(Board::aes);
         first_ = open("/dev/ttyUSB0", O_RDWR);
         second_ = open("/dev/ttyUSB1", O_RDWR);
-        set(first_, make_raw, speed);
-        set(second_, change, speed);
+        set(first_, raw, speed);
+        set(second_, change_of_second, speed);
+        start_ = machine().now();
     }
 
-    static void apply(const char* name, const char* value) {
-        machine().apply_fault({name, value, 0});
+    void close_both() const {
+        close(first_);
+        close(second_);
     }
+
+    Microseconds since_start() const { return machine().now() - start_; }
 
     int first_ = -1;
     int second_ = -1;
+    Microseconds start_ = 0;
 };
 
-TEST_F(SerialLine, TextCrossesTheCableAtTheSetSpeed) {
+TEST_F(SerialLine, EveryByteCrossesTheCableAtTheSetSpeed) {
+    std::string text;
+    for (int byte = 0; byte < 256; ++byte)
+        text += static_cast<char>(byte);
     const std::pair<speed_t, int> speeds[] = {{B1200, 1200}, {B19200, 19200}, {B115200, 115200}};
     for (const auto& [speed, baud] : speeds) {
-        begin_anew(make_raw, speed);
-        const std::string_view text("The quick brown fox\r\n\x03\x04\x11\x13\x1a\0\x7F\x80\xFF",
-                                    30);
-        const Microseconds start = machine().now();
+        begin_anew(raw, speed);
         send(first_, text);
-        EXPECT_EQ(machine().now(), start) << "a write waits for nothing";
+        EXPECT_EQ(since_start(), 0) << "a write waits for nothing";
         std::int64_t bits = 0;
         for (const char sent : text) {
             char c = 0;
             ASSERT_EQ(read(second_, &c, 1), 1);
             EXPECT_EQ(c, sent);
             bits += 10;
-            ASSERT_EQ(machine().now(), start + (bits * 1'000'000 + baud - 1) / baud) << baud;
+            ASSERT_EQ(since_start(), (bits * 1'000'000 + baud - 1) / baud) << baud;
         }
         EXPECT_FALSE(has_data(second_, 10'000));
         EXPECT_FALSE(has_data(first_, 0)) << "nothing comes back";
@@ -112,26 +110,21 @@ TEST_F(SerialLine, TextCrossesTheCableAtTheSetSpeed) {
 // As a pseudo-terminal of the kernel does with the same settings.
 TEST_F(SerialLine, ASideMakesOfBytesWhatTheKernelDoes) {
     const Change changes[] = {
-        make_raw,
+        raw,
         [](termios&) {}, // as it is
         [](termios& settings) { settings.c_lflag &= ~unsigned(ECHO); },
         [](termios& settings) { settings.c_lflag &= ~unsigned(ICANON); },
         [](termios& settings) { settings.c_iflag |= ISTRIP | IGNCR; },
     };
-    const std::string_view texts[] = {"ab",
-                                      "ab\r",
-                                      "ab\x7f"
-                                      "c\n",
-                                      "a\nb\nc",
-                                      "\n",
+    const std::string_view texts[] = {"ab", "ab\r", "a\x7f\n", "a\nb\nc",
                                       std::string_view("a\r\n\x04\x13\x11\0\x80\xFF\n", 10)};
-    for (std::size_t change = 0; change < std::size(changes); ++change)
+    for (const Change change : changes)
         for (const std::string_view text : texts) {
-            SCOPED_TRACE(std::to_string(change) + " " + testing::PrintToString(text));
-            begin_anew(changes[change]);
+            SCOPED_TRACE(std::to_string(&change - changes) + testing::PrintToString(text));
+            begin_anew(change);
             const PseudoTerminal kernel;
             const int side = open(kernel.path().c_str(), O_RDWR | O_NOCTTY);
-            set(side, changes[change]);
+            set(side, change);
             send(first_, text);
             kernel.give(text);
             EXPECT_EQ(received(second_), received(side));
@@ -149,15 +142,14 @@ TEST_F(SerialLine, BeginsLikeANewAdapterAndIsNobodysControllingTerminal) {
     EXPECT_EQ(tcgetattr(second_, &settings), 0);
     EXPECT_EQ(settings.c_cflag, unsigned{B9600 | CS8 | CREAD | HUPCL | CLOCAL});
     EXPECT_EQ(settings.c_lflag & (ICANON | ECHO | ISIG), unsigned{ICANON | ECHO | ISIG});
-    EXPECT_EQ(in_a_child([this] {
-                  setsid(); // from now on any terminal would become it
-                  close(first_);
-                  const bool opened = open("/dev/ttyUSB0", O_RDWR) >= 0;
-                  return opened && open("/dev/tty", O_RDWR) < 0 ? 0 : 1;
-              }),
-              0);
+    const auto finds_none = [this] {
+        setsid(); // from now on any terminal would become it
+        close(first_);
+        return open("/dev/ttyUSB0", O_RDWR) >= 0 && open("/dev/tty", O_RDWR) < 0;
+    };
+    EXPECT_EQ(status_of_child(finds_none), 1);
     // Settings belong to the device, not to the descriptor.
-    set(first_, make_raw, B38400);
+    set(first_, raw, B38400);
     const int again = open("/dev/ttyUSB0", O_RDWR | O_CLOEXEC);
     EXPECT_EQ(fcntl(again, F_GETFD), FD_CLOEXEC);
     EXPECT_EQ(tcgetattr(again, &settings), 0);
@@ -166,19 +158,18 @@ TEST_F(SerialLine, BeginsLikeANewAdapterAndIsNobodysControllingTerminal) {
 }
 
 TEST_F(SerialLine, WaitsInVirtualTime) {
-    begin_anew(make_raw, B1200);
-    const Microseconds start = machine().now();
+    begin_anew(raw, B1200);
     EXPECT_FALSE(has_data(second_, 900'000));
-    EXPECT_EQ(machine().now(), start + 900'000);
+    EXPECT_EQ(since_start(), 900'000);
     send(first_, "x");
     pollfd state{second_, POLLIN | POLLOUT, 0};
     EXPECT_EQ(poll(&state, 1, -1), 1);
     EXPECT_EQ(state.revents, POLLOUT);
     state.events = POLLIN;
     EXPECT_EQ(poll(&state, 1, 5), 0);
-    EXPECT_EQ(machine().now(), start + 905'000);
+    EXPECT_EQ(since_start(), 905'000);
     EXPECT_TRUE(has_data(second_, 900'000));
-    EXPECT_EQ(machine().now(), start + 900'000 + 8334);
+    EXPECT_EQ(since_start(), 908'334);
     fcntl(second_, F_SETFL, O_NONBLOCK);
     char text[2];
     EXPECT_EQ(read(second_, text, 2), 1);
@@ -187,37 +178,33 @@ TEST_F(SerialLine, WaitsInVirtualTime) {
 }
 
 TEST_F(SerialLine, OutputIsWaitedForAndDropped) {
-    begin_anew(make_raw, B19200);
+    begin_anew(raw, B19200);
     const std::string text(96, 'x'); // takes 50 ms
-    const Microseconds start = machine().now();
     int count = 0;
     send(first_, text);
     EXPECT_EQ(ioctl(first_, TIOCOUTQ, &count), 0);
     EXPECT_EQ(count, 96);
     EXPECT_EQ(tcdrain(first_), 0);
-    EXPECT_EQ(machine().now(), start + 50'000);
+    EXPECT_EQ(since_start(), 50'000);
     EXPECT_EQ(ioctl(second_, FIONREAD, &count), 0);
     EXPECT_EQ(count, 96);
 
     termios settings{};
     tcgetattr(first_, &settings);
-    EXPECT_TRUE(has_data(second_, 0));
     send(second_, text);
     EXPECT_EQ(tcsetattr(second_, TCSAFLUSH, &settings), 0);
-    EXPECT_EQ(machine().now(), start + 100'000);
+    EXPECT_EQ(since_start(), 100'000);
     EXPECT_FALSE(has_data(second_, 0));
     send(first_, text);
     usleep(25'000);
-    EXPECT_EQ(tcflush(first_, TCOFLUSH), 0);
+    EXPECT_EQ(tcflush(first_, TCIOFLUSH), 0);
     EXPECT_EQ(received(second_), text.substr(48));
-    EXPECT_EQ(tcflush(first_, TCIFLUSH), 0);
-    EXPECT_EQ(received(first_), "");
+    EXPECT_FALSE(has_data(first_, 0));
 
     // The last close drops what was not read, and what comes after it.
     send(first_, text);
-    usleep(12'500);
+    usleep(25'000);
     EXPECT_TRUE(has_data(second_, 0));
-    usleep(12'500);
     close(second_);
     usleep(12'500);
     second_ = open("/dev/ttyUSB1", O_RDWR);
@@ -225,11 +212,9 @@ TEST_F(SerialLine, OutputIsWaitedForAndDropped) {
 }
 
 TEST_F(SerialLine, AFullTransmitterMakesAWriteWait) {
-    begin_anew(make_raw, B115200);
-    const std::string text(5000, 'x');
-    const Microseconds start = machine().now();
-    send(first_, text);
-    EXPECT_NEAR(static_cast<double>(machine().now() - start), (5000 - 4096) * 1e7 / 115200, 100);
+    begin_anew(raw, B115200);
+    send(first_, std::string(5000, 'x'));
+    EXPECT_NEAR(static_cast<double>(since_start()), (5000 - 4096) * 1e7 / 115200, 100);
     // Nobody reads: what is too much for the line discipline is lost, and said so.
     usleep(500'000);
     EXPECT_EQ(received(second_).size(), 4095u);
@@ -237,14 +222,13 @@ TEST_F(SerialLine, AFullTransmitterMakesAWriteWait) {
 }
 
 TEST_F(SerialLine, APulledOutAdapterHangsUp) {
-    const Microseconds start = machine().now();
     const std::jthread somebody([] {
         usleep(5000);
-        apply("serial-absent", "2");
+        machine().apply_fault({"serial-absent", "2", 0});
     });
     char c = 0;
     EXPECT_EQ(read(second_, &c, 1), 0) << "a read that waits";
-    EXPECT_EQ(machine().now(), start + 5000);
+    EXPECT_EQ(since_start(), 5000);
     EXPECT_TRUE(has_data(second_, 0));
     EXPECT_EQ(write(second_, "x", 1), -1);
     EXPECT_EQ(errno, EIO);
@@ -259,7 +243,7 @@ TEST_F(SerialLine, APulledOutAdapterHangsUp) {
     machine().device().serial()[2].plug();
     const int again = open("/dev/ttyUSB1", O_RDWR);
     EXPECT_EQ(read(second_, &c, 1), 0) << "the old descriptor stays dead";
-    set(again, make_raw);
+    set(again, raw);
     send(first_, "alive");
     EXPECT_EQ(received(again), "alive");
     close(again);
@@ -267,18 +251,18 @@ TEST_F(SerialLine, APulledOutAdapterHangsUp) {
 
 TEST_F(SerialLine, CableAndByteFaultsStrikeWhereTheySay) {
     const struct {
-        const char *name, *value;
+        FaultSetting fault;
         std::string_view at_first, at_second;
     } cases[] = {
-        {"serial-byte-lost", "3", "12345", "abde"},
-        {"serial-byte-flipped", "1", "12345", "`bcde"},
-        {"serial-cable", "looped", "abcde", "12345"},
-        {"serial-cable", "none", "", ""},
+        {{"serial-byte-lost", "3"}, "12345", "abde"},
+        {{"serial-byte-flipped", "1"}, "12345", "`bcde"},
+        {{"serial-cable", "looped"}, "abcde", "12345"},
+        {{"serial-cable", "none"}, "", ""},
     };
-    for (const auto& [name, value, at_first, at_second] : cases) {
-        SCOPED_TRACE(name);
+    for (const auto& [fault, at_first, at_second] : cases) {
+        SCOPED_TRACE(fault.name);
         begin_anew();
-        apply(name, value);
+        machine().apply_fault(fault);
         send(first_, "abcde");
         usleep(10'000); // the order on the cable is known
         send(second_, "12345");
@@ -289,69 +273,52 @@ TEST_F(SerialLine, CableAndByteFaultsStrikeWhereTheySay) {
 
 // Where both would have one number, the later takes the next free one.
 TEST_F(SerialLine, AdaptersAreFoundByTheirNumbers) {
-    const struct {
-        const char *first, *second; // null: as it is
-        std::string present;        // the numbers
-    } cases[] = {{nullptr, nullptr, "01"},
-                 {"1", nullptr, "01"},
-                 {"5", "3", "35"},
-                 {nullptr, "0", "01"},
-                 {"0", "1", "01"}};
-    for (const auto& [first, second, present] : cases) {
-        machine().reset();
-        if (first != nullptr) apply("serial-first-number", first);
-        if (second != nullptr) apply("serial-second-number", second);
+    const FaultSetting first_1{"serial-first-number", "1"}, first_5{"serial-first-number", "5"},
+        second_0{"serial-second-number", "0"}, second_3{"serial-second-number", "3"};
+    const std::pair<std::vector<FaultSetting>, std::string> cases[] = {
+        {{}, "01"}, {{first_1}, "01"}, {{second_0}, "01"}, {{first_5, second_3}, "35"}};
+    for (const auto& [faults, numbers] : cases) {
+        k4sim::Setup setup;
+        setup.faults = faults;
+        machine().reset(setup);
         std::string found;
         for (char number = '0'; number <= '9'; ++number)
-            if (const int descriptor = open((std::string("/dev/ttyUSB") + number).c_str(), O_RDWR);
-                descriptor >= 0) {
-                found += number;
-                close(descriptor);
-            }
-        EXPECT_EQ(found, present);
+            if (machine().device().serial().find(number - '0') != nullptr) found += number;
+        EXPECT_EQ(found, numbers);
     }
 }
 
-// Masters among the open descriptors; with `inherited`, those that exec leaves open.
-int open_masters(bool inherited) {
+// The kernel's ends of the lines among the open descriptors.
+int open_masters() {
     int masters = 0;
     for (const auto& entry : std::filesystem::directory_iterator("/proc/self/fd")) {
         std::error_code ignored;
         if (std::filesystem::read_symlink(entry, ignored).filename() != "ptmx") continue;
-        const int flags = fcntl(std::stoi(entry.path().filename()), F_GETFD);
-        masters += !inherited || (flags & FD_CLOEXEC) == 0;
+        EXPECT_EQ(fcntl(std::stoi(entry.path().filename()), F_GETFD), FD_CLOEXEC);
+        ++masters;
     }
     return masters;
 }
 
 TEST_F(SerialLine, NoProcessInheritsAMasterAndNoneStaysOpen) {
-    EXPECT_EQ(open_masters(false), 2);
-    EXPECT_EQ(open_masters(true), 0);
-    EXPECT_EQ(in_a_child([] { return open_masters(false); }), 0);
+    EXPECT_EQ(open_masters(), 2);
+    EXPECT_EQ(status_of_child(open_masters), 0);
     send(first_, "the parent's line lives on");
     EXPECT_EQ(received(second_), "the parent's line lives on");
     machine().reset();
-    EXPECT_EQ(open_masters(false), 0);
+    EXPECT_EQ(open_masters(), 0);
 }
 
 TEST(SerialAdapterModel, SamplesAFrameInTheMiddleOfItsOwnBits) {
     for (unsigned byte = 0; byte < 256; ++byte)
         for (const unsigned receiver : {9600u, 9200u, 10'000u})
             EXPECT_EQ(sampled_byte(static_cast<std::uint8_t>(byte), 9600, receiver), byte);
-    const struct {
-        std::uint8_t sent;
-        unsigned sender, receiver;
-        std::uint8_t received;
-    } cases[] = {
-        // Twice as fast: data bits 2, 4 and 6 are seen, then the stop bit and the idle line.
-        {0b00000000, 19200, 9600, 0b11111000},
-        {0b00010000, 19200, 9600, 0b11111010},
-        // Half as fast: the second half of the start bit, each of three bits twice, half a bit.
-        {0b00000101, 9600, 19200, 0b01100110},
-        {0b00001000, 9600, 19200, 0b10000000},
-    };
-    for (const auto& [sent, sender, receiver, received] : cases)
-        EXPECT_EQ(sampled_byte(sent, sender, receiver), received) << int{sent};
+    // Twice as fast: data bits 2, 4 and 6 are seen, then the stop bit and the idle line.
+    EXPECT_EQ(sampled_byte(0b00000000, 19200, 9600), 0b11111000);
+    EXPECT_EQ(sampled_byte(0b00010000, 19200, 9600), 0b11111010);
+    // Half as fast: the second half of the start bit, each of three bits twice, half a bit.
+    EXPECT_EQ(sampled_byte(0b00000101, 9600, 19200), 0b01100110);
+    EXPECT_EQ(sampled_byte(0b00001000, 9600, 19200), 0b10000000);
 }
 
 } // namespace

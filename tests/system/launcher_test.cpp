@@ -288,8 +288,10 @@ TEST_F(Launcher, HandsARequestToTerminateOnToTheProgram) {
 #endif
     // The limit of processor time ends the script where nobody does.
     for (const auto& [name, number] : {std::pair{"TERM", SIGTERM}, {"HUP", SIGHUP}}) {
+        const auto former = std::signal(number, SIG_DFL); // what is ignored stays so
         const CommandResult result =
             run_script(std::string("ulimit -t 20; kill -") + name + " $PPID; while :; do :; done");
+        std::signal(number, former);
         EXPECT_EQ(result.status, 125);
         EXPECT_EQ(report().value("signal", 0), number);
         EXPECT_EQ(report().value("verdict", ""), "DIED");
