@@ -56,19 +56,6 @@ TEST_F(HostThreads, SleepersWakeInOrderOfTheirTimeAndAreJoinedInIt) {
     EXPECT_EQ(pthread_join(pthread_self(), nullptr), EDEADLK);
 }
 
-TEST_F(HostThreads, DetachedThreadLeavesNoRecord) {
-    std::thread early([] { usleep(10); }), late([] {});
-    const pthread_t handles[] = {early.native_handle(), late.native_handle()};
-    early.detach();
-    usleep(1);
-    for (const pthread_t handle : handles)
-        EXPECT_NE(scheduler().find(handle), nullptr);
-    usleep(20);
-    late.detach();
-    for (const pthread_t handle : handles)
-        EXPECT_EQ(scheduler().find(handle), nullptr);
-}
-
 TEST_F(HostThreads, AWaitWithADeadlineEndsExactlyThen) {
     std::timed_mutex taken;
     std::unique_lock lock(mutex_);

@@ -15,7 +15,6 @@
 namespace {
 
 using namespace k4sim;
-using testing::ElementsAre;
 using testing::HasSubstr;
 namespace fs = std::filesystem;
 using Rows = std::vector<std::pair<std::string, std::string>>;
@@ -136,37 +135,33 @@ TEST_F(RecordTest, ARunThatNoRowTellsAboutIsACaseOfItsOwn) {
     }
 }
 
-TEST(Verdict, FromConsoleStatusAndReport) {
+// Ends that whole runs do not come to.
+TEST(Verdict, BelievesOnlyAClosingLineThatFitsTheStatus) {
     const struct {
         std::string console;
-        bool limit, deadlock;
-        ProcessEnd end;
+        int status;
         const char* verdict;
     } cases[] = {
-        {"x\nSelftest exits with code 0\n", false, false, {false, 0}, "PASSED"},
-        {"Selftest exits with code 0\n", false, false, {false, 0}, "PASSED"},
-        {"Selftest exits with code -6\n", false, false, {false, 250}, "ABORTED"},
-        {"Selftest exits with code -1\n", false, false, {false, 255}, "NOT STARTED"},
-        {"Selftest exits with code -5\n", false, false, {false, 251}, "NOT STARTED"},
-        {"Selftest exits with code -7\n", false, false, {false, 249}, "DIED"},
-        {"Selftest exits with code 127\n", false, false, {false, 127}, "DIED"},
-        {"banner\n", false, false, {false, 0}, "NOT RUN"},
-        {"no line: Selftest exits with code 0\n", false, false, {false, 0}, "NOT RUN"},
-        {"Selftest exits with code 0\nmore\n", false, false, {false, 0}, "NOT RUN"},
-        {"Selftest exits with code -6\n", false, false, {false, 0}, "NOT RUN"},
-        {"banner\n", false, false, {false, 250}, "DIED"},
-        {"Selftest exits with code 0\n", false, false, {false, 250}, "DIED"},
-        {"Selftest exits with code 0\n", false, false, {true, 0}, "DIED"},
-        {"Selftest exits with code 0\n", false, true, {false, 0}, "DIED"},
-        {"Selftest exits with code 0\n", true, false, {false, 0}, "UNDECIDED"},
+        {"Selftest exits with code 0\n", 0, "PASSED"},
+        {"no line: Selftest exits with code 0\n", 0, "NOT RUN"},
+        {"Selftest exits with code 0\nmore\n", 0, "NOT RUN"},
+        {"Selftest exits with code -6\n", 0, "NOT RUN"},
+        {"Selftest exits with code -7\n", 249, "DIED"},
+        {"Selftest exits with code 127\n", 127, "DIED"},
+        {"Selftest exits with code 0\n", 250, "DIED"},
+        {"banner\n", 250, "DIED"},
     };
-    for (const auto& [console, limit, deadlock, end, verdict] : cases) {
-        Observation seen;
+    Observation seen;
+    for (const auto& [console, status, verdict] : cases) {
         seen.console = console;
-        seen.deadlock = deadlock;
-        seen.limit = limit;
-        EXPECT_EQ(verdict_name(judge(seen, end)), verdict) << console << end.code;
+        EXPECT_EQ(verdict_name(judge(seen, {false, status})), verdict) << console << status;
     }
+    seen.console = "Selftest exits with code 0\n";
+    EXPECT_EQ(judge(seen, {true, 0}), Verdict::died);
+    seen.deadlock = true;
+    EXPECT_EQ(judge(seen, {false, 0}), Verdict::died);
+    seen.limit = true;
+    EXPECT_EQ(judge(seen, {false, 0}), Verdict::undecided);
 }
 
 } // namespace

@@ -1,10 +1,56 @@
+// What a run is set up with, by command line and scenario file, and on its way to the program.
 #include "sim/setup.h"
 
+#include "support/scratch_folder.h"
+
+#include "sim/launcher/options.h"
+
+#include <fstream>
 #include <gtest/gtest.h>
 
 namespace {
 
 using namespace k4sim;
+
+TEST(Options, SetUpTheRun) {
+    const ScratchFolder folder;
+    const std::string file = folder.file("s.toml");
+    std::ofstream(file) << R"(board = "plain"
+        operator = "none"
+        seed = 9
+        step = [{at = 2, do = "press  7"},
+                {when = "console:Key 7", after = 0.25, do = "turn 1 -1000"},
+                {when = "screen:OK", do = "fault key-dead=E"},
+                {when = "beep", after = 1, do = "unplug digital"}])";
+    const std::string steps = "step 0 2000000 - press%20%207\n"
+                              "step 1 250000 Key%207 turn%201%20-1000\n"
+                              "step 2 0 OK fault%20key-dead=E\n"
+                              "step 3 1000000 - unplug%20digital\n";
+    const struct {
+        std::vector<std::string> words;
+        std::string setup;
+    } cases[] = {
+        {{}, "board aes\noperator auto\nseed 1\nlimit 3600000000\nreport -1\n"},
+        {{"--board=i2c", "--operator", "none", "--seed=18446744073709551615", "--pace", "0.5",
+          "--limit", "1.5", "--fault", "no-privilege", "--fault=key-dead=8@2.5"},
+         "board i2c\noperator none\nseed 18446744073709551615\npace 0.5\nlimit 1500000\n"
+         "report -1\nfault no-privilege - 0\nfault key-dead 8 2500000\n"},
+        {{"--scenario", file, "--pace=max", "--limit=1e9"},
+         "board plain\noperator none\nseed 9\nlimit 1000000000000000\nreport -1\n" + steps},
+        // The command line goes before the file, wherever it stands.
+        {{"--board", "aes", "--operator=auto", "--scenario", file, "--seed", "3"},
+         "board aes\noperator auto\nseed 3\nlimit 3600000000\nreport -1\n" + steps},
+    };
+    for (const auto& [words, setup] : cases) {
+        std::vector<std::string> line = {"run", "--record=r"};
+        line.insert(line.end(), words.begin(), words.end());
+        line.insert(line.end(), {"--", "--board", "x"});
+        const Options options = parse_options(line);
+        EXPECT_EQ(encode(options.setup), setup);
+        EXPECT_EQ(options.record, "r");
+        EXPECT_EQ(options.program, (std::vector<std::string>{"--board", "x"}));
+    }
+}
 
 TEST(Setup, SurvivesTheWayThroughTheEnvironment) {
     for (const char* board : {"aes", "plain", "i2c", "engine", "none"}) {

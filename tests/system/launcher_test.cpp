@@ -250,14 +250,6 @@ TEST_F(Launcher, HelpIsGivenWhereverItIsAskedForBeforeTheProgram) {
     EXPECT_EQ(launch("run /bin/sh -c 'echo $1' x --help").out, "--help\n");
 }
 
-// Whatever came of the run, nobody saw it.
-TEST_F(Launcher, RecordsNoTextThatCouldNotBeWritten) {
-    run_script("exec 2>/dev/full; echo lost >&2; echo kept; exec >/dev/full; echo lost");
-    EXPECT_EQ(recorded("console.txt"), "kept\n");
-    EXPECT_EQ(launch("run --record record -- " K4_PROGRAM " >/dev/full").status, 0);
-    EXPECT_EQ(recorded("console.txt"), "");
-}
-
 TEST_F(Launcher, TellsOfAnEndThatIsNotThePrograms) {
     // What the device would report.
     write("deadlock", R"({"t":7,"source":"program","event":"deadlock"})"
