@@ -39,23 +39,6 @@ protected:
     int ends_[2];
 };
 
-TEST_F(HostThreads, SleepersWakeInOrderOfTheirTimeAndAreJoinedInIt) {
-    const auto sleeper = [&](int number, unsigned us) {
-        return std::jthread([=, this] {
-            errno = number;
-            usleep(us);
-            EXPECT_EQ(errno, number);
-            note(number);
-        });
-    };
-    std::jthread threads[] = {sleeper(1, 3000), sleeper(2, 1000), sleeper(3, 2000),
-                              sleeper(4, 2000)};
-    threads[0].join();
-    EXPECT_EQ(order_, 2341);
-    EXPECT_EQ(since_start(), 3000);
-    EXPECT_EQ(pthread_join(pthread_self(), nullptr), EDEADLK);
-}
-
 TEST_F(HostThreads, AWaitWithADeadlineEndsExactlyThen) {
     std::timed_mutex taken;
     std::unique_lock lock(mutex_);
@@ -188,26 +171,19 @@ TEST_F(HostThreads, CancellationWaitsForWhoHasDisabledItOrWaitsForAMutex) {
     EXPECT_EQ(order_, 12);
 }
 
-TEST_F(HostThreads, APipeIsWaitedForInVirtualTime) {
-    // More than a pipe holds is written as it is read.
+TEST_F(HostThreads, AWriteLargerThanThePipeIsDoneAsItIsRead) {
     const std::string sent(300'000, 'x');
     std::jthread writer([&] {
-        usleep(4000);
-        EXPECT_EQ(write(ends_[1], "first", 5), 5);
-        usleep(4000);
         EXPECT_EQ(write(ends_[1], sent.data(), sent.size()), static_cast<ssize_t>(sent.size()));
         close(ends_[1]);
     });
-    char part[10'000];
-    EXPECT_EQ(read(ends_[0], part, sizeof part), 5);
-    EXPECT_EQ(since_start(), 4000);
     std::size_t received = 0;
-    while (const ssize_t size = read(ends_[0], part, sizeof part)) {
-        ASSERT_GT(size, 0);
+    char part[10'000];
+    errno = 33;
+    while (const ssize_t size = read(ends_[0], part, sizeof part))
         received += static_cast<std::size_t>(size);
-    }
     EXPECT_EQ(received, sent.size());
-    EXPECT_EQ(since_start(), 8000);
+    EXPECT_EQ(errno, 33);
     // Closed behind its back: another file, which is not waited for.
     ASSERT_EQ(syscall(SYS_close, ends_[0]), 0);
     ASSERT_EQ(open("/dev/null", O_RDONLY), ends_[0]);

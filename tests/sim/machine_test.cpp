@@ -43,13 +43,6 @@ TEST(Machine, APortThatReadsTheSameForLongIsReadOnceAMillisecond) {
     }
 }
 
-TEST(Report, LineHasTimeSourceEventAndFieldsInOrder) {
-    EXPECT_EQ(
-        report_line(-123, "speaker", "tone",
-                    {{"hz", std::int64_t{500}}, {"on", true}, {"name", std::string_view("a\\")}}),
-        R"({"t":-123,"source":"speaker","event":"tone","hz":500,"on":true,"name":"a\\"})");
-}
-
 TEST(Report, AReaderThatHasGoneEndsIt) {
     const auto former = std::signal(SIGPIPE, SIG_IGN);
     int ends[2];

@@ -95,16 +95,10 @@ protected:
     std::unique_ptr<Operator> person_;
 };
 
-TEST_F(OperatorTest, TheAutomaticOneBeginsWhenTheGlassLightsUpAndDoesWhatIsAskedFor) {
-    Actions everything = {"turn encoder=1 step=1", "turn encoder=1 step=-1",
-                          "turn encoder=2 step=1", "turn encoder=2 step=-1"};
-    for (const char key : std::string("0123456789*#KEACDM"))
-        everything.push_back(std::string("press key=") + key);
+TEST_F(OperatorTest, TheAutomaticOneDoesWhatTheRowAsksFor) {
     begin(OperatorKind::automatic);
-    EXPECT_THAT(actions_until(60 * second), IsEmpty());
-    commands({0xA5}); // all pixels
-    EXPECT_THAT(actions_until(82 * second), testing::UnorderedElementsAreArray(everything));
-
+    show({{"Ethernet", "01E"}, {"Frontpanel", "OK"}}); // once everything
+    EXPECT_EQ(actions_until(22 * second).size(), 22U);
     const struct {
         const char* status;
         Actions asked_for;
@@ -127,21 +121,6 @@ TEST_F(OperatorTest, TheAutomaticOneBeginsWhenTheGlassLightsUpAndDoesWhatIsAsked
                           std::back_inserter(actions));
         EXPECT_EQ(actions, asked_for);
     }
-}
-
-TEST_F(OperatorTest, TheAutomaticOneGivesUpTwoMinutesAfterTheLastNewWord) {
-    begin(OperatorKind::automatic);
-    show({{"ParallelPrt", "First error"}, {"Frontpanel", "OK"}});
-    actions_until(60 * second);
-    show({{"ParallelPrt", "Second error"}, {"Frontpanel", "OK"}});
-    actions_until(90 * second);
-    for (const char* old : {"First error", "Second error-12.5"}) {
-        show({{"ParallelPrt", old}, {"Frontpanel", "OK"}});
-        actions_until(surroundings_.now() + 30 * second);
-    }
-    EXPECT_THAT(actions_until(180 * second - 1), IsEmpty());
-    EXPECT_THAT(actions_until(182 * second), ElementsAre("press key=E", "press key=E"));
-    EXPECT_THAT(actions_until(1000 * second), IsEmpty());
 }
 
 TEST_F(OperatorTest, AStepOfAScenarioIsDoneOnceWhenItIsDue) {

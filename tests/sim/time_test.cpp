@@ -1,7 +1,6 @@
 // Virtual time: the scheduler, and the clocks and sleeps of a program.
 #include "sim/time/scheduler.h"
 
-#include <atomic>
 #include <cerrno>
 #include <ctime>
 #include <functional>
@@ -92,22 +91,6 @@ TEST(Scheduler, TimersRunInOrderOfTimeThenOfArrivalEachAtItsOwnTime) {
     EXPECT_EQ(scheduler().now(), start + 29);
     scheduler().wait(nullptr, start + 100);
     EXPECT_EQ(seen.back(), (Seen::value_type{'d', 30}));
-}
-
-TEST(Scheduler, ThreadsThatComputeTakeTurnsByTheMillisecond) {
-    for (const auto& [step_us, expected] : {std::pair{1000, 121212}, {250, 111222}}) {
-        std::atomic<int> order = 0;
-        const auto compute = [&, step = step_us](int number) {
-            for (int i = 0; i < 3; ++i) {
-                order = order * 10 + number;
-                scheduler().spend(step);
-            }
-        };
-        std::jthread a(compute, 1), b(compute, 2);
-        a.join();
-        b.join();
-        EXPECT_EQ(order, expected);
-    }
 }
 
 TEST(Scheduler, AWokenThreadMayWaitAgainWithoutItsFormerDeadline) {
