@@ -137,7 +137,7 @@ TEST(Scheduler, PaceHoldsTheClockToRealTime) {
     const Microseconds start = scheduler().now();
     scheduler().set_pace(200.0);
     // Beyond the end of a second, where a clock's fraction begins anew.
-    for (int step = 0; step < 100 || real_now() / second == real_start / second; ++step)
+    for (int beyond = 0; beyond<100; beyond += real_now() / second> real_start / second)
         scheduler().wait(nullptr, scheduler().now() + 100'000);
     scheduler().set_pace(std::nullopt);
     const Microseconds real = real_now() - real_start;
