@@ -232,7 +232,8 @@ TEST_F(SerialLine, APulledOutAdapterHangsUp) {
     EXPECT_TRUE(has_data(second_, 0));
     EXPECT_EQ(write(second_, "x", 1), -1);
     EXPECT_EQ(errno, EIO);
-    EXPECT_EQ(tcflush(second_, TCIFLUSH), -1);
+    const termios settings{};
+    EXPECT_EQ(tcsetattr(second_, TCSANOW, &settings), -1);
     EXPECT_EQ(errno, EIO);
     pollfd state{second_, 0, 0};
     EXPECT_EQ(poll(&state, 1, 0), 1);
