@@ -3,6 +3,7 @@
 
 #include <cerrno>
 #include <ctime>
+#include <dlfcn.h>
 #include <functional>
 #include <gtest/gtest.h>
 #include <sched.h>
@@ -74,6 +75,30 @@ TEST(Clock, EverySleepTakesItsTime) {
             EXPECT_EQ(scheduler().now(), start + 5 * second);
         }
     }
+}
+
+// The names that a program with plain times calls, in place of those with 64-bit times.
+TEST(Clock, PlainTimesPassTheSame) {
+    struct {
+        long seconds, fraction;
+    } time{};
+    const auto call = [](const char* name, auto... arguments) {
+        return reinterpret_cast<int (*)(decltype(arguments)...)>(dlsym(RTLD_DEFAULT, name))(
+            arguments...);
+    };
+    const Microseconds start = scheduler().now();
+    EXPECT_EQ(call("clock_gettime", CLOCK_MONOTONIC, &time), 0);
+    EXPECT_EQ(time.seconds * second + time.fraction / 1000, uptime + start + 1);
+    EXPECT_EQ(call("gettimeofday", &time, nullptr), 0);
+    EXPECT_EQ(time.seconds * second + time.fraction, first_of_january_2026 + start + 2);
+    EXPECT_EQ(call("time", nullptr), time.seconds);
+    time = {1, 500'000};
+    EXPECT_EQ(call("select", 0, nullptr, nullptr, nullptr, &time), 0);
+    EXPECT_EQ(time.seconds + time.fraction, 0);
+    time = {0, 500'000'000};
+    EXPECT_EQ(call("nanosleep", &time, nullptr), 0);
+    EXPECT_EQ(call("clock_nanosleep", CLOCK_MONOTONIC, 0, &time, nullptr), 0);
+    EXPECT_EQ(scheduler().now(), start + 2'500'003);
 }
 
 TEST(Scheduler, TimersRunInOrderOfTimeThenOfArrivalEachAtItsOwnTime) {
