@@ -42,6 +42,19 @@ protected:
     int ends_[2];
 };
 
+TEST_F(HostThreads, DetachedThreadLeavesNoRecord) {
+    std::thread early([] { usleep(10); }), late([] {});
+    const pthread_t handles[] = {early.native_handle(), late.native_handle()};
+    early.detach();
+    usleep(1);
+    for (const pthread_t handle : handles)
+        EXPECT_NE(scheduler().find(handle), nullptr);
+    usleep(20);
+    late.detach();
+    for (const pthread_t handle : handles)
+        EXPECT_EQ(scheduler().find(handle), nullptr);
+}
+
 TEST_F(HostThreads, AWaitWithADeadlineEndsExactlyThen) {
     std::timed_mutex taken;
     std::unique_lock lock(mutex_);
