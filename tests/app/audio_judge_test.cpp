@@ -23,22 +23,14 @@ TEST(SilenceJudge, MarginsAreRmsThenDcOfBothInputs) {
         EXPECT_NEAR(margins[i], expected[i], 1e-6) << i;
 }
 
-// The number of cycles until silence is good, with one cycle of other margins among them.
-int cycles_needed(int odd_cycle, const SilenceJudge::Margins& odd) {
-    SilenceJudge judge;
-    int cycle = 1;
-    while (!judge.accept(cycle == odd_cycle ? odd : SilenceJudge::Margins{-1, 0, -0.5, 0}))
-        ++cycle;
-    return cycle;
-}
-
 TEST(SilenceJudge, NeedsEightGoodCyclesInARow) {
-    EXPECT_EQ(cycles_needed(8, {0, 0, 0, 0}), 8);
-    for (size_t i = 0; i < 4; ++i) {
-        SilenceJudge::Margins loud{-1, -1, -1, -1};
-        loud[i] = 0.001;
-        EXPECT_EQ(cycles_needed(1, loud), 9) << i;
-        EXPECT_EQ(cycles_needed(8, loud), 16) << i;
+    for (size_t loud = 0; loud < 4; ++loud) {
+        SilenceJudge judge;
+        for (int cycle = 1; cycle <= 17; ++cycle) {
+            SilenceJudge::Margins margins{-1, 0, -0.5, 0};
+            if (cycle == 1 || cycle == 9) margins[loud] = 0.001;
+            EXPECT_EQ(judge.accept(margins), cycle == 17) << cycle << " " << loud;
+        }
     }
 }
 
@@ -46,7 +38,6 @@ TEST(LoopbackJudge, NeedsTheToneAtBothInputsInAThirdCycle) {
     using Result = LoopbackJudge::Result;
     for (const auto& [gain_db, rms1_db, rms2_db, result] :
          {std::tuple{0.0, -31.99, -31.99, Result::present},
-          {0.0, -32.01, -21.0, Result::absent},
           {0.0, -21.0, -32.01, Result::absent},
           {-6.74, -38.73, -38.73, Result::present},
           {-6.74, -38.75, -27.75, Result::absent}}) {
@@ -60,12 +51,11 @@ TEST(LoopbackJudge, NeedsTheToneAtBothInputsInAThirdCycle) {
 
 TEST(GainJudge, AcceptsTwoDecibelsAroundTheExpectedLevel) {
     for (const double gain_db : {0.0, -6.74})
-        for (const auto& [level_db, good] : {std::pair{-11.0102, true},
-                                             {-7.0104, true},
-                                             {-11.0104, false},
-                                             {-7.0102, false},
-                                             {-1000.0, false}})
-            EXPECT_EQ(GainJudge(gain_db).isGood(gain_db + level_db), good) << level_db;
+        for (const double border_db : {-11.0103, -7.0103})
+            for (const double inside_db : {-0.0001, 0.0001}) {
+                const bool good = (inside_db > 0) == (border_db < -9);
+                EXPECT_EQ(GainJudge(gain_db).isGood(gain_db + border_db + inside_db), good);
+            }
 }
 
 } // namespace
