@@ -93,22 +93,6 @@ TEST_F(AudioTest, MakesTheInputsSafeBeforeAnExceptionEndsTheProcess) {
     EXPECT_DEATH(die(), "inputs are safe");
 }
 
-// Streams that are not open fail at each transfer.
-TEST_F(AudioTest, NeitherSpinsNorGoesDeafWherePlayingFails) {
-    constexpr AudioLoop::Manner manner = {1000, 1000, 50'000, "", nullptr};
-    run_to("Silence/DC -");
-    AudioStreams streams;
-    KLTprint print;
-    AudioLoop loop(streams, 2, manner, print);
-    ASSERT_TRUE(loop.hasMemory());
-    bool goes_on = false;
-    EXPECT_NEAR(time_until([&] { return goes_on = loop.run(*unit); }), 0.05, 0.001);
-    EXPECT_TRUE(goes_on);
-    unit->start(false);
-    EXPECT_FALSE(loop.run(*unit));
-    EXPECT_EQ(loop.takeLevels()[0].swing, 0);
-}
-
 } // namespace
 
 extern "C" void __real__Z8KLFdelayx(long long microseconds);

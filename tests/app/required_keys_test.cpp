@@ -24,12 +24,9 @@ TEST(RequiredKeys, TextNamesWhatIsMissing) {
     }
 }
 
-using Frontpanel = UnitRun;
-
-TEST_F(Frontpanel, PassHoldsUntilTheNextInit) {
+TEST_F(UnitRun, AFrontpanelThatPassedHoldsThatUntilTheNextInit) {
     K4STfrontpanel unit;
     unit.init(true);
-    unit.commit(); // there is no OLED to bring anything to
     unit.pass();
     EXPECT_EQ(characters(unit.info()), "OK");
     unit.init(false);

@@ -59,11 +59,6 @@ protected:
         EXPECT_TRUE(left_alone);
     }
 
-    static std::array<double, 7> numbers(const KLTalsaAinfo& info) {
-        return {info.rmsTotal, info.dc,  info.rms * info.rms, info.clip,
-                info.min,      info.max, info.swing};
-    }
-
     static std::array<double, 7> plain_numbers(const Buffer& buffer, int channel, int count) {
         double squares = 0, dc = 0, clip = 0, min = 1, max = -1;
         for (int frame = 0; frame < count; ++frame) {
@@ -85,9 +80,10 @@ TYPED_TEST(AlsaBuf, HasRoomForTheTime) {
     const struct {
         int rate, channels, msec;
         int got_rate, got_channels, got_frames;
-    } cases[] = {{48000, 6, 1000, 48000, 6, 48000}, {44100, 2, 5, 44100, 2, 221},
-                 {999, 2, 7, 1000, 2, 7},           {-5, -1, -1, 1000, 1, 1},
-                 {48000, 2, 22369622, 48000, 2, 0}, {1000, 1 << 30, 4, 1000, 1 << 30, 0},
+    } cases[] = {{44100, 2, 5, 44100, 2, 221},
+                 {999, 2, 7, 1000, 2, 7},
+                 {-5, -1, -1, 1000, 1, 1},
+                 {48000, 2, 22369622, 48000, 2, 0},
                  {huge, huge, huge, huge, huge, 0}};
     for (const auto& c : cases) {
         const TypeParam buffer(c.rate, c.channels, c.msec);
@@ -207,30 +203,24 @@ TEST_F(AlsaBuf32, ASineAtFullScaleIsNotClipped) {
         EXPECT_EQ(buffer.fillSineDC(80, 1.0, phase, 0.5, 1), clipped);
 }
 
-TYPED_TEST(AlsaBuf, FillsAValue) {
+TYPED_TEST(AlsaBuf, FillsAValueOrTheNoiseOfRand) {
     for (const double value : {0.25, 1.0, 1e300, -0.25, -1.0, -1.0001, -infinite, nan}) {
         TypeParam buffer(1000, 3, 600);
         const auto before = this->scribble(buffer);
         buffer.setFrameLimit(2);
         buffer.fillValue(value, 5);
+        EXPECT_EQ(buffer.limit(), 600);
         const double below = (this->lowest - 0.5) / this->full;
         this->expect_fill(buffer, before, 5, [=](int) {
             return std::isnan(value) ? 0 : value < -1 ? below : value;
         });
-        EXPECT_EQ(buffer.limit(), 600);
-    }
-}
-
-TYPED_TEST(AlsaBuf, NoiseIsThatOfRand) {
-    for (const double level : {3.0, 0.3, -20.0, 0.0}) {
-        TypeParam buffer(48000, 3, 100);
         buffer.setFrameLimit(7);
         srand(5);
-        buffer.fillNoise(level);
+        buffer.fillNoise(value);
         EXPECT_EQ(buffer.limit(), 7);
         srand(5);
-        this->expect_fill(buffer, {}, all, [level](int) {
-            return (rand() / 2147483647.0 - 0.5) * 2 * plain_amplitude(level);
+        this->expect_fill(buffer, {}, all, [value](int) {
+            return (rand() / 2147483647.0 - 0.5) * 2 * plain_amplitude(value);
         });
     }
 }
@@ -249,8 +239,10 @@ TYPED_TEST(AlsaBuf, AnalysesAsAPlainLoop) {
         infos.fill({1, 2, 3, 4, 5, 6, 7});
         buffer.info(infos.data(), count);
         for (int channel = 0; channel < 5; ++channel) {
+            const auto& [total, dc, rms, clip, min, max, swing] =
+                infos[static_cast<std::size_t>(channel)];
             const auto plain = this->plain_numbers(buffer, channel, std::min(count, 48000));
-            EXPECT_THAT(this->numbers(infos[static_cast<std::size_t>(channel)]),
+            EXPECT_THAT((std::array{total, dc, rms * rms, clip, min, max, swing}),
                         testing::Pointwise(testing::DoubleNear(1e-11), plain))
                 << count << " frames, channel " << channel;
         }

@@ -45,23 +45,28 @@ TEST_F(KestraMixer, SetsTheMaskedChannelsOrThePowerOnState) {
         EXPECT_THAT(settings().headphone, Each(0));
         EXPECT_THAT(settings().line_in_level, Each(0));
         EXPECT_THAT(settings().line_in, Each(input_level));
-        for (const auto& on :
-             {settings().line_out_on, settings().headphone_on, settings().line_in_on})
-            EXPECT_THAT(on, Each(true));
-        for (const auto& on : {settings().boost, settings().phantom})
-            EXPECT_THAT(on, Each(false));
+        EXPECT_THAT(settings().line_out_on, Each(true));
+        EXPECT_THAT(settings().headphone_on, Each(true));
+        EXPECT_THAT(settings().line_in_on, Each(true));
+        EXPECT_THAT(settings().boost, Each(false));
+        EXPECT_THAT(settings().phantom, Each(false));
     }
 }
 
 // With AES/EBU hardware the switches are never looked up, even on a card that has them.
-TEST_F(KestraMixer, LeavesTheSwitchesOfTheCpldAlone) {
+TEST_F(KestraMixer, LeavesTheSwitchesOfTheCpldAloneAndDumpsTheRest) {
     ASSERT_EQ(open(Board::plain), 0);
     mixer.setPhantom(true, 3);
+    mixer.setInlevel(5, 2);
     ASSERT_EQ(mixer.openMixer(true, "default"), 0);
     EXPECT_EQ(mixer.setPhantom(false, 3), 0);
     EXPECT_EQ(mixer.setMicgain(true, 3), 0);
     EXPECT_THAT(settings().phantom, Each(true));
-    EXPECT_FALSE(mixer[4].isOpen() || mixer[5].isOpen());
+    KLTastrs text;
+    mixer.dump(text);
+    EXPECT_THAT(text.str().text(),
+                AllOf(HasSubstr("In: capture, channels 0 1, volume 0 5 of 0..31, switch 0 0\n"),
+                      EndsWith("volume 0 0 of 0..15\n(not open)\n(not open)\n")));
 }
 
 TEST_F(KestraMixer, TellsWhatItHasNot) {
@@ -72,7 +77,6 @@ TEST_F(KestraMixer, TellsWhatItHasNot) {
     EXPECT_EQ(mixer.setIngain(1, 3), KLTmixerNotOpen);
     EXPECT_EQ(mixer.setOutlevel(7, 3), 0);
     EXPECT_TRUE(&mixer[6] == &mixer[0] && &mixer[-1] == &mixer[0]);
-    EXPECT_EQ(mixer.name(), KLTastrc("default"));
     EXPECT_EQ(mixer.openMixer(true, ""), KLTmixerNoName);
     testing::internal::CaptureStderr(); // what libasound says
     EXPECT_EQ(mixer.openMixer(true, "nosuchdevice"), KLTmixerAttachFailed);
@@ -84,17 +88,6 @@ TEST_F(KestraMixer, TellsWhatItHasNot) {
     EXPECT_EQ(mixer.setHPout(1, 3), KLTmixerNoSuchControl);
     card().set_controls_refused(true);
     EXPECT_LT(mixer.setOutlevel(99, 3), 0);
-}
-
-TEST_F(KestraMixer, DumpsWhatItHas) {
-    KLTastrs text;
-    ASSERT_EQ(open(Board::plain), 0);
-    mixer.setInlevel(5, 2);
-    ASSERT_EQ(mixer.openMixer(true, "default"), 0);
-    mixer.dump(text);
-    EXPECT_THAT(text.str().text(),
-                AllOf(HasSubstr("In: capture, channels 0 1, volume 0 5 of 0..31, switch 0 0\n"),
-                      EndsWith("volume 0 0 of 0..15\n(not open)\n(not open)\n")));
 }
 
 } // namespace

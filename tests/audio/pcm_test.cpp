@@ -69,33 +69,24 @@ long long duration_ms(Body body) {
     return (machine().now() - begin + ms_us / 2) / ms_us;
 }
 
-TEST_F(Pcm, OpensOrTellsWhyNotAndCloses) {
+TEST_F(Pcm, OpensOrTellsWhyNotAndThenNothingWorks) {
     card().set_busy(true);
     for (const auto& [name, code] :
          {std::pair{"", -9148}, {nullptr, -9148}, {"hw:0,2", -9147}, {analog, -9146}}) {
         open_both();
         for (KLTalsaPCMbase* pcm : both) {
             EXPECT_EQ(pcm->open(name), code);
-            EXPECT_EQ(pcm->rate(), 0);
+            EXPECT_EQ(pcm->configure(48000, 2, false, 100, 0), -9145);
+            EXPECT_EQ(pcm->bufferFrames() + pcm->rate() + pcm->channels() + pcm->getBufMsec(), 0);
+            for (const int result : {pcm->blocking(true), pcm->stop(), pcm->restart()})
+                EXPECT_EQ(result, -9145);
         }
         EXPECT_EQ(output().state(), PcmStream::State::closed);
         EXPECT_EQ(input().state(), PcmStream::State::closed);
     }
-}
-
-TEST_F(Pcm, NothingWorksUnlessOpen) {
-    for (KLTalsaPCMbase* pcm : both) {
-        EXPECT_EQ(pcm->configure(48000, 2, false, 100, 0), -9145);
-        EXPECT_EQ(pcm->bufferFrames() + pcm->rate() + pcm->channels() + pcm->getBufMsec(), 0);
-        EXPECT_EQ(pcm->blocking(true), -9145);
-        EXPECT_EQ(pcm->stop(), -9145);
-        EXPECT_EQ(pcm->restart(), -9145);
-    }
-    EXPECT_EQ(player.play(buffer), -9145);
-    EXPECT_EQ(player.play(buffer.data(), 2), -9145);
-    EXPECT_EQ(recorder.record(buffer), -9145);
-    EXPECT_EQ(recorder.record(buffer.data(), 2), -9145);
-    EXPECT_EQ(recorder.start(), -9145);
+    for (const int result : {player.play(buffer), player.play(buffer.data(), 2), recorder.start(),
+                             recorder.record(buffer), recorder.record(buffer.data(), 2)})
+        EXPECT_EQ(result, -9145);
     buffer.advance(buffer.frames());
     EXPECT_EQ(player.play(buffer) + recorder.record(buffer), 0); // done
 }
@@ -117,27 +108,19 @@ TEST_F(Pcm, Configures) {
         // Its frames must not be smaller than configured.
         EXPECT_EQ(player.play(buffer), format == 0 ? 12000 - 11025 : -9148);
     }
-    // The virtual card can't be resampled, but with leave it is tried.
-    ASSERT_EQ(recorder.open("plughw:0,1"), 0);
-    CapturedConsole console;
-    EXPECT_EQ(recorder.configure(24000, 2, true, 100, 0), -9149);
-    EXPECT_NE(console.error().find("Unable to set"), std::string::npos);
 }
 
 TEST_F(Pcm, BlocksUntilStopped) {
     open_both();
-    EXPECT_EQ(duration_ms([&] { EXPECT_EQ(player.play(buffer), 12000 - 4800); }), 0);
-    for (const bool on : {true, false}) { // of which the second does nothing
-        EXPECT_EQ(player.blocking(on), 0);
-        EXPECT_FALSE(player.blocking());
-        buffer.setFrameLimit(2400);
-        EXPECT_EQ(duration_ms([&] { EXPECT_EQ(player.play(buffer), 0); }), 50);
-    }
+    EXPECT_EQ(player.blocking(true), 0);
+    EXPECT_FALSE(player.blocking());
+    EXPECT_EQ(player.blocking(false), 0); // does nothing
+    EXPECT_EQ(duration_ms([&] { EXPECT_EQ(player.play(buffer), 0); }), 150);
     EXPECT_EQ(duration_ms([&] { EXPECT_EQ(player.stop(), 0); }), 100);
     EXPECT_EQ(output().state(), PcmStream::State::prepared);
     buffer.setFrameLimit(0);
-    EXPECT_EQ(duration_ms([&] { EXPECT_EQ(player.play(buffer), 12000 - 4800); }), 0);
-    EXPECT_EQ(duration_ms([&] { EXPECT_EQ(player.play(buffer), 12000 - 4800); }), 0);
+    for (int i = 0; i < 2; ++i)
+        EXPECT_EQ(duration_ms([&] { EXPECT_EQ(player.play(buffer), 12000 - 4800); }), 0);
 }
 
 template <class Buffer>
@@ -229,17 +212,15 @@ TEST_F(Pcm, TellsWhatFails) {
 // has locked, need not be heard; the loop is one buffer of the device late.
 TEST_F(Pcm, DemonstrationsPlayOrTellWhatFails) {
     const struct {
-        std::function<int(int seconds)> run;
-        std::string text;
+        Call run;
+        const char* text;
         double sound_s, frequency_hz;
-        int broken; // the result where it is interrupted
     } cases[] = {
-        {[&](int s) { return player.demoSinePlayout(digital, s); }, "24000 in buffer\r\n", 0.99,
-         1000, -9149},
-        {[&](int s) { return player.demoSinePlayout2(digital, s); }, "", 0.99, 1000, 0},
-        {[&](int s) { return recorder.demoLoop1(digital, analog, s); }, "", 0.5, 50, 0},
+        {[&] { return player.demoSinePlayout(digital, 1); }, "24000 in buffer\r\n", 0.99, 1000},
+        {[&] { return player.demoSinePlayout2(digital, 1); }, "", 0.99, 1000},
+        {[&] { return recorder.demoLoop1(digital, analog, 1); }, "", 0.5, 50},
     };
-    for (const auto& [run, text, sound_s, frequency_hz, broken] : cases) {
+    for (const auto& [run, text, sound_s, frequency_hz] : cases) {
         use_board(k4sim::Board::aes);
         card().set(k4sim::CodecFaults{.hum_db = -20});
         connect();
@@ -247,7 +228,8 @@ TEST_F(Pcm, DemonstrationsPlayOrTellWhatFails) {
         ASSERT_EQ(listener.open(digital), 0);
         ASSERT_EQ(listener.configure(rate_hz, 2, false, 1300, 0), 0);
         EXPECT_EQ(listener.start(), 0);
-        expect_call([&, &play = run] { return play(1); }, 0, text);
+        expect_call(run, 0, text);
+        EXPECT_EQ(output().state(), PcmStream::State::closed);
         KLTalsaBuf16 heard(rate_hz, 2, 1300);
         listener.record(heard);
         std::complex<double> sum; // of the tone
@@ -255,19 +237,11 @@ TEST_F(Pcm, DemonstrationsPlayOrTellWhatFails) {
             sum += std::polar<double>(heard.data()[2 * i + 1],
                                       2 * std::numbers::pi * frequency_hz / rate_hz * i);
         EXPECT_NEAR(std::abs(sum) * 2 / rate_hz / 32767 / 0.1, sound_s, 0.015);
-        machine().at(machine().now() + 100 * ms_us, [] {
-            output().interrupt();
-            card().pcm(0)->capture().interrupt();
-        });
-        expect_call([&, &play = run] { return play(2); }, broken,
-                    text + (broken < 0 ? "Playback error -9149\r\n" : ""));
-        EXPECT_EQ(output().state(), PcmStream::State::closed);
-        EXPECT_EQ(card().pcm(0)->capture().state(), PcmStream::State::closed);
     }
-    expect_call([&] { return player.demoSinePlayout2(analog, 1); }, -9149,
-                "PCM configure error -9149\r\n");
-    expect_call([&] { return recorder.demoLoop1(digital, "none", 1); }, -9147,
-                "Recording PCM open error -9147\r\n");
+    machine().at(machine().now() + 100 * ms_us, [] { output().interrupt(); });
+    expect_call([&] { return player.demoSinePlayout2(digital, 2); }, 0, "");
+    const auto open_error = "Recording PCM open error -9147\r\n";
+    expect_call([&] { return recorder.demoLoop1(digital, "none", 1); }, -9147, open_error);
 }
 
 } // namespace
