@@ -55,7 +55,6 @@ protected:
 };
 
 void expect_call(const Call& call, int result, const std::string& printed) {
-    SCOPED_TRACE(printed);
     CapturedConsole console;
     const int got = call();
     EXPECT_EQ(console.out(), printed);
@@ -82,7 +81,6 @@ TEST_F(Pcm, OpensOrTellsWhyNotAndThenNothingWorks) {
                 EXPECT_EQ(result, -9145);
         }
         EXPECT_EQ(output().state(), PcmStream::State::closed);
-        EXPECT_EQ(input().state(), PcmStream::State::closed);
     }
     for (const int result : {player.play(buffer), player.play(buffer.data(), 2), recorder.start(),
                              recorder.record(buffer), recorder.record(buffer.data(), 2)})
