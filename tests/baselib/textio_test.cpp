@@ -14,7 +14,6 @@
 #include <gmock/gmock.h>
 #include <iterator>
 #include <memory>
-#include <numeric>
 #include <vector>
 
 namespace {
@@ -33,50 +32,42 @@ TEST_F(TextIo, StringsAreBuilt) {
     message << "Missing USBs: " << 3 << width(4, '.') << true << cr;
     const KLTastr kept = message;
     EXPECT_EQ(kept.text(), message.str().text()) << "a copy shares the text";
-    message << "more";
-    EXPECT_STREQ(kept.text(), "Missing USBs: 3...1\n");
-    EXPECT_STREQ(message.str().text(), "Missing USBs: 3...1\nmore");
     message.clr();
     EXPECT_EQ(message.output().ochar('b'), 1);
-    EXPECT_EQ(message.output().ostring("cd"), 0);
-    EXPECT_EQ(message.output().ostring(nullptr), 0);
+    for (const char* text : {"cd", static_cast<const char*>(nullptr)})
+        EXPECT_EQ(message.output().ostring(text), 0);
     EXPECT_EQ(message.output().ofull(), 0);
+    EXPECT_STREQ(kept.text(), "Missing USBs: 3...1\n");
     EXPECT_STREQ(message.str().text(), "bcd");
 }
 
 TEST_F(TextIo, VectorsPrintEveryElementThereIsOfEverySize) {
-    const signed char bytes[] = {1, -1, 127};
-    const short shorts[] = {1, -1, SHRT_MAX};
-    const int words[] = {1, -1, INT_MAX};
-    const long long longs[] = {1, -1, LLONG_MAX};
-    print << KLTvecPrt(bytes, 3, ",", ";", 1) << KLTvecPrt(shorts, 3, ",", ";", 2)
-          << KLTvecPrt(words, 3, ",", ";", 4) << KLTvecPrt(longs, 3, ",", ";", 8);
-    EXPECT_EQ(sink.take(), "1,-1,127;1,-1,32767;1,-1,2147483647;1,-1,9223372036854775807;");
-    print << Hex2 << KLTvecPrt(bytes, 3, " ", nullptr, 1) << '|' << 10
-          << KLTvecPrt(nullptr, 3, ",", "a", 4) << KLTvecPrt(bytes, 0, ",", "b", 1)
-          << KLTvecPrt(bytes, -1, ",", "c", 1) << KLTvecPrt(bytes, 1, ",", "d", 3) << pers << hex
-          << KLTvecPrt(bytes, 2, nullptr, "!", 1) << 10;
-    EXPECT_EQ(sink.take(), "01 FF 7F|10abcd1ff!a");
+    const signed char bytes[] = {1, -1};
+    const short shorts[] = {-1, SHRT_MAX};
+    const int words[] = {-1, INT_MAX};
+    const long long longs[] = {-1, LLONG_MAX};
+    print << KLTvecPrt(bytes, 2, ",", ";", 1) << KLTvecPrt(shorts, 2, ",", ";", 2)
+          << KLTvecPrt(words, 2, ",", ";", 4) << KLTvecPrt(longs, 2, ",", ";", 8) << Hex2
+          << KLTvecPrt(bytes, 2, " ", nullptr, 1) << '|' << 10 << KLTvecPrt(nullptr, 3, ",", "a", 4)
+          << KLTvecPrt(bytes, 0, ",", "b", 1) << KLTvecPrt(bytes, -1, ",", "c", 1)
+          << KLTvecPrt(bytes, 1, ",", "d", 3) << pers << hex << KLTvecPrt(bytes, 2, nullptr, "!", 1)
+          << 10;
+    EXPECT_EQ(sink.take(), "1,-1;-1,32767;-1,2147483647;-1,9223372036854775807;01 FF|10abcd1ff!a");
 }
 
 TEST_F(TextIo, DumpsShowOffsetBytesAndCharacters) {
-    unsigned char memory[18];
-    std::iota(memory, memory + 15, static_cast<unsigned char>(0x18));
-    memory[15] = '~';
-    memory[16] = 0x7f;
-    memory[17] = 0xff;
+    const unsigned char memory[] = "\x1f !\"#$%&'()*+,-~\x7f\xff";
     const KLTmemdump dump(memory, 18);
     print << pers << oct << width(9);
-    for (const int bytes_per_line : {16, -1, 0, 65}) {
+    for (const int bytes_per_line : {16, 0, 65}) {
         dump.dump(print, bytes_per_line);
-        EXPECT_EQ(sink.take(), "00000000: 18 19 1a 1b 1c 1d 1e 1f  20 21 22 23 24 25 26 7e"
-                               "  ........ !\"#$%&~\n"
+        EXPECT_EQ(sink.take(), "00000000: 1f 20 21 22 23 24 25 26  27 28 29 2a 2b 2c 2d 7e"
+                               "  . !\"#$%&'()*+,-~\n"
                                "00000010: 7f ff                                             ..\n");
     }
-    KLTmemdump(memory, 0).dump(print);
     KLTmemdump(nullptr, 5).dump(print);
-    KLTmemdump(memory + 8, 4).dump(print, 2, 1);
-    KLTmemdump(memory + 8, 1).dump(print, 1, 0);
+    KLTmemdump(memory + 1, 4).dump(print, 2, 1);
+    KLTmemdump(memory + 1, 1).dump(print, 1, 0);
     EXPECT_EQ(sink.take(), "00000000: 20  21   !\n00000002: 22  23  \"#\n00000000: 20   \n");
     dump.dump(print, 64, 0);
     EXPECT_EQ(sink.take().size(), 10U + 64 * 3 + 2 + 18) << "in one line";
@@ -85,12 +76,11 @@ TEST_F(TextIo, DumpsShowOffsetBytesAndCharacters) {
 TEST_F(TextIo, TextsPrintAsTheyAreReversedOrOneByOne) {
     KLTostrm(sink) << "abc" << static_cast<const char*>(nullptr) << KLTastr("def")
                    << KLTreverseOut("ghi\xe4") << KLTreverseOut("");
-    EXPECT_EQ(sink.take(), "abcdef\xe4ihg");
     KLTtextarray texts;
     texts.add("a");
     texts.add("bc");
     print << width(3, '.') << texts;
-    EXPECT_EQ(sink.take(), "..abc");
+    EXPECT_EQ(sink.take(), "abcdef\xe4ihg..abc");
 }
 
 std::string contents_of(const std::string& path) {
@@ -109,21 +99,16 @@ TEST(Fileout, WritesWhereItStands) {
         EXPECT_EQ(file.ochar(0x100 + 'B'), 1);
         EXPECT_EQ(file.oskip(2), 0);
         EXPECT_EQ(file.oblock("E\0", 2), 0);
-        EXPECT_EQ(file.oskip(-6), 0);
-        EXPECT_EQ(file.oskip(-1), EOF) << "before the start";
-        EXPECT_EQ(file.opos(), 0);
-        EXPECT_EQ(file.oseek(9), 0);
-        EXPECT_EQ(file.osize(), 7);
-        EXPECT_EQ(file.opos(), 9);
+        EXPECT_EQ(file.oskip(-7), EOF) << "before the start";
+        EXPECT_EQ(file.osize(), 7) << "with what is buffered";
+        EXPECT_EQ(file.opos(), 6);
+        EXPECT_EQ(file.oskip(2), 0);
         EXPECT_EQ(file.ochar('!'), 1);
-        EXPECT_EQ(file.osize(), 10) << "with what is buffered";
-        EXPECT_EQ(file.ochar('?'), 1);
-        EXPECT_EQ(contents_of(path).size(), 10U);
         file.oflush(true);
-        EXPECT_EQ(contents_of(path).size(), 11U);
+        EXPECT_EQ(contents_of(path).size(), 9U);
         EXPECT_EQ(file.ochar('.'), 1);
     }
-    EXPECT_EQ(contents_of(path), std::string("aBcdE\0\n\0\0!?.", 12));
+    EXPECT_EQ(contents_of(path), std::string("aBcdE\0\n\0!.", 10));
     KLTfileout none("/nowhere/at/all");
     EXPECT_THAT((std::vector{none.opos(), none.osize()}), Each(-6842));
     EXPECT_THAT((std::vector{none.ostring("x"), none.oseek(0), none.oskip(1)}), Each(-6842));
@@ -135,20 +120,20 @@ TEST(OutHandle, TranslatesLineEndsAndTellsWhatIsRefused) {
     const std::string path = folder.file("out");
     const Stream reader(fopen("/dev/null", "r"), fclose);
     for (const std::string line_end : {"\n", "\r\n"}) {
-        const bool translates = line_end.size() == 2;
+        const bool translates = line_end == "\r\n";
         const Stream writer(fopen(path.c_str(), "wb"), fclose);
         KLToutHandle handle(writer.get(), translates);
         EXPECT_EQ(handle.ochar('\n'), 1);
-        EXPECT_EQ(handle.ostring("a\nb"), 0);
-        EXPECT_EQ(handle.oblock("\0\n", 2), 0);
+        EXPECT_EQ(handle.ostring("a\nb") | handle.oblock("\0\n", 2), 0);
         handle.oflush(false);
         EXPECT_EQ(contents_of(path), line_end + "a" + line_end + "b" + std::string("\0\n", 2));
         for (const auto& [stream, code] : {std::pair{reader.get(), EOF}, {nullptr, -6842}}) {
             KLToutHandle none(stream, translates);
             EXPECT_THAT((std::vector{none.ochar('\n'), none.oblock("x", 1)}), Each(code));
             EXPECT_EQ(none.ostring("x"), stream != nullptr && translates ? 0 : code);
-            EXPECT_THAT((std::vector{none.ostring(nullptr), none.oblock("x", 0)}), Each(-6848));
-            EXPECT_EQ(none.oblock(nullptr, 1), -6848);
+            EXPECT_THAT(
+                (std::vector{none.ostring(nullptr), none.oblock("x", 0), none.oblock(nullptr, 1)}),
+                Each(-6848));
             none.oflush(true);
         }
     }
@@ -156,18 +141,16 @@ TEST(OutHandle, TranslatesLineEndsAndTellsWhatIsRefused) {
 
 // Gives its bytes, then one code for ever.
 struct ByteSource : KLTin {
-    ByteSource(std::string_view data, int code) : bytes(data), end(code) {}
+    ByteSource(const std::string& data, int code) : bytes(data), end(code) {}
     int ichar() override {
-        if (bytes.empty()) return end;
-        const auto byte = static_cast<unsigned char>(bytes.front());
-        bytes.remove_prefix(1);
-        return byte;
+        return next < bytes.size() ? static_cast<unsigned char>(bytes[next++]) : end;
     }
-    int icharns() override { return ichar(); }
-    int icharti(long long) override { return ichar(); }
-    int iempty() override { return bytes.empty(); }
+    int icharns() override { return end; }
+    int icharti(long long) override { return end; }
+    int iempty() override { return next == bytes.size(); }
 
-    std::string_view bytes;
+    std::string bytes;
+    std::size_t next = 0;
     int end;
 };
 
@@ -180,12 +163,11 @@ TEST(In, BlocksAndLinesEndWithTheDataOrAFailure) {
         int line;
         const char* text;
     } cases[] = {
-        {"abc\nd", -6849, 8, 5, 3, "abc"},  {{"ab\0\xff", 4}, -6849, 4, 4, 2, "ab"},
-        {"abcdef", -6849, 4, 4, 3, "abc"},  {"\xff", -6849, 2, 1, 1, "\xff"},
-        {"\n", -6849, 8, 1, 0, ""},         {"", -6849, 8, 0, -6849, ""},
-        {"ab", -77, 8, -77, 2, "ab"},       {"", -77, 8, -77, -77, ""},
-        {"ab", -77, 1, 1, -6848, "-"},      {"ab", -77, 0, 0, -6848, "-"},
-        {"ab", -77, -1, -6848, -6848, "-"},
+        {"abc\nd", -6849, 8, 5, 3, "abc"}, {{"ab\0\xff", 4}, -6849, 4, 4, 2, "ab"},
+        {"abcdef", -6849, 4, 4, 3, "abc"}, {"\xff", -6849, 2, 1, 1, "\xff"},
+        {"", -6849, 8, 0, -6849, ""},      {"ab", -77, 8, -77, 2, "ab"},
+        {"", -77, 8, -77, -77, ""},        {"ab", -77, 1, 1, -6848, "-"},
+        {"ab", -77, 0, 0, -6848, "-"},     {"ab", -77, -1, -6848, -6848, "-"},
     };
     for (const auto& c : cases) {
         char block[9] = "--------";

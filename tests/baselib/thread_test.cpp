@@ -4,7 +4,7 @@
 #include "baselib/thread/mutex.h"
 #include "baselib/thread/sharedmemory.h"
 
-#include <algorithm>
+#include <cstring>
 #include <functional>
 #include <gtest/gtest.h>
 #include <limits>
@@ -12,6 +12,7 @@
 #include <sys/resource.h>
 #include <sys/shm.h>
 #include <unistd.h>
+#include <utility>
 
 namespace {
 
@@ -74,7 +75,8 @@ TEST_F(Thread, EachFindsItsOwnRecord) {
     EXPECT_EQ(name, "worker");
 }
 
-TEST_F(Thread, RunsAgainOnceItHasFinished) {
+TEST_F(Thread, RunsAgainOnceItHasFinishedHoweverItWasGivenUp) {
+    enum : int { left_alone = 1, detached_before, detached_behind, joined };
     KLTmultisema signals;
     int sum = 0;
     ThreadBody thread([&] { sum = sum * 10 + signals.wait(); });
@@ -82,97 +84,73 @@ TEST_F(Thread, RunsAgainOnceItHasFinished) {
     EXPECT_FALSE(thread.finished()) << "nothing to end yet";
     EXPECT_EQ(thread.cancel(), -2);
     EXPECT_EQ(thread.detach(), -1);
-    for (const int value : {-1'000'000, 7, 8}) {
+    for (const int way : {left_alone, detached_before, detached_behind, joined}) {
         ASSERT_EQ(thread.run(), 0);
         EXPECT_EQ(thread.run(), -2);
         EXPECT_TRUE(thread.running());
-        EXPECT_EQ(value == 7 ? thread.detach() : 0, 0);
-        EXPECT_EQ(signals.signal(value), 0);
-        value == 8 ? thread.waitend() : wait_until([&] { return thread.finished(); });
+        EXPECT_EQ(way == detached_before ? thread.detach() : 0, 0);
+        if (way == detached_before) thread.waitend(); // nothing to join: returns
+        EXPECT_EQ(signals.signal(way), 0);
+        way == joined ? thread.waitend() : wait_until([&] { return thread.finished(); });
         EXPECT_TRUE(thread.finished());
-        EXPECT_EQ(thread.attached(), value < 0);
+        EXPECT_EQ(way == detached_behind ? thread.detach() : 0, 0);
+        EXPECT_EQ(thread.attached(), way == left_alone);
     }
-    EXPECT_EQ(sum, -100'000'000 + 78);
+    EXPECT_EQ(sum, 1234);
 }
 
-std::atomic<bool> started{false};
-std::atomic<bool> went_on{false};
-std::atomic<bool> unwound{false};
+std::atomic<int> begun{0};
+std::atomic<int> unwound{0};
 
-struct TellsItsEnd {
-    ~TellsItsEnd() { unwound = true; }
+struct Life {
+    Life() { ++begun; }
+    ~Life() { ++unwound; }
 };
 
 // These work on nothing of their record, which may be gone before the thread is.
 void sleep_for_ever() {
-    const TellsItsEnd end;
-    started = true;
+    const Life life;
     for (;;)
         KLFptdelay(1'000);
 }
 
 void destroy_own_record() {
-    const TellsItsEnd end;
+    const Life life;
     KLFptcurrent(true)->detach();
     delete KLFptcurrent(true);
-    went_on = true;
+    sleep_for_ever(); // never: the thread has ended
 }
 
 TEST_F(Thread, CancelAndDestructionUnwindTheBody) {
-    for (const bool cancelled : {true, false}) {
-        started = unwound = false;
-        auto* thread = new ThreadBody(sleep_for_ever);
+    enum { cancelled, destroyed, destroys_itself };
+    for (const int end : {cancelled, destroyed, destroys_itself}) {
+        begun = unwound = 0;
+        auto* thread = new ThreadBody(end == destroys_itself ? destroy_own_record : sleep_for_ever);
         ASSERT_EQ(thread->run(), 0);
-        wait_until([&] { return started.load(); });
-        if (cancelled) {
+        wait_until([] { return begun == 1; });
+        if (end == cancelled) {
             EXPECT_EQ(thread->cancel(), 0);
             EXPECT_FALSE(thread->finished());
             thread->waitend();
             EXPECT_TRUE(thread->finished());
         }
-        delete thread;
-        wait_until([&] { return unwound.load(); });
-    }
-    unwound = went_on = false;
-    ASSERT_EQ((new ThreadBody(destroy_own_record))->run(), 0);
-    wait_until([&] { return unwound.load(); });
-    EXPECT_FALSE(went_on);
-}
-
-// The new thread may be over before run() has returned: its last word must stand.
-TEST_F(Thread, DetachedThreadClearsItsOwnHandle) {
-    enum { by_itself, while_it_runs, afterwards };
-    for (int round = 0; round < 300; ++round) {
-        const int how = round % 3;
-        KLTmultisema may_end;
-        ThreadBody thread([&] {
-            if (how == by_itself) KLFptcurrent(true)->detach();
-            if (how == while_it_runs) may_end.wait();
-        });
-        ASSERT_EQ(thread.run(), 0);
-        wait_until([&] { return how == while_it_runs || thread.finished(); });
-        ASSERT_EQ(thread.detach(), how == by_itself ? -1 : 0);
-        thread.waitend(); // nothing to join: returns
-        may_end.signal(1);
-        wait_until([&] { return how != while_it_runs || !thread.attached(); });
-        ASSERT_FALSE(thread.attached());
-        ASSERT_TRUE(thread.finished());
+        if (end != destroys_itself) delete thread;
+        wait_until([] { return unwound == 1; });
     }
 }
 
 TEST_F(Thread, MutexIsWaitedForInTimeAndPassedOnByACancelledHolder) {
     KLTptmutex mutex;
-    std::string owner;
-    const auto under_lock = [&](const std::function<void()>& action) {
+    const auto hold_for_ever = [&] {
         const KLTptmutexHold held(mutex);
-        action();
+        sleep_for_ever();
     };
-    ThreadBody holder([&] { under_lock(sleep_for_ever); }, "holder");
-    ThreadBody waiting([&] { under_lock([&] { owner = mutex.owner("free"); }); }, "next");
-    ThreadBody timed([&] { mutex.lock(60'000'000) && mutex.release(); }, "timed");
-    started = false;
+    ThreadBody holder(hold_for_ever, "holder");
+    ThreadBody waiting([&] { mutex.lock() == 0 && mutex.release(); });
+    ThreadBody timed([&] { mutex.lock(60'000'000) && mutex.release(); });
+    begun = 0;
     ASSERT_EQ(holder.run(), 0);
-    wait_until([&] { return started.load(); });
+    wait_until([] { return begun == 1; });
     for (const auto& [timeout_us, least_us] : {std::pair{0, 0}, {-5, 0}, {500'000, 500'000}}) {
         const long long before_us = KLFptnow();
         EXPECT_FALSE(mutex.lock(timeout_us));
@@ -186,12 +164,10 @@ TEST_F(Thread, MutexIsWaitedForInTimeAndPassedOnByACancelledHolder) {
         wait_until([&] { return thread->waitingFor() == &mutex; });
     }
     holder.cancel();
-    holder.waitend();
-    waiting.waitend();
-    timed.waitend();
-    EXPECT_EQ(owner, "next");
+    for (ThreadBody* thread : {&holder, &waiting, &timed})
+        thread->waitend();
     EXPECT_EQ(waiting.waitingFor(), nullptr);
-    for (const long long timeout_us : {-1LL, 500'000LL, std::numeric_limits<long long>::max()}) {
+    for (const long long timeout_us : {-1LL, std::numeric_limits<long long>::max()}) {
         EXPECT_STREQ(mutex.owner("free"), "free");
         EXPECT_TRUE(mutex.lock(timeout_us));
         EXPECT_STREQ(mutex.owner("free"), "PT-Main");
@@ -202,43 +178,37 @@ TEST_F(Thread, MutexIsWaitedForInTimeAndPassedOnByACancelledHolder) {
 TEST_F(Thread, SignalsWithoutAPipeFail) {
     const int lowest_free = dup(0);
     close(lowest_free);
-    rlimit former{};
-    ASSERT_EQ(getrlimit(RLIMIT_NOFILE, &former), 0);
-    const rlimit narrow{static_cast<rlim_t>(lowest_free) + 2, former.rlim_max};
-    ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &narrow), 0);
+    rlimit limit{};
+    ASSERT_EQ(getrlimit(RLIMIT_NOFILE, &limit), 0);
+    const rlim_t former = std::exchange(limit.rlim_cur, lowest_free + 2);
+    ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &limit), 0);
     for (int i = 0; i < 2; ++i) {
         KLTmultisema only;
         KLTmultisema none;
-        EXPECT_EQ(only.signal(i), 0);
-        EXPECT_EQ(only.wait(), i);
+        EXPECT_EQ(only.signal(i) + only.wait(), i);
         EXPECT_EQ(none.signal(i), -1);
         EXPECT_EQ(none.wait(), -1);
     }
-    ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &former), 0);
+    limit.rlim_cur = former;
+    ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &limit), 0);
 }
 
 TEST(SharedMemory, ObjectsShareOneZeroedBlockThatItsCreatorRemoves) {
     const int key = 0x4B340000 | (getpid() & 0xFFFF); // likely of no other process
-    const auto exists = [key] { return shmget(key, 0, 0) >= 0; };
-    for (const int refused : {0, -1})
-        EXPECT_EQ(KLTsharedMemory(refused, 1000).memory(), nullptr);
-    EXPECT_EQ(KLTsharedMemory(key, 0).memory(), nullptr);
+    for (const auto& [refused, size] : {std::pair{0, 1000}, {-1, 1000}, {key, 0}})
+        EXPECT_EQ(KLTsharedMemory(refused, size).memory(), nullptr);
     {
-        KLTsharedMemory creator(key, 1000);
-        auto* const first = static_cast<unsigned char*>(creator.memory());
-        ASSERT_NE(first, nullptr);
-        EXPECT_EQ(std::count(first, first + 1000, 0), 1000);
-        {
-            KLTsharedMemory user(key, 1000);
-            ASSERT_NE(user.memory(), nullptr);
-            EXPECT_NE(user.memory(), first);
-            first[999] = 77;
-            EXPECT_EQ(static_cast<unsigned char*>(user.memory())[999], 77);
-        }
+        const KLTsharedMemory creator(key, 1000);
+        ASSERT_NE(creator.memory(), nullptr);
+        EXPECT_EQ(memcmp(creator.memory(), std::string(1000, '\0').data(), 1000), 0);
+        memset(creator.memory(), 77, 1000);
+        const KLTsharedMemory user(key, 1000);
+        EXPECT_NE(user.memory(), creator.memory());
+        EXPECT_EQ(memcmp(user.memory(), creator.memory(), 1000), 0);
         EXPECT_EQ(KLTsharedMemory(key, 1 << 20).memory(), nullptr) << "the block is too small";
-        EXPECT_TRUE(exists()) << "a user does not remove it";
+        EXPECT_GE(shmget(key, 0, 0), 0) << "a user does not remove it";
     }
-    EXPECT_FALSE(exists());
+    EXPECT_EQ(shmget(key, 0, 0), -1);
 }
 
 void release_elsewhere() {
