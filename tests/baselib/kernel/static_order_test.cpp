@@ -15,8 +15,8 @@ struct Speaker {
     static void speak() {
         if (getenv("K4_TEST_SPEAKS") == nullptr) return;
         pout.output(&deverr);
-        for (KLTprint* print : {&pout, &perr})
-            *print << KLNstream::Hex8 << 255 << KLNstream::width(4, '*') << 1 << KLNstream::cr;
+        pout << KLNstream::Hex8 << 255;
+        perr << KLNstream::width(4, '*') << 1 << KLNstream::cr;
     }
 };
 
@@ -26,7 +26,7 @@ struct Speaker {
 TEST(StaticOrderDeathTest, ConsolePrintsInStaticInitialisersAndDestructors) {
     GTEST_FLAG_SET(death_test_style, "threadsafe"); // the program starts anew
     setenv("K4_TEST_SPEAKS", "1", 1);
-    EXPECT_EXIT(exit(0), testing::ExitedWithCode(0), "^(000000FF[*]{3}1\n){4}$");
+    EXPECT_EXIT(exit(0), testing::ExitedWithCode(0), "^(000000FF[*]{3}1\n){2}$");
     unsetenv("K4_TEST_SPEAKS");
     EXPECT_EQ(&pout.output(), &devout);
     EXPECT_EQ(&perr.output(), &deverr);
