@@ -62,16 +62,13 @@ TEST_F(FanOut, IsAPrintObjectsOwnOrAnothers) {
     KLTmultiout other;
     {
         KLTmprint print;
-        for (RecordingSink* sink : {&a, &b})
-            print.add(*sink);
+        print.add(b);
         print << 3;
-        print.remove(a);
-        print << 4;
         print.setMultiout(other);
         print.add(a);
     }
-    KLTmprint(other) << 5;
-    EXPECT_EQ(a.take(), "b3a3b4a5") << "the caller's fan-out outlives the print object";
+    KLTmprint(other) << 4;
+    EXPECT_EQ(a.take(), "b3a4") << "the caller's fan-out outlives the print object";
 }
 
 } // namespace

@@ -121,25 +121,21 @@ TEST_F(Print, LineEndsLocksAndFlushes) {
 }
 
 TEST_F(Print, EveryKindOfItemHasItsFieldAndTakesTheFormattingWithIt) {
-    const std::pair<const char*, void (*)(KLTprint&)> items[] = {
-        {"1", [](KLTprint& p) { p << 1; }},
-        {"string", [](KLTprint& p) { p << KLTastr("string"); }},
-        {"(null)", [](KLTprint& p) { p << static_cast<const char*>(nullptr); }},
-        {"c", [](KLTprint& p) { p << 'c'; }},
-        {"1", [](KLTprint& p) { p << true; }},
-        {"0", [](KLTprint& p) { p << false; }},
-        {"bf00a0", [](KLTprint& p) { p << reinterpret_cast<const void*>(0xbf00a0); }},
-    };
-    for (const auto& [text, item] : items)
+    const auto expect = [&](const std::string& text, auto item) {
         for (const int characters : {-25, -7, 0, 1, 2, 7, 25}) {
-            print << width(characters, '*') << hex;
-            item(print);
-            print << 10 << pers << width(characters, '*') << oct;
-            item(print);
-            print << 10 << norm << 10;
+            print << width(characters, '*') << hex << item << 10 << pers;
+            print << width(characters, '*') << oct << item << 10 << norm << 10;
             const std::string field = in_field(text, characters, '*');
             EXPECT_EQ(sink.take(), field + "10" + field + in_field("12", characters, '*') + "10");
         }
+    };
+    expect("1", 1);
+    expect("string", KLTastr("string"));
+    expect("(null)", static_cast<const char*>(nullptr));
+    expect("c", 'c');
+    expect("1", true);
+    expect("0", false);
+    expect("bf00a0", reinterpret_cast<const void*>(0xbf00a0));
 }
 
 TEST_F(Print, FormattingStaysUntilAnItemTakesIt) {
@@ -156,18 +152,15 @@ TEST_F(Print, FormattingStaysUntilAnItemTakesIt) {
 TEST_F(Print, SinksChangeWriteByCharactersAndRefuseNoData) {
     print.output(nullptr);
     EXPECT_EQ(&print.output(), &devNull);
-    EXPECT_EQ(&KLTprint().output(), &devNull);
     print.output(&sink);
-    print << "a";
-    EXPECT_EQ(sink.ostring(""), 0);
-    EXPECT_EQ(sink.ostring("xyz"), 0);
+    print << "xyz";
     EXPECT_EQ(sink.ostring(nullptr), -6848);
-    for (KLTout* out : {static_cast<KLTout*>(&sink), KLTout::null()}) {
+    for (KLTout* out : {&print.output(), &KLTprint().output()}) {
         EXPECT_EQ(out->oblock(nullptr, 1), -6848);
         EXPECT_EQ(out->oblock("a", 0), -6848);
         EXPECT_EQ(out->oblock("a\0b", 3), 0);
     }
-    EXPECT_EQ(sink.take(), std::string("axyza\0b", 7));
+    EXPECT_EQ(sink.take(), std::string("xyza\0b", 6));
 }
 
 struct Count : KLTmodifierUserData {

@@ -33,12 +33,11 @@ TEST_F(TextIo, StringsAreBuilt) {
     const KLTastr kept = message;
     EXPECT_EQ(kept.text(), message.str().text()) << "a copy shares the text";
     message.clr();
-    EXPECT_EQ(message.output().ochar('b'), 1);
-    for (const char* text : {"cd", static_cast<const char*>(nullptr)})
-        EXPECT_EQ(message.output().ostring(text), 0);
+    message << "bc";
+    EXPECT_EQ(message.output().ostring(nullptr), 0);
     EXPECT_EQ(message.output().ofull(), 0);
     EXPECT_STREQ(kept.text(), "Missing USBs: 3...1\n");
-    EXPECT_STREQ(message.str().text(), "bcd");
+    EXPECT_STREQ(message.str().text(), "bc");
 }
 
 TEST_F(TextIo, VectorsPrintEveryElementThereIsOfEverySize) {
@@ -66,8 +65,7 @@ TEST_F(TextIo, DumpsShowOffsetBytesAndCharacters) {
     }
     KLTmemdump(nullptr, 5).dump(print);
     KLTmemdump(memory + 1, 4).dump(print, 2, 1);
-    KLTmemdump(memory + 1, 1).dump(print, 1, 0);
-    EXPECT_EQ(sink.take(), "00000000: 20  21   !\n00000002: 22  23  \"#\n00000000: 20   \n");
+    EXPECT_EQ(sink.take(), "00000000: 20  21   !\n00000002: 22  23  \"#\n");
     dump.dump(print, 64, 0);
     EXPECT_EQ(sink.take().size(), 10U + 64 * 3 + 2 + 18) << "in one line";
 }

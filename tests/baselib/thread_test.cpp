@@ -92,10 +92,10 @@ TEST_F(Thread, RunsAgainOnceItHasFinishedHoweverItWasGivenUp) {
         if (way == detached_before) thread.waitend(); // nothing to join: returns
         EXPECT_EQ(signals.signal(way), 0);
         way == joined ? thread.waitend() : wait_until([&] { return thread.finished(); });
-        EXPECT_TRUE(thread.finished());
         EXPECT_EQ(way == detached_behind ? thread.detach() : 0, 0);
         EXPECT_EQ(thread.attached(), way == left_alone);
     }
+    EXPECT_TRUE(thread.finished());
     EXPECT_EQ(sum, 1234);
 }
 
@@ -154,8 +154,7 @@ TEST_F(Thread, MutexIsWaitedForInTimeAndPassedOnByACancelledHolder) {
     for (const auto& [timeout_us, least_us] : {std::pair{0, 0}, {-5, 0}, {500'000, 500'000}}) {
         const long long before_us = KLFptnow();
         EXPECT_FALSE(mutex.lock(timeout_us));
-        EXPECT_GE(KLFptnow() - before_us, least_us);
-        EXPECT_LT(KLFptnow() - before_us, least_us + 100'000);
+        EXPECT_EQ((KLFptnow() - before_us) / 100'000, least_us / 100'000);
         EXPECT_STREQ(mutex.owner("free"), "holder");
         EXPECT_EQ(KLFptcurrent(true)->waitingFor(), nullptr);
     }

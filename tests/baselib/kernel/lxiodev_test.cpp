@@ -82,10 +82,9 @@ TEST(LxIOdev, ReadsWhatIsThere) {
 
     fcntl(device.descriptor(), F_SETFL, O_NONBLOCK);
     std::string big(1 << 20, 'x');
-    for (const bool whole : {true, false}) {
-        EXPECT_EQ(whole ? device.oblock(big.data(), 1 << 20) : device.ostring(big.c_str()), -1);
-        EXPECT_GT(device.iblock(big.data(), 1 << 20), 0) << "cut short";
-    }
+    EXPECT_EQ(device.oblock(big.data(), 1 << 20), -1) << "cut short";
+    EXPECT_GT(device.iblock(big.data(), 1 << 20), 0);
+    EXPECT_EQ(device.ostring(big.c_str()), -1);
 }
 
 TEST(LxTermios, SettingsArriveAndUnknownOnesAreRefused) {
@@ -116,9 +115,8 @@ TEST(LxTermios, SettingsArriveAndUnknownOnesAreRefused) {
     }
     EXPECT_EQ(KLTlxTermios::baudToC(115200), -1);
     EXPECT_EQ(KLTlxTermios::baudFromC(B115200), -1);
-    for (const int which : {1, 2, 3})
-        EXPECT_NE(line.baud(which, -1), 0);
-    EXPECT_EQ(line.baud(0, -1), 0);
+    for (const int which : {0, 1, 2, 3})
+        EXPECT_EQ(line.baud(which, -1), which == 0 ? 0 : -1);
     EXPECT_EQ(line.query(-1), -1);
     EXPECT_EQ(line.settings().c_cflag, 0U) << "cleared by what is no terminal";
     EXPECT_NE(line.apply(-1, TCSANOW), 0);
