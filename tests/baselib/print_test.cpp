@@ -189,7 +189,6 @@ TEST_F(Print, UserModifiersKeepDataPerPrintObjectAndKey) {
     print << b << a;
     EXPECT_EQ(sink.take(), "12130111211");
     print.delModifier(&keys[0]);
-    print.delModifier(&keys[0]);
     print << a << b;
     print.freemem();
     print << a;

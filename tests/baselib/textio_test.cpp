@@ -9,7 +9,6 @@
 #include "recording_sink.h"
 #include "support/scratch_folder.h"
 
-#include <climits>
 #include <filesystem>
 #include <fstream>
 #include <gmock/gmock.h>
@@ -29,22 +28,21 @@ protected:
 
 TEST_F(TextIo, StringsAreBuilt) {
     KLTastrs message;
-    message << "Missing USBs: " << 3 << width(4, '.') << true << cr;
+    message << "old";
     const KLTastr kept = message;
-    EXPECT_EQ(kept.text(), message.str().text()) << "a copy shares the text";
     message.clr();
-    message << "bc";
+    message << "Missing USBs: " << 3 << width(4, '.') << true << cr;
     EXPECT_EQ(message.output().ostring(nullptr), 0);
-    EXPECT_EQ(message.output().ofull(), 0);
-    EXPECT_STREQ(kept.text(), "Missing USBs: 3...1\n");
-    EXPECT_STREQ(message.str().text(), "bc");
+    EXPECT_STREQ(kept.text(), "old");
+    EXPECT_STREQ(message.str().text(), "Missing USBs: 3...1\n");
 }
 
 TEST_F(TextIo, VectorsPrintEveryElementThereIsOfEverySize) {
-    const long long words[] = {-2, LLONG_MAX};
+    const long long words[] = {-9191740939516731248LL, 1};
     for (const int size : {1, 2, 4, 8})
         print << KLTvecPrt(words, 2, ",", ";", size);
-    EXPECT_EQ(sink.take(), "-2,-1;-2,-1;-2,-1;-2,9223372036854775807;");
+    EXPECT_EQ(sink.take(),
+              "-112,-96;-24432,-16208;-1062166384,-2140118960;-9191740939516731248,1;");
     const signed char bytes[] = {1, -1};
     print << Hex2 << KLTvecPrt(bytes, 2, " ", nullptr, 1) << '|' << 10
           << KLTvecPrt(nullptr, 3, ",", "a", 4) << KLTvecPrt(bytes, 0, ",", "b", 1)
