@@ -9,6 +9,7 @@
 #include <alsa/asoundlib.h>
 #include <string>
 #include <unistd.h>
+#include <utility>
 #include <vector>
 
 class AlsaTest : public BoardTest {
@@ -79,6 +80,18 @@ public:
         EXPECT_EQ(read(), 0);
         return bytes_ ? snd_ctl_elem_value_get_byte(values_, i)
                       : static_cast<int>(snd_ctl_elem_value_get_integer(values_, i));
+    }
+
+    // From the least to the largest value, in hundredths; {} where there is no scale. libasound
+    // finds it by the element's place in the list.
+    std::pair<long, long> decibels(unsigned place) {
+        snd_ctl_elem_id_t* id = nullptr;
+        snd_ctl_elem_id_alloca(&id);
+        snd_ctl_elem_value_get_id(values_, id);
+        snd_ctl_elem_id_set_numid(id, place);
+        std::pair<long, long> range{};
+        snd_ctl_get_dB_range(control_, id, &range.first, &range.second);
+        return range;
     }
 
 private:

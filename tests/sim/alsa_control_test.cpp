@@ -68,8 +68,32 @@ TEST_F(AlsaControlTest, EachElementTakesItsValuesAndNoOthers) {
         }
         EXPECT_EQ(element.value(count - 1), highest) << name;
     }
+    use_board(Board::aes);
+    EXPECT_EQ(Element("Line In Capture Volume").decibels(5), std::pair(0L, 0L));
+    constexpr long silence = SND_CTL_TLV_DB_GAIN_MUTE;
+    EXPECT_EQ(Element("Line Out Playback Volume").decibels(3), std::pair(silence, 0L));
+    EXPECT_EQ(Element("Line In Level Capture Volume").decibels(7), std::pair(0L, 4500L));
     EXPECT_EQ(Element("IEC958 Capture RXP Status").write({1}), -EPERM);
     EXPECT_EQ(Element("IEC958 Playback TXC Channel").write(std::vector(24, 255)), 1);
+}
+
+TEST_F(AlsaControlTest, AMissingElementIsMissedAlone) {
+    const std::pair<const char*, const char*> cases[] = {
+        {"headphone", "Headphone Playback Switch"},
+        {"line-out", "Line Out Playback Volume"},
+        {"line-in", "Line In Capture Volume"},
+        {"line-in-level", "Line In Level Capture Volume"},
+    };
+    for (const auto& [missing, unused] : cases) {
+        use_board(Board::aes);
+        device().set_fault("card-element-missing", missing);
+        for (const auto& [word, element] : cases)
+            EXPECT_EQ(Element(element).read(), word == missing ? -ENOENT : 0) << missing;
+    }
+    use_board(Board::aes);
+    device().set_fault("aes-receiver-absent", "");
+    EXPECT_EQ(Element("IEC958 Capture RXP Status").read(), -ENOENT);
+    EXPECT_EQ(Element("IEC958 Playback TXC State").read(), 0);
 }
 
 // With all that the digital line needs to lock at 48000 Hz.

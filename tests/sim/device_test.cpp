@@ -57,6 +57,27 @@ TEST(FaultsTest, AnErrorNamesTheFaultAndTheWayOut) {
     EXPECT_EQ(fault_error(Board::none, "no-privilege", ""), "");
 }
 
+TEST(FaultsTest, ANumberHasItsRange) {
+    constexpr std::pair<std::string_view, const char*> ranges[] = {
+        {"analog-dc", "-100 to 0:"},           {"analog-droop", "20 to 20000:"},
+        {"analog-gain", "-100 to 40:"},        {"analog-hum", "-100 to 0:"},
+        {"analog-input-dead", "1 to 2:"},      {"analog-noise", "-100 to 0:"},
+        {"capture-overrun", "1 to 3600:"},     {"cpld-id", "0 to 255:"},
+        {"cpld-version", "0 to 255:"},         {"encoder-dead", "1 to 2:"},
+        {"key-word-invalid", "1 to 1000000:"}, {"parallel-high", "0 to 7:"},
+        {"parallel-inverted", "0 to 7:"},      {"parallel-low", "0 to 7:"},
+        {"parallel-open", "0 to 7:"},          {"parallel-tied-high", "0 to 6:"},
+        {"parallel-tied-low", "0 to 6:"},      {"playback-underrun", "1 to 3600:"},
+        {"serial-absent", "1 to 2:"},          {"serial-byte-flipped", "1 to 1000000:"},
+        {"serial-byte-lost", "1 to 1000000:"}, {"serial-first-number", "0 to 9:"},
+        {"serial-late", "1 to 3600:"},         {"serial-output-refused", "1 to 2:"},
+        {"serial-second-number", "0 to 9:"},   {"serial-settings-refused", "1 to 2:"},
+        {"serial-speed-wrong", "1 to 2:"},     {"thread-create", "1 to 99:"},
+    };
+    for (const auto& [name, range] : ranges)
+        EXPECT_THAT(fault_error(Board::aes, name, "?"), testing::HasSubstr(range));
+}
+
 TEST(FaultsTest, ALinkIsDownForItsTime) {
     const struct {
         const char* fault;
