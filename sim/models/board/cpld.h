@@ -33,13 +33,6 @@ public:
     std::uint8_t peek_id() const { return id_; }
     std::uint8_t peek_version() const { return version_; }
 
-    // Register 0x0B: bits 0 to 3 microphone boost, bits 4 to 7 phantom power of channel 0
-    // to 3. 0 where the board has no such register.
-    virtual std::uint8_t peek_microphone() const { return 0; }
-    // The byte last written to the watchdog, and how many were. 0 where there is none.
-    virtual std::uint8_t peek_watchdog() const { return 0; }
-    virtual std::uint64_t peek_watchdog_writes() const { return 0; }
-
     // Accesses that break the rules of the board's front-panel link, such as a byte sent
     // while the link was busy. An event tells the 1st, 2nd, 4th, 8th ... of them.
     virtual std::uint32_t protocol_errors() const { return 0; }

@@ -38,10 +38,9 @@ void CpldAes::set_microphone(std::uint8_t value) {
 
 // A watchdog is fed for ever: only a change of the value is worth an event.
 void CpldAes::set_watchdog(std::uint8_t value) {
-    if (watchdog_writes_ == 0 || value != watchdog_)
+    if (value != watchdog_)
         surroundings().event("cpld", "watchdog", {{"value", std::int64_t{value}}});
     watchdog_ = value;
-    ++watchdog_writes_;
 }
 
 } // namespace k4sim

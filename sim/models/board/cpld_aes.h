@@ -10,6 +10,7 @@
 #include "sim/models/board/cpld_hss.h"
 
 #include <functional>
+#include <optional>
 #include <utility>
 
 namespace k4sim {
@@ -26,18 +27,13 @@ public:
         on_microphone_ = std::move(observer);
     }
 
-    std::uint8_t peek_microphone() const override { return microphone_; }
-    std::uint8_t peek_watchdog() const override { return watchdog_; }
-    std::uint64_t peek_watchdog_writes() const override { return watchdog_writes_; }
-
 private:
     void set_microphone(std::uint8_t value);
     void set_watchdog(std::uint8_t value);
 
     std::function<void(std::uint8_t)> on_microphone_;
     std::uint8_t microphone_ = 0;
-    std::uint8_t watchdog_ = 0;
-    std::uint64_t watchdog_writes_ = 0;
+    std::optional<std::uint8_t> watchdog_; // as last written
 };
 
 } // namespace k4sim

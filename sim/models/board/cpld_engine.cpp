@@ -102,9 +102,7 @@ std::uint8_t CpldEngine::take_received() {
     return byte;
 }
 
-bool CpldEngine::jammed() const {
-    return bus_.sda_stuck().has_value() || bus_.scl_stuck().has_value();
-}
+bool CpldEngine::jammed() const { return bus_.sda_stuck().has_value(); }
 
 void CpldEngine::protocol_error(std::string_view why) {
     ++protocol_errors_;

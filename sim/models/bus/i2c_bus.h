@@ -17,19 +17,9 @@ public:
     // `slave` answers at the 7-bit `address` and must outlive the bus.
     void attach(std::uint8_t address, I2cSlave& slave) { slaves_[address & 0x7F] = &slave; }
 
-    // Faults: what the outside world does to the bus.
-    // No acknowledge at this address any more.
-    void set_no_acknowledge(std::uint8_t address) { mute_[address & 0x7F] = true; }
-    // A line is held low (false) or high (true), or is free again (empty).
-    void set_sda_stuck(std::optional<bool> level) { sda_stuck_ = level; }
-    void set_scl_stuck(std::optional<bool> level) { scl_stuck_ = level; }
-    // Of the `nth` data byte from now on (1: the next), in either direction, the bits of
-    // `mask` are inverted on the way.
-    void set_corruption(std::uint32_t nth, std::uint8_t mask);
-    void clear_faults();
-
+    // The data line is held low (false) or high (true).
+    void set_sda_stuck(bool level) { sda_stuck_ = level; }
     std::optional<bool> sda_stuck() const { return sda_stuck_; }
-    std::optional<bool> scl_stuck() const { return scl_stuck_; }
 
     // Start condition and address byte. True when a slave acknowledged.
     bool start(std::uint8_t address_byte);
@@ -41,15 +31,9 @@ public:
     void stop() { selected_ = nullptr; }
 
 private:
-    std::uint8_t on_the_way(std::uint8_t byte);
-
     std::array<I2cSlave*, 128> slaves_{};
-    std::array<bool, 128> mute_{};
     I2cSlave* selected_ = nullptr;
     std::optional<bool> sda_stuck_;
-    std::optional<bool> scl_stuck_;
-    std::uint32_t bytes_until_corruption_ = 0;
-    std::uint8_t corruption_mask_ = 0;
 };
 
 } // namespace k4sim

@@ -21,7 +21,7 @@ public:
     void drive(bool scl, bool sda);
 
     // The levels that anybody on the bus sees.
-    bool scl() const { return bus_.scl_stuck().value_or(master_scl_); }
+    bool scl() const { return master_scl_; }
     bool sda() const { return bus_.sda_stuck().value_or(master_sda_ && slave_sda_); }
 
 private:

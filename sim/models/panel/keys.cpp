@@ -36,7 +36,6 @@ void Keys::reset() {
         encoders_dead_[index] = false;
     }
     invalid_words_ = 0;
-    reads_ = 0;
     update_word();
 }
 
@@ -84,7 +83,6 @@ std::uint32_t Keys::read() {
         --invalid_words_;
         return ~word_ | invalid_bit;
     }
-    ++reads_;
     return word_;
 }
 

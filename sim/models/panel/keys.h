@@ -46,8 +46,6 @@ public:
     bool peek_pressed(char key) const;
     // Counter of encoder 1 or 2.
     unsigned peek_counter(int encoder) const;
-    // Valid words read so far: tells an operator whether a change has been seen.
-    std::uint64_t peek_reads() const { return reads_; }
 
 private:
     void update_word();
@@ -60,7 +58,6 @@ private:
     bool encoders_dead_[2] = {false, false};
     unsigned invalid_words_ = 0;
     std::uint32_t word_ = 0;
-    std::uint64_t reads_ = 0;
 };
 
 } // namespace k4sim

@@ -35,16 +35,6 @@ Panel::Panel(std::uint8_t type, std::uint8_t version, Surroundings& surroundings
       oled_(make_oled(type, surroundings)),
       keys_(version < first_version_with_long_counters ? 4 : 6) {}
 
-void Panel::reset() {
-    reported_type_ = type_;
-    dead_ = false;
-    oled_->reset();
-    keys_.reset();
-    set_led(0);
-    message_ = no_message;
-    message_expected_ = false;
-}
-
 void Panel::set_led(std::uint8_t pattern) {
     if (pattern == led_) return;
     led_ = pattern;

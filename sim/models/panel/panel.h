@@ -37,9 +37,6 @@ public:
     Keys& keys() { return keys_; }
     const Keys& keys() const { return keys_; }
 
-    // Power-up: OLED, keys, LED and faults as new.
-    void reset();
-
     // The panel reports another type than the one it has.
     void set_reported_type(std::uint8_t type) { reported_type_ = type; }
     // The panel answers nothing any more; its glass keeps what it shows.

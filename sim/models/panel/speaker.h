@@ -38,8 +38,6 @@ public:
     // Rounded; 0 in silence.
     std::uint32_t frequency_hz() const;
     std::uint32_t divider() const { return divider_; }
-    // Tones and sounds begun so far.
-    std::uint64_t peek_tones() const { return tones_; }
 
 private:
     void begin(std::uint32_t divider);

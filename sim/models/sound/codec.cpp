@@ -90,10 +90,6 @@ void Codec::set(const CodecFaults& faults) {
 
 void Codec::crackle() { crackle_frames_left_ = crackle_frames; }
 
-double Codec::peek_loop_gain_db(unsigned input) const {
-    return 20.0 * std::log10(loop_gain(input) + factor(silence_db));
-}
-
 void Codec::update() {
     for (unsigned input = 0; input < analog_inputs; ++input)
         paths_[input] = {std::max(source_of(input), 0),

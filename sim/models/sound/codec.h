@@ -74,10 +74,6 @@ public:
     // The next 480 frames crackle at -20 dB.
     void crackle();
 
-    // From a playback sample to input 0 or 1, by the settings and the cable of now, in dB;
-    // below -200 where nothing arrives.
-    double peek_loop_gain_db(unsigned input) const;
-
 private:
     // What a frame is multiplied with on its way to one input: 1 << gain_bits is 0 dB.
     struct Path {
