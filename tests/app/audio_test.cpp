@@ -93,6 +93,16 @@ TEST_F(AudioTest, MakesTheInputsSafeBeforeAnExceptionEndsTheProcess) {
     EXPECT_DEATH(die(), "inputs are safe");
 }
 
+TEST_F(AudioTest, NeitherSpinsNorGoesDeafWherePlayingFails) {
+    run_to("Silence/DC -");
+    AudioStreams streams; // not open
+    KLTprint print;
+    AudioLoop loop(streams, 2, {1000, 1000, 50'000, "", nullptr}, print);
+    EXPECT_NEAR(time_until([&] { return loop.run(*unit); }), 0.05, 0.001);
+    unit->start(false);
+    EXPECT_FALSE(loop.run(*unit));
+}
+
 } // namespace
 
 extern "C" void __real__Z8KLFdelayx(long long microseconds);

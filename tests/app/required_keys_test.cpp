@@ -1,4 +1,4 @@
-#include "app/frontpanel_test.h"
+#include "app/required_keys.h"
 #include "unit_run.h"
 
 namespace {
@@ -22,15 +22,6 @@ TEST(RequiredKeys, TextNamesWhatIsMissing) {
         EXPECT_EQ(characters(keys.text()), text);
         EXPECT_EQ(keys.allSeen(), text == "Missing ");
     }
-}
-
-TEST_F(UnitRun, AFrontpanelThatPassedHoldsThatUntilTheNextInit) {
-    K4STfrontpanel unit;
-    unit.init(true);
-    unit.pass();
-    EXPECT_EQ(characters(unit.info()), "OK");
-    unit.init(false);
-    EXPECT_EQ(characters(unit.info()), "Not running");
 }
 
 } // namespace
