@@ -26,9 +26,9 @@ TEST(ThreadRace, ThreadsEndOrDetachThemselves) {
         GivesItselfUp thread;
         thread.way = static_cast<Way>(round % 3);
         ASSERT_EQ(thread.run(), 0);
-        thread.waitend();
         while (thread.way == detach_itself && !thread.finished())
             sched_yield();
+        thread.waitend();
         ASSERT_EQ(thread.detach(), -1) << "the handle is left";
         ASSERT_TRUE(thread.finished());
         ASSERT_EQ(thread.went_on, thread.way == detach_itself);
