@@ -18,32 +18,34 @@ using namespace k4sim;
 
 namespace {
 
-constexpr int link_up = 1, link_down = 0; // else: an error number, negative
-
 class NetworkRequest : public BoardTest {
 protected:
     ~NetworkRequest() override { close(socket_); }
 
     // 0 or an error number, negative. What the answer is stays in `record_`.
-    int request(unsigned long number, const char* name, short flags = 0) {
+    int request(unsigned long number, const char* name = "eth0") {
         std::strncpy(record_.ifr_name, name, IFNAMSIZ);
-        if (number == SIOCSIFFLAGS) record_.ifr_flags = flags;
         return ioctl(socket_, number, &record_) == 0 ? 0 : -errno;
     }
 
-    int link(const char* name, std::uint32_t command = ETHTOOL_GLINK) {
+    int link(const char* name = "eth0", std::uint32_t command = ETHTOOL_GLINK) {
         ethtool_value value{command, 77};
         record_.ifr_data = reinterpret_cast<char*>(&value);
         const int result = request(SIOCETHTOOL, name);
         return result == 0 ? static_cast<int>(value.data) : result;
     }
 
-    int set(unsigned long number, const char* address, sa_family_t family = AF_INET) {
+    int flags(const char* name = "eth0") {
+        const int result = request(SIOCGIFFLAGS, name);
+        return result == 0 ? record_.ifr_flags & (IFF_UP | IFF_RUNNING) : result;
+    }
+
+    int set(unsigned long number, const char* address) {
         sockaddr_in place{};
-        place.sin_family = family;
+        place.sin_family = AF_INET;
         inet_pton(AF_INET, address, &place.sin_addr);
         std::memcpy(&record_.ifr_addr, &place, sizeof place);
-        return request(number, "eth0");
+        return request(number);
     }
 
     std::string get(unsigned long number, const char* name = "eth0") {
@@ -53,41 +55,26 @@ protected:
         return inet_ntoa(place.sin_addr);
     }
 
-    int flags(const char* name) {
-        EXPECT_EQ(request(SIOCGIFFLAGS, name), 0);
-        return record_.ifr_flags & (IFF_UP | IFF_RUNNING);
-    }
-
     int socket_ = socket(AF_INET, SOCK_STREAM, 0);
     ifreq record_{};
 };
 
 TEST_F(NetworkRequest, AnswersAsTheKernelDoes) {
     for (const char* name : {"lo", "eth0", "usb0"}) {
-        SCOPED_TRACE(name);
-        EXPECT_EQ(link(name), link_up);
+        EXPECT_EQ(link(name), 1) << name;
         EXPECT_EQ(link(name, 0x7777), -EOPNOTSUPP);
         record_.ifr_data = nullptr;
         EXPECT_EQ(request(SIOCETHTOOL, name), -EFAULT);
         EXPECT_EQ(flags(name), IFF_UP | IFF_RUNNING);
     }
-    EXPECT_EQ(request(SIOCGIFHWADDR, "eth0"), 0);
+    EXPECT_EQ(request(SIOCGIFHWADDR), 0);
     EXPECT_EQ(record_.ifr_hwaddr.sa_family, ARPHRD_ETHER);
     EXPECT_NE(std::string(record_.ifr_hwaddr.sa_data, 6), std::string(6, '\0'));
     EXPECT_EQ(get(SIOCGIFADDR, "lo"), "127.0.0.1");
     EXPECT_EQ(link("no-such-link"), -ENODEV);
-    EXPECT_EQ(flags("lo"), IFF_UP | IFF_RUNNING);
-    // The kernel answers for the host's own interface on what is no socket of the internet.
-    machine().apply_fault({"link-refused", "eth0", 0});
-    EXPECT_EQ(link("eth0"), -EOPNOTSUPP);
-    const int own = socket_;
-    for (const auto& [other, error] :
-         {std::pair{open("/dev/null", O_RDONLY), -ENOTTY}, {-1, -EBADF}}) {
-        socket_ = other;
-        EXPECT_EQ(link("eth0"), error);
-        close(other);
-    }
-    socket_ = own;
+    // On what is no socket of the internet it is the kernel that answers.
+    close(std::exchange(socket_, open("/dev/null", O_RDONLY)));
+    EXPECT_EQ(link("usb0"), -ENOTTY);
 }
 
 TEST_F(NetworkRequest, KeepsAddresses) {
@@ -100,13 +87,11 @@ TEST_F(NetworkRequest, KeepsAddresses) {
         EXPECT_EQ(get(SIOCGIFADDR), address);
         EXPECT_EQ(get(SIOCGIFNETMASK), mask);
     }
-    EXPECT_EQ(set(SIOCSIFADDR, "1.2.3.4", AF_UNIX), -EINVAL);
-    EXPECT_EQ(set(SIOCSIFNETMASK, "255.255.240.0"), 0);
     EXPECT_EQ(set(SIOCSIFNETMASK, "255.0.255.0"), -EINVAL);
+    EXPECT_EQ(set(SIOCSIFNETMASK, "255.255.240.0"), 0);
     machine().set_privilege_refused(true);
-    EXPECT_EQ(set(SIOCSIFNETMASK, "255.0.0.0"), -EPERM);
-    EXPECT_EQ(set(SIOCSIFADDR, "1.2.3.4"), -EPERM);
-    EXPECT_EQ(request(SIOCSIFFLAGS, "eth0", 0), -EPERM);
+    for (const unsigned long number : {SIOCSIFNETMASK, SIOCSIFADDR, SIOCSIFFLAGS})
+        EXPECT_EQ(set(number, "1.0.0.0"), -EPERM);
     EXPECT_EQ(get(SIOCGIFNETMASK), "255.255.240.0");
     EXPECT_EQ(get(SIOCGIFADDR), "192.168.7.9");
 }
@@ -116,29 +101,25 @@ TEST_F(NetworkRequest, LinksComeAndGoInVirtualTime) {
         // each half a second, from a quarter of a second on
         {"link-dropped", "-+++++++++++++++++++++++"},
         {"link-flapping", "--++++++++--++++++++--++"},
+        {"link-down", "------"}, // whatever it did before
     };
     for (const auto& [fault, half_seconds] : cases) {
-        machine().reset();
         machine().apply_fault({fault, "usb0", 0});
         usleep(250'000);
-        std::string seen;
-        while (seen.size() < half_seconds.size()) {
-            seen += link("usb0") == link_up ? '+' : '-';
+        for (const char state : half_seconds) {
+            EXPECT_EQ(link("usb0"), state == '+' ? 1 : 0) << fault;
             usleep(500'000);
         }
-        EXPECT_EQ(seen, half_seconds) << fault;
     }
-    // Out for good, whatever it did before.
-    machine().apply_fault({"link-down", "usb0", 0});
-    usleep(5'000'000);
     EXPECT_EQ(flags("usb0"), IFF_UP);
-    EXPECT_EQ(request(SIOCSIFFLAGS, "eth0", 0), 0);
-    EXPECT_EQ(flags("eth0"), 0);
-    EXPECT_EQ(link("eth0"), link_down);
-    EXPECT_EQ(request(SIOCSIFFLAGS, "eth0", IFF_UP), 0);
-    EXPECT_EQ(flags("eth0"), IFF_UP | IFF_RUNNING);
+    for (const short wanted : {short{0}, short{IFF_UP}}) {
+        record_.ifr_flags = wanted;
+        EXPECT_EQ(request(SIOCSIFFLAGS), 0);
+        EXPECT_EQ(flags(), wanted == 0 ? 0 : IFF_UP | IFF_RUNNING);
+        EXPECT_EQ(link(), wanted == 0 ? 0 : 1);
+    }
     machine().apply_fault({"link-absent", "eth0", 0});
-    EXPECT_EQ(request(SIOCGIFFLAGS, "eth0"), -ENODEV);
+    EXPECT_EQ(flags(), -ENODEV);
 }
 
 } // namespace

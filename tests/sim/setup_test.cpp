@@ -53,31 +53,22 @@ TEST(Options, SetUpTheRun) {
 }
 
 TEST(Setup, SurvivesTheWayThroughTheEnvironment) {
-    for (const char* board : {"aes", "plain", "i2c", "engine", "none"}) {
-        const std::string defaults = std::string("board ") + board +
-                                     "\noperator auto\nseed 9223372036854775809\n"
-                                     "limit 9000000000\nreport 17\n";
-        for (const char* lists :
-             {"",
-              "fault key-held 7 5000000000\nfault - %2d 0\nstep 0 1 - a\nstep 3 2 %20-%25 b\n"}) {
-            const auto decoded = decode(defaults + lists);
-            ASSERT_TRUE(decoded) << board;
-            EXPECT_EQ(encode(*decoded), defaults + lists);
-        }
+    for (const std::string board : {"aes", "plain", "i2c", "engine", "none"}) {
+        const std::string text = "board " + board + "\noperator none\nseed 9223372036854775809\n" +
+                                 "pace 0.3333333333333333\nlimit 9000000000\nreport 17\n" +
+                                 "fault - %2d 0\nfault key-held 7 5000000000\n" +
+                                 "step 0 1 - a\nstep 3 2 %20-%25 b\n";
+        EXPECT_EQ(encode(decode(text).value()), text);
     }
-    // Every byte that a text can have, and a number that has no end.
+    // Every byte that a text can have.
     k4sim::Setup setup;
-    setup.pace = 1.0 / 3;
-    std::string text;
+    std::string every;
     for (int byte = 0; byte < 256; ++byte)
-        text += static_cast<char>(byte);
-    setup.faults = {{text, "", 0}};
+        every += static_cast<char>(byte);
+    setup.faults = {{every, "", 0}};
     const std::string encoded = encode(setup);
     EXPECT_EQ(encoded.find('\0'), std::string::npos);
-    const auto decoded = decode(encoded);
-    ASSERT_TRUE(decoded) << encoded;
-    EXPECT_EQ(decoded->pace, 1.0 / 3);
-    EXPECT_EQ(decoded->faults.at(0).name, text);
+    EXPECT_EQ(decode(encoded).value().faults.at(0).name, every);
 }
 
 TEST(Setup, MalformedTextIsRefused) {
