@@ -1,7 +1,6 @@
 // The machine of the process, its console and its report.
 #include "sim/machine/machine.h"
 
-#include "sim/host/run.h"
 #include "sim/time/scheduler.h"
 
 #include <cerrno>
@@ -17,7 +16,6 @@ using namespace k4sim;
 namespace {
 
 TEST(Machine, WhatTheFormerDevicePlannedDoesNotHappen) {
-    machine().reset();
     int happened = 0;
     machine().at(machine().now() + 100, [&] { happened += 1; });
     machine().reset();
@@ -34,11 +32,10 @@ TEST(Machine, APortThatReadsTheSameForLongIsReadOnceAMillisecond) {
             machine().port_in(0x81);
         return machine().now() - start;
     };
-    for (int round = 0; round < 2; ++round) {
-        machine().port_out(0x80, 0); // another access begins anew
-        EXPECT_EQ(time_of_reads(20'000), 20'000) << round;
-        EXPECT_EQ(time_of_reads(3), 3000);
-    }
+    EXPECT_EQ(time_of_reads(20'000), 20'000);
+    EXPECT_EQ(time_of_reads(3), 3000);
+    machine().port_out(0x80, 0); // another access begins anew
+    EXPECT_EQ(time_of_reads(3), 3);
 }
 
 TEST(Report, AReaderThatHasGoneEndsIt) {
@@ -49,9 +46,7 @@ TEST(Report, AReaderThatHasGoneEndsIt) {
     report.open(ends[1]);
     EXPECT_EQ(fcntl(ends[1], F_GETFD), FD_CLOEXEC);
     close(ends[0]);
-    errno = 12;
     report.write("in vain");
-    EXPECT_EQ(errno, 12);
     EXPECT_FALSE(report.is_open());
     std::signal(SIGPIPE, former);
 }
@@ -70,23 +65,16 @@ void print_recorded(const char* console, const char* text, const std::function<v
 
 TEST(RecordedProcessDeathTest, LeavesItsConsoleAndThePictureHoweverItEnds) {
     int nobody = 0;
-    const struct {
-        std::function<void()> end;
-        int status;
-        const char* how;
-    } cases[] = {
-        {[] { std::exit(3); }, 3, "end"},
-        {[] { end_process(status_limit, "limit"); }, 124, "limit"},
-        {[&] { scheduler().wait(&nobody, never); }, 125, "deadlock"},
+    const std::string record = "\"stream\":1,\"text\":\"\\\\u00e4 line\\\\u000a\"}\n"
+                               ".*\"source\":\"console\".*\"text\":\"no line end\"}\n"
+                               ".*\"event\":\"final-picture\",\"pixels\":\"0{16384}\"\\}\n";
+    const std::tuple<std::function<void()>, int, const char*> cases[] = {
+        {[] { std::exit(3); }, 3, ".*\"end\"\\}\n$"},
+        {[&] { scheduler().wait(&nobody, never); }, 125, ".*\"deadlock\"\\}\n$"},
     };
-    const std::string rest = "\"stream\":1,\"text\":\"\\\\u00e4 line\\\\u000a\"}\n"
-                             ".*\"source\":\"console\".*\"text\":\"no line end\"}\n"
-                             "\\{\"t\":[0-9]*,\"source\":\"oled\",\"event\":\"final-picture\","
-                             "\"pixels\":\"0{16384}\"\\}\n.*\"event\":\"";
-    for (const auto& [end, status, how] : cases)
+    for (const auto& [end, status, last_line] : cases)
         EXPECT_EXIT(print_recorded("/dev/null", "\xE4 line\nno line end", end),
-                    testing::ExitedWithCode(status),
-                    testing::ContainsRegex(rest + how + "\"\\}\n$"));
+                    testing::ExitedWithCode(status), testing::ContainsRegex(record + last_line));
 }
 
 // Nobody has seen it.

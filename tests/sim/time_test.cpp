@@ -10,8 +10,6 @@
 #include <sys/syscall.h>
 #include <sys/time.h>
 #include <sys/times.h>
-#include <sys/wait.h>
-#include <thread>
 #include <unistd.h>
 
 using namespace k4sim;
@@ -120,20 +118,6 @@ TEST(Scheduler, AWokenThreadMayWaitAgainWithoutItsFormerDeadline) {
     EXPECT_EQ(scheduler().now(), start + 1000);
 }
 
-TEST(Scheduler, TheChildOfAForkHasOnlyTheCaller) {
-    int object = 0;
-    std::jthread other([&] { scheduler().wait(&object, never); });
-    usleep(1);
-    const pid_t child = fork();
-    scheduler().wake_all(&object); // in the child there is nobody to run meanwhile
-    usleep(1000);
-    if (child == 0) _exit(42);
-    int status = 0;
-    ASSERT_EQ(waitpid(child, &status, 0), child);
-    EXPECT_TRUE(WIFEXITED(status));
-    EXPECT_EQ(WEXITSTATUS(status), 42);
-}
-
 // The system's own clock, past the stand-ins.
 Microseconds real_now() {
     long time[2];
@@ -144,9 +128,10 @@ Microseconds real_now() {
 TEST(Scheduler, PaceHoldsTheClockToRealTime) {
     const Microseconds real_start = real_now();
     const Microseconds start = scheduler().now();
-    scheduler().set_pace(200.0);
     // Beyond the end of a second, where a clock's fraction begins anew.
-    for (int beyond = 0; beyond<100; beyond += real_now() / second> real_start / second)
+    const Microseconds goal = (real_start / second + 1) * second + 100'000;
+    scheduler().set_pace(200.0);
+    while (real_now() < goal)
         scheduler().wait(nullptr, scheduler().now() + 100'000);
     scheduler().set_pace(std::nullopt);
     const Microseconds real = real_now() - real_start;
