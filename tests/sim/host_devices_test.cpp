@@ -136,7 +136,8 @@ TEST_F(NetworkRequest, KeepsAddresses) {
     }
     EXPECT_EQ(set_address(SIOCSIFNETMASK, "255.0.255.0"), -EINVAL);
     machine().set_privilege_refused(true);
-    EXPECT_EQ(set_address(SIOCSIFADDR, "1.0.0.0"), -EPERM);
+    for (const unsigned long number : {SIOCSIFNETMASK, SIOCSIFADDR, SIOCSIFFLAGS})
+        EXPECT_EQ(set_address(number, "1.0.0.0"), -EPERM);
     EXPECT_EQ(address(SIOCGIFADDR), "172.16.1.2");
 }
 

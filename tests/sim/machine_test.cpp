@@ -46,7 +46,9 @@ TEST(Report, AReaderThatHasGoneEndsIt) {
     report.open(ends[1]);
     EXPECT_EQ(fcntl(ends[1], F_GETFD), FD_CLOEXEC);
     close(ends[0]);
+    errno = 12;
     report.write("in vain");
+    EXPECT_EQ(errno, 12);
     EXPECT_FALSE(report.is_open());
     std::signal(SIGPIPE, former);
 }
