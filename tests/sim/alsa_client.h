@@ -82,8 +82,8 @@ public:
                       : static_cast<int>(snd_ctl_elem_value_get_integer(values_, i));
     }
 
-    // From the least to the largest value, in hundredths; {} where there is no scale. libasound
-    // finds it by the element's place in the list.
+    // From the least to the largest value, in hundredths. libasound finds the scale by the
+    // element's place in the list.
     std::pair<long, long> decibels(unsigned place) {
         snd_ctl_elem_id_t* id = nullptr;
         snd_ctl_elem_id_alloca(&id);

@@ -115,6 +115,7 @@ TEST_F(AlsaLoopTest, TheAnalogLineIs40FramesLongAndACrackle10MsLong) {
 TEST_F(AlsaLoopTest, AToneHasTheLevelOfSettingsCableAndFaults) {
     constexpr double tone = -9.03, noise = -90;
     constexpr const char* line_out = "Line Out Playback Volume";
+    constexpr const char* boost = "MicBoost Playback Switch";
     constexpr const char* phones = "Headphone Playback Switch";
     constexpr const char* line_in = "Line In Capture Volume";
     constexpr const char* more_in = "Line In Level Capture Volume";
@@ -126,18 +127,11 @@ TEST_F(AlsaLoopTest, AToneHasTheLevelOfSettingsCableAndFaults) {
         std::uint8_t microphone = 0; // the CPLD's switches
         double tone_hz = 1000, dc_db = -66;
     } cases[] = {
-        {Board::aes, "", "", {}, tone, tone},
         {Board::aes, "", "", {{line_in, {48, 48}}}, tone - 6.74, tone - 24, 0x01},
         {Board::aes, "", "", {{line_in, {24, 27}}}, tone, tone - 2.5 - 3, 0x20},
         {Board::aes, "", "", {{line_out, {100, 0}}}, tone - 27, noise},
         {Board::aes, "", "", {{line_out, {120, 120}}, {more_in, {1, 2}}}, tone - 4, tone - 1},
-        {Board::plain, "", "", {{line_in, {8, 1}}}, tone - 24, tone - 3},
-        {Board::plain,
-         "",
-         "",
-         {{"MicBoost Playback Switch", {0, 1}}, {line_in, {8, 8}}},
-         tone - 6.74,
-         tone - 24},
+        {Board::plain, "", "", {{boost, {0, 1}}, {line_in, {8, 1}}}, tone - 6.74, tone - 3},
         {Board::plain, "", "", {{"Phantom Playback Switch", {0, 1}}}, tone, tone - 2.5},
         {Board::aes, "", "", {{"Line Out Playback Switch", {0, 1}}}, noise, tone},
         {Board::aes, "", "", {{"Line In Capture Switch", {1, 0}}}, tone, noise},
@@ -145,16 +139,13 @@ TEST_F(AlsaLoopTest, AToneHasTheLevelOfSettingsCableAndFaults) {
         {Board::aes, "analog-cable", "right", {}, noise, tone},
         {Board::aes, "analog-cable", "crossed", {{line_out, {120, 127}}}, tone, tone - 7},
         {Board::aes, "analog-cable", "phones", {{phones, {1, 0}}}, tone - 27, noise},
-        {Board::aes, "analog-gain", "-3", {}, tone - 3, tone - 3},
-        {Board::aes, "analog-gain", "40", {}, -0.185, -0.185, 0, 1000, -70}, // of 48 samples 46 are
-                                                                             // clipped
+        // Clipped are 46 of 48 samples.
+        {Board::aes, "analog-gain", "40", {}, -0.185, -0.185, 0, 1000, -70},
         {Board::aes, "analog-hum", "-60", {{line_out, {0, 0}}}, -63, -63},
         {Board::aes, "analog-noise", "-70", {{line_out, {0, 0}}}, -69.96, -69.96},
         {Board::aes, "analog-dc", "-30", {}, tone, tone, 0, 1000, -30},
         {Board::aes, "analog-input-dead", "1", {}, noise, tone},
-        {Board::aes, "analog-droop", "5000", {}, tone - 8, tone - 8, 0, 5000},
         {Board::aes, "analog-droop", "5000", {}, tone - 3.57, tone - 3.57, 0, 3000},
-        {Board::aes, "analog-droop", "5000", {}, tone, tone, 0, 100},
     };
     for (const auto& row : cases) {
         SCOPED_TRACE(&row - cases);

@@ -36,12 +36,15 @@ TEST(FaultsTest, AnErrorNamesTheFaultAndTheWayOut) {
         {Board::aes, "", "", "unknown fault"},
         {Board::aes, "key-held", "L", "fault key-held needs a key, one of 0123456789*#KEACDM"},
         {Board::aes, "key-dead", "55", "needs a key"},
-        {Board::aes, "panel-type", "256", "needs a number from 0 to 255"},
+        {Board::aes, "panel-type", "256", "needs a number from 0 to 255: for example"},
+        {Board::aes, "parallel-open", "8", "needs a number from 0 to 7:"},
+        {Board::aes, "parallel-tied-low", "7", "needs a number from 0 to 6:"},
+        {Board::aes, "encoder-dead", "3", "needs a number from 1 to 2:"},
+        {Board::aes, "serial-absent", "0", "needs a number from 1 to 2:"},
+        {Board::aes, "analog-input-dead", "3", "needs a number from 1 to 2:"},
         {Board::aes, "panel-type", "0x-1", "needs a number"},
-        {Board::aes, "thread-create", "0", "needs a number from 1"},
         {Board::aes, "panel-dead", "1", "takes no value"},
         {Board::aes, "parallel-flaky", "3", "needs LINE:N, two numbers from 0:1 to 7:1000000"},
-        {Board::aes, "parallel-flaky", "8:1", "for example parallel-flaky=7:1000000"},
         {Board::aes, "parallel-flaky", "3:", "needs LINE:N"},
         {Board::aes, "link-down", "eth1", "needs one of eth0|usb0"},
         {Board::aes, "sda-stuck", "0", "board aes: choose board i2c or engine"},
@@ -57,27 +60,6 @@ TEST(FaultsTest, AnErrorNamesTheFaultAndTheWayOut) {
     EXPECT_EQ(fault_error(Board::none, "no-privilege", ""), "");
 }
 
-TEST(FaultsTest, ANumberHasItsRange) {
-    constexpr std::pair<std::string_view, const char*> ranges[] = {
-        {"analog-dc", "-100 to 0:"},           {"analog-droop", "20 to 20000:"},
-        {"analog-gain", "-100 to 40:"},        {"analog-hum", "-100 to 0:"},
-        {"analog-input-dead", "1 to 2:"},      {"analog-noise", "-100 to 0:"},
-        {"capture-overrun", "1 to 3600:"},     {"cpld-id", "0 to 255:"},
-        {"cpld-version", "0 to 255:"},         {"encoder-dead", "1 to 2:"},
-        {"key-word-invalid", "1 to 1000000:"}, {"parallel-high", "0 to 7:"},
-        {"parallel-inverted", "0 to 7:"},      {"parallel-low", "0 to 7:"},
-        {"parallel-open", "0 to 7:"},          {"parallel-tied-high", "0 to 6:"},
-        {"parallel-tied-low", "0 to 6:"},      {"playback-underrun", "1 to 3600:"},
-        {"serial-absent", "1 to 2:"},          {"serial-byte-flipped", "1 to 1000000:"},
-        {"serial-byte-lost", "1 to 1000000:"}, {"serial-first-number", "0 to 9:"},
-        {"serial-late", "1 to 3600:"},         {"serial-output-refused", "1 to 2:"},
-        {"serial-second-number", "0 to 9:"},   {"serial-settings-refused", "1 to 2:"},
-        {"serial-speed-wrong", "1 to 2:"},     {"thread-create", "1 to 99:"},
-    };
-    for (const auto& [name, range] : ranges)
-        EXPECT_THAT(fault_error(Board::aes, name, "?"), testing::HasSubstr(range));
-}
-
 TEST(FaultsTest, ALinkIsDownForItsTime) {
     const struct {
         const char* fault;
@@ -91,9 +73,8 @@ TEST(FaultsTest, ALinkIsDownForItsTime) {
         std::vector<std::string> seen;
         device.set_fault(fault, "usb0");
         for (int ms = 0; ms <= 10'000; ++ms) {
-            for (const std::string& event : surroundings.events)
+            for (const std::string& event : std::exchange(surroundings.events, {}))
                 seen.push_back(std::to_string(ms) + event.substr(4, event.find(" interface") - 4));
-            surroundings.events.clear();
             surroundings.advance(1000);
         }
         EXPECT_EQ(seen, history) << fault;
