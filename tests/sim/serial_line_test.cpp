@@ -100,17 +100,6 @@ TEST_F(SerialLine, ASideMakesOfBytesWhatTheKernelDoes) {
         }
 }
 
-TEST_F(SerialLine, BeginsLikeANewAdapterWhoeverOpensIt) {
-    begin_anew([](termios&) {});
-    termios settings{};
-    const int again = open("/dev/ttyUSB1", O_RDWR | O_CLOEXEC);
-    EXPECT_EQ(fcntl(again, F_GETFD), FD_CLOEXEC);
-    EXPECT_EQ(tcgetattr(again, &settings), 0);
-    EXPECT_EQ(settings.c_cflag, unsigned{B9600 | CS8 | CREAD | HUPCL | CLOCAL});
-    EXPECT_EQ(settings.c_lflag & (ICANON | ECHO | ISIG), unsigned{ICANON | ECHO | ISIG});
-    close(again);
-}
-
 TEST_F(SerialLine, AChildOfAForkHasNeitherThreadsNorLinesOfItsParent) {
     const std::jthread other([] { usleep(500); });
     const pid_t child = fork();
@@ -144,36 +133,6 @@ TEST_F(SerialLine, WaitsInVirtualTime) {
     EXPECT_EQ(errno, EAGAIN);
 }
 
-TEST_F(SerialLine, OutputIsWaitedForAndDropped) {
-    begin_anew(raw, B19200);
-    const std::string text(96, 'x'); // takes 50 ms
-    int sending = 0, arrived = 0;
-    termios settings{};
-    tcgetattr(first_, &settings);
-    send(first_, text);
-    EXPECT_EQ(ioctl(first_, TIOCOUTQ, &sending), 0);
-    EXPECT_EQ(tcdrain(first_), 0);
-    EXPECT_EQ(since_start(), 50'000);
-    EXPECT_EQ(ioctl(second_, FIONREAD, &arrived), 0);
-    EXPECT_EQ(sending + arrived, 96 + 96);
-    send(second_, text);
-    EXPECT_EQ(tcsetattr(second_, TCSAFLUSH, &settings), 0);
-    EXPECT_EQ(since_start(), 100'000);
-    EXPECT_FALSE(has_data(second_, 0));
-    send(first_, text);
-    usleep(25'000);
-    EXPECT_EQ(tcflush(first_, TCOFLUSH), 0);
-    EXPECT_EQ(received(second_), text.substr(48));
-    // The last close drops what was not read, and what comes after it.
-    send(first_, text);
-    usleep(25'000);
-    EXPECT_TRUE(has_data(second_, 0));
-    close(second_);
-    usleep(12'500);
-    second_ = open("/dev/ttyUSB1", O_RDWR);
-    EXPECT_EQ(received(second_), text.substr(72));
-}
-
 TEST_F(SerialLine, AFullTransmitterMakesAWriteWait) {
     begin_anew(raw, B115200);
     send(first_, std::string(5000, 'x'));
@@ -199,13 +158,6 @@ TEST_F(SerialLine, APulledOutAdapterHangsUp) {
     EXPECT_EQ(state.revents, POLLERR | POLLHUP);
     machine().device().serial()[2].plug();
     EXPECT_EQ(read(second_, &c, 1), 0) << "the old descriptor stays dead";
-}
-
-TEST_F(SerialLine, FaultsStrikeWhereTheySay) {
-    machine().apply_fault({"serial-byte-lost", "3", 0});
-    machine().apply_fault({"serial-byte-flipped", "4", 0});
-    send(first_, "abcde");
-    EXPECT_EQ(received(second_), "abee");
 }
 
 TEST(SerialAdapterModel, SamplesAFrameInTheMiddleOfItsOwnBits) {
