@@ -2,42 +2,30 @@
 
 #include <gtest/gtest.h>
 #include <string>
-#include <tuple>
+#include <utility>
 
-namespace {
-
-// Whether art is a font, of all characters with two rows of "#." and ".#" each; but one
-// character has another heading and other pieces.
-bool is_font(char other, std::string heading, std::string upper, std::string lower,
-             GRCfontData font = {}) {
-    std::string lines[3];
-    for (char next = '!'; next <= '~'; ++next) {
-        lines[0] += (next == other ? heading : std::string(1, next)) + " ";
-        lines[1] += (next == other ? upper : "#.") + " ";
-        lines[2] += (next == other ? lower : ".#") + " ";
-    }
-    return readFontArt(lines[0] + "\n" + lines[1] + "\n" + lines[2], 2, 3, font);
-}
-
-} // namespace
-
+// The band of one character among the sound ones of all others.
 TEST(FontArt, OnlyWellFormedArtIsAFont) {
-    const std::tuple<bool, char, const char*, const char*, const char*> cases[] = {
-        {true, 'K', "K", "#", "#"},
-        {true, 'K', "K", "########", "......##"},
-        {false, 'K', "K", "#########", "........."}, // too wide
-        {false, 'K', "K", "##", "#"},                // ragged
-        {false, 'K', "K", "##", "###"},
-        {false, 'K', "K", "##", "#o"}, // no pixel
-        {false, 'K', "L", "##", "##"}, // another order
-        {false, 'K', "KL", "##", "##"},
-        {false, 'K', "K", "##", ""}, // pieces too few or too many
-        {false, 'K', "K", "##", "## ##"},
-        {false, '~', "", "", ""}, // characters too few or too many
-        {false, '~', "~ \x7F", "## ##", "## ##"},
-        {false, '~', "~", "##\n", "##"}, // a line missing
-        {false, '~', "~", "##", "##\n#"},
+    const std::pair<const char*, bool> bands[] = {
+        {"K\n#\n#\n", true},
+        {"\nK\n########\n......##\n\n", true},
+        {"K\n#########\n.........\n", false}, // too wide
+        {"K\n##\n#\n", false},                // ragged
+        {"K\n##\n###\n", false},
+        {"K\n##\n#o\n", false}, // no pixel
+        {"L\n##\n##\n", false}, // another order
+        {"KL\n##\n##\n", false},
+        {"K\n##\n\n", false}, // pieces too few or too many
+        {"K\n##\n## ##\n", false},
+        {"", false}, // a character or a line missing
+        {"K\n##\n", false},
     };
-    for (const auto& [is_sound, character, heading, upper, lower] : cases)
-        EXPECT_EQ(is_font(character, heading, upper, lower), is_sound) << upper << "/" << lower;
+    for (const auto& [band, is_sound] : bands) {
+        std::string art;
+        for (char next = '!'; next <= '~'; ++next)
+            art += next == 'K' ? band : std::string(1, next) + "\n#.\n.#\n";
+        GRCfontData font;
+        EXPECT_EQ(readFontArt(art, 2, 3, font), is_sound) << band;
+        EXPECT_FALSE(readFontArt(art + "\x7F\n#\n#\n", 2, 3, font)) << "one too many";
+    }
 }

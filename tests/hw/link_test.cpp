@@ -37,13 +37,6 @@ void read_engine(const Block& expected) {
     EXPECT_EQ(received, expected);
 }
 
-void open_hss() {
-    Myfplink_hss link(base);
-    link.init();
-    EXPECT_TRUE(link.panelType == 0x3C && link.panelVersion == 7);
-    EXPECT_EQ(link.keyStatus(), 0x94832211U);
-}
-
 } // namespace
 
 TEST(Links, SendTheMessagesOfThePanel) {
@@ -115,7 +108,6 @@ TEST(Registers, AreUsedInTheRightOrder) {
         {[] { Switches(base).watchdog(0x107); }, "wc=07"},
         {[] { Myfplink_hss(base).put_data(static_cast<unsigned char>(0x15)); },
          "r4=80 r4=ff r4=7f w5=15"},
-        {open_hss, "w4=01 r5=3c r6=07 r7=11 r8=22 r9=83 ra=94"},
         {[] { EXPECT_EQ(K4parallel(base).outNin(0xFFFFFFA5), 0x22U); },
          "w2=a5 w@0080=a5 r3=11 w@0080=11 r3=22 w@0080=22"},
     };
