@@ -56,7 +56,7 @@ bench: build
 
 # The same sources give the same bytes, wherever they are built.
 reproducible: setup
-	@tests/rules/check_reproducible.sh .
+	@scripts/reproducible .
 
 format:
 	@git ls-files '*.cpp' '*.h' | xargs clang-format -i

@@ -89,6 +89,8 @@ TEST(Astr, CountsNodesAndBytes) {
     EXPECT_EQ(after.nodesLive, before.nodesLive);
     EXPECT_EQ(after.bytesHeld, before.bytesHeld);
     EXPECT_GE(after.bytesPeak, before.bytesHeld + (1 << 20) * 3 / 2);
+    EXPECT_GE(after.nodesPeak, before.nodesLive + 1);
+    EXPECT_LT(after.nodesPeak, before.nodesLive + 100);
 }
 
 TEST(Astr, ViewsCharactersThatChange) {
@@ -130,6 +132,7 @@ TEST(Astr, TellsTheFirstInconsistency) {
         return code;
     };
     CapturedConsole console;
+    EXPECT_EQ(codeAfter([](OpenString&) {}), 0);
     EXPECT_EQ(codeAfter([](OpenString& s) { s.clr(); }), 0);
     EXPECT_EQ(codeAfter([](OpenString& s) { s.text_ = nullptr; }), -1);
     EXPECT_EQ(codeAfter([](OpenString& s) { s.node_ = nullptr; }), -2);

@@ -10,11 +10,6 @@ namespace {
 
 using AlsaControlTest = AlsaTest;
 
-TEST_F(AlsaControlTest, OpensUnderTheStockNames) {
-    for (const auto& [name, result] : {std::pair{"default", 0}, {"hw:K4", 0}, {"hw:32", -EINVAL}})
-        EXPECT_EQ((Opened<snd_ctl_t, snd_ctl_open, snd_ctl_close>(name, 0).result), result) << name;
-}
-
 TEST_F(AlsaControlTest, EachElementTakesItsValuesAndNoOthers) {
     const struct {
         Board board;

@@ -38,21 +38,6 @@ TEST(Machine, APortThatReadsTheSameForLongIsReadOnceAMillisecond) {
     EXPECT_EQ(time_of_reads(3), 3);
 }
 
-TEST(Report, AReaderThatHasGoneEndsIt) {
-    const auto former = std::signal(SIGPIPE, SIG_IGN);
-    int ends[2];
-    ASSERT_EQ(pipe(ends), 0);
-    Report report;
-    report.open(ends[1]);
-    EXPECT_EQ(fcntl(ends[1], F_GETFD), FD_CLOEXEC);
-    close(ends[0]);
-    errno = 12;
-    report.write("in vain");
-    EXPECT_EQ(errno, 12);
-    EXPECT_FALSE(report.is_open());
-    std::signal(SIGPIPE, former);
-}
-
 // A process that is recorded as under the launcher: the report comes out of standard error.
 void print_recorded(const char* console, const char* text, const std::function<void()>& end) {
     dup2(open(console, O_WRONLY), STDOUT_FILENO);

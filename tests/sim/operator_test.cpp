@@ -88,25 +88,6 @@ protected:
     std::unique_ptr<Operator> person_;
 };
 
-TEST_F(OperatorTest, TheAutomaticOneDoesWhatTheRowAsksFor) {
-    begin(OperatorKind::automatic);
-    show("OK");
-    actions_for(22 * second); // once everything
-    const std::string knob_1 = "turn encoder=1 step=-1;turn encoder=1 step=1;";
-    const std::string knob_2 = "turn encoder=2 step=-1;turn encoder=2 step=1;";
-    const std::pair<const char*, std::string> cases[] = {
-        {"LRhH0E", knob_1 + knob_2 + "press key=0;press key=E;"},
-        {"Missing Ml Mr M Esc H Hl Hr ", knob_1 + "press key=K;press key=E;press key=M;" + knob_2},
-        {"Not running", ""},
-    };
-    for (const auto& [status, asked_for] : cases) {
-        show(status);
-        const std::string actions = actions_for(second);
-        show("OK");
-        EXPECT_EQ(actions + actions_for(10 * second), asked_for) << status;
-    }
-}
-
 TEST_F(OperatorTest, AStepOfAScenarioIsDoneOnceWhenItIsDue) {
     begin(OperatorKind::none, {{Trigger::console, second / 2, "init error", "press 1"},
                                {Trigger::screen, second / 5, "Frontpanel 0123", "press 2"},

@@ -160,14 +160,4 @@ TEST_F(SerialLine, APulledOutAdapterHangsUp) {
     EXPECT_EQ(read(second_, &c, 1), 0) << "the old descriptor stays dead";
 }
 
-TEST(SerialAdapterModel, SamplesAFrameInTheMiddleOfItsOwnBits) {
-    for (const unsigned receiver : {9600u, 9200u, 10'000u})
-        EXPECT_EQ(sampled_byte(0x5A, 9600, receiver), 0x5A);
-    // Twice as fast: data bits 2, 4 and 6 are seen, then the stop bit and the idle line.
-    EXPECT_EQ(sampled_byte(0b00010000, 19200, 9600), 0b11111010);
-    // Half as fast: the second half of the start bit, each of three bits twice, half a bit.
-    EXPECT_EQ(sampled_byte(0b00000101, 9600, 19200), 0b01100110);
-    EXPECT_EQ(sampled_byte(0b00001000, 9600, 19200), 0b10000000);
-}
-
 } // namespace

@@ -64,30 +64,10 @@ TEST(Audio, ACrackleLetsTheCountOfSilenceBeginAgain) {
     EXPECT_TRUE(row_shows(run.last_lit(), audio_row, row_labels[audio_row], "OK"));
 }
 
-TEST(Audio, TheSweepGoesOnAfterAnUnderrun) {
-    const RunResult run = operated("plain", {"run"}, {"playback-underrun=3@35"});
-    EXPECT_EQ(count_of("!!!!! UNDERRUN - Playout restart !!!!!\r\n", run.console),
-              run.count_events("sound", "underrun"));
-    EXPECT_GT(run.count_events("sound", "underrun"), 5);
-    EXPECT_TRUE(row_shows(run.last_lit(), audio_row, row_labels[audio_row], "OK"));
-}
-
 TEST(Audio, ThePictureNamesTheLineMode) {
     const RunResult run = operated("plain", {"run", "nomicboost"}, {"analog-gain=4"});
     EXPECT_TRUE(row_shows(run.last_lit(), audio_row, row_labels[audio_row],
                           "Loop gain (line) 4.0 4.0 (2)"));
-}
-
-TEST(Audio, PhantomPowerAlternatesWhileTheLoopIsWaitedFor) {
-    const RunResult run = operated("aes", {"run"}, {"analog-cable=never"});
-    std::vector<int> inputs;
-    for (const auto& event : run.events)
-        if (event.at("source") == "sound" && event.at("event") == "phantom" && event.at("on"))
-            inputs.push_back(event.at("input"));
-    ASSERT_GT(inputs.size(), 20U);
-    EXPECT_EQ(inputs.front(), 1);
-    EXPECT_EQ(std::adjacent_find(inputs.begin(), inputs.end()), inputs.end());
-    expect_safe_inputs(run);
 }
 
 } // namespace

@@ -107,11 +107,6 @@ TEST(Frontpanel, TheReducedKeySetAsksForKnobsAndEscOnly) {
     const RunResult some = operate({"press A", "press M", "turn 2 1", "press E"}, keywords);
     EXPECT_TRUE(row_shows(some.last_lit(), 2, "Frontpanel", "Missing Ml Mr M H Hl "));
     EXPECT_EQ(printed_keys(some), (std::vector<int>{16, 21, 15}));
-
-    const RunResult all = operate({"press M", "press K", "turn 1 1", "turn 1 -1", "turn 2 1",
-                                   "turn 2 -1", "press M", "press E"},
-                                  keywords);
-    EXPECT_TRUE(row_shows(all.last_lit(), 2, "Frontpanel", "OK"));
 }
 
 } // namespace

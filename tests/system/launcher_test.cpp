@@ -229,14 +229,4 @@ TEST_F(Launcher, TellsOfAnEndThatIsNotThePrograms) {
     std::signal(SIGHUP, former);
 }
 
-TEST_F(Launcher, EndsARunAtItsLimit) {
-    const CommandResult result =
-        launch("run --operator none --record record --limit 1.5 -- " K4_PROGRAM " run");
-    EXPECT_EQ(result.status, 124);
-    EXPECT_NE(result.error.find("limit of 1.5 virtual seconds"), std::string::npos) << result.error;
-    EXPECT_TRUE(recorded("events.jsonl")
-                    .ends_with("{\"t\":1500000,\"source\":\"program\",\"event\":\"limit\"}\n"));
-    EXPECT_EQ(report().value("seconds", 0.0), 1.5);
-}
-
 } // namespace

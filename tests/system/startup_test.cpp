@@ -70,18 +70,6 @@ TEST(Startup, AnotherKeyDoesNotBegin) {
     EXPECT_EQ(run.count_events("program", "thread-start"), 0);
 }
 
-TEST(Startup, WithoutPrivilegeReportsAndGoesOn) {
-    RunPlan plan;
-    plan.keywords = {};
-    plan.faults = {"no-privilege"};
-    plan.limit_s = 5;
-    const RunResult run = run_on_virtual_k4(plan);
-    EXPECT_TRUE(run.console_has("Key querier init error -49999")) << run.console;
-    EXPECT_TRUE(run.console_has("Frontpanel init error -49999")) << run.console;
-    EXPECT_TRUE(run.console_has("FP init error -49999")) << run.console;
-    EXPECT_EQ(run.status, 124);
-}
-
 struct StartFailure {
     int failing_thread;
     int code;

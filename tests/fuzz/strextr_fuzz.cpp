@@ -1,0 +1,7 @@
+#include "../baselib/strextr_model.h"
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+    Choices choices(data, size);
+    compareExtraction(choices);
+    return 0;
+}
