@@ -28,7 +28,9 @@ constexpr std::uint8_t linkBusy = 0x80;
 // MymainCPLD_0x02_0x01
 constexpr int offsetSwitches = 0x0B;
 constexpr int offsetWatchdog = 0x0C;
+constexpr int boostBit = 0;
 constexpr int phantomBit = 4;
+constexpr int switchedChannels = 4;
 
 } // namespace
 
@@ -110,17 +112,22 @@ void MymainCPLD_0x01_0x09::blink(unsigned char pattern) {
     ports_.out(offsetBlink, pattern);
 }
 
-int MymainCPLD_0x02_0x01::micboost(int channel, bool on) const { return setSwitch(channel, on); }
+int MymainCPLD_0x02_0x01::micboost(int channel, bool on) const {
+    return setSwitch(boostBit, channel, on);
+}
 
 int MymainCPLD_0x02_0x01::phantom(int channel, bool on) const {
-    return setSwitch(phantomBit + channel, on);
+    return setSwitch(phantomBit, channel, on);
 }
 
 void MymainCPLD_0x02_0x01::watchdog(unsigned int value) const {
     ports_.out(offsetWatchdog, static_cast<std::uint8_t>(value));
 }
 
-int MymainCPLD_0x02_0x01::setSwitch(int bit, bool on) const {
+// A channel too high would reach the switches of the other kind.
+int MymainCPLD_0x02_0x01::setSwitch(int firstBit, int channel, bool on) const {
+    if (channel < 0 || channel >= switchedChannels) return errorNoSuchChannel;
+    const int bit = firstBit + channel;
     const int others = ports_.in(offsetSwitches) & ~(1 << bit);
     ports_.out(offsetSwitches, static_cast<std::uint8_t>(others | on << bit));
     return 0;

@@ -19,7 +19,9 @@ public:
     virtual void blink(unsigned char pattern) = 0;
 
     // Switch the microphone boost or the phantom power of an analog input, 0..3. Return 0,
-    // also where the CPLD has no such switch; then nothing happens.
+    // also where the CPLD has no such switch; then nothing happens. errorNoSuchChannel, and
+    // nothing happens, for another channel where it has them.
+    static constexpr int errorNoSuchChannel = -49996;
     virtual int micboost(int /*channel*/, bool /*on*/) const { return 0; }
     virtual int phantom(int /*channel*/, bool /*on*/) const { return 0; }
 
@@ -104,7 +106,7 @@ public:
     void watchdog(unsigned int value) const override;
 
 private:
-    int setSwitch(int bit, bool on) const;
+    int setSwitch(int firstBit, int channel, bool on) const;
 };
 
 // Stands in where no known CPLD answers: its link is the fake one, all else does nothing.

@@ -52,6 +52,7 @@ int CHfrontpanelK4::kbdGetkey() {
 int CHfrontpanelK4::kbdGetAll(int event) { return keys_.getall(event); }
 
 bool CHfrontpanelK4::saveScreenImage(const char* path) const {
+    if (path == nullptr) return false;
     std::vector<unsigned int> colours;
     colours.reserve(pixelCount);
     for (int y = 0; y < displaySize.height; ++y)

@@ -47,17 +47,14 @@ public:
     // success; otherwise no file is left behind.
     [[nodiscard]] bool saveScreenImage(const char* path) const;
 
+    std::unique_ptr<CHgenericWriteChanges> writer;
+    GRCdisplay display;
+
 private:
     bool initDisplay(int shmKey);
     int initController();
 
     std::unique_ptr<CHGenericOLEDController> controller_;
-
-public:
-    std::unique_ptr<CHgenericWriteChanges> writer;
-    GRCdisplay display;
-
-private:
     CHfpK4keyBuf keys_;
     std::unique_ptr<KLTsharedMemory> shared_;
 };

@@ -20,6 +20,14 @@ public:
     static constexpr int noEvent = -1;
     static constexpr const char* keyCharacters = "0123456789*#LRKEACDMhH";
 
+    // Keys with a meaning of their own: two that let the tests begin, one that aborts them.
+    static constexpr int codeStart7 = 7;
+    static constexpr int codeStartM = 19;
+    static constexpr int codeEscape = 15;
+    static constexpr bool isStart(int event) {
+        return event == codeStart7 || event == codeStartM;
+    }
+
     // Sets how many positions the encoders count before they start again at 0: 16 for
     // panel versions below 8, else 64. Returns that number; it is 16 before.
     int init(int panelVersion);

@@ -14,6 +14,9 @@ class CHmainboardCPLD_K4 {
 public:
     static constexpr int errorNoPrivilege = -49999;
 
+    // The ID of the mainboard that has AES/EBU hardware.
+    static constexpr std::uint8_t idWithAesebu = 2;
+
     CHmainboardCPLD_K4();
     ~CHmainboardCPLD_K4();
 

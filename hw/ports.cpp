@@ -8,6 +8,10 @@ namespace {
 constexpr int fullPrivilege = 3;
 
 thread_local bool isPrivileged = false;
+thread_local void (*whileWaiting)() = nullptr;
+
+// A device that works is ready long before.
+constexpr unsigned looksBetweenActions = 1024;
 
 } // namespace
 
@@ -34,6 +38,10 @@ void portOut(std::uint16_t port, std::uint8_t value) {
 // a thread could not be ended, and the program would hang when a start-up that failed
 // cancels and joins the threads that it had started.
 void portWaitClear(std::uint16_t port, std::uint8_t mask) {
-    while ((portIn(port) & mask) != 0)
+    for (unsigned looks = 1; isPrivileged && (portIn(port) & mask) != 0; ++looks) {
         pthread_testcancel();
+        if (whileWaiting && looks % looksBetweenActions == 0) whileWaiting();
+    }
 }
+
+void portWhileWaiting(void (*action)()) { whileWaiting = action; }

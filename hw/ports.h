@@ -26,8 +26,12 @@ bool portRequestPrivilege();
 void portOut(std::uint16_t port, std::uint8_t value);
 
 // Reads the port until every bit of the mask is 0. Has no time limit, and is a
-// cancellation point. Never ends on a thread without privilege.
+// cancellation point. Returns at once on a thread without privilege.
 void portWaitClear(std::uint16_t port, std::uint8_t mask);
+
+// What the calling thread does now and then while such a wait lasts, for a thread that must not
+// miss what else happens. Null, as at first: nothing.
+void portWhileWaiting(void (*action)());
 
 // The registers of a device: ports counted from its base.
 class PortBlock {

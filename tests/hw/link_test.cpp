@@ -105,6 +105,8 @@ TEST(Registers, AreUsedInTheRightOrder) {
         {[] { EXPECT_EQ(Switches(base).micboost(3, false), 0); }, "rb=ff wb=f7"},
         {[] { EXPECT_EQ(Switches(base).phantom(0, false), 0); }, "rb=a5 wb=a5"},
         {[] { EXPECT_EQ(Switches(base).phantom(3, true), 0); }, "rb=5a wb=da"},
+        {[] { EXPECT_EQ(Switches(base).micboost(4, true), -49996); }, ""},
+        {[] { EXPECT_EQ(Switches(base).phantom(-1, true), -49996); }, ""},
         {[] { Switches(base).watchdog(0x107); }, "wc=07"},
         {[] { Myfplink_hss(base).put_data(static_cast<unsigned char>(0x15)); },
          "r4=80 r4=ff r4=7f w5=15"},
