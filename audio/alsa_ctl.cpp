@@ -1,14 +1,7 @@
 #include "audio/alsa_ctl.h"
 
+#include "audio/quiet_call.h"
 #include "baselib/text/astr.h"
-#include "baselib/thread/thread.h"
-
-#include <cstdarg>
-
-// The header forgets the linkage of one function.
-extern "C" {
-#include <alsa/error.h>
-}
 
 #include <algorithm>
 #include <alsa/asoundlib.h>
@@ -42,22 +35,6 @@ Owned make(int (*allocate)(T**)) {
     T* object = nullptr;
     return Owned(allocate(&object) < 0 ? nullptr : object);
 }
-
-void sayNothing(const char*, int, const char*, int, const char*, va_list) {}
-
-// For a block that calls ALSA: keeps its messages from the console, for this thread, and
-// cancellation away, since ALSA would not give back its locks.
-class QuietCall {
-public:
-    QuietCall() : former_(snd_lib_error_set_local(sayNothing)) {}
-    ~QuietCall() { snd_lib_error_set_local(former_); }
-    QuietCall(const QuietCall&) = delete;
-    QuietCall& operator=(const QuietCall&) = delete;
-
-private:
-    const KLTptNoCancel noCancel_;
-    snd_local_error_handler_t former_;
-};
 
 // All elements of a card; null when ALSA can't tell.
 List elements(snd_ctl_t* card) {

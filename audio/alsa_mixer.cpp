@@ -1,7 +1,7 @@
 #include "audio/alsa_mixer.h"
 
+#include "audio/quiet_call.h"
 #include "baselib/print/nstream.h"
-#include "baselib/thread/thread.h"
 
 #include <algorithm>
 #include <alsa/asoundlib.h>
@@ -79,7 +79,7 @@ int KLTalsaMixer::open(const KLTastrc& device) {
     if (device.length() == 0) return KLTmixerNoName;
     close();
     const KLTastr copy(device);
-    const KLTptNoCancel noCancel; // ALSA holds locks of its own
+    const QuietCall quiet;
     if (snd_mixer_open(&handle_, 0) < 0) {
         handle_ = nullptr;
         return KLTmixerOpenFailed;
@@ -95,7 +95,7 @@ int KLTalsaMixer::open(const KLTastrc& device) {
 void KLTalsaMixer::close() {
     name_.clr();
     if (!handle_) return;
-    const KLTptNoCancel noCancel; // closes files, which is a cancellation point
+    const QuietCall quiet;
     snd_mixer_close(handle_);
     handle_ = nullptr;
 }
@@ -168,11 +168,12 @@ void KLTalsaMixerEle::dump(KLTprint& print) const {
 template <class SetChannel>
 int KLTalsaMixerEle::setChannels(uint32_t mask, SetChannel setChannel) {
     const uint32_t chosen = mask & channels();
+    int first = 0;
     for (int channel = 0; channel < maxChannels; ++channel) {
         const int result = isSet(chosen, channel) ? setChannel(channel) : 0;
-        if (result < 0) return result;
+        if (first == 0) first = status(result);
     }
-    return 0;
+    return first;
 }
 
 void KLTalsaMixerEle::dumpVolume(KLTprint& print) const {

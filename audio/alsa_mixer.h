@@ -71,7 +71,8 @@ public:
     bool hasSwitch() const;
 
     // The raw volume of the channels of mask, in steps of the card; allChannels sets all at
-    // once. Channels that don't exist are left out. Ends with the first error.
+    // once. Channels that don't exist are left out. A channel that refuses does not keep the
+    // others from being set; the first error is returned.
     // KLTmixerNoSuchControl, or ALSA's code.
     int volume(int level, int mask);
     // The switch of each channel: on where its bit is set. All 32 bits alike set all at once.

@@ -41,7 +41,20 @@ int KLTkestraMixer::openMixer(bool aesHardware, const KLTastrc& device) {
     return 0;
 }
 
+void KLTkestraMixer::openRest() {
+    const int count = aesHardware_ ? commonCount : elementCount;
+    for (int index = 0; index < count; ++index)
+        if (!(*this)[index].isOpen())
+            static_cast<void>(initMixer(index, elements[index].name, elements[index].playback));
+}
+
+void KLTkestraMixer::close() {
+    closeElements();
+    KLTalsaMixer::close();
+}
+
 int KLTkestraMixer::initMixer(int index, const char* name, bool playback) {
+    if (index < 0 || index >= elementCount) return KLTmixerNotOpen;
     KLTalsaMixerEle& element = (*this)[index];
     const int error = element.open(*this, name);
     if (error == 0) element.playback(playback);
@@ -83,15 +96,19 @@ int KLTkestraMixer::setMicgain(bool on, int mask) {
 
 int KLTkestraMixer::initDefaults() {
     phantomBits_ = boostBits_ = 0;
-    int error = setOutlevel(nominalPlus4volume(), stereo);
-    if (error == 0) error = setHPout(0, stereo);
-    if (error == 0) error = setIngain(0, stereo);
-    if (error == 0) error = setInlevel(nominalInputLevel(), stereo);
+    int first = 0;
+    const auto note = [&first](int error) {
+        if (first == 0) first = error;
+    };
+    note(setOutlevel(nominalPlus4volume(), stereo));
+    note(setHPout(0, stereo));
+    note(setIngain(0, stereo));
+    note(setInlevel(nominalInputLevel(), stereo));
     for (const Index index : {lineOut, headphone, lineIn})
-        if (error == 0) error = elements_[index].switches(allOn);
-    if (error == 0) error = setPhantom(false, stereo);
-    if (error == 0) error = setMicgain(false, stereo);
-    return error;
+        note(elements_[index].switches(allOn));
+    note(setPhantom(false, stereo));
+    note(setMicgain(false, stereo));
+    return first;
 }
 
 void KLTkestraMixer::dump(KLTprint& print) const {

@@ -24,7 +24,11 @@ public:
     // Closes what is open, opens the mixer of the device (usually "default") and the elements
     // in their order. The first that fails ends this; those before it stay open.
     [[nodiscard]] int openMixer(bool aesHardware, const KLTastrc& device);
-    // Opens one of the elements, index as for [], under a name of its own.
+    // Opens the elements that openMixer left closed, as far as the card has them.
+    void openRest();
+    // Closes the mixer; no element is open any more.
+    void close();
+    // Opens an element, 0 to 5, under a name of its own; KLTmixerNotOpen for another index.
     [[nodiscard]] int initMixer(int index, const char* name, bool playback);
 
     // 0 to 5; any other index gives element 0.
@@ -46,8 +50,8 @@ public:
     int nominalInputLevel() const { return aesHardware_ ? 24 : 0; }
 
     // The power-on state: outputs at nominal level, headphones and input gain at 0, inputs at
-    // nominal level, all switched on; phantom power and microphone boost off. Ends with the
-    // first failure.
+    // nominal level, all switched on; phantom power and microphone boost off. What refuses does
+    // not keep the rest from being set; the first failure is returned.
     int initDefaults();
 
     // What elements 0 to 3 are; with AES/EBU hardware also 4 and 5, although these are open

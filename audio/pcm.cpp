@@ -1,8 +1,8 @@
 #include "audio/pcm.h"
 
+#include "audio/quiet_call.h"
 #include "baselib/print/out_handle.h"
 #include "baselib/print/print.h"
-#include "baselib/thread/thread.h"
 
 #include <alsa/asoundlib.h>
 #include <array>
@@ -49,6 +49,7 @@ int transfer(snd_pcm_t* handle, int configuredBytes, Buffer& buffer, Move move) 
 int KLTalsaPCMbase::open(const char* name) {
     close();
     if (!name || !*name) return KLTpcmBadArgument;
+    const QuietCall quiet;
     void* opened = nullptr;
     const int error = openDev(name, SND_PCM_NONBLOCK, &opened);
     if (error < 0) return error == -EBUSY ? KLTpcmBusy : KLTpcmOpenFailed;
@@ -59,7 +60,7 @@ int KLTalsaPCMbase::open(const char* name) {
 void KLTalsaPCMbase::close() {
     forget();
     if (!handle_) return;
-    const KLTptNoCancel noCancel; // closes files, which is a cancellation point
+    const QuietCall quiet;
     snd_pcm_close(handle_);
     handle_ = nullptr;
 }
@@ -74,6 +75,7 @@ int KLTalsaPCMbase::configure(int rate, int channels, bool softResample, int lat
                               int format) {
     if (!handle_) return KLTpcmNotOpen;
     if (format < 0 || format >= static_cast<int>(formats.size())) return KLTpcmBadFormat;
+    const QuietCall quiet;
     if (snd_pcm_set_params(handle_, formats[format], SND_PCM_ACCESS_RW_INTERLEAVED,
                            static_cast<unsigned>(channels), static_cast<unsigned>(rate),
                            softResample, static_cast<unsigned>(latencyMs) * usecPerMsec) < 0)
@@ -101,6 +103,7 @@ int KLTalsaPCMbase::stop() {
 
 int KLTalsaPCMbase::restart() {
     if (!handle_) return KLTpcmNotOpen;
+    const QuietCall quiet;
     const int result = snd_pcm_prepare(handle_);
     return failed("snd_pcm_prepare()", result) ? result : 0;
 }

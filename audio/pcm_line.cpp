@@ -1,6 +1,6 @@
 #include "audio/pcm_line.h"
 
-#include "baselib/thread/thread.h"
+#include "audio/quiet_call.h"
 
 #include <alsa/asoundlib.h>
 #include <memory>
@@ -16,7 +16,7 @@ using Parameters = std::unique_ptr<snd_pcm_hw_params_t, FreeParameters>;
 
 bool KLTalsaPCMline::open(const char* device, Direction direction) {
     close();
-    const KLTptNoCancel noCancel; // ALSA holds locks of its own
+    const QuietCall quiet;
     const auto stream =
         direction == Direction::capture ? SND_PCM_STREAM_CAPTURE : SND_PCM_STREAM_PLAYBACK;
     if (snd_pcm_open(&handle_, device, stream, SND_PCM_NONBLOCK) == 0) return true;
@@ -26,14 +26,14 @@ bool KLTalsaPCMline::open(const char* device, Direction direction) {
 
 void KLTalsaPCMline::close() {
     if (!handle_) return;
-    const KLTptNoCancel noCancel; // closes files, which is a cancellation point
+    const QuietCall quiet;
     snd_pcm_close(handle_);
     handle_ = nullptr;
 }
 
 bool KLTalsaPCMline::setRate(unsigned int rate_hz) {
     if (!handle_) return false;
-    const KLTptNoCancel noCancel;
+    const QuietCall quiet;
     snd_pcm_hw_params_t* allocated = nullptr;
     if (snd_pcm_hw_params_malloc(&allocated) < 0) return false;
     const Parameters parameters(allocated);

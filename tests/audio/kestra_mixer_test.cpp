@@ -78,16 +78,23 @@ TEST_F(KestraMixer, TellsWhatItHasNot) {
     EXPECT_EQ(mixer.setOutlevel(7, 3), 0);
     EXPECT_TRUE(&mixer[6] == &mixer[0] && &mixer[-1] == &mixer[0]);
     EXPECT_EQ(mixer.openMixer(true, ""), KLTmixerNoName);
-    testing::internal::CaptureStderr(); // what libasound says
+    testing::internal::CaptureStderr();
     EXPECT_EQ(mixer.openMixer(true, "nosuchdevice"), KLTmixerAttachFailed);
-    testing::internal::GetCapturedStderr();
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "") << "what libasound says";
     EXPECT_EQ(mixer.initMixer(0, "Headphone", true), KLTmixerNotOpen);
     ASSERT_EQ(open(Board::plain), 0);
     EXPECT_EQ(mixer[3].switches(1), KLTmixerNoSuchControl);
     mixer[0].playback(false);
     EXPECT_EQ(mixer.setHPout(1, 3), KLTmixerNoSuchControl);
+    EXPECT_EQ(mixer.initMixer(6, "Headphone", true), KLTmixerNotOpen);
     card().set_controls_refused(true);
     EXPECT_LT(mixer.setOutlevel(99, 3), 0);
+    mixer.close();
+    EXPECT_FALSE(mixer[0].isOpen());
+    // What is there is opened although something else is not.
+    EXPECT_EQ(open(Board::plain, "Line In Level"), KLTmixerNotOpen);
+    mixer.openRest();
+    EXPECT_TRUE(mixer[5].isOpen());
 }
 
 } // namespace
