@@ -15,6 +15,8 @@ constexpr WSchecker::Row wordSizes[] = {
     {0, 0, nullptr},
 };
 
+void (*beforeFatal)() = nullptr;
+
 #ifndef K4_ANALYSIS64
 const WSchecker checkerOfThisProgram;
 #endif
@@ -23,8 +25,15 @@ const WSchecker checkerOfThisProgram;
 
 void KLFfatal(const char* what, int line, const char* module, const char* detail) {
     fprintf(stderr, "KELlib-Error %s in module %s, line %d (%s)\n", what, module, line, detail);
+    // An action that is fatal itself is not called again.
+    if (void (*const action)() = beforeFatal) {
+        beforeFatal = nullptr;
+        action();
+    }
     abort();
 }
+
+void KLFbeforeFatal(void (*action)()) { beforeFatal = action; }
 
 WSchecker::WSchecker() : WSchecker(wordSizes) {}
 

@@ -5,6 +5,10 @@
 // standard error and aborts the process, without any clean-up.
 [[noreturn]] void KLFfatal(const char* what, int line, const char* module, const char* detail);
 
+// What KLFfatal does between its message and the abort, such as leaving hardware safe. One
+// action; null: nothing. Before the first thread starts.
+void KLFbeforeFatal(void (*action)());
+
 // Checks that the compiler's basic types have the sizes that the program relies on. One
 // static instance does so before main: for every type that differs it writes
 // "Word size mismatch for '%s': Expected %d, is %d\r\n" to standard error; after the last

@@ -25,7 +25,10 @@ KLTlxIOdev::~KLTlxIOdev() { close(); }
 bool KLTlxIOdev::open(const char* path) {
     close();
     if (path == nullptr || *path == '\0') return false;
-    fd_ = ::open(path, O_RDWR);
+    // No line becomes the controlling terminal of the process, and none keeps it waiting for a
+    // carrier; once open, reads block.
+    fd_ = ::open(path, O_RDWR | O_NOCTTY | O_NONBLOCK);
+    if (isOpen()) fcntl(fd_, F_SETFL, fcntl(fd_, F_GETFL) & ~O_NONBLOCK);
     return isOpen();
 }
 

@@ -14,7 +14,7 @@ public:
     int ochar(int c) override { return handle_.ochar(c); }
     int oblock(const void* data, int n) override { return handle_.oblock(data, n); }
     int ostring(const char* text) override { return handle_.ostring(text); }
-    void oflush(bool all) override { handle_.oflush(all); }
+    int oflush(bool all) override { return handle_.oflush(all); }
     int ofull() override { return 0; }
 
     // Where the next byte goes.

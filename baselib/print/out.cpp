@@ -28,7 +28,7 @@ int KLTout::ostring(const char* text) {
     return 0;
 }
 
-void KLTout::oflush(bool) {}
+int KLTout::oflush(bool) { return 0; }
 
 KLTout* KLTout::null() { return &devNull; }
 

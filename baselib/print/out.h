@@ -18,9 +18,11 @@ protected:
 
 // A sink of bytes. A sink that is destroyed leaves every fan-out that it is attached to.
 // Here blocks and strings are written by ochar, whatever it answers.
-class KLTout : private KLTnoncopyable {
+class KLTout {
 public:
     constexpr KLTout() = default;
+    KLTout(const KLTout&) = delete;
+    KLTout& operator=(const KLTout&) = delete;
     virtual ~KLTout();
 
     // Take and give back the sink's lock. Without a lock: nothing.
@@ -34,7 +36,8 @@ public:
     // Writes the characters up to the NUL. 0, or KLTioBadArgument for null.
     virtual int ostring(const char* text);
     // Pushes buffered bytes on; all: also out of what lies behind the sink.
-    virtual void oflush(bool all);
+    // 0, or a negative code.
+    virtual int oflush(bool all);
     // Whether the sink can take no more, as a number: 0 for no.
     virtual int ofull() = 0;
 

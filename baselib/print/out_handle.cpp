@@ -29,6 +29,7 @@ int KLToutHandle::ostring(const char* text) {
     return resultOf(fputs(text, stream) != EOF);
 }
 
-void KLToutHandle::oflush(bool) {
-    if (*stream_ != nullptr) fflush(*stream_);
+int KLToutHandle::oflush(bool) {
+    if (*stream_ == nullptr) return KLTioNoStream;
+    return resultOf(fflush(*stream_) == 0);
 }

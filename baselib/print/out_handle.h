@@ -3,6 +3,7 @@
 
 #include "baselib/print/out.h"
 
+#include <cstddef>
 #include <cstdio>
 
 // Codes: KLTioNoStream without a stream, KLTioBadArgument, and EOF (-1) when stdio refuses,
@@ -13,6 +14,8 @@ public:
     // ochar and ostring; oblock is never translated.
     explicit KLToutHandle(FILE* stream, bool translate = false)
         : own_(stream), stream_(&own_), translate_(translate) {}
+    // The null stream.
+    explicit KLToutHandle(std::nullptr_t) : KLToutHandle(static_cast<FILE*>(nullptr)) {}
     // Follows a variable, such as stdout, so that the sink needs no initialisation at run
     // time and a program may exchange the stream.
     constexpr explicit KLToutHandle(FILE* const* variable, bool translate = false)
@@ -21,7 +24,7 @@ public:
     int ochar(int c) override;
     int oblock(const void* data, int n) override;
     int ostring(const char* text) override;
-    void oflush(bool all) override;
+    int oflush(bool all) override;
     int ofull() override { return 0; }
 
 private:

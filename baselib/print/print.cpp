@@ -57,7 +57,10 @@ KLTprint& KLTprint::operator<<(const KLTastrc& text) {
 }
 
 KLTprint& KLTprint::operator<<(char character) {
-    field(&character, 1);
+    const int padding = std::abs(flags_.width) - 1;
+    if (flags_.width > 0) pad(padding);
+    sink_->ochar(static_cast<unsigned char>(character)); // which translates a line end
+    if (flags_.width < 0) pad(padding);
     nextflags();
     return *this;
 }

@@ -55,11 +55,12 @@ KLTastr& KLTastr::operator=(const KLTastr& source) {
     return *this;
 }
 
-KLTastr& KLTastr::operator=(KLTastr&& source) noexcept {
+KLTastr& KLTastr::operator=(KLTastr&& source) { // NOLINT(performance-noexcept-move-constructor)
     std::swap(text_, source.text_);
     std::swap(length_, source.length_);
     std::swap(node_, source.node_);
     if (this != &source) source.clr();
+    checkKrnl2(__LINE__);
     return *this;
 }
 

@@ -45,7 +45,7 @@ public:
     KLTastr& operator=(const char* source);
     KLTastr& operator=(const KLTastrc& source);
     KLTastr& operator=(const KLTastr& source);
-    KLTastr& operator=(KLTastr&& source) noexcept;
+    KLTastr& operator=(KLTastr&& source); // NOLINT(performance-noexcept-move-constructor): checks
 
     // Copies n characters of source from pos on. Null is an empty source.
     KLTastr& assign(const char* source, int pos = 0, int n = INT_MAX);

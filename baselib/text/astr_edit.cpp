@@ -105,11 +105,12 @@ KLTastr& KLTastr::itos(long long value, char pad, int width, char sign, int base
     const KLTastrc digits = KLNnumber::digits(value < 0 ? 0 - bits : bits, base, buffer);
     const char shownSign = value < 0 ? '-' : sign;
     const int missing = std::max(width, 0) - digits.length() - (shownSign ? 1 : 0);
-    clr();
-    if (pad != '0') append(pad, missing);
-    append(shownSign);
-    if (pad == '0') append(pad, missing);
-    return append(digits);
+    KLTastr shown; // so that this one stays as it was when there is no memory
+    if (pad != '0') shown.append(pad, missing);
+    shown.append(shownSign);
+    if (pad == '0') shown.append(pad, missing);
+    shown.append(digits);
+    return *this = std::move(shown);
 }
 
 KLTastr& KLTastr::itosb(long long value, int base, int width) {

@@ -27,6 +27,7 @@ public:
     [[nodiscard]] bool lock(long long timeout_us);
     // So that a plain number such as 0 is a time.
     [[nodiscard]] bool lock(int timeout_us) { return lock(static_cast<long long>(timeout_us)); }
+    [[nodiscard]] bool lock(long timeout_us) { return lock(static_cast<long long>(timeout_us)); }
 
     // Gives the mutex back. Returns the POSIX result. By another thread than the owner,
     // fatal: "KLTptmutex::release(): Only owner can release mutex!".

@@ -95,17 +95,29 @@ int KLTpthreadBase::detach() {
     if (!attached()) return KLTptNothingToDetach;
     detached_.store(true, relaxed);
     const int result = pthread_detach(handle_.load(relaxed));
-    // A body that has returned already did not know that it has to clear the handle.
-    if (finished()) handle_.store(0, relaxed);
+    // A thread that was past its end did not know that it has to clear the handle.
+    if (ended_) handle_.store(0, relaxed);
     return result;
 }
 
 void KLTpthreadBase::name(const char* name) { KLFptsetname(name_, name); }
 
+// Ends a detached thread's use of its record, however its body ends.
+struct KLTpthreadBase::DetachedEnd {
+    explicit DetachedEnd(KLTpthreadBase& ended) : record(ended) {}
+    ~DetachedEnd() { record.endDetached(); }
+    DetachedEnd(const DetachedEnd&) = delete;
+    DetachedEnd& operator=(const DetachedEnd&) = delete;
+
+    KLTpthreadBase& record;
+};
+
 void* KLTpthreadBase::entry(void* record) {
     auto* self = static_cast<KLTpthreadBase*>(record);
     { const StateHold created(self->stateLock_); }
     pthread_setspecific(recordKey, self);
+    // A body that is cancelled unwinds the stack, but has not finished.
+    const DetachedEnd end(*self);
     self->threadFuncOwn();
     self->markFinished();
     return nullptr;
@@ -117,6 +129,7 @@ int KLTpthreadBase::create() {
     if (former != 0) pthread_detach(former);
     finished_.store(false, relaxed);
     detached_.store(false, relaxed);
+    ended_ = false;
     pthread_t handle = 0;
     const int result = pthread_create(&handle, nullptr, entry, this);
     handle_.store(result == 0 ? handle : 0, relaxed);
@@ -130,7 +143,19 @@ bool KLTpthreadBase::isCaller() const {
 void KLTpthreadBase::markFinished() {
     const StateHold hold(stateLock_);
     finished_.store(true, relaxed);
-    if (detached_.load(relaxed)) handle_.store(0, relaxed);
+}
+
+// The thread's last touch of its record: with the handle goes the last sign that the record is in
+// use, and its owner may destroy it.
+void KLTpthreadBase::endDetached() {
+    {
+        const StateHold hold(stateLock_);
+        if (!detached_.load(relaxed)) {
+            ended_ = true;
+            return;
+        }
+    }
+    handle_.store(0, std::memory_order_release);
 }
 
 KLTpthreadBase* KLFptcreatemain(const char* name) {

@@ -11,6 +11,7 @@ public:
     KLTtimer(long long initial, bool start) : KLTtimer(nullptr, initial, start) {}
     // So that a plain 0 is a number and not a null target.
     KLTtimer(int initial, bool start) : KLTtimer(nullptr, initial, start) {}
+    KLTtimer(long initial, bool start) : KLTtimer(nullptr, initial, start) {}
     ~KLTtimer();
     KLTtimer(const KLTtimer&) = delete;
     KLTtimer& operator=(const KLTtimer&) = delete;

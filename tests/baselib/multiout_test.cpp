@@ -58,6 +58,28 @@ TEST_F(FanOut, DyingSinksAndFanOutsLeaveTheOthers) {
     }
 }
 
+TEST_F(FanOut, ASinkMayTakeItselfOffWhileItIsWrittenTo) {
+    struct Shy : RecordingSink {
+        explicit Shy(KLTmultiout& from) : fan_out(from) {}
+        int ochar(int c) override {
+            fan_out.remove(*this);
+            return RecordingSink::ochar(c);
+        }
+        KLTmultiout& fan_out;
+    };
+    KLTmultiout fan_out;
+    Shy first(fan_out), second(fan_out);
+    fan_out.add(a);
+    for (Shy* shy : {&first, &second})
+        fan_out.add(*shy);
+    for (const char c : {'x', 'y'})
+        fan_out.ochar(c);
+    EXPECT_EQ(first.take() + second.take() + a.take(), "xxaxay");
+    EXPECT_FALSE(fan_out.find(first));
+    fan_out.removeall();
+    EXPECT_TRUE(fan_out.off());
+}
+
 TEST_F(FanOut, IsAPrintObjectsOwnOrAnothers) {
     KLTmultiout other;
     {

@@ -16,7 +16,10 @@ public:
 
     void olock() override { ochar('<'); }
     void orelease() override { ochar('>'); }
-    void oflush(bool all) override { ochar(all ? 'F' : 'f'); }
+    int oflush(bool all) override {
+        ochar(all ? 'F' : 'f');
+        return 0;
+    }
     int ofull() override { return 1; }
     int ochar(int c) override { return record_ += name_ + static_cast<char>(c), 1; }
 

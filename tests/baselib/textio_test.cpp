@@ -111,8 +111,9 @@ TEST(OutHandle, TranslatesLineEndsAndTellsWhatIsRefused) {
     KLToutHandle handle(writer.get(), true);
     EXPECT_EQ(handle.ochar('\n'), 1);
     EXPECT_EQ(handle.ostring("a\nb") | handle.oblock("\0\n", 2), 0);
-    handle.oflush(false);
-    EXPECT_EQ(std::string(text, 8), std::string("\r\na\r\nb\0\n", 8));
+    KLTprint(handle) << '\n';
+    EXPECT_EQ(handle.oflush(false), 0);
+    EXPECT_EQ(std::string(text, 10), std::string("\r\na\r\nb\0\n\r\n", 10));
     for (const auto& [stream, code] : {std::pair{reader.get(), EOF}, {nullptr, -6842}})
         for (const bool translates : {false, true}) {
             KLToutHandle none(stream, translates);
@@ -120,8 +121,18 @@ TEST(OutHandle, TranslatesLineEndsAndTellsWhatIsRefused) {
             EXPECT_EQ(none.ostring("x"), stream != nullptr && translates ? 0 : code);
             EXPECT_THAT((std::vector{none.ostring(nullptr), none.oblock("x", 0)}), Each(-6848));
             EXPECT_EQ(none.oblock(nullptr, 1), -6848);
-            none.oflush(true);
+            EXPECT_EQ(none.oflush(true), stream != nullptr ? 0 : code);
         }
+}
+
+// What compiles at all.
+TEST(OutHandle, NullIsTheNullStreamAndASinkMayBeNoncopyableItself) {
+    struct Sink : KLTout, private KLTnoncopyable {
+        int ochar(int) override { return 1; }
+        int ofull() override { return 0; }
+    };
+    EXPECT_EQ(Sink().oflush(true), 0);
+    EXPECT_EQ(KLToutHandle(nullptr).oflush(true), -6842);
 }
 
 // Gives its bytes, then one code for ever.
