@@ -7,6 +7,7 @@
 #include "sim/host/real.h"
 #include "sim/host/serial_file.h"
 #include "sim/host/speaker_file.h"
+#include "sim/host/threads.h"
 #include "sim/machine/console.h"
 #include "sim/machine/machine.h"
 #include "sim/machine/report.h"
@@ -81,6 +82,18 @@ __attribute__((destructor)) void end() {
 }
 
 } // namespace
+
+extern "C" {
+
+// Ends without the destructors that end the record.
+[[noreturn]] void stand_in_exit(int status) asm("_exit");
+void stand_in_exit(int status) {
+    if (belongs_to_program()) machine().end_record("end");
+    syscall(SYS_exit_group, status);
+    std::abort();
+}
+
+} // extern "C"
 
 void end_process(int status, const char* reason) {
     std::fflush(stdout);

@@ -55,6 +55,12 @@ std::optional<std::int64_t> Json::integer(std::string_view name) const {
     return found->get<std::int64_t>();
 }
 
+std::optional<bool> Json::flag(std::string_view name) const {
+    const auto found = value_->json.find(name);
+    if (found == value_->json.end() || !found->is_boolean()) return std::nullopt;
+    return found->get<bool>();
+}
+
 Json& Json::add(const Json& value) {
     value_->json.push_back(value.value_->json);
     return *this;

@@ -37,6 +37,7 @@ public:
     // Empty when there is no such member, or it is of another kind.
     std::optional<std::string> text(std::string_view name) const;
     std::optional<std::int64_t> integer(std::string_view name) const;
+    std::optional<bool> flag(std::string_view name) const;
 
     // Of an array: one more value at its end.
     Json& add(const Json& value);

@@ -49,6 +49,15 @@ int list_faults() {
 
 double seconds(Microseconds duration) { return static_cast<double>(duration) / 1e6; }
 
+// Whatever the program's end was, a device must not be left with power on a microphone socket.
+void tell_what_is_left_on(const Observation& seen) {
+    std::string left;
+    for (const std::string& what : seen.unsafe())
+        left += (left.empty() ? "" : ", ") + what;
+    if (!left.empty())
+        std::fprintf(stderr, "k4sim: the device is not left safe: %s on\n", left.c_str());
+}
+
 // Tells the user about an end that was not the program's own, and gives the exit status.
 int exit_status(const Options& options, const Observation& seen, ProcessEnd end) {
     const char* const name = options.program[0].c_str();
@@ -77,6 +86,7 @@ int run(const Options& options) {
     Record record(options.record);
     const ProcessEnd end = run_process(path, options.program, library, options.setup, record);
     const int status = exit_status(options, record.observation(), end);
+    tell_what_is_left_on(record.observation());
     write_reports(record, judge(record.observation(), end), end);
     record.check_written();
     return status;

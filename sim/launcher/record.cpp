@@ -4,9 +4,11 @@
 #include "sim/launcher/options.h"
 #include "sim/operator/screen_reader.h"
 
+#include <algorithm>
 #include <array>
 #include <cstdio>
 #include <filesystem>
+#include <iterator>
 
 #define STB_IMAGE_WRITE_IMPLEMENTATION
 #define STB_IMAGE_WRITE_STATIC
@@ -71,6 +73,13 @@ bool write_png(const std::string& path, const Picture& picture) {
 
 } // namespace
 
+std::vector<std::string> Observation::unsafe() const {
+    std::vector<std::string> left;
+    std::ranges::copy_if(on, std::back_inserter(left),
+                         [](const std::string& what) { return what != "display"; });
+    return left;
+}
+
 Record::Record(const std::string& folder) : folder_(folder) {
     if (folder_.empty()) return;
     make_folder(folder_);
@@ -87,6 +96,8 @@ void Record::line(const std::string& text) {
     if (!t || !source || !what) return;
     observation_.duration_us = *t;
     if (*source == "console") console(event->text("text").value_or(""));
+    if (*source == "sound") note_power(*event, *what);
+    if (*source == "speaker") note_on("tone", *what != "silence");
     if (*source == "program" && *what == "deadlock") observation_.deadlock = true;
     if (*source == "program" && *what == "limit") observation_.limit = true;
     if (event->has("pixels")) {
@@ -94,6 +105,7 @@ void Record::line(const std::string& text) {
         event->erase("pixels");
         if (!picture) return;
         look_at(*picture, *t);
+        note_on("display", std::ranges::any_of(*picture, [](int grey) { return grey != 0; }));
         event->set("file", keep(*picture, *what));
     }
     if (!folder_.empty()) events_ << event->dump() << '\n' << std::flush;
@@ -126,6 +138,21 @@ void Record::console(std::string_view text) {
     }
     observation_.console += bytes;
     if (!folder_.empty()) console_ << bytes << std::flush;
+}
+
+void Record::note_power(const Json& event, const std::string& what) {
+    const auto input = event.integer("input");
+    const auto on = event.flag("on");
+    if (!input || !on) return;
+    note_on((what == "phantom" ? "phantom power" : what) + " of input " + std::to_string(*input),
+            *on);
+}
+
+void Record::note_on(const std::string& what, bool on) {
+    if (on)
+        observation_.on.insert(what);
+    else
+        observation_.on.erase(what);
 }
 
 // The status rows that can be read off it, and since when each stands there.

@@ -5,11 +5,14 @@
 #include "sim/models/surroundings.h"
 
 #include <fstream>
+#include <set>
 #include <string>
 #include <string_view>
 #include <vector>
 
 namespace k4sim {
+
+class Json;
 
 // What the report lines tell about a run, for the verdict.
 struct Observation {
@@ -24,6 +27,12 @@ struct Observation {
         Microseconds since_us = 0;
     };
     std::vector<Row> rows;
+    // What is on, as the models saw it last: "phantom power of input 1", "boost of input 2",
+    // "tone", "display".
+    std::set<std::string> on;
+
+    // Of it, what a device must not be left with: all but the display.
+    std::vector<std::string> unsafe() const;
 };
 
 // Writes events.jsonl, console.txt and oled-*.png into a folder while the run goes on; a
@@ -49,6 +58,8 @@ public:
 
 private:
     void console(std::string_view text);
+    void note_power(const Json& event, const std::string& what);
+    void note_on(const std::string& what, bool on);
     void look_at(const Picture& picture, Microseconds t);
     std::string keep(const Picture& picture, std::string_view event);
 

@@ -58,10 +58,15 @@ std::string json_report(const Observation& seen, Verdict verdict, ProcessEnd end
                       .set("name", row.label)
                       .set("status", row.status)
                       .set("since", seconds(row.since_us)));
+    Json left_on = Json::array();
+    for (const std::string& what : seen.on)
+        left_on.add(what);
     return Json::object()
                .set("verdict", verdict_name(verdict))
                .set(end.by_signal ? "signal" : "status", end.code)
                .set("seconds", seconds(seen.duration_us))
+               .set("left_safe", seen.unsafe().empty())
+               .set("left_on", left_on)
                .set("units", units)
                .dump(2) +
            "\n";

@@ -5,6 +5,7 @@
 #include "sim/time/unobserved.h"
 
 #include <cstdio>
+#include <unistd.h>
 
 namespace k4sim {
 
@@ -36,7 +37,7 @@ std::FILE* make_stream(int number, int buffering) {
 
 void capture_console(std::function<void(int stream, std::string_view text)> reader) {
     console_reader = new std::function<void(int, std::string_view)>(std::move(reader));
-    if (std::FILE* stream = make_stream(1, _IOLBF)) stdout = stream;
+    if (std::FILE* stream = make_stream(1, isatty(1) != 0 ? _IOLBF : _IOFBF)) stdout = stream;
     if (std::FILE* stream = make_stream(2, _IONBF)) stderr = stream;
 }
 

@@ -1,5 +1,6 @@
 #include "sim/machine/machine.h"
 
+#include "sim/machine/signals.h"
 #include "sim/models/device.h"
 #include "sim/models/faults.h"
 #include "sim/operator/operator.h"
@@ -97,6 +98,8 @@ void Machine::apply_fault(const FaultSetting& fault) {
         set_thread_create_failure(static_cast<int>(fault_number(fault.value)));
     else if (fault.name == "no-privilege")
         set_privilege_refused(true);
+    else if (fault.name == "signal")
+        send_signal(fault.value);
     else
         device_->set_fault(fault.name, fault.value);
     event("fault", fault.name, {{"value", std::string_view(fault.value)}});
