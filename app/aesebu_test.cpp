@@ -26,7 +26,7 @@ KLTastr K4STaesebu::info() {
 
 void K4STaesebu::tfunc() {
     if (!begin()) return;
-    while (!stopRequested() && pass())
+    while (!stopRequested() && goOn())
         KLFdelay(pause_us);
     playback_.close();
     capture_.close();
@@ -37,8 +37,8 @@ bool K4STaesebu::begin() {
     using Direction = KLTalsaPCMline::Direction;
     step_ = stepUnplugged;
     deadline_us_ = notHolding;
-    if (!openLine(capture_, Direction::capture, "capture")) return false;
-    if (!openLine(playback_, Direction::playback, "playback")) return false;
+    if (!openLine(capture_, Direction::capture, "Cannot open 'hw:0,1' capture")) return false;
+    if (!openLine(playback_, Direction::playback, "Cannot open 'hw:0,1' playback")) return false;
     show("Wait for cable unplugged");
     const int error = selectRate(rates_hz[0]);
     if (error == 0) return true;
@@ -49,11 +49,9 @@ bool K4STaesebu::begin() {
 }
 
 bool K4STaesebu::openLine(KLTalsaPCMline& line, KLTalsaPCMline::Direction direction,
-                          const char* name) {
+                          const char* failure) {
     if (line.open(device, direction)) return true;
-    KLTastrs text;
-    text << "Cannot open '" << device << "' " << name;
-    show(text.str());
+    show(failure);
     return false;
 }
 
@@ -64,7 +62,7 @@ int K4STaesebu::selectRate(int rate_hz) {
 }
 
 // False when the test is over.
-bool K4STaesebu::pass() {
+bool K4STaesebu::goOn() {
     if (step_ == stepUnplugged) return watchUnplugged();
     if (step_ < stepPassed) return watchRate();
     show("OK");

@@ -14,8 +14,6 @@
 // Prints "Lost lock" when a good condition ends early. Without a time limit.
 class K4STaesebu : public K4unit<K4STaesebu> {
 public:
-    ~K4STaesebu() { end(); }
-
     // Empty until the test has begun; then "Wait for cable unplugged", "Wait for 32000 Hz
     // 'LOCK'" (44100, 48000), "OK", or what ended the test: "Cannot open 'hw:0,1' capture",
     // "Cannot open 'hw:0,1' playback", "SR config error -1", "Cannot get AES lock status",
@@ -31,9 +29,9 @@ private:
     static constexpr int stepPassed = 4;
 
     bool begin();
-    bool openLine(KLTalsaPCMline& line, KLTalsaPCMline::Direction direction, const char* name);
+    bool openLine(KLTalsaPCMline& line, KLTalsaPCMline::Direction direction, const char* failure);
     int selectRate(int rate_hz);
-    bool pass();
+    bool goOn();
     bool watchUnplugged();
     bool watchRate();
     void loseLock();

@@ -17,9 +17,9 @@ public:
     // else the mixer does. As of detect().
     bool aesHardware() const { return aesHardware_; }
 
-    // Opens the mixer and sets everything to nominal levels; codes of
-    // KLTkestraMixer::openMixer. A control that refuses shows in the levels.
-    [[nodiscard]] int openMixer();
+    // Opens the mixer and sets everything to nominal levels. False when the mixer can't be
+    // opened. A control that refuses shows in the levels.
+    [[nodiscard]] bool openMixer();
 
     // Line level, or microphone level with boost.
     void select(bool microphone);
@@ -31,9 +31,20 @@ public:
     // Phantom power and boost off, input level nominal, on both inputs.
     void makeSafe();
 
+    // For makeSafe() on an object of its own: finds the CPLD and opens the mixer, but changes
+    // nothing. An element that the card lacks does not keep the others from being opened.
+    void reopen();
+
+    // From now on no object of this process switches phantom power or boost on. Waits for a
+    // switching that another thread is about, for half a second at most.
+    static void forbidPower();
+
 private:
-    template <class Control>
-    int switchByCpld(Control control, bool on, int mask) const;
+    using ByMixer = int (KLTkestraMixer::*)(bool on, int mask);
+    using ByCpld = int (CHCPLDinterface_k4::*)(int channel, bool on) const;
+
+    int switchPower(ByMixer byMixer, ByCpld byCpld, bool on, int mask);
+    int switchByCpld(ByCpld control, bool on, int mask) const;
 
     CHmainboardCPLD_K4 cpld_;
     KLTkestraMixer mixer_;

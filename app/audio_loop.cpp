@@ -13,17 +13,15 @@ constexpr int allChannels = 0xffff;
 
 } // namespace
 
-int AudioStreams::open() {
+bool AudioStreams::open() {
     const KLTptNoCancel noCancel; // ALSA holds locks of its own
-    const int error = play.open(device);
-    return error != 0 ? error : record.open(device);
+    return play.open(device) == 0 && record.open(device) == 0;
 }
 
-int AudioStreams::configure(int playChannels, int latency_ms) {
+bool AudioStreams::configure(int playChannels, int latency_ms) {
     const KLTptNoCancel noCancel;
-    const int error = play.configure(rate_hz, playChannels, noResampling, latency_ms, signed16bit);
-    if (error != 0) return error;
-    return record.configure(rate_hz, audioInputs, noResampling, latency_ms, signed16bit);
+    return play.configure(rate_hz, playChannels, noResampling, latency_ms, signed16bit) == 0 &&
+           record.configure(rate_hz, audioInputs, noResampling, latency_ms, signed16bit) == 0;
 }
 
 AudioLoop::AudioLoop(AudioStreams& streams, int playChannels, const Manner& manner,

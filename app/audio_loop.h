@@ -19,9 +19,9 @@ struct AudioStreams {
     KLTalsaPCMplay play;
     KLTalsaPCMreco record;
 
-    // Codes of KLTalsaPCMbase.
-    [[nodiscard]] int open();
-    [[nodiscard]] int configure(int playChannels, int latency_ms);
+    // True on success of both.
+    [[nodiscard]] bool open();
+    [[nodiscard]] bool configure(int playChannels, int latency_ms);
 };
 
 // The buffers of one phase of the test, and how its cycles run. A cycle queues one buffer of

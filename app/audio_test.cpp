@@ -151,7 +151,7 @@ void K4STaudio::test() {
 // True when everything is good.
 bool K4STaudio::measure(AudioStreams& streams) {
     const AudioInputsGuard guard(inputs_);
-    if (inputs_.openMixer() != 0) {
+    if (!inputs_.openMixer()) {
         setState(noMixerOrStream);
         return false;
     }
@@ -175,19 +175,21 @@ void K4STaudio::selectInput() {
 }
 
 bool K4STaudio::openStreams(AudioStreams& streams) {
-    if (streams.open() != 0) {
+    if (!streams.open()) {
         setState(noMixerOrStream);
         return false;
     }
     const int latency_ms = inputs_.aesHardware() ? latencyAes_ms : latencyOther_ms;
-    if (streams.configure(playChannels(), latency_ms) == 0) return true;
+    if (streams.configure(playChannels(), latency_ms)) return true;
     setState(noStreamSettings);
     return false;
 }
 
-bool K4STaudio::hasMemory(const AudioLoop& loop) {
-    if (!loop.hasMemory()) setState(noStreamSettings);
-    return loop.hasMemory();
+// Without memory for its buffers the loop can't run, and the test is over.
+bool K4STaudio::isReady(const AudioLoop& loop) {
+    if (loop.hasMemory()) return true;
+    setState(noStreamSettings);
+    return false;
 }
 
 int K4STaudio::playChannels() const {
@@ -197,7 +199,7 @@ int K4STaudio::playChannels() const {
 // True when silence was good and then the tone came back. False when asked to stop.
 bool K4STaudio::findLoopback(AudioStreams& streams, double& phase) {
     AudioLoop loop(streams, playChannels(), loopbackManner, console_);
-    if (!hasMemory(loop)) return false;
+    if (!isReady(loop)) return false;
     LoopbackSearch search{SilenceJudge(), LoopbackJudge(loopGain_db_)};
     for (int cycle = 0;; ++cycle) {
         loop.fill(loopbackTone_hz, audioLevels::loopTone_db, phase);
@@ -256,7 +258,7 @@ bool K4STaudio::testGain(AudioStreams& streams, double& phase) {
     setState(gain);
     console_ << "Analyze loopback audio" << KLNstream::cr;
     AudioLoop loop(streams, playChannels(), gainManner, console_);
-    if (!hasMemory(loop)) return false;
+    if (!isReady(loop)) return false;
     const GainJudge judge(loopGain_db_);
     printExpected(judge);
     setMicPhant(false, AudioInputs::both);

@@ -19,8 +19,6 @@ class K4STaudio : public K4unit<K4STaudio> {
 public:
     // micBoost: the inputs are tested at microphone level, with boost; else at line level.
     explicit K4STaudio(bool micBoost) : micBoost_(micBoost) {}
-    ~K4STaudio() { end(); }
-
     // Before the first start.
     void init();
     // Zeroes the results in the text.
@@ -56,7 +54,7 @@ private:
     bool measure(AudioStreams& streams);
     void selectInput();
     bool openStreams(AudioStreams& streams);
-    bool hasMemory(const AudioLoop& loop);
+    bool isReady(const AudioLoop& loop);
     int playChannels() const;
 
     bool findLoopback(AudioStreams& streams, double& phase);

@@ -7,8 +7,6 @@
 // were up 20 times in a row. An interface that does not exist has no link. Sends nothing.
 class K4STethernet : public K4unit<K4STethernet> {
 public:
-    ~K4STethernet() { end(); }
-
     // Before the first start.
     void init() { prepare(); }
 

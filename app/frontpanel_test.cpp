@@ -8,10 +8,6 @@ namespace {
 
 constexpr auto relaxed = std::memory_order_relaxed;
 
-constexpr int keyStartM = 19; // the keys that let the tests begin
-constexpr int keyStart7 = 7;
-constexpr int keyEscape = 15;
-
 constexpr int noSharedMemory = 0;
 constexpr int modePicture = 1;
 constexpr int modeAllPixels = 2;
@@ -20,6 +16,7 @@ constexpr int beep_hz = 500;
 constexpr int keyBeep_ms = 100;
 constexpr int alarmBeep_ms = 1'000;
 constexpr long long keyPoll_us = 100'000;
+constexpr long long commitPatience_us = 500'000; // the longest access takes a tenth of that
 constexpr long long alarmPause_us = 1'000'000;
 
 bool isPress(int event) { return event >= 0 && (event & CHfpK4keyBuf::released) == 0; }
@@ -46,8 +43,9 @@ KLTastr K4STfrontpanel::info() {
 }
 
 void K4STfrontpanel::commit() {
-    const KLTptmutexHold hold(mutex_);
+    if (!mutex_.lock(commitPatience_us)) return;
     if (panel_.writer) panel_.writer->commitFrom(panel_.display, true);
+    mutex_.release();
 }
 
 void K4STfrontpanel::tfunc() {
@@ -96,7 +94,7 @@ int K4STfrontpanel::readKey() {
 
 // The start key counts as ignored once, whenever its press comes.
 bool K4STfrontpanel::isIgnored(int event) {
-    if (!startKeyPending_ || (event != keyStartM && event != keyStart7)) return false;
+    if (!startKeyPending_ || !CHfpK4keyBuf::isStart(event)) return false;
     startKeyPending_ = false;
     return true;
 }
@@ -106,15 +104,17 @@ void K4STfrontpanel::acceptPress(int code, KLTlinuxBeep& beeper) {
     beeper.beep(beep_hz, keyBeep_ms, false);
     watchForAbort(code);
     keys_.accept(code);
-    if (displayHeld()) endLampTest();
+    endLampTest();
 }
 
 void K4STfrontpanel::watchForAbort(int code) {
-    if (code == keyEscape && escapePressed_) abortRequest_.store(true, relaxed);
-    escapePressed_ = code == keyEscape;
+    const bool isEscape = code == CHfpK4keyBuf::codeEscape;
+    if (isEscape && escapePressed_) abortRequest_.store(true, relaxed);
+    escapePressed_ = isEscape;
 }
 
 void K4STfrontpanel::endLampTest() {
+    if (!displayHeld()) return;
     const KLTptmutexHold hold(mutex_);
     panel_.dispMode(modePicture);
     displayHeld_.store(false, std::memory_order_release);

@@ -16,8 +16,6 @@ class KLTlinuxBeep;
 // When the panel or the beeper fails, it sounds an alarm once a second instead.
 class K4STfrontpanel : public K4unit<K4STfrontpanel> {
 public:
-    ~K4STfrontpanel() { end(); }
-
     // Before the first start. keypad: the numeric keypad is to be tested too.
     void init(bool keypad);
 
@@ -37,8 +35,12 @@ public:
     // To draw on while the display is not held.
     GRCdisplay& display() { return panel_.display; }
 
-    // Brings what was drawn to the OLED. Nothing without an OLED.
+    // Brings what was drawn to the OLED. Nothing without an OLED, and nothing while the unit's
+    // own thread waits for a panel that does not answer: then the next call brings it.
     void commit();
+
+    // Shows the picture instead of all pixels lit, unless it is shown already.
+    void endLampTest();
 
     void tfunc();
 
@@ -50,7 +52,6 @@ private:
     bool isIgnored(int event);
     void acceptPress(int code, KLTlinuxBeep& beeper);
     void watchForAbort(int code);
-    void endLampTest();
 
     RequiredKeys keys_;
     std::atomic<bool> passed_{false};

@@ -23,6 +23,9 @@ public:
     // The status text, as a copy that shares nothing with the test's thread.
     virtual KLTastr info() = 0;
 
+    // The test was started and has not ended.
+    virtual bool running() const = 0;
+
     // Fetches info() into current. True when it differs from the text reported last, which
     // it then replaces.
     bool change(KLTastr& current);

@@ -1,18 +1,21 @@
 // Start-up: banner, command line, the operator's key, then the self-test.
 
+#include "app/abort_signals.h"
 #include "app/testall.h"
 #include "baselib/params.h"
+#include "baselib/print/line_out.h"
 #include "baselib/print/nstream.h"
+#include "baselib/print/out_handle.h"
 #include "baselib/print/print.h"
 #include "baselib/time/clock.h"
 #include "hw/keyquery.h"
+
+#include <cstdio>
 
 namespace {
 
 constexpr int keyPolls = 5;
 constexpr long long keyPoll_us = 100'000;
-constexpr int keyStartM = 19;
-constexpr int keyStart7 = 7;
 
 // Each keyword only switches its setting off.
 struct Settings {
@@ -45,8 +48,7 @@ bool operatorWantsTests() {
         return true;
     }
     for (int poll = 0; poll < keyPolls; ++poll) {
-        const int key = query.getkey();
-        if (key == keyStartM || key == keyStart7) return true;
+        if (CHfpK4keyBuf::isStart(query.getkey())) return true;
         KLFdelay(keyPoll_us);
     }
     return false;
@@ -60,10 +62,15 @@ int testFlags(const Settings& settings) {
 } // namespace
 
 int main(int argc, char** argv) {
+    holdAbortSignals();
+    // Whoever reads the console by a pipe or in a file sees each line when it is written.
+    setvbuf(stdout, nullptr, _IOLBF, 0);
+    static KLTlineOut lines(devout);
+    pout.output(&lines);
     printBanner();
     const Settings settings = readSettings(argc, const_cast<const char**>(argv));
     if (settings.check && !operatorWantsTests()) return 0;
     const int result = testAll(testFlags(settings));
-    pout << "Selftest exits with code " << result << KLNstream::cr;
+    printExitCode(result);
     return result;
 }

@@ -10,8 +10,6 @@ class K4parallel;
 // a row. Does not touch the lines of a mainboard CPLD that it does not know.
 class K4STparallel : public K4unit<K4STparallel> {
 public:
-    ~K4STparallel() { end(); }
-
     // Before the first start.
     void init() { prepare(); }
 

@@ -1,29 +1,33 @@
 #include "app/testall.h"
 
+#include "app/abort_signals.h"
 #include "app/aesebu_test.h"
 #include "app/audio_test.h"
 #include "app/ethernet_test.h"
 #include "app/frontpanel_test.h"
 #include "app/parallel_test.h"
+#include "app/safe_end.h"
 #include "app/status_table.h"
 #include "app/usb_test.h"
 #include "baselib/print/nstream.h"
 #include "baselib/print/print.h"
 #include "baselib/thread/thread.h"
-#include "baselib/time/clock.h"
 #include "hw/mainboard_cpld.h"
 #include "hw/ports.h"
 
 #include <algorithm>
+#include <cstdio>
+#include <unistd.h>
 
 namespace {
 
-constexpr int cpldIdWithAesebu = 2;
 constexpr long long poll_us = 1'000'000;
+constexpr long long joinPoll_us = 1'000;
+constexpr int joinPollsAfterSignal = 3'000; // 3 s
 
 bool hasAesebu() {
     CHmainboardCPLD_K4 cpld;
-    return cpld.detect() == 0 && cpld.id == cpldIdWithAesebu;
+    return cpld.detect() == 0 && cpld.id == CHmainboardCPLD_K4::idWithAesebu;
 }
 
 class SelfTest {
@@ -41,13 +45,13 @@ private:
     struct Start {
         K4test& unit;
         bool wanted;
-        const char* name;
+        const char* failure;
         int exitCode;
     };
     struct Join {
         K4test& unit;
         bool wanted;
-        const char* name;
+        const char* message;
     };
 
     int startUnits();
@@ -61,20 +65,29 @@ private:
     bool allPassed() const;
     void requestStops();
     void joinUnits();
+    void waitFor(K4test& unit);
+    void noteSignal(long long wait_us);
+    void endWait();
+    [[noreturn]] static void leave();
     void clearDisplay();
 
     const bool analog_;
     StatusTable table_;
     const bool aesebuFitted_ = hasAesebu();
-    K4STparallel parallel_;
-    K4STethernet ethernet_;
-    K4STfrontpanel frontpanel_;
-    K4STusb usb_;
-    K4STaudio audio_;
-    K4STaesebu aesebu_;
+    K4owned<K4STparallel> parallel_;
+    K4owned<K4STethernet> ethernet_;
+    K4owned<K4STfrontpanel> frontpanel_;
+    K4owned<K4STusb> usb_;
+    K4owned<K4STaudio> audio_;
+    K4owned<K4STaesebu> aesebu_;
     KLTprint log_; // of status changes: on the null device
     StatusTable::Texts texts_;
     bool labelsDrawn_ = false;
+    bool signalled_ = false;
+    int joinPollsLeft_ = joinPollsAfterSignal; // once signalled
+
+    // What a wait for the panel that has no end calls on the main thread.
+    static inline SelfTest* waiting_ = nullptr;
 
     const Row rows_[StatusTable::rowCount] = {
         {parallel_, "Parallel port: ", true},   {ethernet_, "Ethernet     : ", true},
@@ -93,6 +106,8 @@ SelfTest::SelfTest(int flags)
 }
 
 int SelfTest::run() {
+    waiting_ = this;
+    portWhileWaiting([] { waiting_->endWait(); });
     if (const int exitCode = startUnits(); exitCode != 0) return exitCode;
     const bool passed = monitor();
     requestStops();
@@ -104,17 +119,17 @@ int SelfTest::run() {
 // After a failure the units that run already are ended by their destructors.
 int SelfTest::startUnits() {
     const Start starts[] = {
-        {parallel_, true, "parallel port", exitNoParallelThread},
-        {ethernet_, true, "ethernet", exitNoEthernetThread},
-        {usb_, true, "USB", exitNoUsbThread},
-        {frontpanel_, true, "frontpanel", exitNoFrontpanelThread},
-        {audio_, analog_, "audio", exitNoAudioThread},
-        {aesebu_, aesebuFitted_, "AES", exitNoAudioThread},
+        {parallel_, true, "Cannot start parallel port test, error ", exitNoParallelThread},
+        {ethernet_, true, "Cannot start ethernet test, error ", exitNoEthernetThread},
+        {usb_, true, "Cannot start USB test, error ", exitNoUsbThread},
+        {frontpanel_, true, "Cannot start frontpanel test, error ", exitNoFrontpanelThread},
+        {audio_, analog_, "Cannot start audio test, error ", exitNoAudioThread},
+        {aesebu_, aesebuFitted_, "Cannot start AES test, error ", exitNoAudioThread},
     };
     for (const Start& start : starts) {
         const int error = start.wanted ? start.unit.start(true) : 0;
         if (error != 0) {
-            pout << "Cannot start " << start.name << " test, error " << error << KLNstream::cr;
+            pout << start.failure << error << KLNstream::cr;
             return start.exitCode;
         }
     }
@@ -123,13 +138,14 @@ int SelfTest::startUnits() {
 
 // True: everything passed. False: the operator aborted.
 bool SelfTest::monitor() {
-    for (;;) {
+    while (!signalled_) {
         if (mayDraw(pollUnits()) && draw()) return true;
         const bool aborted = frontpanel_.abortRequested();
         if (aborted) pout << "Frontpanel signals program abortion!" << KLNstream::cr;
-        KLFdelay(poll_us);
+        noteSignal(poll_us);
         if (aborted) return false;
     }
+    return false;
 }
 
 // True when a text changed.
@@ -178,25 +194,67 @@ void SelfTest::requestStops() {
 
 void SelfTest::joinUnits() {
     const Join joins[] = {
-        {parallel_, true, "Parallel Port"}, {ethernet_, true, "Ethernet Ports"},
-        {frontpanel_, true, "Frontpanel"},  {audio_, analog_, "Audio"},
-        {usb_, true, "USB Ports"},          {aesebu_, true, "AES/EBU"},
+        {parallel_, true, "Wait for Parallel Port test thread to exit..."},
+        {ethernet_, true, "Wait for Ethernet Ports test thread to exit..."},
+        {frontpanel_, true, "Wait for Frontpanel test thread to exit..."},
+        {audio_, analog_, "Wait for Audio test thread to exit..."},
+        {usb_, true, "Wait for USB Ports test thread to exit..."},
+        {aesebu_, true, "Wait for AES/EBU test thread to exit..."},
     };
     for (const Join& join : joins) {
         if (!join.wanted) continue;
-        pout << "Wait for " << join.name << " test thread to exit..." << KLNstream::cr;
+        pout << join.message << KLNstream::cr;
+        waitFor(join.unit);
         join.unit.waitend();
     }
+}
+
+// Without a time limit, unless the operator has sent a signal.
+void SelfTest::waitFor(K4test& unit) {
+    while (unit.running()) {
+        if (signalled_ && --joinPollsLeft_ < 0) leave();
+        noteSignal(joinPoll_us);
+    }
+}
+
+// Waits for that long, or until the operator sends a signal. The second one does not wait for
+// anything any more.
+void SelfTest::noteSignal(long long wait_us) {
+    if (!takeAbortSignal(wait_us)) return;
+    if (signalled_) leave();
+    signalled_ = true;
+}
+
+// On the main thread, in a wait for a panel that does not answer, which no picture ends: what can
+// be joined is, and the rest is left.
+void SelfTest::endWait() {
+    noteSignal(0);
+    if (!signalled_) return;
+    requestStops();
+    joinUnits();
+    leave();
+}
+
+// The end of a run whose threads can't be joined.
+void SelfTest::leave() {
+    makeHardwareSafe();
+    printExitCode(exitAborted);
+    fflush(nullptr);
+    _exit(exitAborted);
 }
 
 void SelfTest::clearDisplay() {
     frontpanel_.display().clear(0);
     frontpanel_.commit();
+    frontpanel_.endLampTest();
 }
 
 } // namespace
 
 int testAll(int flags) {
     KLFptcreatemain("PT-Main");
+    guardEveryEnd();
     return SelfTest(flags).run();
 }
+
+void printExitCode(int code) { pout << "Selftest exits with code " << code << KLNstream::cr; }

@@ -17,8 +17,15 @@ inline constexpr int exitAborted = -6;
 
 // Starts the six test units, shows their status texts on the OLED as they change, and ends
 // when all six read "OK" in a picture that was just drawn, or when the operator aborts.
+// SIGINT, SIGTERM and SIGHUP, which the caller has held (holdAbortSignals), are an abort by the
+// operator, too. A second one, or a unit that can't be joined within 3 s after the first, ends the
+// process at once, with the status of an abort.
+//
 // Called once, by the process's first thread, which becomes the main thread "PT-Main".
 //
 // Without the analog test, and on a board without AES/EBU interface, a row stays empty: the
 // test then runs until the operator aborts.
 [[nodiscard]] int testAll(int flags);
+
+// The program's closing line on the console.
+void printExitCode(int code);

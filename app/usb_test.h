@@ -15,8 +15,6 @@
 // of that text until it is asked to stop.
 class K4STusb : public K4unit<K4STusb> {
 public:
-    ~K4STusb() { end(); }
-
     // Before the first start.
     void init() { prepare(); }
 

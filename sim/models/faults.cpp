@@ -431,6 +431,15 @@ constexpr Fault faults[] = {
      .sight = Sight::seen,
      .breaks = "serial adapter N runs at half the speed that is set",
      .verdict = "ABORTED: the USB row keeps \"In progress: \" and the rounds until then"},
+    {.name = "signal",
+     .value_syntax = "HUP|INT|TERM",
+     .value = Value::word,
+     .site = Site::host,
+     .sight = Sight::seen,
+     .breaks = "the program gets this signal: its terminal is closed (HUP), Ctrl-C is pressed "
+               "(INT), or it is asked to terminate (TERM)",
+     .verdict = "ABORTED: the units are stopped and joined, the inputs made safe; a second signal "
+                "waits for no unit"},
     {.name = "speaker-absent",
      .sight = Sight::seen,
      .breaks = "the console device has no speaker and can't be opened for it",

@@ -37,14 +37,14 @@ protected:
     void run_to(const std::string& text, Board board = Board::aes) {
         unit.reset();
         use_board(board);
-        unit = std::make_unique<K4STaudio>(true);
+        unit = std::make_unique<K4owned<K4STaudio>>(true);
         ASSERT_EQ(unit->start(true), 0);
         if (text != "Silence/DC -") time_until([] { return settings().phantom[0]; });
         if (text == "Loop gain ") device().sound_card().plug_analog(true);
         time_until([&] { return characters(unit->info()).starts_with(text); });
     }
 
-    std::unique_ptr<K4STaudio> unit;
+    std::unique_ptr<K4owned<K4STaudio>> unit;
 };
 
 TEST_F(AudioTest, MakesTheInputsSafeHoweverItEnds) {

@@ -31,7 +31,7 @@ TEST_F(Counters, ParallelTestsOnlyCpldsThatItKnows) {
         const std::string id = std::to_string(c.id), version = std::to_string(c.version);
         machine().apply_fault({"cpld-id", id, 0});
         machine().apply_fault({"cpld-version", version, 0});
-        K4STparallel unit;
+        K4owned<K4STparallel> unit;
         ASSERT_EQ(unit.start(true), 0);
         time_to(unit, c.known ? "OK" : "CPLDerr: ID=" + id + " VER=" + version);
     }
@@ -40,7 +40,7 @@ TEST_F(Counters, ParallelTestsOnlyCpldsThatItKnows) {
 // A line end is not part of the text.
 TEST_F(Counters, UsbPassesAfterAHundredRoundsWithoutAnAdapterPulled) {
     k4sim::SerialAdapter& adapter = device().serial()[2];
-    K4STusb unit;
+    K4owned<K4STusb> unit;
     ASSERT_EQ(unit.start(true), 0);
     time_to(unit, "In progress: 5");
     adapter.unplug();
@@ -64,7 +64,7 @@ TEST_F(Counters, UsbEndsWhereAnAdapterGetsDescriptor0) {
     KLTlxIOdev("/dev/ttyUSB0").close(); // so that the virtual adapter has its descriptors
     const int input = fcntl(0, F_DUPFD_CLOEXEC, 3);
     close(0);
-    K4STusb unit;
+    K4owned<K4STusb> unit;
     EXPECT_EQ(unit.start(true), 0);
     time_to(unit, "Not running");
     if (input >= 0) dup3(input, 0, 0);
@@ -75,7 +75,7 @@ TEST_F(Counters, UsbEndsWhereAnAdapterGetsDescriptor0) {
 TEST_F(Counters, AesebuTimesEachConditionFromItsBeginning) {
     CapturedConsole console;
     k4sim::SoundCard& card = device().sound_card();
-    K4STaesebu unit;
+    K4owned<K4STaesebu> unit;
     ASSERT_EQ(unit.start(true), 0);
     time_to(unit, "Wait for cable unplugged");
     for (const char* next : {"Wait for 32000 Hz 'LOCK'", "Wait for 44100 Hz 'LOCK'"}) {

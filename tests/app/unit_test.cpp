@@ -12,7 +12,6 @@ using Unit = UnitRun;
 class Deaf : public K4unit<Deaf> {
 public:
     explicit Deaf(k4sim::Microseconds length_us) : length_us_(length_us) {}
-    ~Deaf() { end(); }
     KLTastr info() override { return running() ? "running" : "idle"; }
     void prepare() { ++preparations; }
     void tfunc() {
@@ -28,7 +27,7 @@ private:
 };
 
 TEST_F(Unit, RunsOneThreadAndAsksOnlyThatToStop) {
-    Deaf unit(1'000);
+    K4owned<Deaf> unit(1'000);
     EXPECT_EQ(unit.start(false), 0);
     KLTastr text;
     for (int run = 1; run <= 2; ++run) {
@@ -54,7 +53,7 @@ TEST_F(Unit, RunsOneThreadAndAsksOnlyThatToStop) {
 TEST_F(Unit, ADestroyedOneAndAThreadWithoutAFunctionEndAtOnce) {
     const k4sim::Microseconds begin = k4sim::machine().now();
     for (const k4sim::Microseconds age_us : {0, 1, 100}) {
-        Deaf unit(3600 * second_us);
+        K4owned<Deaf> unit(3600 * second_us);
         ASSERT_EQ(unit.start(true), 0);
         KLFptdelay(age_us);
     }
