@@ -46,6 +46,7 @@ void print_recorded(const char* console, const char* text, const std::function<v
     machine().record(setup);
     capture_console(
         [](int stream, std::string_view said) { machine().console_text(stream, said); });
+    setvbuf(stdout, nullptr, _IOLBF, 0); // as the program does
     std::printf("%s", text);
     end();
 }

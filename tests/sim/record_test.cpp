@@ -78,6 +78,7 @@ TEST_F(RecordTest, ReportsTheLastTextOfEachUnitAndWhenItCame) {
     write_reports(record, Verdict::aborted, {false, 250});
     EXPECT_EQ(nlohmann::json::parse(read("report.json")),
               nlohmann::json::parse(R"({"verdict": "ABORTED", "status": 250, "seconds": 5.0,
+                  "left_safe": true, "left_on": [],
                   "units": [{"name": "ParallelPrt", "status": "OK", "since": 2.0},
                             {"name": "AES/EBU", "status": "", "since": 1.0},
                             {"name": "Frontpanel", "status": "<&\"2", "since": 3.5},

@@ -88,6 +88,7 @@ TEST_P(StartFailures, EndWithTheUnitsCode) {
     EXPECT_TRUE(run.console_has(GetParam().message)) << run.console;
     EXPECT_TRUE(run.console_has("Selftest exits with code " + std::to_string(GetParam().code)));
     EXPECT_EQ(run.verdict(), "NOT STARTED");
+    EXPECT_EQ(run.report.at("left_safe"), true);
     EXPECT_EQ(run.count_events("program", "thread-start"), GetParam().failing_thread - 1);
 }
 

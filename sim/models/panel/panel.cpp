@@ -16,7 +16,6 @@ enum Message : std::uint8_t {
     led_pattern = 0x50,
 };
 
-constexpr std::uint8_t no_message = 0xFF;
 constexpr std::uint32_t nothing_to_read = 0xFFFFFFFF;
 constexpr std::uint8_t first_version_with_long_counters = 8;
 
@@ -31,7 +30,7 @@ constexpr std::uint32_t reply_byte(std::uint8_t byte) { return 0xFFFFFF00U | byt
 } // namespace
 
 Panel::Panel(std::uint8_t type, std::uint8_t version, Surroundings& surroundings)
-    : surroundings_(surroundings), type_(type), version_(version), reported_type_(type),
+    : surroundings_(surroundings), version_(version), reported_type_(type),
       oled_(make_oled(type, surroundings)),
       keys_(version < first_version_with_long_counters ? 4 : 6) {}
 

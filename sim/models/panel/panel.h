@@ -68,7 +68,6 @@ private:
     bool protocol_error(std::string_view why, std::uint8_t byte);
 
     Surroundings& surroundings_;
-    std::uint8_t type_;
     std::uint8_t version_;
     std::uint8_t reported_type_;
     bool dead_ = false;
