@@ -24,9 +24,7 @@ public:
     static constexpr int codeStart7 = 7;
     static constexpr int codeStartM = 19;
     static constexpr int codeEscape = 15;
-    static constexpr bool isStart(int event) {
-        return event == codeStart7 || event == codeStartM;
-    }
+    static constexpr bool isStart(int event) { return event == codeStart7 || event == codeStartM; }
 
     // Sets how many positions the encoders count before they start again at 0: 16 for
     // panel versions below 8, else 64. Returns that number; it is 16 before.

@@ -9,8 +9,8 @@
 namespace k4sim {
 
 // Replaces stdout, buffered as the C library would have it (by lines on a terminal only), and
-// stderr, unbuffered. Each piece of text that comes out (1: output, 2: error) is written to the real descriptor unchanged,
-// then given to `reader`.
+// stderr, unbuffered. Each piece of text that comes out (1: output, 2: error) is written to the
+// real descriptor unchanged, then given to `reader`.
 void capture_console(std::function<void(int stream, std::string_view text)> reader);
 
 // For text that the program wrote to descriptor 1 or 2 past stdio; any other descriptor,
