@@ -78,7 +78,7 @@ inline void compareNumber(const std::string& text, int base) {
 
 // Returns the text without padding.
 inline std::string compareWriting(long long value, char pad, int width, char sign, int base) {
-    char digits[65] = {};
+    char digits[66] = {}; // the sign, 64 digits and the NUL
     std::to_chars(digits, std::end(digits), value, base < 2 || base > 36 ? 10 : base);
     const std::string shown = std::string(value >= 0 && sign, sign) + digits;
     const auto wanted = static_cast<std::size_t>(pad ? std::max(width, 0) : 0);
