@@ -95,29 +95,17 @@ int KLTpthreadBase::detach() {
     if (!attached()) return KLTptNothingToDetach;
     detached_.store(true, relaxed);
     const int result = pthread_detach(handle_.load(relaxed));
-    // A thread that was past its end did not know that it has to clear the handle.
-    if (ended_) handle_.store(0, relaxed);
+    // A body that has returned already did not know that it has to clear the handle.
+    if (finished()) handle_.store(0, relaxed);
     return result;
 }
 
 void KLTpthreadBase::name(const char* name) { KLFptsetname(name_, name); }
 
-// Ends a detached thread's use of its record, however its body ends.
-struct KLTpthreadBase::DetachedEnd {
-    explicit DetachedEnd(KLTpthreadBase& ended) : record(ended) {}
-    ~DetachedEnd() { record.endDetached(); }
-    DetachedEnd(const DetachedEnd&) = delete;
-    DetachedEnd& operator=(const DetachedEnd&) = delete;
-
-    KLTpthreadBase& record;
-};
-
 void* KLTpthreadBase::entry(void* record) {
     auto* self = static_cast<KLTpthreadBase*>(record);
     { const StateHold created(self->stateLock_); }
     pthread_setspecific(recordKey, self);
-    // A body that is cancelled unwinds the stack, but has not finished.
-    const DetachedEnd end(*self);
     self->threadFuncOwn();
     self->markFinished();
     return nullptr;
@@ -129,7 +117,6 @@ int KLTpthreadBase::create() {
     if (former != 0) pthread_detach(former);
     finished_.store(false, relaxed);
     detached_.store(false, relaxed);
-    ended_ = false;
     pthread_t handle = 0;
     const int result = pthread_create(&handle, nullptr, entry, this);
     handle_.store(result == 0 ? handle : 0, relaxed);
@@ -143,19 +130,7 @@ bool KLTpthreadBase::isCaller() const {
 void KLTpthreadBase::markFinished() {
     const StateHold hold(stateLock_);
     finished_.store(true, relaxed);
-}
-
-// The thread's last touch of its record: with the handle goes the last sign that the record is in
-// use, and its owner may destroy it.
-void KLTpthreadBase::endDetached() {
-    {
-        const StateHold hold(stateLock_);
-        if (!detached_.load(relaxed)) {
-            ended_ = true;
-            return;
-        }
-    }
-    handle_.store(0, std::memory_order_release);
+    if (detached_.load(relaxed)) handle_.store(0, relaxed);
 }
 
 KLTpthreadBase* KLFptcreatemain(const char* name) {

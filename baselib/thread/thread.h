@@ -66,7 +66,7 @@ public:
     void name(const char* name);
 
     // A thread is attached: it runs, or it has finished and is not joined yet.
-    bool attached() const { return handle_.load(std::memory_order_acquire) != 0; }
+    bool attached() const { return handle_.load(std::memory_order_relaxed) != 0; }
     // The body has returned, or the thread was joined.
     bool finished() const { return finished_.load(std::memory_order_relaxed); }
     // A thread is attached and has not finished.
@@ -83,14 +83,12 @@ private:
     int create();
     bool isCaller() const;
     void markFinished();
-    struct DetachedEnd;
-    void endDetached();
 
     std::atomic<pthread_t> handle_{0};
     char name_[KLTptNameSize]{};
     std::atomic<bool> finished_{false};
     std::atomic<bool> detached_{false};
-    bool ended_{false}; // the thread does not touch the record any more
+    bool reserved_{false};
     std::atomic<KLTptmutex*> waitingFor_{nullptr};
     // Handle and flags change together under this lock, so that a new thread never
     // outruns the handle that its creator is about to store.
