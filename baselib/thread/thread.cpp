@@ -47,7 +47,39 @@ void KLFptsetname(char (&name)[KLTptNameSize], const char* source) {
     memset(name + length, 0, sizeof name - length);
 }
 
-KLTpthreadBase::KLTpthreadBase(const char* name) {
+// What a record shares with its threads. It outlives them all, so that neither side touches
+// what the other has freed.
+struct KLTpthreadBase::Bond {
+    explicit Bond(KLTpthreadBase* owner) : record(owner) {}
+
+    // Handle and flags of the record change together under it, so that a new thread never outruns
+    // the handle that its creator is about to store, and none is cancelled that has ended.
+    pthread_mutex_t lock = PTHREAD_MUTEX_INITIALIZER;
+    KLTpthreadBase* record; // null once it is destroyed
+};
+
+// In a thread's frame: its last touch of the record, also when the thread is cancelled. The record
+// may be gone by then, or have a new thread.
+class KLTpthreadBase::Leaving {
+public:
+    explicit Leaving(Bond& bond) : bond_(bond) {}
+    ~Leaving() {
+        const StateHold hold(bond_.lock);
+        KLTpthreadBase* record = bond_.record;
+        if (!record || !record->isCaller()) return;
+        if (returned) record->finished_.store(true, relaxed);
+        if (record->detached_.load(relaxed)) record->handle_.store(0, std::memory_order_release);
+    }
+    Leaving(const Leaving&) = delete;
+    Leaving& operator=(const Leaving&) = delete;
+
+    bool returned = false;
+
+private:
+    Bond& bond_;
+};
+
+KLTpthreadBase::KLTpthreadBase(const char* name) : bond_(std::make_shared<Bond>(this)) {
     if (name && *name)
         this->name(name);
     else
@@ -55,18 +87,26 @@ KLTpthreadBase::KLTpthreadBase(const char* name) {
 }
 
 KLTpthreadBase::~KLTpthreadBase() noexcept(false) {
-    if (this == mainRecord || !attached()) return;
-    if (isCaller()) pthread_exit(nullptr);
-    // Nobody can join the thread from now on, so its memory is left to the system.
+    if (giveUp()) pthread_exit(nullptr);
+}
+
+// Ends the bond. True: the calling thread is the one that is attached.
+bool KLTpthreadBase::giveUp() {
+    const StateHold hold(bond_->lock);
+    bond_->record = nullptr;
+    if (this == mainRecord || !attached()) return false;
     const pthread_t handle = handle_.load(relaxed);
-    pthread_cancel(handle);
+    const bool caller = isCaller();
+    if (!caller) pthread_cancel(handle);
+    // Nobody can join the thread from now on, so its memory is left to the system.
     if (!detached_.load(relaxed)) pthread_detach(handle);
+    return caller;
 }
 
 int KLTpthreadBase::run() {
     if (!mainRecord) fatalError("KLTpthreadBase::run(): Main thread does not exist!");
     if (this == mainRecord) return KLTptOk;
-    const StateHold hold(stateLock_);
+    const StateHold hold(bond_->lock);
     return running() ? KLTptWrongState : create();
 }
 
@@ -74,24 +114,25 @@ int KLTpthreadBase::cancel() {
     if (!attached()) return KLTptWrongState;
     if (this == mainRecord) exit(EXIT_SUCCESS);
     if (isCaller()) pthread_exit(nullptr);
-    return pthread_cancel(handle_.load(relaxed));
+    const StateHold hold(bond_->lock);
+    return attached() ? pthread_cancel(handle_.load(relaxed)) : KLTptWrongState;
 }
 
 void KLTpthreadBase::waitend() {
     if (this == mainRecord || !attached()) return;
     if (isCaller()) {
-        markFinished();
+        finished_.store(true, relaxed);
         pthread_exit(nullptr);
     }
     if (detached_.load(relaxed)) return;
     pthread_join(handle_.load(relaxed), nullptr);
-    const StateHold hold(stateLock_);
+    const StateHold hold(bond_->lock);
     handle_.store(0, relaxed);
     finished_.store(true, relaxed);
 }
 
 int KLTpthreadBase::detach() {
-    const StateHold hold(stateLock_);
+    const StateHold hold(bond_->lock);
     if (!attached()) return KLTptNothingToDetach;
     detached_.store(true, relaxed);
     const int result = pthread_detach(handle_.load(relaxed));
@@ -102,12 +143,18 @@ int KLTpthreadBase::detach() {
 
 void KLTpthreadBase::name(const char* name) { KLFptsetname(name_, name); }
 
-void* KLTpthreadBase::entry(void* record) {
-    auto* self = static_cast<KLTpthreadBase*>(record);
-    { const StateHold created(self->stateLock_); }
-    pthread_setspecific(recordKey, self);
-    self->threadFuncOwn();
-    self->markFinished();
+void* KLTpthreadBase::entry(void* share) {
+    const std::unique_ptr<std::shared_ptr<Bond>> bond(static_cast<std::shared_ptr<Bond>*>(share));
+    Leaving leaving(**bond);
+    KLTpthreadBase* record = nullptr;
+    {
+        const StateHold created((*bond)->lock);
+        record = (*bond)->record;
+    }
+    if (!record) return nullptr;
+    pthread_setspecific(recordKey, record);
+    record->threadFuncOwn();
+    leaving.returned = true;
     return nullptr;
 }
 
@@ -118,19 +165,15 @@ int KLTpthreadBase::create() {
     finished_.store(false, relaxed);
     detached_.store(false, relaxed);
     pthread_t handle = 0;
-    const int result = pthread_create(&handle, nullptr, entry, this);
+    auto share = std::make_unique<std::shared_ptr<Bond>>(bond_);
+    const int result = pthread_create(&handle, nullptr, entry, share.get());
+    if (result == 0) static_cast<void>(share.release()); // the thread's now
     handle_.store(result == 0 ? handle : 0, relaxed);
     return result;
 }
 
 bool KLTpthreadBase::isCaller() const {
     return pthread_equal(handle_.load(relaxed), pthread_self()) != 0;
-}
-
-void KLTpthreadBase::markFinished() {
-    const StateHold hold(stateLock_);
-    finished_.store(true, relaxed);
-    if (detached_.load(relaxed)) handle_.store(0, relaxed);
 }
 
 KLTpthreadBase* KLFptcreatemain(const char* name) {

@@ -6,6 +6,7 @@
 // Misuse is fatal: a message and "\r\n" on standard error, then exit status -1.
 
 #include <atomic>
+#include <memory>
 #include <pthread.h>
 
 class KLTptmutex;
@@ -49,7 +50,7 @@ public:
     int run();
 
     // Cancels the thread (deferred: it ends at its next cancellation point and still has
-    // to be joined). KLTptWrongState: no thread. On the main record: ends the process
+    // to be joined, unless it is detached). KLTptWrongState: no thread. On the main record: ends the process
     // with status 0. On the calling thread: ends it. Else the result of pthread_cancel.
     int cancel();
 
@@ -57,7 +58,8 @@ public:
     // a detached one and on the main record. On the calling thread: ends it, finished.
     void waitend();
 
-    // Lets the thread end unjoined. KLTptNothingToDetach: no thread is attached. Else the
+    // Lets the thread end unjoined; when it ends, however it does, attached() becomes false, and
+    // the record may be destroyed from then on. KLTptNothingToDetach: no thread is attached. Else the
     // result of pthread_detach.
     int detach();
 
@@ -66,7 +68,7 @@ public:
     void name(const char* name);
 
     // A thread is attached: it runs, or it has finished and is not joined yet.
-    bool attached() const { return handle_.load(std::memory_order_relaxed) != 0; }
+    bool attached() const { return handle_.load(std::memory_order_acquire) != 0; }
     // The body has returned, or the thread was joined.
     bool finished() const { return finished_.load(std::memory_order_relaxed); }
     // A thread is attached and has not finished.
@@ -79,10 +81,13 @@ private:
     friend class KLTptmutex;
     friend KLTpthreadBase* KLFptcreatemain(const char* name);
 
-    static void* entry(void* record);
+    struct Bond;
+    class Leaving;
+
+    static void* entry(void* share);
     int create();
     bool isCaller() const;
-    void markFinished();
+    bool giveUp();
 
     std::atomic<pthread_t> handle_{0};
     char name_[KLTptNameSize]{};
@@ -90,9 +95,7 @@ private:
     std::atomic<bool> detached_{false};
     bool reserved_{false};
     std::atomic<KLTptmutex*> waitingFor_{nullptr};
-    // Handle and flags change together under this lock, so that a new thread never
-    // outruns the handle that its creator is about to store.
-    pthread_mutex_t stateLock_ = PTHREAD_MUTEX_INITIALIZER;
+    std::shared_ptr<Bond> bond_;
 };
 
 // Keeps cancellation of the calling thread away from a block; a request that comes meanwhile

@@ -122,8 +122,8 @@ void destroy_own_record() {
 }
 
 TEST_F(Thread, CancelAndDestructionUnwindTheBody) {
-    enum { cancelled, destroyed, destroys_itself };
-    for (const int end : {cancelled, destroyed, destroys_itself}) {
+    enum { cancelled, cancelled_detached, destroyed, destroys_itself };
+    for (const int end : {cancelled, cancelled_detached, destroyed, destroys_itself}) {
         begun = unwound = 0;
         auto* thread = new ThreadBody(end == destroys_itself ? destroy_own_record : sleep_for_ever);
         ASSERT_EQ(thread->run(), 0);
@@ -133,6 +133,11 @@ TEST_F(Thread, CancelAndDestructionUnwindTheBody) {
             EXPECT_FALSE(thread->finished());
             thread->waitend();
             EXPECT_TRUE(thread->finished());
+        }
+        if (end == cancelled_detached) {
+            EXPECT_EQ(thread->detach() + thread->cancel(), 0);
+            wait_until([&] { return !thread->attached(); });
+            EXPECT_EQ(thread->cancel(), -2);
         }
         if (end != destroys_itself) delete thread;
         wait_until([] { return unwound == 1; });
