@@ -50,8 +50,8 @@ public:
     int run();
 
     // Cancels the thread (deferred: it ends at its next cancellation point and still has
-    // to be joined, unless it is detached). KLTptWrongState: no thread. On the main record: ends the process
-    // with status 0. On the calling thread: ends it. Else the result of pthread_cancel.
+    // to be joined, unless it is detached). KLTptWrongState: no thread. On the main record: ends
+    // the process with status 0. On the calling thread: ends it. Else the result of pthread_cancel.
     int cancel();
 
     // Joins the thread, however long that takes. Returns at once without a thread, with
@@ -59,8 +59,8 @@ public:
     void waitend();
 
     // Lets the thread end unjoined; when it ends, however it does, attached() becomes false, and
-    // the record may be destroyed from then on. KLTptNothingToDetach: no thread is attached. Else the
-    // result of pthread_detach.
+    // the record may be destroyed from then on. KLTptNothingToDetach: no thread is attached. Else
+    // the result of pthread_detach.
     int detach();
 
     const char* name() const { return name_; }
