@@ -35,15 +35,29 @@ const char* sight_text(Fault::Sight sight) {
     return "escapes";
 }
 
+// At least `width` characters and a blank.
+std::string pad(std::string text, std::size_t width) {
+    if (text.size() < width) text.resize(width, ' ');
+    return text += ' ';
+}
+
+void list(const Fault& fault) {
+    const auto line = [](std::string_view head, std::string_view text) {
+        if (!text.empty()) std::puts(pad("    " + std::string(head), 12).append(text).c_str());
+    };
+    std::string name(fault.name);
+    if (!fault.value_syntax.empty()) name.append("=").append(fault.value_syntax);
+    std::puts(pad(name, 24).append(fault.breaks).c_str());
+    line(fault.value_syntax, fault_range(fault));
+    line("boards", fault_boards(fault));
+    line(sight_text(fault.sight), fault.verdict);
+}
+
 int list_faults() {
     std::puts("Faults for --fault, and what a run of the self-test must make of each: it is seen,\n"
               "escapes the self-test by its nature, or depends on the value.\n");
-    for (const Fault& fault : fault_list()) {
-        std::string name(fault.name);
-        if (!fault.value_syntax.empty()) name.append("=").append(fault.value_syntax);
-        std::printf("%-24s %s\n    %-8s %s\n", name.c_str(), std::string(fault.breaks).c_str(),
-                    sight_text(fault.sight), std::string(fault.verdict).c_str());
-    }
+    for (const Fault& fault : fault_list())
+        list(fault);
     return 0;
 }
 

@@ -40,14 +40,8 @@ bool is_pair(const Fault& fault, std::string_view value) {
            is_number(value.substr(colon + 1), fault.second_low, fault.second_high);
 }
 
-std::string pair_needed(const Fault& fault) {
-    const auto pair_of = [](std::int64_t first, std::int64_t second) {
-        return std::to_string(first) + ":" + std::to_string(second);
-    };
-    return " needs " + std::string(fault.value_syntax) + ", two numbers from " +
-           pair_of(fault.low, fault.second_low) + " to " + pair_of(fault.high, fault.second_high) +
-           ": for example " + std::string(fault.name) + "=" +
-           pair_of(fault.high, fault.second_high);
+std::string pair_of(std::int64_t first, std::int64_t second) {
+    return std::to_string(first) + ":" + std::to_string(second);
 }
 
 bool is_key(std::string_view value) {
@@ -81,18 +75,6 @@ std::string first_word(std::string_view words) {
     return std::string(words.substr(0, words.find('|')));
 }
 
-// What to choose where board_has() says no.
-std::string_view boards_with(Needs needs) {
-    switch (needs) {
-    case Needs::aes:
-        return "aes";
-    case Needs::i2c:
-        return "i2c or engine";
-    default:
-        return "aes, plain, i2c or engine";
-    }
-}
-
 std::string value_error(const Fault& fault, std::string_view value) {
     const std::string name(fault.name);
     switch (fault.value) {
@@ -108,16 +90,47 @@ std::string value_error(const Fault& fault, std::string_view value) {
                    : "fault " + name + " needs one of " + std::string(fault.value_syntax) +
                          ": for example " + name + "=" + first_word(fault.value_syntax);
     case Value::pair:
-        return is_pair(fault, value) ? "" : "fault " + name + pair_needed(fault);
+        return is_pair(fault, value)
+                   ? ""
+                   : "fault " + name + " needs " + std::string(fault.value_syntax) +
+                         ", two numbers " + fault_range(fault) + ": for example " + name + "=" +
+                         pair_of(fault.high, fault.second_high);
     case Value::number:
         break;
     }
-    if (is_number(value, fault.low, fault.high)) return "";
-    return "fault " + name + " needs a number from " + std::to_string(fault.low) + " to " +
-           std::to_string(fault.high) + ": for example " + name + "=" + std::to_string(fault.high);
+    return is_number(value, fault.low, fault.high)
+               ? ""
+               : "fault " + name + " needs a number " + fault_range(fault) + ": for example " +
+                     name + "=" + std::to_string(fault.high);
 }
 
 } // namespace
+
+std::string fault_range(const Fault& fault) {
+    switch (fault.value) {
+    case Value::number:
+        return "from " + std::to_string(fault.low) + " to " + std::to_string(fault.high);
+    case Value::pair:
+        return "from " + pair_of(fault.low, fault.second_low) + " to " +
+               pair_of(fault.high, fault.second_high);
+    default:
+        return "";
+    }
+}
+
+std::string_view fault_boards(const Fault& fault) {
+    switch (fault.needs) {
+    case Needs::aes:
+        return "aes";
+    case Needs::i2c:
+        return "i2c or engine";
+    case Needs::cpld:
+        return "aes, plain, i2c or engine";
+    case Needs::nothing:
+        break;
+    }
+    return "";
+}
 
 std::string fault_error(Board board, std::string_view name, std::string_view value) {
     const Fault* const fault = find_fault(name);
@@ -126,7 +139,7 @@ std::string fault_error(Board board, std::string_view name, std::string_view val
     if (!board_has(board, fault->needs))
         return "fault " + std::string(name) + " has nothing to break on board " +
                std::string(board_name(board)) + ": choose board " +
-               std::string(boards_with(fault->needs));
+               std::string(fault_boards(*fault));
     return value_error(*fault, value);
 }
 

@@ -39,6 +39,12 @@ std::span<const Fault> fault_list();
 // Null for an unknown name.
 const Fault* find_fault(std::string_view name);
 
+// "from LOW to HIGH" of a number or a pair; empty of what takes neither.
+std::string fault_range(const Fault& fault);
+
+// The boards that have something to break, as "A, B or C"; empty: all.
+std::string_view fault_boards(const Fault& fault);
+
 // Why `name` with `value` (empty: none given) can't be had on `board`: one line without
 // a line end that says what and how to mend it. Empty when all is well.
 std::string fault_error(Board board, std::string_view name, std::string_view value);

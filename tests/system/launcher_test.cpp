@@ -198,9 +198,6 @@ TEST_F(Launcher, PassesAnyProgramsConsoleAndStatusThrough) {
 
 TEST_F(Launcher, HelpIsGivenWhereverItIsAskedForBeforeTheProgram) {
     const std::string help = launch("--help").out;
-    for (const char* option : {"--board", "--operator", "--scenario", "--fault", "--seed", "--pace",
-                               "--limit", "--record"})
-        EXPECT_NE(help.find(option), std::string::npos) << option;
     for (const char* arguments : {"-h", "help", "run --board aes --help x", "run -h"})
         EXPECT_EQ(launch(arguments).out, help) << arguments;
     EXPECT_EQ(launch("run /bin/sh -c 'echo $1' x --help").out, "--help\n");
