@@ -101,6 +101,8 @@ TEST_F(AlsaLoopTest, AToneHasTheLevelOfSettingsCableAndFaults) {
         {Board::aes, "", "", {{"Line Out Playback Switch", {0, 1}}}, noise, tone},
         {Board::aes, "", "", {{"Line In Capture Switch", {1, 0}}}, tone, noise},
         {Board::aes, "analog-cable", "crossed", {{line_out, {120, 127}}}, tone, tone - 7},
+        {Board::aes, "analog-cable", "left", {}, tone, noise},
+        {Board::aes, "analog-cable", "right", {}, noise, tone},
         {Board::aes, "analog-cable", "phones", {{phones, {1, 0}}}, tone - 27, noise},
         // Clipped are 46 of 48 samples.
         {Board::aes, "analog-gain", "40", {}, -0.185, -0.185, 0, -71},

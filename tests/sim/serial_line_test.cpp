@@ -131,6 +131,11 @@ TEST_F(SerialLine, WaitsInVirtualTime) {
     EXPECT_EQ(read(second_, text, 2), 1);
     EXPECT_EQ(read(second_, text, 2), -1);
     EXPECT_EQ(errno, EAGAIN);
+    set(second_, raw, B9600);
+    send(first_, "xyz");
+    EXPECT_EQ(tcsetattr(first_, TCSAFLUSH, std::make_unique<termios>().get()), 0); // waits
+    EXPECT_EQ(since_start(), 908'334 + 25'000);
+    EXPECT_EQ(count_events("serial", "speed-mismatch"), 1);
 }
 
 TEST_F(SerialLine, AFullTransmitterMakesAWriteWait) {
