@@ -75,6 +75,15 @@ public:
                       : static_cast<int>(snd_ctl_elem_value_get_integer(values_, i));
     }
 
+    bool has_decibels() {
+        const Opened<snd_ctl_elem_info_t, snd_ctl_elem_info_malloc, snd_ctl_elem_info_free> info;
+        snd_ctl_elem_id_t* id = nullptr;
+        snd_ctl_elem_id_alloca(&id);
+        snd_ctl_elem_value_get_id(values_, id);
+        snd_ctl_elem_info_set_id(info, id);
+        return snd_ctl_elem_info(control_, info) == 0 && snd_ctl_elem_info_is_tlv_readable(info);
+    }
+
 private:
     const bool bytes_;
     const Opened<snd_ctl_t, snd_ctl_open, snd_ctl_close> control_{"hw:0", 0};

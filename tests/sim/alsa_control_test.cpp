@@ -16,15 +16,16 @@ TEST_F(AlsaControlTest, EachElementTakesItsValuesAndNoOthers) {
         const char* name;
         unsigned count;
         int highest;
+        bool decibels = false;
     } cases[] = {
-        {Board::aes, "Headphone Playback Volume", 2, 127},
+        {Board::aes, "Headphone Playback Volume", 2, 127, true},
         {Board::aes, "Line Out Playback Switch", 2, 1},
         {Board::aes, "Line In Capture Volume", 2, 63},
-        {Board::aes, "Line In Level Capture Volume", 2, 15},
+        {Board::aes, "Line In Level Capture Volume", 2, 15, true},
         {Board::plain, "Line In Capture Volume", 2, 31},
         {Board::aes, "IEC958 Playback TXC SPdif", 1, 255},
     };
-    for (const auto& [board, name, count, highest] : cases) {
+    for (const auto& [board, name, count, highest, decibels] : cases) {
         use_board(board);
         Element element(name);
         std::vector<int> values(count, 0);
@@ -35,6 +36,7 @@ TEST_F(AlsaControlTest, EachElementTakesItsValuesAndNoOthers) {
             EXPECT_EQ(element.write(values), fits ? is_new : -EINVAL) << name << " " << last;
         }
         EXPECT_EQ(element.value(count - 1), highest) << name;
+        EXPECT_EQ(element.has_decibels(), decibels) << name;
     }
     use_board(Board::aes);
     EXPECT_EQ(Element("IEC958 Capture RXP Status").write({1}), -EPERM);
