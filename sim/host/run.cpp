@@ -12,8 +12,10 @@
 #include "sim/machine/machine.h"
 #include "sim/machine/report.h"
 #include "sim/setup.h"
+#include "sim/setup_process.h"
 #include "sim/time/scheduler.h"
 
+#include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <pthread.h>
@@ -24,8 +26,6 @@
 namespace k4sim {
 
 namespace {
-
-constexpr char setup_variable[] = "K4SIM_SETUP";
 
 void in_parent() { descriptors().forget_pipes(); }
 
@@ -49,6 +49,19 @@ void start_recorded_run(const Setup& setup) {
     _exit(status_deadlock);
 }
 
+// Tells the launcher, which waits for it before it lets the program begin.
+void report_in() {
+    if (std::getenv(watched_variable) == nullptr) return;
+    unsetenv(watched_variable);
+    sigset_t trap{};
+    sigset_t former{};
+    sigemptyset(&trap);
+    sigaddset(&trap, SIGTRAP);
+    sigprocmask(SIG_UNBLOCK, &trap, &former);
+    raise(SIGTRAP);
+    sigprocmask(SIG_SETMASK, &former, nullptr);
+}
+
 // The process of the launcher's child, or a unit test. A program that the process
 // executes later is on its own.
 void start_run() {
@@ -56,6 +69,7 @@ void start_run() {
     if (text == nullptr) return;
     const auto setup = decode(text);
     if (!setup) refuse("K4SIM_SETUP is not well-formed; start the program by k4sim run");
+    report_in();
     unsetenv(setup_variable);
     unsetenv("LD_PRELOAD");
     start_recorded_run(*setup);

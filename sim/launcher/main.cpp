@@ -75,6 +75,13 @@ void tell_what_is_left_on(const Observation& seen) {
 // Tells the user about an end that was not the program's own, and gives the exit status.
 int exit_status(const Options& options, const Observation& seen, ProcessEnd end) {
     const char* const name = options.program[0].c_str();
+    if (end.bare) {
+        std::fprintf(stderr,
+                     "k4sim: %s was killed before it began: the virtual device was not "
+                     "loaded into it\n",
+                     name);
+        return status_died;
+    }
     if (end.by_signal) {
         std::fprintf(stderr, "k4sim: %s died by signal %d (%s) after %.6f virtual seconds\n", name,
                      end.code, strsignal(end.code), seconds(seen.duration_us));
@@ -96,9 +103,10 @@ int exit_status(const Options& options, const Observation& seen, ProcessEnd end)
 int run(const Options& options) {
     const std::string folder = own_folder();
     const std::string path = find_program(options.program[0], folder);
-    const std::string library = find_library(folder, check_program(options.program[0], path));
+    const std::string library = library_name(folder, check_program(options.program[0], path));
     Record record(options.record);
-    const ProcessEnd end = run_process(path, options.program, library, options.setup, record);
+    const ProcessEnd end =
+        run_process({path, options.program, folder, library}, options.setup, record);
     const int status = exit_status(options, record.observation(), end);
     tell_what_is_left_on(record.observation());
     write_reports(record, judge(record.observation(), end), end);

@@ -1,27 +1,24 @@
 #include "sim/launcher/process.h"
 
+#include "sim/launcher/handshake.h"
 #include "sim/launcher/options.h"
+#include "sim/launcher/signals.h"
+#include "sim/setup_process.h"
 
 #include <array>
-#include <atomic>
 #include <cerrno>
 #include <csignal>
 #include <cstdlib>
 #include <cstring>
 #include <fcntl.h>
-#include <spawn.h>
 #include <string_view>
+#include <sys/prctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
-#include <utility>
 
 namespace k4sim {
 
 namespace {
-
-// Where the program's end of the report is: beyond the descriptors that a program gets for
-// its own files, so that these have the numbers that they have on a real device.
-constexpr int report_descriptor = 100;
 
 // A closed end stands for -1, so that nothing is closed twice.
 class Pipe {
@@ -52,11 +49,14 @@ private:
 // The launcher's own, with the library and the setup put in.
 std::vector<std::string> environment_with(const std::string& library, const Setup& setup) {
     const char* preloaded = std::getenv("LD_PRELOAD");
-    std::vector<std::string> variables{"K4SIM_SETUP=" + encode(setup), "LD_PRELOAD=" + library};
-    if (preloaded != nullptr && *preloaded != '\0') variables[1].append(":").append(preloaded);
+    std::string libraries = "LD_PRELOAD=" + std::string(library_folder) + library;
+    if (preloaded != nullptr && *preloaded != '\0') libraries.append(":").append(preloaded);
+    std::vector<std::string> variables{std::string(setup_variable) + "=" + encode(setup),
+                                       std::string(watched_variable) + "=1", libraries};
     for (char** variable = environ; *variable != nullptr; ++variable) {
         const std::string_view text(*variable);
-        if (!text.starts_with("K4SIM_SETUP=") && !text.starts_with("LD_PRELOAD="))
+        const std::string_view name = text.substr(0, text.find('='));
+        if (name != setup_variable && name != watched_variable && name != "LD_PRELOAD")
             variables.emplace_back(text);
     }
     return variables;
@@ -72,110 +72,110 @@ std::vector<char*> pointers_to(const std::vector<std::string>& texts) {
     return pointers;
 }
 
-pid_t start(const std::string& path, const std::vector<std::string>& arguments,
-            const std::vector<std::string>& environment, int report_end) {
-    posix_spawn_file_actions_t actions;
-    posix_spawn_file_actions_init(&actions);
-    posix_spawn_file_actions_adddup2(&actions, report_end, report_descriptor);
-    pid_t child = 0;
-    const int error = posix_spawn(&child, path.c_str(), &actions, nullptr,
-                                  pointers_to(arguments).data(), pointers_to(environment).data());
-    posix_spawn_file_actions_destroy(&actions);
-    if (error != 0)
-        throw UsageError(path + " can't be started (" + std::strerror(error) +
-                         "); try it without k4sim");
+// Tells the launcher what could not be done, and ends the child.
+[[noreturn]] void fail(int complaints, const std::string& what) {
+    const std::string text = what + " (" + std::strerror(errno) + ")";
+    const ssize_t written = write(complaints, text.data(), text.size());
+    _exit(written < 0 ? 1 : 0);
+}
+
+struct Ends {
+    int report;
+    int folder;
+    int complaints;
+};
+
+// In the child. What is set here stays through every execution.
+[[noreturn]] void become(const Program& program, const std::vector<char*>& arguments,
+                         const std::vector<char*>& environment, const Ends& ends, pid_t launcher) {
+    if (dup2(ends.report, report_descriptor) < 0 ||
+        dup2(ends.folder, library_folder_descriptor) < 0)
+        fail(ends.complaints, "no descriptors for the virtual device");
+    if (prctl(PR_SET_PDEATHSIG, SIGKILL) != 0) fail(ends.complaints, "it would outlive k4sim");
+    if (getppid() != launcher) _exit(1); // which was gone before
+    if (prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) != 0)
+        fail(ends.complaints, "the system can't keep new rights from it");
+    if (!ask_to_be_watched()) fail(ends.complaints, "its start can't be watched");
+    execve(program.path.c_str(), arguments.data(), environment.data());
+    fail(ends.complaints, "try it without k4sim");
+}
+
+pid_t start(const Program& program, const Setup& setup, const RunSignals& signals,
+            const Ends& ends) {
+    const std::vector<std::string> variables = environment_with(program.library, setup);
+    const std::vector<char*> environment = pointers_to(variables);
+    const std::vector<char*> arguments = pointers_to(program.arguments);
+    const pid_t launcher = getpid();
+    const pid_t child = fork();
+    if (child < 0) throw UsageError(std::string("no process: ") + std::strerror(errno));
+    if (child == 0) {
+        signals.release_in_child();
+        become(program, arguments, environment, ends, launcher);
+    }
     return child;
 }
 
-std::atomic<pid_t> running_child{0};
-std::atomic<int> early_signal{0}; // came before there was a child
-static_assert(std::atomic<int>::is_always_lock_free, "for use in a signal handler");
-
-void hand_on(int number) {
-    const pid_t child = running_child;
-    if (child == 0)
-        early_signal = number;
-    else
-        kill(child, number);
-}
-
-// The terminal tells the program as well.
-void leave_to_program(int) {}
-
-// While it lives, signals that would end the launcher reach the program alone. The program
-// gets the handling that the launcher had: handlers end at its start, and a signal that is
-// ignored stays so.
-class SignalsToProgram {
-public:
-    SignalsToProgram() {
-        running_child = 0;
-        early_signal = 0;
-        for (std::size_t i = 0; i < handlers.size(); ++i) {
-            sigaction(handlers[i].first, nullptr, &former_[i]);
-            if (former_[i].sa_handler == SIG_IGN) continue;
-            struct sigaction action {};
-            action.sa_handler = handlers[i].second;
-            action.sa_flags = SA_RESTART;
-            sigaction(handlers[i].first, &action, nullptr);
-        }
-    }
-    ~SignalsToProgram() {
-        for (std::size_t i = 0; i < handlers.size(); ++i)
-            sigaction(handlers[i].first, &former_[i], nullptr);
-    }
-    SignalsToProgram(const SignalsToProgram&) = delete;
-    SignalsToProgram& operator=(const SignalsToProgram&) = delete;
-
-    void begin(pid_t child) {
-        running_child = child;
-        if (const int number = early_signal; number != 0) kill(child, number);
-    }
-
-private:
-    static constexpr std::array<std::pair<int, void (*)(int)>, 4> handlers{{
-        {SIGINT, leave_to_program},
-        {SIGQUIT, leave_to_program},
-        {SIGTERM, hand_on},
-        {SIGHUP, hand_on},
-    }};
-
-    std::array<struct sigaction, handlers.size()> former_{};
-};
-
-// Until the last writer, the program, is gone.
-void read_report(int fd, Record& record) {
-    std::string pending;
+// Calls `take` with what comes until the last writer is gone.
+template <class Take>
+void read_to_end(int fd, Take take) {
     std::array<char, 65536> buffer{};
     for (;;) {
         const ssize_t count = read(fd, buffer.data(), buffer.size());
         if (count < 0 && errno == EINTR) continue;
         if (count <= 0) break;
-        pending.append(buffer.data(), static_cast<std::size_t>(count));
+        take(std::string_view(buffer.data(), static_cast<std::size_t>(count)));
+    }
+}
+
+void read_report(int fd, Record& record) {
+    std::string pending;
+    read_to_end(fd, [&](std::string_view bytes) {
+        pending.append(bytes);
         std::size_t begin = 0;
         for (std::size_t end = 0; (end = pending.find('\n', begin)) != std::string::npos;
              begin = end + 1)
             record.line(pending.substr(begin, end - begin));
         pending.erase(0, begin);
-    }
+    });
+}
+
+void throw_complaint(const Program& program, int complaints) {
+    std::string text;
+    read_to_end(complaints, [&](std::string_view bytes) { text.append(bytes); });
+    if (!text.empty()) throw UsageError(program.path + " can't be started: " + text);
+}
+
+int open_folder(const std::string& path) {
+    const int folder = open(path.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC);
+    if (folder < 0) throw UsageError(path + " can't be opened: " + std::strerror(errno));
+    return folder;
 }
 
 } // namespace
 
-ProcessEnd run_process(const std::string& path, const std::vector<std::string>& arguments,
-                       const std::string& library, const Setup& setup, Record& record) {
+ProcessEnd run_process(const Program& program, const Setup& setup, Record& record) {
     Pipe report;
+    Pipe complaints;
     Setup childs_setup = setup;
     childs_setup.report_fd = report_descriptor;
-    SignalsToProgram signals;
+    const int folder = open_folder(program.library_folder);
+    RunSignals signals;
     const pid_t child =
-        start(path, arguments, environment_with(library, childs_setup), report.writing());
-    signals.begin(child);
+        start(program, childs_setup, signals, {report.writing(), folder, complaints.writing()});
+    signals.release_in_launcher(child);
+    close(folder);
     report.close_writing();
+    complaints.close_writing();
+    const WatchedStart watched = watch_start(child);
+    int status = watched.wait_status;
+    throw_complaint(program, complaints.reading());
     read_report(report.reading(), record);
-    int status = 0;
-    while (waitpid(child, &status, 0) < 0 && errno == EINTR) {
-    }
-    return {WIFSIGNALED(status), WIFSIGNALED(status) ? WTERMSIG(status) : WEXITSTATUS(status)};
+    if (watched.how == Start::device_loaded)
+        while (waitpid(child, &status, 0) < 0 && errno == EINTR) {
+        }
+    signals.forget_child();
+    return {WIFSIGNALED(status), WIFSIGNALED(status) ? WTERMSIG(status) : WEXITSTATUS(status),
+            watched.how == Start::bare};
 }
 
 } // namespace k4sim

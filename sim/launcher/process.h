@@ -1,4 +1,4 @@
-// The program's process, with libk4sim.so loaded into it.
+// The program's process, with the device library loaded into it.
 #pragma once
 
 #include "sim/launcher/record.h"
@@ -10,12 +10,18 @@
 
 namespace k4sim {
 
+struct Program {
+    std::string path;
+    std::vector<std::string> arguments; // its name first
+    std::string library_folder;
+    std::string library; // a name in that folder
+};
+
 // Runs the program to its end; its console is the launcher's own, what the library reports
-// goes to the record. Meanwhile an interrupt from the keyboard, which the program gets too,
-// does not end the launcher, and a request to terminate is handed on to the program: so the
-// record of a run that is broken off is complete. Throws UsageError when the program can't
-// be started.
-ProcessEnd run_process(const std::string& path, const std::vector<std::string>& arguments,
-                       const std::string& library, const Setup& setup, Record& record);
+// goes to the record. It gets no new rights by any execution, and dies with the launcher. It does
+// not begin without the library: such a one is killed, and the result is marked `bare`.
+// A request to end the run (see signals.h) is the program's to answer. Throws UsageError when the
+// program can't be started.
+ProcessEnd run_process(const Program& program, const Setup& setup, Record& record);
 
 } // namespace k4sim

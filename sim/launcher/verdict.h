@@ -19,7 +19,8 @@ enum class Verdict {
 // How the program's process ended.
 struct ProcessEnd {
     bool by_signal = false;
-    int code = 0; // exit status 0..255, or the signal
+    int code = 0;      // exit status 0..255, or the signal
+    bool bare = false; // killed before it began: it would have run without the device
 };
 
 Verdict judge(const Observation& observation, ProcessEnd end);

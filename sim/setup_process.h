@@ -1,0 +1,20 @@
+// What the launcher leaves in the process of a program that it starts, and the device library
+// finds there: descriptors beyond those that a program gets for its own files, so that these
+// have the numbers that they have on a real device, and variables of the environment.
+#pragma once
+
+namespace k4sim {
+
+// Where the report lines go.
+inline constexpr int report_descriptor = 100;
+// The folder of the device libraries. A path through it suits the loader and libasound,
+// whatever characters the folder's own name has.
+inline constexpr int library_folder_descriptor = 101;
+inline constexpr char library_folder[] = "/proc/self/fd/101/";
+
+// The setup of the run, as encode() writes it.
+inline constexpr char setup_variable[] = "K4SIM_SETUP";
+// Is there when the launcher waits for the library to report in.
+inline constexpr char watched_variable[] = "K4SIM_WATCHED";
+
+} // namespace k4sim

@@ -1,0 +1,96 @@
+// No program runs on the real machine, whatever way it is started. A probe that looks at no more
+// than its own maps tells "virtual" or "bare".
+#include "virtual_run.h"
+
+#include <linux/capability.h>
+#include <sys/xattr.h>
+#include <unistd.h>
+
+namespace {
+
+using namespace k4test;
+namespace fs = std::filesystem;
+
+// Of the launcher's word size, and of the other where there is a library for it.
+constexpr const char* bare_probes[] = {"bare_probe"
+#ifdef __i386__
+                                       ,
+                                       "bare_probe64"
+#endif
+};
+
+class Bare : public testing::Test {
+protected:
+    Bare() {
+        fs::permissions(folder_.path(), fs::perms(0755)); // for another user
+        install("build");
+    }
+
+    // The launcher with its libraries and the probes.
+    void install(const std::string& name) const {
+        const fs::path target = folder_.path() / name;
+        fs::create_directory(target);
+        fs::copy(K4_SIM, target / "k4sim");
+        for (const auto& entry : fs::directory_iterator(fs::path(K4_SIM).parent_path())) {
+            const std::string file = entry.path().filename();
+            if (file.starts_with("libk4sim") || file.starts_with("bare_probe") ||
+                file == "k4sim-alsa.conf")
+                fs::copy(entry.path(), target / file);
+        }
+    }
+
+    fs::path copy_of_probe(const std::string& name) const {
+        fs::copy(folder_.file("build/bare_probe"), folder_.file("build/" + name));
+        return folder_.file("build/" + name);
+    }
+
+    // Words as for a shell, in the folder of the launcher; by root, and by a user without rights.
+    void expect(const std::string& words, int status, const std::string& out,
+                const std::string& must_say = "", const std::string& build = "build") const {
+        for (const bool nobody : {false, true}) {
+            SCOPED_TRACE(words + " in " + build + (nobody ? " by nobody" : ""));
+            std::vector<std::string> command{"/bin/sh", "-c", "cd \"$0\"; exec ./k4sim " + words,
+                                             folder_.file(build)};
+            if (nobody && geteuid() == 0)
+                command.insert(command.begin(), {"/usr/bin/setpriv", "--reuid=65534",
+                                                 "--regid=65534", "--clear-groups", "--"});
+            const CommandResult result = run_command(command);
+            EXPECT_EQ(result.status, status) << result.error;
+            EXPECT_EQ(result.out, out);
+            EXPECT_NE((result.error + "\n").find(must_say), std::string::npos) << result.error;
+        }
+    }
+
+    const ScratchFolder folder_;
+};
+
+TEST_F(Bare, TheNameOfTheFolderIsNoWayPastTheDevice) {
+    for (const std::string name : {"a blank", "a:colon", "$ORIGIN", "$LIB", "semi;colon\t"}) {
+        install(name);
+        for (const char* probe : bare_probes)
+            expect("run ./" + std::string(probe), 0, "virtual\n", "", name);
+    }
+}
+
+// What the loader warns of only.
+TEST_F(Bare, AProgramWithoutTheDeviceIsKilledBeforeItBegins) {
+    for (const auto& entry : fs::directory_iterator(folder_.file("build")))
+        if (entry.path().filename().string().starts_with("libk4sim")) fs::resize_file(entry, 64);
+    for (const char* probe : bare_probes)
+        expect("run ./" + std::string(probe), 125, "", "killed before it began");
+}
+
+// The loader takes no library for them.
+TEST_F(Bare, AProgramWithRightsOfItsOwnIsRefused) {
+    fs::permissions(copy_of_probe("set-uid"), fs::perms(04755));
+    fs::permissions(copy_of_probe("set-gid"), fs::perms(02755));
+    const vfs_cap_data raw_ports{VFS_CAP_REVISION_2, {{1 << CAP_SYS_RAWIO, 0}, {0, 0}}};
+    const fs::path capable = copy_of_probe("capable");
+    const bool can_give =
+        setxattr(capable.c_str(), "security.capability", &raw_ports, XATTR_CAPS_SZ_2, 0) == 0;
+    EXPECT_EQ(can_give, geteuid() == 0);
+    for (const std::string name : {"set-uid", "set-gid", can_give ? "capable" : "set-uid"})
+        expect("run ./" + name, 2, "", name + " is set-uid, set-gid or has capabilities");
+}
+
+} // namespace
