@@ -109,6 +109,10 @@ int run(const Options& options) {
         run_process({path, options.program, folder, library}, options.setup, record);
     const int status = exit_status(options, record.observation(), end);
     tell_what_is_left_on(record.observation());
+    if (!end.devices_guarded)
+        std::fputs("k4sim: this kernel has no Landlock: only seccomp kept the program from the "
+                   "real machine\n",
+                   stderr);
     write_reports(record, judge(record.observation(), end), end);
     record.check_written();
     return status;

@@ -1,5 +1,6 @@
 #include "sim/launcher/process.h"
 
+#include "sim/launcher/guard.h"
 #include "sim/launcher/handshake.h"
 #include "sim/launcher/options.h"
 #include "sim/launcher/signals.h"
@@ -87,7 +88,8 @@ struct Ends {
 
 // In the child. What is set here stays through every execution.
 [[noreturn]] void become(const Program& program, const std::vector<char*>& arguments,
-                         const std::vector<char*>& environment, const Ends& ends, pid_t launcher) {
+                         const std::vector<char*>& environment, const Ends& ends,
+                         const Guard& guard, pid_t launcher) {
     if (dup2(ends.report, report_descriptor) < 0 ||
         dup2(ends.folder, library_folder_descriptor) < 0)
         fail(ends.complaints, "no descriptors for the virtual device");
@@ -95,13 +97,14 @@ struct Ends {
     if (getppid() != launcher) _exit(1); // which was gone before
     if (prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) != 0)
         fail(ends.complaints, "the system can't keep new rights from it");
+    if (!guard.enter()) fail(ends.complaints, "the real device can't be kept from it");
     if (!ask_to_be_watched()) fail(ends.complaints, "its start can't be watched");
     execve(program.path.c_str(), arguments.data(), environment.data());
     fail(ends.complaints, "try it without k4sim");
 }
 
 pid_t start(const Program& program, const Setup& setup, const RunSignals& signals,
-            const Ends& ends) {
+            const Guard& guard, const Ends& ends) {
     const std::vector<std::string> variables = environment_with(program.library, setup);
     const std::vector<char*> environment = pointers_to(variables);
     const std::vector<char*> arguments = pointers_to(program.arguments);
@@ -110,7 +113,7 @@ pid_t start(const Program& program, const Setup& setup, const RunSignals& signal
     if (child < 0) throw UsageError(std::string("no process: ") + std::strerror(errno));
     if (child == 0) {
         signals.release_in_child();
-        become(program, arguments, environment, ends, launcher);
+        become(program, arguments, environment, ends, guard, launcher);
     }
     return child;
 }
@@ -159,9 +162,10 @@ ProcessEnd run_process(const Program& program, const Setup& setup, Record& recor
     Setup childs_setup = setup;
     childs_setup.report_fd = report_descriptor;
     const int folder = open_folder(program.library_folder);
+    const Guard guard;
     RunSignals signals;
-    const pid_t child =
-        start(program, childs_setup, signals, {report.writing(), folder, complaints.writing()});
+    const pid_t child = start(program, childs_setup, signals, guard,
+                              {report.writing(), folder, complaints.writing()});
     signals.release_in_launcher(child);
     close(folder);
     report.close_writing();
@@ -175,7 +179,7 @@ ProcessEnd run_process(const Program& program, const Setup& setup, Record& recor
         }
     signals.forget_child();
     return {WIFSIGNALED(status), WIFSIGNALED(status) ? WTERMSIG(status) : WEXITSTATUS(status),
-            watched.how == Start::bare};
+            watched.how == Start::bare, guard.keeps_devices()};
 }
 
 } // namespace k4sim

@@ -19,8 +19,9 @@ enum class Verdict {
 // How the program's process ended.
 struct ProcessEnd {
     bool by_signal = false;
-    int code = 0;      // exit status 0..255, or the signal
-    bool bare = false; // killed before it began: it would have run without the device
+    int code = 0;                // exit status 0..255, or the signal
+    bool bare = false;           // killed before it began: it would have run without the device
+    bool devices_guarded = true; // the kernel kept it from the device files, too
 };
 
 Verdict judge(const Observation& observation, ProcessEnd end);

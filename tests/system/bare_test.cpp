@@ -31,6 +31,7 @@ protected:
         const fs::path target = folder_.path() / name;
         fs::create_directory(target);
         fs::copy(K4_SIM, target / "k4sim");
+        fs::copy(K4_WITHOUT_LANDLOCK, target / "without_landlock");
         for (const auto& entry : fs::directory_iterator(fs::path(K4_SIM).parent_path())) {
             const std::string file = entry.path().filename();
             if (file.starts_with("libk4sim") || file.starts_with("bare_probe") ||
@@ -49,7 +50,7 @@ protected:
                 const std::string& must_say = "", const std::string& build = "build") const {
         for (const bool nobody : {false, true}) {
             SCOPED_TRACE(words + " in " + build + (nobody ? " by nobody" : ""));
-            std::vector<std::string> command{"/bin/sh", "-c", "cd \"$0\"; exec ./k4sim " + words,
+            std::vector<std::string> command{"/bin/sh", "-c", "cd \"$0\"; exec " + words,
                                              folder_.file(build)};
             if (nobody && geteuid() == 0)
                 command.insert(command.begin(), {"/usr/bin/setpriv", "--reuid=65534",
@@ -57,7 +58,8 @@ protected:
             const CommandResult result = run_command(command);
             EXPECT_EQ(result.status, status) << result.error;
             EXPECT_EQ(result.out, out);
-            EXPECT_NE((result.error + "\n").find(must_say), std::string::npos) << result.error;
+            EXPECT_NE(result.error.find(must_say), std::string::npos) << result.error;
+            EXPECT_EQ(result.error.empty(), must_say.empty()) << result.error;
         }
     }
 
@@ -68,7 +70,7 @@ TEST_F(Bare, TheNameOfTheFolderIsNoWayPastTheDevice) {
     for (const std::string name : {"a blank", "a:colon", "$ORIGIN", "$LIB", "semi;colon\t"}) {
         install(name);
         for (const char* probe : bare_probes)
-            expect("run ./" + std::string(probe), 0, "virtual\n", "", name);
+            expect("./k4sim run ./" + std::string(probe), 0, "virtual\n", "", name);
     }
 }
 
@@ -77,7 +79,7 @@ TEST_F(Bare, AProgramWithoutTheDeviceIsKilledBeforeItBegins) {
     for (const auto& entry : fs::directory_iterator(folder_.file("build")))
         if (entry.path().filename().string().starts_with("libk4sim")) fs::resize_file(entry, 64);
     for (const char* probe : bare_probes)
-        expect("run ./" + std::string(probe), 125, "", "killed before it began");
+        expect("./k4sim run ./" + std::string(probe), 125, "", "killed before it began");
 }
 
 // The loader takes no library for them.
@@ -90,7 +92,22 @@ TEST_F(Bare, AProgramWithRightsOfItsOwnIsRefused) {
         setxattr(capable.c_str(), "security.capability", &raw_ports, XATTR_CAPS_SZ_2, 0) == 0;
     EXPECT_EQ(can_give, geteuid() == 0);
     for (const std::string name : {"set-uid", "set-gid", can_give ? "capable" : "set-uid"})
-        expect("run ./" + name, 2, "", name + " is set-uid, set-gid or has capabilities");
+        expect("./k4sim run ./" + name, 2, "", name + " is set-uid, set-gid or has capabilities");
+}
+
+// A program that is past the library.
+TEST_F(Bare, TheKernelKeepsPortsAndDeviceFilesFromIt) {
+    for (const std::string probe : bare_probes)
+        expect("./k4sim run ./" + probe + " ports", 0, "denied\n");
+    expect("./k4sim run /bin/sh -c ': </dev/kmsg'", 2, "", "/dev/kmsg: Permission denied");
+    expect("./k4sim run /bin/mknod node c 1 3", 1, "", "node: Permission denied");
+    // The rest of the system is there as ever.
+    expect("./k4sim run /bin/sh -c 'for name in null zero full random urandom ptmx fd/0 stdin; do"
+           "  : </dev/$name || exit; done;"
+           "cd $(mktemp -d) && mkdir from to && : >from/file && mv from/file to &&"
+           "ln to/file /dev/shm/k4-$$ 2>&1 | grep -c cross-device; rm -r $PWD'",
+           0, "1\n");
+    expect("./without_landlock ./k4sim run ./bare_probe ports", 0, "denied\n", "only seccomp");
 }
 
 } // namespace
