@@ -1,4 +1,5 @@
 // k4sim: runs a program on the virtual K/4.
+#include "sim/launcher/closing.h"
 #include "sim/launcher/elf_check.h"
 #include "sim/launcher/options.h"
 #include "sim/launcher/process.h"
@@ -6,8 +7,8 @@
 #include "sim/launcher/verdict.h"
 #include "sim/models/faults.h"
 
+#include <chrono>
 #include <cstdio>
-#include <cstring>
 #include <exception>
 #include <filesystem>
 
@@ -16,6 +17,7 @@ namespace {
 using namespace k4sim;
 
 constexpr int status_unusable = 2;
+constexpr int status_unexpected = 3;
 constexpr int status_limit = 124;
 constexpr int status_died = 125;
 
@@ -61,42 +63,20 @@ int list_faults() {
     return 0;
 }
 
-double seconds(Microseconds duration) { return static_cast<double>(duration) / 1e6; }
+// Real time.
+class Stopwatch {
+public:
+    double seconds() const { return std::chrono::duration<double>(Clock::now() - start_).count(); }
 
-// Whatever the program's end was, a device must not be left with power on a microphone socket.
-void tell_what_is_left_on(const Observation& seen) {
-    std::string left;
-    for (const std::string& what : seen.unsafe())
-        left += (left.empty() ? "" : ", ") + what;
-    if (!left.empty())
-        std::fprintf(stderr, "k4sim: the device is not left safe: %s on\n", left.c_str());
-}
+private:
+    using Clock = std::chrono::steady_clock;
+    Clock::time_point start_ = Clock::now();
+};
 
-// Tells the user about an end that was not the program's own, and gives the exit status.
-int exit_status(const Options& options, const Observation& seen, ProcessEnd end) {
-    const char* const name = options.program[0].c_str();
-    if (end.bare) {
-        std::fprintf(stderr,
-                     "k4sim: %s was killed before it began: the virtual device was not "
-                     "loaded into it\n",
-                     name);
-        return status_died;
-    }
-    if (end.by_signal) {
-        std::fprintf(stderr, "k4sim: %s died by signal %d (%s) after %.6f virtual seconds\n", name,
-                     end.code, strsignal(end.code), seconds(seen.duration_us));
-        return status_died;
-    }
-    if (seen.deadlock) {
-        std::fprintf(stderr, "k4sim: %s can never go on: every thread waits for another\n", name);
-        return status_died;
-    }
-    if (seen.limit) {
-        std::fprintf(stderr, "k4sim: the run reached its limit of %g virtual seconds\n",
-                     seconds(options.setup.limit_us));
-        return status_limit;
-    }
-    return end.code;
+// Of a run without --expect.
+int own_status(const Observation& seen, ProcessEnd end) {
+    if (end.by_signal || seen.deadlock) return status_died;
+    return seen.limit ? status_limit : end.code;
 }
 
 // All checks come before the record, so that a run which can't be leaves nothing behind.
@@ -105,17 +85,20 @@ int run(const Options& options) {
     const std::string path = find_program(options.program[0], folder);
     const std::string library = library_name(folder, check_program(options.program[0], path));
     Record record(options.record);
+    const Stopwatch stopwatch;
     const ProcessEnd end =
         run_process({path, options.program, folder, library}, options.setup, record);
-    const int status = exit_status(options, record.observation(), end);
-    tell_what_is_left_on(record.observation());
-    if (!end.devices_guarded)
-        std::fputs("k4sim: this kernel has no Landlock: only seccomp kept the program from the "
-                   "real machine\n",
-                   stderr);
-    write_reports(record, judge(record.observation(), end), end);
+    const Observation& seen = record.observation();
+    const Outcome outcome{options.program[0], judge(seen, end), end,
+                          never_struck(options.setup, seen), stopwatch.seconds()};
+    write_reports(record, outcome.verdict, end, outcome.never_struck);
+    const bool met = as_expected(outcome, options.expected);
+    if (!options.quiet)
+        std::fprintf(stderr, "k4sim: %s\n",
+                     closing_line(outcome, seen, options.setup, met).c_str());
     record.check_written();
-    return status;
+    if (options.expected.empty()) return own_status(seen, end);
+    return met ? 0 : status_unexpected;
 }
 
 } // namespace

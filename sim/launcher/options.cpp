@@ -8,6 +8,7 @@
 #include <charconv>
 #include <cmath>
 #include <functional>
+#include <sstream>
 
 namespace k4sim {
 
@@ -82,6 +83,19 @@ void set_record(Options& options, const std::string& value) {
     options.record = value;
 }
 
+// VERDICT[,VERDICT]
+void set_expected(Options& options, const std::string& value) {
+    options.expected.clear();
+    std::istringstream names(value + ",");
+    for (std::string name; std::getline(names, name, ',');) {
+        const auto verdict = verdict_from_name(name);
+        if (!verdict)
+            throw UsageError("--expect: there is no verdict \"" + name +
+                             "\"; choose passed, aborted, not-started, not-run, died or undecided");
+        options.expected.push_back(*verdict);
+    }
+}
+
 // NAME[=VALUE][@SECONDS]
 void add_fault(Setup& setup, const std::string& text) {
     FaultSetting fault;
@@ -96,11 +110,11 @@ void add_fault(Setup& setup, const std::string& text) {
 
 struct OptionText {
     std::string_view name;
-    std::string_view values;
+    std::string_view values; // empty: it takes none
     std::string_view meaning;
 };
 
-constexpr std::array<OptionText, 8> option_texts{{
+constexpr std::array<OptionText, 10> option_texts{{
     {"--board", "aes|plain|i2c|engine|none", "mainboard generation (aes)"},
     {"--operator", "auto|none", "who stands at the panel (auto)"},
     {"--scenario", "FILE", "TOML file of steps: keys, knobs, cables, faults, when"},
@@ -109,15 +123,18 @@ constexpr std::array<OptionText, 8> option_texts{{
     {"--pace", "FACTOR|max", "1 is real time (max)"},
     {"--limit", "SECONDS", "virtual end of the run, status 124 (3600)"},
     {"--record", "DIR", "keep events, pictures, console and report there"},
+    {"--expect", "VERDICT[,VERDICT]", "status 0 for one of these, 3 for any other run"},
+    {"--quiet", "", "no closing line"},
 }};
 
-bool is_option(const std::string& name) {
-    return std::any_of(option_texts.begin(), option_texts.end(),
-                       [&](const OptionText& option) { return option.name == name; });
+// Null when there is none of that name.
+const OptionText* find_option(const std::string& name) {
+    const auto found = std::ranges::find(option_texts, name, &OptionText::name);
+    return found == option_texts.end() ? nullptr : &*found;
 }
 
 void apply(Options& options, Said& said, const std::string& name, const std::string& value) {
-    const std::array<std::pair<std::string_view, std::function<void()>>, 8> actions{{
+    const std::array<std::pair<std::string_view, std::function<void()>>, 10> actions{{
         {"--board", [&] { set_board(said, value); }},
         {"--operator", [&] { set_operator(said, value); }},
         {"--scenario", [&] { said.scenario = value; }},
@@ -126,6 +143,8 @@ void apply(Options& options, Said& said, const std::string& name, const std::str
         {"--pace", [&] { set_pace(options.setup, value); }},
         {"--limit", [&] { set_limit(options.setup, value); }},
         {"--record", [&] { set_record(options, value); }},
+        {"--expect", [&] { set_expected(options, value); }},
+        {"--quiet", [&] { options.quiet = true; }},
     }};
     for (const auto& [option, action] : actions)
         if (option == name) action();
@@ -149,6 +168,25 @@ void settle(Options& options, const Said& said) {
         throw UsageError("steps and faults are too many to hand to the program; use fewer steps");
 }
 
+// Name and value of the option at `i`, which moves on to a value that is an argument of its own.
+std::pair<std::string, std::string> take_option(const std::vector<std::string>& arguments,
+                                                std::size_t& i) {
+    const std::size_t equals = arguments[i].find('=');
+    const std::string name = arguments[i].substr(0, equals);
+    const OptionText* const option = find_option(name);
+    if (option == nullptr)
+        throw UsageError("there is no option " + name + "; k4sim --help lists them all");
+    const bool takes_value = !option->values.empty();
+    if (equals != std::string::npos) {
+        if (!takes_value) throw UsageError(name + " takes no value: write just " + name);
+        return {name, arguments[i].substr(equals + 1)};
+    }
+    if (!takes_value) return {name, ""};
+    if (i + 1 >= arguments.size())
+        throw UsageError(name + " needs a value; k4sim --help tells which");
+    return {name, arguments[++i]};
+}
+
 Options parse_run(const std::vector<std::string>& arguments) {
     Options options;
     options.command = Command::run;
@@ -160,14 +198,8 @@ Options parse_run(const std::vector<std::string>& arguments) {
             break;
         }
         if (arguments[i] == "--help" || arguments[i] == "-h") return {};
-        const std::size_t equals = arguments[i].find('=');
-        const std::string name = arguments[i].substr(0, equals);
-        if (!is_option(name))
-            throw UsageError("there is no option " + name + "; k4sim --help lists them all");
-        if (equals == std::string::npos && i + 1 >= arguments.size())
-            throw UsageError(name + " needs a value; k4sim --help tells which");
-        apply(options, said, name,
-              equals == std::string::npos ? arguments[++i] : arguments[i].substr(equals + 1));
+        const auto [name, value] = take_option(arguments, i);
+        apply(options, said, name, value);
     }
     options.program.assign(arguments.begin() +
                                static_cast<std::ptrdiff_t>(std::min(i, arguments.size())),
@@ -205,7 +237,8 @@ std::string usage() {
     }
     text += "\nExit status: the program's own; 124 time limit, 125 the program died or can never "
             "go on,\n"
-            "2 this command line can't be carried out.\n";
+            "2 this command line can't be carried out. With --expect 0, or 3 when the verdict is\n"
+            "another, or a fault or step never came.\n";
     return text;
 }
 

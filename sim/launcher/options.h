@@ -1,6 +1,7 @@
 // The command line of k4sim.
 #pragma once
 
+#include "sim/launcher/verdict.h"
 #include "sim/setup.h"
 
 #include <exception>
@@ -27,6 +28,8 @@ struct Options {
     Command command = Command::help;
     Setup setup;
     std::string record;               // folder; empty: no record
+    std::vector<Verdict> expected;    // empty: the status is the program's own
+    bool quiet = false;               // no closing line
     std::vector<std::string> program; // with its arguments
 };
 

@@ -95,6 +95,12 @@ void Record::line(const std::string& text) {
     const auto what = event->text("event");
     if (!t || !source || !what) return;
     observation_.duration_us = *t;
+    if (*source == "plan") {
+        planned_ = *what + " " + std::to_string(event->integer("number").value_or(-1));
+        observation_.struck.insert(planned_);
+        return; // what it does is an event of its own
+    }
+    note_strike(*source, *what);
     if (*source == "console") console(event->text("text").value_or(""));
     if (*source == "sound") note_power(*event, *what);
     if (*source == "speaker") note_on("tone", *what != "silence");
@@ -138,6 +144,25 @@ void Record::console(std::string_view text) {
     }
     observation_.console += bytes;
     if (!folder_.empty()) console_ << bytes << std::flush;
+}
+
+// A fault that counts first has struck only when what it counts for came.
+void Record::note_strike(const std::string& source, const std::string& what) {
+    constexpr std::pair<std::string_view, std::string_view> proofs[] = {
+        {"fault thread-create", "program thread-refused"},
+        {"fault serial-byte-lost", "serial byte-lost"},
+        {"fault serial-byte-flipped", "serial byte-flipped"},
+    };
+    const std::string happened = source + " " + what;
+    for (const auto& [fault, proof] : proofs)
+        if (happened == fault) {
+            observation_.struck.erase(planned_);
+            armed_[std::string(proof)] = planned_;
+        }
+    if (const auto armed = armed_.find(happened); armed != armed_.end()) {
+        observation_.struck.insert(armed->second);
+        armed_.erase(armed);
+    }
 }
 
 void Record::note_power(const Json& event, const std::string& what) {

@@ -5,6 +5,7 @@
 #include "sim/models/surroundings.h"
 
 #include <fstream>
+#include <map>
 #include <set>
 #include <string>
 #include <string_view>
@@ -30,6 +31,8 @@ struct Observation {
     // What is on, as the models saw it last: "phantom power of input 1", "boost of input 2",
     // "tone", "display".
     std::set<std::string> on;
+    // What of the setup came: "fault 0", "step 3".
+    std::set<std::string> struck;
 
     // Of it, what a device must not be left with: all but the display.
     std::vector<std::string> unsafe() const;
@@ -58,6 +61,7 @@ public:
 
 private:
     void console(std::string_view text);
+    void note_strike(const std::string& source, const std::string& what);
     void note_power(const Json& event, const std::string& what);
     void note_on(const std::string& what, bool on);
     void look_at(const Picture& picture, Microseconds t);
@@ -67,6 +71,8 @@ private:
     std::ofstream events_;
     std::ofstream console_;
     Observation observation_;
+    std::string planned_;                      // what of the setup came last
+    std::map<std::string, std::string> armed_; // by the event that proves it: what of the setup
     int pictures_ = 0;
     bool files_written_ = true;
 };

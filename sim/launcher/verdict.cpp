@@ -4,6 +4,8 @@
 
 #include <algorithm>
 #include <array>
+#include <cctype>
+#include <iterator>
 #include <sstream>
 #include <vector>
 
@@ -51,22 +53,28 @@ std::string escaped(std::string_view text) {
 
 double seconds(Microseconds duration) { return static_cast<double>(duration) / us_per_s; }
 
-std::string json_report(const Observation& seen, Verdict verdict, ProcessEnd end) {
+Json list_of(const auto& texts) {
+    Json list = Json::array();
+    for (const std::string& text : texts)
+        list.add(text);
+    return list;
+}
+
+std::string json_report(const Observation& seen, Verdict verdict, ProcessEnd end,
+                        const std::vector<std::string>& never_struck) {
     Json units = Json::array();
     for (const Observation::Row& row : seen.rows)
         units.add(Json::object()
                       .set("name", row.label)
                       .set("status", row.status)
                       .set("since", seconds(row.since_us)));
-    Json left_on = Json::array();
-    for (const std::string& what : seen.on)
-        left_on.add(what);
     return Json::object()
                .set("verdict", verdict_name(verdict))
                .set(end.by_signal ? "signal" : "status", end.code)
                .set("seconds", seconds(seen.duration_us))
                .set("left_safe", seen.unsafe().empty())
-               .set("left_on", left_on)
+               .set("left_on", list_of(seen.on))
+               .set("never_struck", list_of(never_struck))
                .set("units", units)
                .dump(2) +
            "\n";
@@ -130,8 +138,20 @@ Verdict judge(const Observation& observation, ProcessEnd end) {
 
 std::string_view verdict_name(Verdict verdict) { return names[static_cast<std::size_t>(verdict)]; }
 
-void write_reports(Record& record, Verdict verdict, ProcessEnd end) {
-    record.write_file("report.json", json_report(record.observation(), verdict, end));
+std::optional<Verdict> verdict_from_name(std::string_view name) {
+    const auto letter = [](char c) {
+        return c == '-' || c == '_' ? ' ' : static_cast<char>(std::toupper(c));
+    };
+    std::string plain;
+    std::ranges::transform(name, std::back_inserter(plain), letter);
+    const auto found = std::ranges::find(names, plain);
+    if (found == names.end()) return std::nullopt;
+    return static_cast<Verdict>(found - names.begin());
+}
+
+void write_reports(Record& record, Verdict verdict, ProcessEnd end,
+                   const std::vector<std::string>& never_struck) {
+    record.write_file("report.json", json_report(record.observation(), verdict, end, never_struck));
     record.write_file("report.xml", xml_report(record.observation(), verdict));
 }
 

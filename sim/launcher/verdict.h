@@ -3,7 +3,10 @@
 
 #include "sim/launcher/record.h"
 
+#include <optional>
+#include <string>
 #include <string_view>
+#include <vector>
 
 namespace k4sim {
 
@@ -29,9 +32,14 @@ Verdict judge(const Observation& observation, ProcessEnd end);
 // "PASSED", "ABORTED", "NOT STARTED", "NOT RUN", "DIED", "UNDECIDED".
 std::string_view verdict_name(Verdict verdict);
 
+// Its name back, in any case, with a blank, "-" or "_" between words; empty for none of them.
+std::optional<Verdict> verdict_from_name(std::string_view name);
+
 // report.json and report.xml in the record's folder. JUnit: one case a status row, failed
 // when its last text is not "OK"; its time is when that text came. Where no row was ever
 // seen, or none tells why the run did not pass, the run itself is a case.
-void write_reports(Record& record, Verdict verdict, ProcessEnd end);
+// never_struck: faults and steps of the setup that never came.
+void write_reports(Record& record, Verdict verdict, ProcessEnd end,
+                   const std::vector<std::string>& never_struck = {});
 
 } // namespace k4sim

@@ -106,7 +106,9 @@ void Machine::apply_fault(const FaultSetting& fault) {
 }
 
 bool Machine::thread_create_fails() {
-    return creations_until_failure_ > 0 && --creations_until_failure_ == 0;
+    if (creations_until_failure_ == 0 || --creations_until_failure_ > 0) return false;
+    event("program", "thread-refused");
+    return true;
 }
 
 void Machine::record(const Setup& setup) {
@@ -164,12 +166,17 @@ void Machine::new_device() {
 }
 
 void Machine::start_faults() {
-    for (const FaultSetting& fault : setup_.faults) {
-        if (fault.at_us == 0)
-            apply_fault(fault);
+    for (std::size_t i = 0; i < setup_.faults.size(); ++i) {
+        if (setup_.faults[i].at_us == 0)
+            strike(i);
         else
-            at(fault.at_us, [this, fault] { apply_fault(fault); });
+            at(setup_.faults[i].at_us, [this, i] { strike(i); });
     }
+}
+
+void Machine::strike(std::size_t planned) {
+    report_.write(report_line(now(), "plan", "fault", {{"number", std::int64_t(planned)}}));
+    apply_fault(setup_.faults[planned]);
 }
 
 void Machine::report_picture(Microseconds appeared, const std::string& picture) {

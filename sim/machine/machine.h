@@ -68,7 +68,7 @@ public:
 
     // The nth thread creation from now on fails with EAGAIN (1: the next one); 0: none.
     void set_thread_create_failure(int nth) { creations_until_failure_ = nth; }
-    // Counts a creation; true when it is the one that fails.
+    // Counts a creation; true when it is the one that fails. Event "thread-refused".
     bool thread_create_fails();
 
     // Whether a request for I/O privilege is refused as without root.
@@ -102,6 +102,7 @@ private:
     PortSpace& ports();
     void new_device();
     void start_faults();
+    void strike(std::size_t planned); // of the setup's faults
     void report_picture(Microseconds appeared, const std::string& picture);
 
     Setup setup_;

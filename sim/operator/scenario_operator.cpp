@@ -61,7 +61,11 @@ void ScenarioOperator::look() {
 void ScenarioOperator::carry_out(Pending& pending, Microseconds when) {
     pending.done = true;
     const auto action = parse_action(pending.step.action);
-    if (action) surroundings_.at(when, [this, what = *action] { hands_.act(what); });
+    if (!action) return;
+    surroundings_.at(when, [this, what = *action, number = &pending - steps_.data()] {
+        surroundings_.event("plan", "step", {{"number", std::int64_t{number}}});
+        hands_.act(what);
+    });
 }
 
 template <class Matches>

@@ -75,10 +75,10 @@ TEST_F(RecordTest, ReportsTheLastTextOfEachUnitAndWhenItCame) {
             picture_line(t, {{"ParallelPrt", parallel}, {"AES/EBU", ""}, {"Frontpanel", panel}}));
     record.line(picture_line(4'000'000, {})); // dark
     record.line(report_line(5'000'000, "console", "text", {{"text", ">\x01\n\x7F\x80\xFF"sv}}));
-    write_reports(record, Verdict::aborted, {false, 250});
+    write_reports(record, Verdict::aborted, {false, 250}, {"step 2"});
     EXPECT_EQ(nlohmann::json::parse(read("report.json")),
               nlohmann::json::parse(R"({"verdict": "ABORTED", "status": 250, "seconds": 5.0,
-                  "left_safe": true, "left_on": [],
+                  "left_safe": true, "left_on": [], "never_struck": ["step 2"],
                   "units": [{"name": "ParallelPrt", "status": "OK", "since": 2.0},
                             {"name": "AES/EBU", "status": "", "since": 1.0},
                             {"name": "Frontpanel", "status": "<&\"2", "since": 3.5},

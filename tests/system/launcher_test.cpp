@@ -6,6 +6,7 @@
 #include <csignal>
 #include <elf.h>
 #include <fstream>
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <link.h>
 #include <sstream>
@@ -90,9 +91,10 @@ TEST_F(Launcher, RefusesABadCommandLine) {
     for (const std::string option :
          {"--bord", "--board=aex", "--operator=bob", "--seed=18446744073709551616", "--pace=0.0",
           "--pace=nan", "--limit=1s", "--limit=-1", "--limit=1000000001", "--fault=gremlin",
-          "--fault=9@soon", "--scenario=no.toml", "--scenario=."})
+          "--fault=9@soon", "--scenario=no.toml", "--scenario=.", "--expect=good", "--expect="})
         expect_no_option(option, option.substr(option.find_last_of("=@") + 1));
     expect_no_option("--limit 0", "limit");
+    expect_no_option("--quiet=1", "takes no value");
     expect_no_option("--fault key-held=Z", "key-held");
     expect_no_option("--board none --fault key-held=7", "none");
     expect_no_option("--scenario i2c.toml --board aes", "i2c.toml:4: "); // that goes first
@@ -187,8 +189,46 @@ TEST_F(Launcher, PassesAnyProgramsConsoleAndStatusThrough) {
     const CommandResult result = run_script("echo out; echo err >&2; exit 7");
     EXPECT_EQ(result.status, 7);
     EXPECT_EQ(result.out, "out\n");
-    EXPECT_EQ(result.error, "err\n");
+    EXPECT_EQ(result.error,
+              "err\nk4sim: DIED: /bin/sh ended with status 7 and no closing line that "
+              "tells it, after 0.0 virtual seconds\n");
     EXPECT_EQ(recorded("console.txt"), "out\nerr\n");
+}
+
+TEST_F(Launcher, SaysWhatHappenedAndWhetherThatWasExpected) {
+    write("s.toml", "[[step]]\nat = 0.1\ndo = 'press 5'\n"
+                    "[[step]]\nwhen = 'console:never'\ndo = 'turn 1 -3'\n");
+    const struct {
+        std::string options;
+        std::string line; // a regular expression
+        int status;
+        std::string program = K4_PROGRAM " run";
+    } cases[] = {
+        {"--expect ABORTED,passed",
+         "PASSED: 6 of 6 rows OK after 7[0-9]\\.[0-9] virtual seconds \\([0-9]+\\.[0-9] s\\)", 0},
+        {"--expect=passed --fault analog-cable=never",
+         "ABORTED: AnalogAudio stayed at \"Voltages, loopback\"; not as expected", 3},
+        {"--expect Not_Started --fault thread-create=3",
+         "NOT STARTED: the USB test could not be started", 0},
+        {"--expect aborted --fault serial-byte-lost=300",
+         "ABORTED: USB Ports stayed at \"In progress: [0-9]+\"", 0},
+        {"--limit 5.5 --operator none",
+         "UNDECIDED: the run reached its limit of 5\\.5 virtual seconds: .*", 124},
+        {"--expect not-run --scenario s.toml --fault key-dead=5 --fault key-dead=6@0.75 "
+         "--fault thread-create=1 --fault serial-byte-flipped=2",
+         "NOT RUN: no start key was held and the keyword run was missing; never struck: "
+         "fault key-dead=6@0.75, fault thread-create=1, fault serial-byte-flipped=2, "
+         "step 2 \\(turn 1 -3\\); not as expected",
+         3, K4_PROGRAM},
+        {"", "NOT RUN: status 0 without a closing line of the self-test", 0, "/bin/true"},
+    };
+    for (const auto& [options, line, status, program] : cases) {
+        const CommandResult result = launch("run --record record " + options + " -- " + program);
+        EXPECT_EQ(result.status, status) << options;
+        EXPECT_THAT(result.error, testing::MatchesRegex("k4sim: " + line + "\n"));
+        EXPECT_EQ(report().at("never_struck").empty(), line.find("never") == std::string::npos);
+    }
+    EXPECT_EQ(launch("run --quiet /bin/true").error, "");
 }
 
 TEST_F(Launcher, HelpIsGivenWhereverItIsAskedForBeforeTheProgram) {

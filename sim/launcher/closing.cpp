@@ -1,0 +1,140 @@
+#include "sim/launcher/closing.h"
+
+#include <algorithm>
+#include <array>
+#include <cstdio>
+#include <cstring>
+
+namespace k4sim {
+
+namespace {
+
+constexpr double us_per_s = 1e6;
+
+// The unit that the program's status -1, -2 ... tells of.
+constexpr std::array<std::string_view, 5> units{"parallel-port", "Ethernet", "USB", "front-panel",
+                                                "audio or AES/EBU"};
+
+std::string joined(const std::vector<std::string>& texts) {
+    std::string all;
+    for (const std::string& text : texts)
+        all += (all.empty() ? "" : ", ") + text;
+    return all;
+}
+
+std::string seconds(double duration, int decimals) {
+    std::array<char, 40> text{};
+    std::snprintf(text.data(), text.size(), "%.*f", decimals, duration);
+    return text.data();
+}
+
+std::string virtual_seconds(const Observation& seen) {
+    return seconds(static_cast<double>(seen.duration_us) / us_per_s, 1) + " virtual seconds";
+}
+
+std::string number(double value) {
+    std::array<char, 40> text{};
+    std::snprintf(text.data(), text.size(), "%g", value);
+    return text.data();
+}
+
+std::string rows_ok(const Observation& seen) {
+    const auto ok = std::ranges::count(seen.rows, "OK", &Observation::Row::status);
+    return std::to_string(ok) + " of " + std::to_string(seen.rows.size()) + " rows OK";
+}
+
+// Each row that does not read "OK", and what it read.
+std::string rows_left(const Observation& seen) {
+    std::vector<std::string> left;
+    for (const Observation::Row& row : seen.rows)
+        if (!row.label.empty() && row.status != "OK")
+            left.push_back(row.label + (row.status.empty() ? " stayed empty"
+                                                           : " stayed at \"" + row.status + "\""));
+    if (!left.empty()) return joined(left);
+    return seen.rows.empty() ? "no row was ever seen" : rows_ok(seen);
+}
+
+// The program tells by "check=1" that it looked for a start key.
+std::string why_not_run(const Observation& seen) {
+    if (seen.console.find(" check=1 ") != std::string::npos)
+        return "no start key was held and the keyword run was missing";
+    return "status 0 without a closing line of the self-test";
+}
+
+std::string why_died(const Outcome& outcome, const Observation& seen) {
+    std::string how = outcome.program;
+    if (outcome.end.bare)
+        return how + " was killed before it began: the virtual device was not loaded into it";
+    if (outcome.end.by_signal)
+        how += " died by signal " + std::to_string(outcome.end.code) + " (" +
+               strsignal(outcome.end.code) + ")";
+    else if (seen.deadlock)
+        how += " can never go on: every thread waits for another,";
+    else
+        how += " ended with status " + std::to_string(outcome.end.code) +
+               " and no closing line that tells it,";
+    return how + " after " + virtual_seconds(seen);
+}
+
+std::string reason(const Outcome& outcome, const Observation& seen, const Setup& setup) {
+    switch (outcome.verdict) {
+    case Verdict::passed:
+        return rows_ok(seen) + " after " + virtual_seconds(seen) + " (" +
+               seconds(outcome.real_s, 1) + " s)";
+    case Verdict::aborted:
+        return rows_left(seen);
+    case Verdict::not_started:
+        return "the " + std::string(units[static_cast<std::size_t>(255 - outcome.end.code)]) +
+               " test could not be started";
+    case Verdict::not_run:
+        return why_not_run(seen);
+    case Verdict::died:
+        return why_died(outcome, seen);
+    case Verdict::undecided:
+        break;
+    }
+    return "the run reached its limit of " +
+           number(static_cast<double>(setup.limit_us) / us_per_s) +
+           " virtual seconds: " + rows_left(seen);
+}
+
+std::string name_of(const FaultSetting& fault) {
+    std::string name = "fault " + fault.name;
+    if (!fault.value.empty()) name += "=" + fault.value;
+    if (fault.at_us != 0) name += "@" + number(static_cast<double>(fault.at_us) / us_per_s);
+    return name;
+}
+
+} // namespace
+
+std::vector<std::string> never_struck(const Setup& setup, const Observation& seen) {
+    std::vector<std::string> missing;
+    for (std::size_t i = 0; i < setup.faults.size(); ++i)
+        if (!seen.struck.contains("fault " + std::to_string(i)))
+            missing.push_back(name_of(setup.faults[i]));
+    for (std::size_t i = 0; i < setup.steps.size(); ++i)
+        if (!seen.struck.contains("step " + std::to_string(i)))
+            missing.push_back("step " + std::to_string(i + 1) + " (" + setup.steps[i].action + ")");
+    return missing;
+}
+
+bool as_expected(const Outcome& outcome, const std::vector<Verdict>& expected) {
+    if (expected.empty()) return true;
+    return outcome.never_struck.empty() &&
+           std::ranges::find(expected, outcome.verdict) != expected.end();
+}
+
+std::string closing_line(const Outcome& outcome, const Observation& seen, const Setup& setup,
+                         bool met) {
+    std::string line =
+        std::string(verdict_name(outcome.verdict)) + ": " + reason(outcome, seen, setup);
+    if (!seen.unsafe().empty())
+        line += "; the device is not left safe: " + joined(seen.unsafe()) + " on";
+    if (!outcome.never_struck.empty()) line += "; never struck: " + joined(outcome.never_struck);
+    if (!outcome.end.devices_guarded)
+        line += "; this kernel has no Landlock: only seccomp kept the program from the real machine";
+    if (!met) line += "; not as expected";
+    return line;
+}
+
+} // namespace k4sim
