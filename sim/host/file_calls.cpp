@@ -165,7 +165,7 @@ ssize_t stand_in_write(int descriptor, const void* data, std::size_t size) {
     static auto* const real_write = real_function<decltype(stand_in_write)>("write");
     if (owned(descriptor)) return descriptors().write(descriptor, data, size);
     const ssize_t written = real_write(descriptor, data, size);
-    if (belongs_to_program()) report_console(descriptor, data, written);
+    if (belongs_to_program()) report_console(descriptor, data, size, written);
     return written;
 }
 

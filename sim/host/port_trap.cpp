@@ -1,5 +1,6 @@
 #include "sim/host/port_trap.h"
 
+#include "sim/host/death_watch.h"
 #include "sim/host/real.h"
 #include "sim/machine/machine.h"
 #include "sim/time/keep_errno.h"
@@ -88,6 +89,7 @@ void on_fault(int signal, siginfo_t* info, void* context) {
         carry_out(*instruction, registers);
         return;
     }
+    report_death(*info, context);
     libc_sigaction(SIGSEGV, &former_action, nullptr);
     // An instruction faults again by itself; what was sent must be sent again.
     if (sent) raise(signal);

@@ -1,6 +1,7 @@
 #include "sim/host/run.h"
 
 #include "sim/host/alsa_configuration.h"
+#include "sim/host/death_watch.h"
 #include "sim/host/descriptors.h"
 #include "sim/host/port_trap.h"
 #include "sim/host/preload.h"
@@ -82,6 +83,7 @@ __attribute__((constructor)) void start(int, char** arguments, char**) {
     add_serial_devices();
     pthread_atfork(nullptr, in_parent, in_child);
     install_port_trap();
+    watch_for_death();
     configure_alsa();
     machine();
     start_run();

@@ -61,13 +61,18 @@ std::string why_not_run(const Observation& seen) {
     return "status 0 without a closing line of the self-test";
 }
 
+std::string where_died(const Observation& seen) {
+    if (!seen.death) return "";
+    return " in thread " + std::to_string(seen.death->thread) + " at " + seen.death->place;
+}
+
 std::string why_died(const Outcome& outcome, const Observation& seen) {
     std::string how = outcome.program;
     if (outcome.end.bare)
         return how + " was killed before it began: the virtual device was not loaded into it";
     if (outcome.end.by_signal)
         how += " died by signal " + std::to_string(outcome.end.code) + " (" +
-               strsignal(outcome.end.code) + ")";
+               strsignal(outcome.end.code) + ")" + where_died(seen);
     else if (seen.deadlock)
         how += " can never go on: every thread waits for another,";
     else
@@ -93,6 +98,7 @@ std::string reason(const Outcome& outcome, const Observation& seen, const Setup&
     case Verdict::undecided:
         break;
     }
+    if (!seen.limit) return "nothing more was heard of the device after " + virtual_seconds(seen);
     return "the run reached its limit of " +
            number(static_cast<double>(setup.limit_us) / us_per_s) +
            " virtual seconds: " + rows_left(seen);
@@ -118,14 +124,15 @@ std::vector<std::string> never_struck(const Setup& setup, const Observation& see
     return missing;
 }
 
-bool as_expected(const Outcome& outcome, const std::vector<Verdict>& expected) {
+bool as_expected(const Outcome& outcome, const std::vector<Verdict>& expected,
+                 std::string_view gap) {
     if (expected.empty()) return true;
-    return outcome.never_struck.empty() &&
+    return gap.empty() && outcome.never_struck.empty() &&
            std::ranges::find(expected, outcome.verdict) != expected.end();
 }
 
 std::string closing_line(const Outcome& outcome, const Observation& seen, const Setup& setup,
-                         bool met) {
+                         std::string_view gap) {
     std::string line =
         std::string(verdict_name(outcome.verdict)) + ": " + reason(outcome, seen, setup);
     if (!seen.unsafe().empty())
@@ -133,7 +140,7 @@ std::string closing_line(const Outcome& outcome, const Observation& seen, const 
     if (!outcome.never_struck.empty()) line += "; never struck: " + joined(outcome.never_struck);
     if (!outcome.end.devices_guarded)
         line += "; this kernel has no Landlock: only seccomp kept the program from the real machine";
-    if (!met) line += "; not as expected";
+    if (!gap.empty()) line.append("; the record is cut: ").append(gap);
     return line;
 }
 

@@ -91,12 +91,14 @@ int run(const Options& options) {
     const Observation& seen = record.observation();
     const Outcome outcome{options.program[0], judge(seen, end), end,
                           never_struck(options.setup, seen), stopwatch.seconds()};
-    write_reports(record, outcome.verdict, end, outcome.never_struck);
-    const bool met = as_expected(outcome, options.expected);
-    if (!options.quiet)
-        std::fprintf(stderr, "k4sim: %s\n",
-                     closing_line(outcome, seen, options.setup, met).c_str());
-    record.check_written();
+    write_reports(record, outcome);
+    record.finish();
+    const std::string gap = options.record.empty() ? "" : record.gap();
+    const bool met = as_expected(outcome, options.expected, gap);
+    if (!options.quiet) {
+        const std::string line = closing_line(outcome, seen, options.setup, gap);
+        std::fprintf(stderr, "k4sim: %s%s\n", line.c_str(), met ? "" : "; not as expected");
+    }
     if (options.expected.empty()) return own_status(seen, end);
     return met ? 0 : status_unexpected;
 }

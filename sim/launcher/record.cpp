@@ -1,13 +1,13 @@
 #include "sim/launcher/record.h"
 
 #include "sim/launcher/json.h"
-#include "sim/launcher/options.h"
+#include "sim/launcher/symbols.h"
 #include "sim/operator/screen_reader.h"
 
 #include <algorithm>
 #include <array>
 #include <cstdio>
-#include <filesystem>
+#include <cstdlib>
 #include <iterator>
 
 #define STB_IMAGE_WRITE_IMPLEMENTATION
@@ -21,31 +21,8 @@ namespace k4sim {
 
 namespace {
 
-namespace fs = std::filesystem;
-
 constexpr int full_white = 255;
 constexpr int grey_max = 15;
-
-bool belongs_to_record(const std::string& name) {
-    return name == "events.jsonl" || name == "console.txt" || name == "report.json" ||
-           name == "report.xml" || (name.starts_with("oled-") && name.ends_with(".png"));
-}
-
-void make_folder(const std::string& folder) {
-    std::error_code error;
-    fs::create_directories(folder, error);
-    if (error || !fs::is_directory(folder))
-        throw UsageError("--record: " + folder + " can't be made a folder (" + error.message() +
-                         "); name another");
-    for (const auto& entry : fs::directory_iterator(folder, error))
-        if (belongs_to_record(entry.path().filename().string())) fs::remove(entry.path(), error);
-}
-
-std::ofstream create(const std::string& path) {
-    std::ofstream file(path, std::ios::binary);
-    if (!file) throw UsageError("--record: " + path + " can't be written; name another folder");
-    return file;
-}
 
 int digit(char c) {
     if (c >= '0' && c <= '9') return c - '0';
@@ -63,12 +40,27 @@ std::optional<Picture> picture_from(const std::string& pixels) {
     return picture;
 }
 
-bool write_png(const std::string& path, const Picture& picture) {
+void add_bytes(void* text, void* data, int size) {
+    static_cast<std::string*>(text)->append(static_cast<const char*>(data),
+                                            static_cast<std::size_t>(size));
+}
+
+std::string png_of(const Picture& picture) {
     std::array<std::uint8_t, std::tuple_size_v<Picture>> greys{};
     for (std::size_t i = 0; i < greys.size(); ++i)
         greys[i] = static_cast<std::uint8_t>(picture[i] * full_white / grey_max);
-    return stbi_write_png(path.c_str(), glass_width, glass_height, 1, greys.data(), glass_width) !=
-           0;
+    std::string png;
+    stbi_write_png_to_func(add_bytes, &png, glass_width, glass_height, 1, greys.data(),
+                           glass_width);
+    return png;
+}
+
+// offset: hexadecimal, as reported.
+std::string place_of(const std::string& file, const std::string& offset) {
+    if (file.empty()) return "an unknown place";
+    const std::string symbol = symbol_at(file, std::strtoull(offset.c_str(), nullptr, 16));
+    std::string place = file.substr(file.rfind('/') + 1) + "+" + offset;
+    return symbol.empty() ? place : place + " (" + symbol + ")";
 }
 
 } // namespace
@@ -80,12 +72,7 @@ std::vector<std::string> Observation::unsafe() const {
     return left;
 }
 
-Record::Record(const std::string& folder) : folder_(folder) {
-    if (folder_.empty()) return;
-    make_folder(folder_);
-    events_ = create(folder_ + "/events.jsonl");
-    console_ = create(folder_ + "/console.txt");
-}
+Record::Record(const std::string& folder) : folder_(folder) {}
 
 void Record::line(const std::string& text) {
     std::optional<Json> event = Json::parse(text);
@@ -104,8 +91,8 @@ void Record::line(const std::string& text) {
     if (*source == "console") console(event->text("text").value_or(""));
     if (*source == "sound") note_power(*event, *what);
     if (*source == "speaker") note_on("tone", *what != "silence");
-    if (*source == "program" && *what == "deadlock") observation_.deadlock = true;
-    if (*source == "program" && *what == "limit") observation_.limit = true;
+    if (*source == "program") note_end(*event, *what);
+    if (*what == "final-picture" && observation_.death) observation_.ended = true;
     if (event->has("pixels")) {
         const auto picture = picture_from(event->text("pixels").value_or(""));
         event->erase("pixels");
@@ -114,20 +101,20 @@ void Record::line(const std::string& text) {
         note_on("display", std::ranges::any_of(*picture, [](int grey) { return grey != 0; }));
         event->set("file", keep(*picture, *what));
     }
-    if (!folder_.empty()) events_ << event->dump() << '\n' << std::flush;
+    folder_.append("events.jsonl", event->dump() + "\n");
 }
 
 void Record::write_file(const std::string& name, const std::string& content) {
-    if (folder_.empty()) return;
-    std::ofstream file(folder_ + "/" + name, std::ios::binary);
-    file << content << std::flush;
-    if (!file) files_written_ = false;
+    folder_.write(name, content);
 }
 
-void Record::check_written() const {
-    if (!events_ || !console_ || !files_written_)
-        throw UsageError("--record: " + folder_ +
-                         " could not be written to the end; make room, or name another folder");
+std::string Record::gap() const {
+    if (!folder_.failure().empty()) return folder_.failure();
+    return observation_.ended ? "" : "the device library was cut off";
+}
+
+void Record::finish() {
+    if (gap().empty()) folder_.complete();
 }
 
 // The report writes bytes as Latin-1 code points; here they become bytes again.
@@ -143,7 +130,7 @@ void Record::console(std::string_view text) {
         }
     }
     observation_.console += bytes;
-    if (!folder_.empty()) console_ << bytes << std::flush;
+    folder_.append("console.txt", bytes);
 }
 
 // A fault that counts first has struck only when what it counts for came.
@@ -163,6 +150,17 @@ void Record::note_strike(const std::string& source, const std::string& what) {
         observation_.struck.insert(armed->second);
         armed_.erase(armed);
     }
+}
+
+// A program that dies tells so first and draws its last pictures then, as far as it comes.
+void Record::note_end(const Json& event, const std::string& what) {
+    if (what == "deadlock") observation_.deadlock = true;
+    if (what == "limit") observation_.limit = true;
+    if (what == "died")
+        observation_.death = {
+            event.integer("thread").value_or(-1), event.text("address").value_or(""),
+            place_of(event.text("file").value_or(""), event.text("offset").value_or(""))};
+    if (what == "end" || what == "deadlock" || what == "limit") observation_.ended = true;
 }
 
 void Record::note_power(const Json& event, const std::string& what) {
@@ -198,8 +196,7 @@ std::string Record::keep(const Picture& picture, std::string_view event) {
         std::snprintf(file.data(), file.size(), "oled-final.png");
     else
         std::snprintf(file.data(), file.size(), "oled-%04d.png", ++pictures_);
-    if (!folder_.empty() && !write_png(folder_ + "/" + file.data(), picture))
-        files_written_ = false;
+    folder_.write(file.data(), png_of(picture));
     return file.data();
 }
 

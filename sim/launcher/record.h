@@ -1,11 +1,12 @@
 // The record of a run: what libk4sim.so reports, sorted into files.
 #pragma once
 
+#include "sim/launcher/record_folder.h"
 #include "sim/models/panel/oled.h"
 #include "sim/models/surroundings.h"
 
-#include <fstream>
 #include <map>
+#include <optional>
 #include <set>
 #include <string>
 #include <string_view>
@@ -20,6 +21,14 @@ struct Observation {
     std::string console; // all that the program wrote, both streams
     bool deadlock = false;
     bool limit = false;
+    bool ended = false; // the device library reported to the end
+    // Where the program died of a signal, as far as the device library could tell.
+    struct Death {
+        std::int64_t thread = -1;
+        std::string address;
+        std::string place; // "file+0x12", or "file+0x12 (symbol)"
+    };
+    std::optional<Death> death;
     Microseconds duration_us = 0; // time of the last event
     // The status rows of the last picture that showed a text, and since when each stood.
     struct Row {
@@ -39,11 +48,11 @@ struct Observation {
 };
 
 // Writes events.jsonl, console.txt and oled-*.png into a folder while the run goes on; a
-// run that breaks off leaves what was seen until then.
+// run that breaks off leaves what was seen until then. A folder that can't take everything
+// ends nothing: the run is observed all the same.
 class Record {
 public:
-    // folder: made with its parents if need be; the files of an earlier record in it go.
-    // Empty: nothing is written. Throws UsageError when it can't be written to.
+    // As RecordFolder; it throws UsageError.
     explicit Record(const std::string& folder);
 
     // A line as libk4sim.so wrote it. One that is no report, such as the last of a program
@@ -53,28 +62,28 @@ public:
     // A file of the record, from its name and content.
     void write_file(const std::string& name, const std::string& content);
 
-    // Throws UsageError when anything of the record could not be written.
-    void check_written() const;
+    // What is missing of the record, such as "No space left on device"; empty: nothing.
+    std::string gap() const;
+
+    // Nothing more comes: marks a record that has no gap as complete.
+    void finish();
 
     const Observation& observation() const { return observation_; }
-    const std::string& folder() const { return folder_; }
 
 private:
     void console(std::string_view text);
     void note_strike(const std::string& source, const std::string& what);
+    void note_end(const Json& event, const std::string& what);
     void note_power(const Json& event, const std::string& what);
     void note_on(const std::string& what, bool on);
     void look_at(const Picture& picture, Microseconds t);
     std::string keep(const Picture& picture, std::string_view event);
 
-    std::string folder_;
-    std::ofstream events_;
-    std::ofstream console_;
+    RecordFolder folder_;
     Observation observation_;
     std::string planned_;                      // what of the setup came last
     std::map<std::string, std::string> armed_; // by the event that proves it: what of the setup
     int pictures_ = 0;
-    bool files_written_ = true;
 };
 
 } // namespace k4sim

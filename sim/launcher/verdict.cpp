@@ -60,21 +60,37 @@ Json list_of(const auto& texts) {
     return list;
 }
 
-std::string json_report(const Observation& seen, Verdict verdict, ProcessEnd end,
-                        const std::vector<std::string>& never_struck) {
+// What a record with a gap tells can't be held for a pass.
+Verdict reported(const Record& record, const Outcome& outcome) {
+    const bool sound = record.gap().empty() || outcome.verdict != Verdict::passed;
+    return sound ? outcome.verdict : Verdict::undecided;
+}
+
+Json death_of(const Observation::Death& death) {
+    return Json::object()
+        .set("thread", death.thread)
+        .set("address", death.address)
+        .set("place", death.place);
+}
+
+std::string json_report(const Record& record, const Outcome& outcome) {
+    const Observation& seen = record.observation();
+    const ProcessEnd end = outcome.end;
     Json units = Json::array();
     for (const Observation::Row& row : seen.rows)
         units.add(Json::object()
                       .set("name", row.label)
                       .set("status", row.status)
                       .set("since", seconds(row.since_us)));
-    return Json::object()
-               .set("verdict", verdict_name(verdict))
-               .set(end.by_signal ? "signal" : "status", end.code)
-               .set("seconds", seconds(seen.duration_us))
+    Json report = Json::object();
+    report.set("verdict", verdict_name(reported(record, outcome)))
+        .set("record", record.gap().empty() ? "complete" : "cut")
+        .set(end.by_signal ? "signal" : "status", end.code);
+    if (end.by_signal && seen.death) report.set("death", death_of(*seen.death));
+    return report.set("seconds", seconds(seen.duration_us))
                .set("left_safe", seen.unsafe().empty())
                .set("left_on", list_of(seen.on))
-               .set("never_struck", list_of(never_struck))
+               .set("never_struck", list_of(outcome.never_struck))
                .set("units", units)
                .dump(2) +
            "\n";
@@ -128,7 +144,8 @@ Verdict judge(const Observation& observation, ProcessEnd end) {
     if (observation.limit) return Verdict::undecided;
     if (end.by_signal || observation.deadlock) return Verdict::died;
     const bool closing_line = announced(observation.console, end.code);
-    if (end.code == 0) return closing_line ? Verdict::passed : Verdict::not_run;
+    if (end.code == 0 && !closing_line) return Verdict::not_run;
+    if (end.code == 0) return observation.ended ? Verdict::passed : Verdict::undecided;
     if (!closing_line) return Verdict::died;
     if (end.code == status_aborted) return Verdict::aborted;
     if (end.code >= status_not_started_first && end.code <= status_not_started_last)
@@ -149,10 +166,10 @@ std::optional<Verdict> verdict_from_name(std::string_view name) {
     return static_cast<Verdict>(found - names.begin());
 }
 
-void write_reports(Record& record, Verdict verdict, ProcessEnd end,
-                   const std::vector<std::string>& never_struck) {
-    record.write_file("report.json", json_report(record.observation(), verdict, end, never_struck));
-    record.write_file("report.xml", xml_report(record.observation(), verdict));
+void write_reports(Record& record, const Outcome& outcome) {
+    const Observation& seen = record.observation();
+    record.write_file("report.xml", xml_report(seen, reported(record, outcome)));
+    record.write_file("report.json", json_report(record, outcome));
 }
 
 } // namespace k4sim

@@ -16,7 +16,7 @@ enum class Verdict {
     not_started, // a unit's thread could not be started
     not_run,     // status 0 without the closing line: no test was made
     died,        // a signal, a deadlock, or an end that the program never announces
-    undecided    // the time limit came first
+    undecided    // the time limit came first, or what was seen ends before the program
 };
 
 // How the program's process ended.
@@ -35,11 +35,19 @@ std::string_view verdict_name(Verdict verdict);
 // Its name back, in any case, with a blank, "-" or "_" between words; empty for none of them.
 std::optional<Verdict> verdict_from_name(std::string_view name);
 
-// report.json and report.xml in the record's folder. JUnit: one case a status row, failed
+// A run as it came out.
+struct Outcome {
+    std::string program;
+    Verdict verdict;
+    ProcessEnd end;
+    std::vector<std::string> never_struck; // faults and steps of the setup
+    double real_s = 0;
+};
+
+// report.xml and report.json in the record's folder. JUnit: one case a status row, failed
 // when its last text is not "OK"; its time is when that text came. Where no row was ever
-// seen, or none tells why the run did not pass, the run itself is a case.
-// never_struck: faults and steps of the setup that never came.
-void write_reports(Record& record, Verdict verdict, ProcessEnd end,
-                   const std::vector<std::string>& never_struck = {});
+// seen, or none tells why the run did not pass, the run itself is a case. Of a record that has
+// a gap no pass is reported.
+void write_reports(Record& record, const Outcome& outcome);
 
 } // namespace k4sim

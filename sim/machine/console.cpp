@@ -4,6 +4,7 @@
 #include "sim/time/keep_errno.h"
 #include "sim/time/unobserved.h"
 
+#include <cerrno>
 #include <cstdio>
 #include <unistd.h>
 
@@ -19,10 +20,10 @@ int stream_numbers[] = {0, 1, 2};
 ssize_t write_stream(void* cookie, const char* data, std::size_t size) {
     const Unobserved unobserved;
     const int stream = *static_cast<int*>(cookie);
-    if (!write_fully(stream, {data, size})) return 0;
+    const bool taken = write_fully(stream, {data, size});
     const KeepErrno keep_errno;
     (*console_reader)(stream, {data, size});
-    return static_cast<ssize_t>(size);
+    return taken ? static_cast<ssize_t>(size) : 0;
 }
 
 std::FILE* make_stream(int number, int buffering) {
@@ -41,12 +42,14 @@ void capture_console(std::function<void(int stream, std::string_view text)> read
     if (std::FILE* stream = make_stream(2, _IONBF)) stderr = stream;
 }
 
-void report_console(int descriptor, const void* data, ssize_t written) {
-    if (console_reader == nullptr || written <= 0 || (descriptor != 1 && descriptor != 2)) return;
+void report_console(int descriptor, const void* data, std::size_t size, ssize_t written) {
+    if (console_reader == nullptr || (descriptor != 1 && descriptor != 2)) return;
+    const bool lost = written < 0 && (errno == ENOSPC || errno == EIO || errno == EPIPE);
+    if (written <= 0 && !lost) return;
     const Unobserved unobserved;
     const KeepErrno keep_errno;
-    (*console_reader)(descriptor,
-                      {static_cast<const char*>(data), static_cast<std::size_t>(written)});
+    (*console_reader)(descriptor, {static_cast<const char*>(data),
+                                   lost ? size : static_cast<std::size_t>(written)});
 }
 
 void LineAssembler::add(std::string_view text, const Reader& reader) {

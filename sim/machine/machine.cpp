@@ -7,17 +7,21 @@
 #include "sim/time/scheduler.h"
 #include "sim/time/unobserved.h"
 
+#include <algorithm>
+#include <array>
+
 namespace k4sim {
 
 namespace {
 
+char digit_of(std::uint8_t grey) { return "0123456789abcdef"[grey & 15]; }
+
 // One hexadecimal digit a pixel, row by row. Without a panel there is nothing to see.
 std::string picture_text(Device& device) {
-    constexpr char digits[] = "0123456789abcdef";
     const Picture picture = device.oled() ? device.oled()->picture() : Picture{};
     std::string text;
     for (const std::uint8_t grey : picture)
-        text += digits[grey & 15];
+        text += digit_of(grey);
     return text;
 }
 
@@ -121,6 +125,31 @@ void Machine::end_record(std::string_view how) {
     picture_watch_->end();
     event("oled", "final-picture", {{"pixels", picture_text(*device_)}});
     event("program", how);
+    report_.close();
+}
+
+void Machine::report_death(const Death& death) {
+    if (!recorded()) return;
+    FixedLine line(now(), "program", "died");
+    line.set("signal", death.signal);
+    line.set("thread", death.thread);
+    line.set_address("address", death.address);
+    line.set_address("accessed", death.accessed);
+    line.set_text("file", death.file);
+    line.set_address("offset", death.offset);
+    line.write_to(report_.descriptor());
+    if (const auto* lit = picture_watch_->not_handed_on()) {
+        FixedLine picture(lit->appeared, "oled", "picture");
+        picture.set_text("pixels", lit->picture);
+        picture.write_to(report_.descriptor());
+    }
+    std::array<char, std::tuple_size_v<Picture>> pixels{};
+    pixels.fill('0');
+    if (device_->oled() != nullptr)
+        std::ranges::transform(device_->oled()->picture(), pixels.begin(), digit_of);
+    FixedLine picture(now(), "oled", "final-picture");
+    picture.set_text("pixels", {pixels.data(), pixels.size()});
+    picture.write_to(report_.descriptor());
     report_.close();
 }
 

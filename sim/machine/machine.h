@@ -4,6 +4,7 @@
 #pragma once
 
 #include "sim/machine/console.h"
+#include "sim/machine/last_words.h"
 #include "sim/machine/picture_watch.h"
 #include "sim/machine/report.h"
 #include "sim/models/bus/port_space.h"
@@ -86,6 +87,10 @@ public:
 
     // Last lines of the record: the picture on the glass, and how the run ended.
     void end_record(std::string_view how);
+
+    // Last lines of the record of a program that dies, from its signal handler: where, then the
+    // last picture with any light on it and the one on the glass. Without the heap.
+    void report_death(const Death& death);
 
     // The record belongs to another process: the parent of a fork.
     void leave_record() { report_.close(); }

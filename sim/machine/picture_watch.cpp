@@ -20,7 +20,7 @@ void PictureWatch::complete() {
 }
 
 void PictureWatch::end() {
-    if (!lit_.picture.empty() && !lit_.handed_on) reader_(lit_.appeared, lit_.picture);
+    if (not_handed_on() != nullptr) reader_(lit_.appeared, lit_.picture);
     lit_ = {};
 }
 

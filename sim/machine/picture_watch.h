@@ -33,13 +33,17 @@ public:
     // soon as its last words are there.
     void end();
 
-private:
     struct Lit {
         Microseconds appeared = 0;
         std::string picture;
         bool handed_on = false;
     };
+    // What end() would hand on; null: nothing.
+    const Lit* not_handed_on() const {
+        return lit_.picture.empty() || lit_.handed_on ? nullptr : &lit_;
+    }
 
+private:
     void look();
     void note_lit(const std::string& picture, bool handed_on);
 

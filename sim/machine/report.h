@@ -24,6 +24,7 @@ public:
     void close();
 
     bool is_open() const { return descriptor_ >= 0; }
+    int descriptor() const { return descriptor_; }
 
     // Writes the whole line, and the line end. A reader that has gone is no error of the
     // program's: then nothing is written any more.

@@ -77,6 +77,7 @@ TEST_F(Launcher, RefusesABadCommandLine) {
         {"run --board", "--board needs a value"},
         {"run --record= -- " K4_PROGRAM, "--record"},
         {"run --record plain.txt/record -- " K4_PROGRAM, "plain.txt"},
+        {"run --record . -- " K4_PROGRAM, "holds files"},
         {"run -- .", "not a file"},
         {"run --record record -- absent", "absent"},
         {"run --record record -- ./plain.txt", "not executable"},
@@ -229,6 +230,33 @@ TEST_F(Launcher, SaysWhatHappenedAndWhetherThatWasExpected) {
         EXPECT_EQ(report().at("never_struck").empty(), line.find("never") == std::string::npos);
     }
     EXPECT_EQ(launch("run --quiet /bin/true").error, "");
+}
+
+// A file as long as the limit allows is what a full disk leaves.
+TEST_F(Launcher, AFullDiskCutsTheRecordAndNothingElse) {
+    for (const auto& [blocks, expect, status] :
+         {std::tuple{"0", "", "0"}, {"16", "--expect passed", "3"}, {"32", "", "0"}}) {
+        const std::string out =
+            shell(std::string("{ trap '' XFSZ; ulimit -f ") + blocks +
+                  "; " K4_SIM " run --record record " + expect +
+                  " -- " K4_PROGRAM " run >/dev/null; echo status $?; } 2>&1 | cat")
+                .out;
+        EXPECT_THAT(out,
+                    testing::MatchesRegex("k4sim: PASSED: 6 of 6 rows OK .*; the record is cut: "
+                                          "File too large.*\nstatus " +
+                                          std::string(status) + "\n"));
+        EXPECT_THAT(recorded("report.json"), testing::Not(testing::HasSubstr("PASSED")));
+        EXPECT_NE(recorded("k4sim-record"), "complete\n");
+        for (const auto& entry : fs::directory_iterator(folder_.file("record")))
+            EXPECT_TRUE(entry.path().filename() == "k4sim-record" || fs::file_size(entry) > 0)
+                << entry << blocks;
+    }
+}
+
+TEST_F(Launcher, AKilledLauncherLeavesARecordThatSaysSo) {
+    run_script("kill -KILL $PPID");
+    EXPECT_EQ(recorded("k4sim-record"), "incomplete\n");
+    EXPECT_EQ(recorded("report.json"), "");
 }
 
 TEST_F(Launcher, HelpIsGivenWhereverItIsAskedForBeforeTheProgram) {

@@ -1,0 +1,125 @@
+#include "sim/launcher/record_folder.h"
+
+#include "sim/launcher/options.h"
+
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <fcntl.h>
+#include <filesystem>
+#include <sys/file.h>
+#include <unistd.h>
+
+namespace k4sim {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr std::string_view part_suffix = ".part"; // of a file that is being written
+constexpr mode_t file_mode = 0666;
+
+bool all_digits(std::string_view text) {
+    return !text.empty() && text.find_first_not_of("0123456789") == std::string_view::npos;
+}
+
+bool belongs_to_record(std::string_view name) {
+    if (name.ends_with(part_suffix)) name.remove_suffix(part_suffix.size());
+    if (name == "events.jsonl" || name == "console.txt" || name == "report.json" ||
+        name == "report.xml" || name == "oled-final.png")
+        return true;
+    constexpr std::string_view head = "oled-", tail = ".png";
+    return name.size() > head.size() + tail.size() && name.starts_with(head) &&
+           name.ends_with(tail) &&
+           all_digits(name.substr(head.size(), name.size() - head.size() - tail.size()));
+}
+
+bool write_fully(int descriptor, std::string_view bytes) {
+    while (!bytes.empty()) {
+        const ssize_t written = ::write(descriptor, bytes.data(), bytes.size());
+        if (written < 0 && errno == EINTR) continue;
+        if (written < 0) return false;
+        bytes.remove_prefix(static_cast<std::size_t>(written));
+    }
+    return true;
+}
+
+bool write_file(const std::string& path, int flags, std::string_view bytes) {
+    const int file = open(path.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC | flags, file_mode);
+    if (file < 0) return false;
+    const bool written = write_fully(file, bytes);
+    const int error = errno;
+    if (close(file) != 0) return false;
+    errno = error;
+    return written;
+}
+
+bool set_content(int descriptor, std::string_view text) {
+    return lseek(descriptor, 0, SEEK_SET) == 0 && ftruncate(descriptor, 0) == 0 &&
+           write_fully(descriptor, text);
+}
+
+std::string reason() { return std::string(" (") + std::strerror(errno) + ")"; }
+
+[[noreturn]] void refuse(const std::string& path, const std::string& why) {
+    throw UsageError("--record: " + path + " " + why + "; name another folder");
+}
+
+} // namespace
+
+RecordFolder::RecordFolder(std::string path) : path_(std::move(path)) {
+    if (path_.empty()) return;
+    std::error_code error;
+    fs::create_directories(path_, error);
+    if (error || !fs::is_directory(path_, error))
+        refuse(path_, "can't be made a folder (" + error.message() + ")");
+    const std::string marker = path_ + "/" + std::string(marker_name);
+    if (!fs::is_regular_file(fs::symlink_status(marker, error)) && !fs::is_empty(path_, error))
+        refuse(path_, "holds files, but no record");
+    marker_.number = open(marker.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, file_mode);
+    if (marker_.number < 0) refuse(path_, "can't be written" + reason());
+    claim();
+    clear();
+    if (!set_content(marker_.number, "incomplete\n")) note_failure();
+}
+
+void RecordFolder::append(const std::string& name, std::string_view bytes) {
+    if (path_.empty() || !failure_.empty()) return;
+    if (!write_file(path_ + "/" + name, O_APPEND, bytes)) note_failure();
+}
+
+void RecordFolder::write(const std::string& name, std::string_view bytes) {
+    if (path_.empty()) return;
+    const std::string whole = path_ + "/" + name;
+    const std::string part = whole + std::string(part_suffix);
+    if (write_file(part, O_TRUNC, bytes) && std::rename(part.c_str(), whole.c_str()) == 0) return;
+    note_failure();
+    unlink(part.c_str());
+}
+
+void RecordFolder::complete() {
+    if (!path_.empty() && !set_content(marker_.number, "complete\n")) note_failure();
+}
+
+RecordFolder::Descriptor::~Descriptor() {
+    if (number >= 0) close(number);
+}
+
+void RecordFolder::claim() {
+    if (flock(marker_.number, LOCK_EX | LOCK_NB) == 0) return;
+    refuse(path_, errno == EWOULDBLOCK ? "is in use by another run" : "can't be locked" + reason());
+}
+
+void RecordFolder::clear() const {
+    std::error_code error;
+    for (const auto& entry : fs::directory_iterator(path_, error))
+        if (belongs_to_record(entry.path().filename().string()))
+            if (!fs::remove(entry.path(), error) || error)
+                refuse(path_, "can't be emptied (" + error.message() + ")");
+}
+
+void RecordFolder::note_failure() {
+    if (failure_.empty()) failure_ = std::strerror(errno);
+}
+
+} // namespace k4sim

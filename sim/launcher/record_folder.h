@@ -1,0 +1,49 @@
+// The folder of a record: this run's alone while the run goes on, and never anyone else's files.
+#pragma once
+
+#include <string>
+#include <string_view>
+
+namespace k4sim {
+
+// The file that makes a folder a record. It holds "incomplete" until the record is whole, so also
+// after a launcher that was killed.
+inline constexpr std::string_view marker_name = "k4sim-record";
+
+class RecordFolder {
+public:
+    // Made with its parents if need be. The files of an earlier record in it go, and nothing
+    // else. Empty: nothing is ever written. Throws UsageError, with all left as it was, for one
+    // that can't be made or written to, that holds anything but no record, or that another run
+    // is using.
+    explicit RecordFolder(std::string path);
+
+    // More of a file. Nothing comes behind a piece that could not be written.
+    void append(const std::string& name, std::string_view bytes);
+
+    // A whole file: it is there with all of its content, or not at all.
+    void write(const std::string& name, std::string_view bytes);
+
+    // From now on the marker holds "complete".
+    void complete();
+
+    // Why something could not be written, in the system's words; empty: all was.
+    const std::string& failure() const { return failure_; }
+    const std::string& path() const { return path_; }
+
+private:
+    struct Descriptor {
+        int number = -1;
+        ~Descriptor();
+    };
+
+    void claim();
+    void clear() const;
+    void note_failure();
+
+    std::string path_;
+    Descriptor marker_;
+    std::string failure_;
+};
+
+} // namespace k4sim
