@@ -1,7 +1,8 @@
 // The control elements of the virtual card as a plug-in of libasound. Mixer elements are of
 // the interface "mixer"; those of the digital line of the interface "PCM", device 1.
 //
-// Limit: nobody is notified of a change. Values are read when asked for.
+// Limit: nobody is notified of a change. Values are read when asked for. An element that goes
+// away stays in the lists of the handles that were opened before, where nothing answers to it.
 #include "sim/alsa/address.h"
 #include "sim/alsa/callback.h"
 #include "sim/machine/machine.h"
@@ -16,6 +17,7 @@
 #include <memory>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace k4sim {
 
@@ -26,11 +28,19 @@ using Values = std::array<std::int32_t, control_values_max>;
 // In a decibel scale's step, as <sound/tlv.h> of the kernel has it.
 constexpr unsigned minimum_mutes = 0x10000;
 
-// A key is the element's index in controls().
+// A key is the element's index in controls(). For libasound an element's number is its place
+// in the list, and it finds the element by that. So a handle's list never changes, as in the
+// kernel a number never goes to another element.
+struct CtlPlugin {
+    snd_ctl_ext_t handle{};
+    std::vector<snd_ctl_ext_key_t> listed;
+};
+
+CtlPlugin& plugin_of(snd_ctl_ext_t* handle) {
+    return *static_cast<CtlPlugin*>(handle->private_data);
+}
 
 SoundCard& card() { return machine().device().sound_card(); }
-
-bool listed(std::size_t index) { return !card().control_missing(index); }
 
 const ControlElement& element(snd_ctl_ext_key_t key) { return card().controls()[key]; }
 
@@ -56,25 +66,18 @@ snd_ctl_elem_iface_t interface_of(const ControlElement& element) {
     return element.device == 0 ? SND_CTL_ELEM_IFACE_MIXER : SND_CTL_ELEM_IFACE_PCM;
 }
 
-void close(snd_ctl_ext_t* handle) { delete handle; }
+void close(snd_ctl_ext_t* handle) { delete &plugin_of(handle); }
 
-int count(snd_ctl_ext_t*) {
-    int listed_count = 0;
-    for (std::size_t index = 0; index < card().controls().size(); ++index)
-        listed_count += listed(index);
-    return listed_count;
-}
+int count(snd_ctl_ext_t* handle) { return static_cast<int>(plugin_of(handle).listed.size()); }
 
-int list(snd_ctl_ext_t*, unsigned offset, snd_ctl_elem_id_t* id) {
-    for (std::size_t index = 0; index < card().controls().size(); ++index) {
-        if (!listed(index) || offset-- > 0) continue;
-        const ControlElement& found = element(index);
-        snd_ctl_elem_id_set_interface(id, interface_of(found));
-        snd_ctl_elem_id_set_device(id, found.device);
-        snd_ctl_elem_id_set_name(id, std::string(found.name).c_str());
-        return 0;
-    }
-    return -ENOENT;
+int list(snd_ctl_ext_t* handle, unsigned offset, snd_ctl_elem_id_t* id) {
+    const auto& listed = plugin_of(handle).listed;
+    if (offset >= listed.size()) return -ENOENT;
+    const ControlElement& found = element(listed[offset]);
+    snd_ctl_elem_id_set_interface(id, interface_of(found));
+    snd_ctl_elem_id_set_device(id, found.device);
+    snd_ctl_elem_id_set_name(id, std::string(found.name).c_str());
+    return 0;
 }
 
 snd_ctl_ext_key_t find(snd_ctl_ext_t*, const snd_ctl_elem_id_t* id) {
@@ -195,27 +198,30 @@ void copy_text(char (&destination)[size], std::string_view text) {
     destination[text.copy(destination, size - 1)] = '\0';
 }
 
-std::unique_ptr<snd_ctl_ext_t> describe_card() {
-    auto handle = std::make_unique<snd_ctl_ext_t>();
-    handle->version = SND_CTL_EXT_VERSION;
-    handle->card_idx = card_number;
-    copy_text(handle->id, card_id);
-    copy_text(handle->driver, "k4sim");
-    copy_text(handle->name, "K/4");
-    copy_text(handle->longname, "Sound card of the virtual K/4");
-    copy_text(handle->mixername, "K/4");
-    handle->poll_fd = -1;
-    handle->callback = &callbacks;
-    handle->tlv.c = callback<decibel_scale>;
-    return handle;
+void describe_card(CtlPlugin& plugin) {
+    snd_ctl_ext_t& handle = plugin.handle;
+    handle.version = SND_CTL_EXT_VERSION;
+    handle.card_idx = card_number;
+    copy_text(handle.id, card_id);
+    copy_text(handle.driver, "k4sim");
+    copy_text(handle.name, "K/4");
+    copy_text(handle.longname, "Sound card of the virtual K/4");
+    copy_text(handle.mixername, "K/4");
+    handle.poll_fd = -1;
+    handle.callback = &callbacks;
+    handle.private_data = &plugin;
+    handle.tlv.c = callback<decibel_scale>;
+    for (std::size_t index = 0; index < card().controls().size(); ++index)
+        if (!card().control_missing(index)) plugin.listed.push_back(index);
 }
 
 int open_card(snd_ctl_t** result, const char* name, snd_config_t* node, int mode) {
     const Unobserved unobserved;
     if (const int error = find_card(node); error < 0) return error;
-    auto handle = describe_card();
-    if (const int error = snd_ctl_ext_create(handle.get(), name, mode); error < 0) return error;
-    *result = handle.release()->handle;
+    auto plugin = std::make_unique<CtlPlugin>();
+    describe_card(*plugin);
+    if (const int error = snd_ctl_ext_create(&plugin->handle, name, mode); error < 0) return error;
+    *result = plugin.release()->handle.handle;
     return 0;
 }
 

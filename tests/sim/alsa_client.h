@@ -48,6 +48,8 @@ struct Pcm : Opened<snd_pcm_t, snd_pcm_open, snd_pcm_close> {
     }
 };
 
+using Control = Opened<snd_ctl_t, snd_ctl_open, snd_ctl_close>;
+
 // Of the mixer, or of the digital line where the name begins with IEC958.
 class Element {
 public:
@@ -86,6 +88,6 @@ public:
 
 private:
     const bool bytes_;
-    const Opened<snd_ctl_t, snd_ctl_open, snd_ctl_close> control_{"hw:0", 0};
+    const Control control_{"hw:0", 0};
     const Opened<snd_ctl_elem_value_t, snd_ctl_elem_value_malloc, snd_ctl_elem_value_free> values_;
 };

@@ -48,6 +48,31 @@ TEST_F(AlsaControlTest, EachElementTakesItsValuesAndNoOthers) {
     EXPECT_EQ(Element("Line In Level Capture Volume").read(), 0);
 }
 
+// As with a card of the kernel's: its number is dead, and the others keep theirs.
+TEST_F(AlsaControlTest, AnElementThatGoesAwayLeavesItsNumberToNoOther) {
+    use_board(Board::plain);
+    const auto name_of = [](snd_ctl_t* control, unsigned number) {
+        snd_ctl_elem_info_t* info = nullptr;
+        snd_ctl_elem_info_alloca(&info);
+        snd_ctl_elem_info_set_numid(info, number);
+        const int error = snd_ctl_elem_info(control, info);
+        return error == 0 ? snd_ctl_elem_info_get_name(info) : std::to_string(error);
+    };
+    constexpr unsigned boost = 8, phantom = 9;
+    const Control before("hw:0", 0);
+    EXPECT_EQ(name_of(before, boost), "MicBoost Playback Switch");
+    device().set_fault("card-element-missing", "micboost");
+    EXPECT_EQ(name_of(before, boost), std::to_string(-ENOENT));
+    EXPECT_EQ(name_of(before, phantom), "Phantom Playback Switch");
+    snd_ctl_elem_value_t* on = nullptr;
+    snd_ctl_elem_value_alloca(&on);
+    snd_ctl_elem_value_set_numid(on, boost);
+    snd_ctl_elem_value_set_boolean(on, 0, 1);
+    EXPECT_EQ(snd_ctl_elem_write(before, on), -ENOENT);
+    EXPECT_EQ(Element("Phantom Playback Switch").value(), 0);
+    EXPECT_EQ(name_of(Control("hw:0", 0), boost), "Phantom Playback Switch") << "counted anew";
+}
+
 // With all that the digital line needs to lock at 48000 Hz.
 class DigitalLineTest : public AlsaTest {
 protected:
