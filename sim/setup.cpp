@@ -133,6 +133,7 @@ bool read_line(Setup& setup, std::string_view line) {
     if (words[0] == "seed") return store(setup.seed, number_from<std::uint64_t>(words[1]));
     if (words[0] == "pace") return read_pace(setup, words[1]);
     if (words[0] == "limit") return store(setup.limit_us, duration_from(words[1]));
+    if (words[0] == "stall") return store(setup.stall_us, duration_from(words[1]));
     if (words[0] == "report") return store(setup.report_fd, number_from<int>(words[1]));
     return false;
 }
@@ -152,6 +153,7 @@ std::string encode(const Setup& setup) {
     text += "seed " + std::to_string(setup.seed) + "\n";
     if (setup.pace) text += "pace " + text_of(*setup.pace) + "\n";
     text += "limit " + std::to_string(setup.limit_us) + "\n";
+    text += "stall " + std::to_string(setup.stall_us) + "\n";
     text += "report " + std::to_string(setup.report_fd) + "\n";
     for (const FaultSetting& fault : setup.faults)
         text += "fault " + escaped(fault.name) + " " + escaped(fault.value) + " " +

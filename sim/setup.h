@@ -42,6 +42,7 @@ struct Setup {
     std::uint64_t seed = 1;
     std::optional<double> pace;            // empty: as fast as it can (max)
     std::int64_t limit_us = 3'600'000'000; // end of the run, status 124
+    std::int64_t stall_us = 20'000'000;    // of real time without virtual time: the end, status 125
     int report_fd = -1;                    // where the report lines go; -1: nowhere
     std::vector<FaultSetting> faults;
     std::vector<ScenarioStep> steps;

@@ -9,6 +9,7 @@
 #include "sim/host/serial_file.h"
 #include "sim/host/speaker_file.h"
 #include "sim/host/threads.h"
+#include "sim/host/watchdog.h"
 #include "sim/machine/console.h"
 #include "sim/machine/machine.h"
 #include "sim/machine/report.h"
@@ -34,6 +35,7 @@ void in_child() {
     scheduler().keep_only_caller();
     descriptors().forget_pipes();
     leave_serial_lines();
+    if (machine().recorded()) start_watchdog(machine().setup().stall_us);
     machine().leave_record();
 }
 
@@ -43,6 +45,7 @@ void start_recorded_run(const Setup& setup) {
         [](int stream, std::string_view text) { machine().console_text(stream, text); });
     scheduler().set_pace(setup.pace);
     scheduler().at(scheduler().now() + setup.limit_us, [] { end_process(status_limit, "limit"); });
+    start_watchdog(setup.stall_us);
 }
 
 [[noreturn]] void refuse(const char* why) {

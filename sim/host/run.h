@@ -10,6 +10,8 @@ namespace k4sim {
 
 // No thread can ever run again.
 inline constexpr int status_deadlock = 125;
+// Virtual time no longer passes.
+inline constexpr int status_stalled = 125;
 // The virtual time allowed for the run is over.
 inline constexpr int status_limit = 124;
 

@@ -72,10 +72,10 @@ void set_pace(Setup& setup, const std::string& value) {
                          "\" is no pace; say max, or a factor above 0 such as 1");
 }
 
-void set_limit(Setup& setup, const std::string& value) {
-    setup.limit_us = microseconds("--limit", value);
-    if (setup.limit_us == 0)
-        throw UsageError("--limit: a run needs some time; say for example 600");
+std::int64_t some_time(const std::string& option, const std::string& value) {
+    const std::int64_t time_us = microseconds(option, value);
+    if (time_us == 0) throw UsageError(option + ": a run needs some time; say for example 600");
+    return time_us;
 }
 
 void set_record(Options& options, const std::string& value) {
@@ -114,7 +114,7 @@ struct OptionText {
     std::string_view meaning;
 };
 
-constexpr std::array<OptionText, 10> option_texts{{
+constexpr std::array<OptionText, 11> option_texts{{
     {"--board", "aes|plain|i2c|engine|none", "mainboard generation (aes)"},
     {"--operator", "auto|none", "who stands at the panel (auto)"},
     {"--scenario", "FILE", "TOML file of steps: keys, knobs, cables, faults, when"},
@@ -122,6 +122,7 @@ constexpr std::array<OptionText, 10> option_texts{{
     {"--seed", "N", "the same seed gives the same run (1)"},
     {"--pace", "FACTOR|max", "1 is real time (max)"},
     {"--limit", "SECONDS", "virtual end of the run, status 124 (3600)"},
+    {"--stall", "SECONDS", "real time without virtual time: the end, status 125 (20)"},
     {"--record", "DIR", "keep events, pictures, console and report there"},
     {"--expect", "VERDICT[,VERDICT]", "status 0 for one of these, 3 for any other run"},
     {"--quiet", "", "no closing line"},
@@ -134,14 +135,15 @@ const OptionText* find_option(const std::string& name) {
 }
 
 void apply(Options& options, Said& said, const std::string& name, const std::string& value) {
-    const std::array<std::pair<std::string_view, std::function<void()>>, 10> actions{{
+    const std::array<std::pair<std::string_view, std::function<void()>>, 11> actions{{
         {"--board", [&] { set_board(said, value); }},
         {"--operator", [&] { set_operator(said, value); }},
         {"--scenario", [&] { said.scenario = value; }},
         {"--fault", [&] { add_fault(options.setup, value); }},
         {"--seed", [&] { set_seed(said, value); }},
         {"--pace", [&] { set_pace(options.setup, value); }},
-        {"--limit", [&] { set_limit(options.setup, value); }},
+        {"--limit", [&] { options.setup.limit_us = some_time(name, value); }},
+        {"--stall", [&] { options.setup.stall_us = some_time(name, value); }},
         {"--record", [&] { set_record(options, value); }},
         {"--expect", [&] { set_expected(options, value); }},
         {"--quiet", [&] { options.quiet = true; }},

@@ -27,13 +27,13 @@ Microseconds real_now() {
     return now.seconds * us_per_second + now.nanoseconds / ns_per_us;
 }
 
+} // namespace
+
 void real_sleep(Microseconds duration) {
     const KernelTime time{static_cast<long>(duration / us_per_second),
                           static_cast<long>(duration % us_per_second) * ns_per_us};
     syscall(SYS_nanosleep, &time, nullptr);
 }
-
-} // namespace
 
 void Pace::set(std::optional<double> factor, Microseconds now) {
     factor_ = factor;

@@ -7,6 +7,9 @@
 
 namespace k4sim {
 
+// Sleeps in real time, past the stand-ins.
+void real_sleep(Microseconds duration);
+
 class Pace {
 public:
     // `factor` virtual seconds go by in a real second, counted from `now`; without a

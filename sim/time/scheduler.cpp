@@ -5,12 +5,16 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <sys/syscall.h>
+#include <unistd.h>
 
 namespace k4sim {
 
 namespace {
 
 thread_local Thread* current_thread = nullptr;
+
+int system_id() { return static_cast<int>(syscall(SYS_gettid)); }
 
 } // namespace
 
@@ -19,6 +23,7 @@ Scheduler::Scheduler() {
     Thread& first = *threads_.back();
     first.id = next_id_++;
     first.handle = pthread_self();
+    first.system_id = pulse_.runner = system_id();
     first.state = Thread::State::running;
     current_thread = &first;
 }
@@ -83,7 +88,8 @@ void Scheduler::remove(Thread& thread) {
 
 void Scheduler::enter(Thread& thread) {
     current_thread = &thread;
-    take_permit(thread.permit);
+    thread.system_id = system_id();
+    take_turn(thread);
 }
 
 void Scheduler::leave() {
@@ -116,6 +122,7 @@ void Scheduler::release_caller() { current_thread = nullptr; }
 void Scheduler::keep_only_caller() {
     const Unobserved unobserved;
     std::erase_if(threads_, [](const auto& thread) { return thread.get() != current(); });
+    current()->system_id = pulse_.runner = system_id();
 }
 
 void Scheduler::set_pace(std::optional<double> factor) { pace_.set(factor, now_); }
@@ -127,11 +134,11 @@ void Scheduler::set_deadlock_action(std::function<void()> action) {
 // Time passes while a thread runs: each timer and wake-up on the way at its own time.
 void Scheduler::advance_to(Microseconds target) {
     for (Microseconds next = next_event(); next <= target; next = next_event()) {
-        now_ = std::max(now_, next);
+        set_now(std::max(now_, next));
         run_due();
     }
-    now_ = target;
-    pace_.hold(now_);
+    set_now(target);
+    hold_pace(now_);
 }
 
 void Scheduler::run_due() {
@@ -196,8 +203,8 @@ Thread& Scheduler::choose() {
             std::abort();
         }
         const Microseconds next = next_event();
-        pace_.hold(next);
-        now_ = next;
+        hold_pace(next);
+        set_now(next);
     }
 }
 
@@ -222,7 +229,23 @@ void Scheduler::hand_over(Thread& self) {
     Thread& next = choose();
     if (&next == &self) return;
     give_permit(next.permit);
+    take_turn(self);
+}
+
+void Scheduler::take_turn(Thread& self) {
     take_permit(self.permit);
+    pulse_.runner = self.system_id;
+}
+
+void Scheduler::set_now(Microseconds time) {
+    now_ = time;
+    pulse_.time.store(static_cast<std::uint32_t>(time), std::memory_order_relaxed);
+}
+
+void Scheduler::hold_pace(Microseconds time) {
+    pulse_.held.store(true, std::memory_order_relaxed);
+    pace_.hold(time);
+    pulse_.held.store(false, std::memory_order_relaxed);
 }
 
 void Scheduler::begin_slice(Thread& thread) {

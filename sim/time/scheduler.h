@@ -39,6 +39,7 @@ struct Thread {
     enum class State { ready, running, waiting, ended };
 
     int id = 0;         // in order of creation; the first thread of the process is 0
+    int system_id = 0;  // the kernel's number; 0 before its first call
     pthread_t handle{}; // set by the creator before the thread has its first turn
     State state = State::ready;
     std::uint64_t turn = 0;        // ready or waiting: the order in which it became so
@@ -53,6 +54,13 @@ struct Thread {
     std::atomic<int> permit{0}; // the futex: 1 when the thread has the processor
 };
 
+// What of the scheduler a thread that it does not know may look at.
+struct Pulse {
+    std::atomic<std::uint32_t> time{0}; // the lowest bits of virtual time
+    std::atomic<bool> held{false};      // while the pace holds it back
+    std::atomic<int> runner{0};         // the running thread, as the system numbers it
+};
+
 class Scheduler {
 public:
     // Adopts the calling thread as thread 0, running.
@@ -60,6 +68,8 @@ public:
 
     // Virtual time since the scheduler was made.
     Microseconds now() const { return now_; }
+
+    const Pulse& pulse() const { return pulse_; }
 
     // The calling thread's record; null when the scheduler does not know it.
     static Thread* current();
@@ -133,7 +143,10 @@ private:
     void make_ready(Thread& thread, WakeReason reason);
     Thread* longest_waiting(const void* object) const;
     void hand_over(Thread& self);
+    void take_turn(Thread& self);
     void begin_slice(Thread& thread);
+    void set_now(Microseconds time);
+    void hold_pace(Microseconds time);
 
     Microseconds now_ = 0;
     int next_id_ = 0;
@@ -143,6 +156,7 @@ private:
     std::map<std::pair<Microseconds, std::uint64_t>, std::function<void()>> timers_;
     std::function<void()> deadlock_action_;
     Pace pace_;
+    Pulse pulse_;
 };
 
 // The scheduler of this process, made by the first call and never destroyed.

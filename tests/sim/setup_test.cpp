@@ -30,16 +30,17 @@ TEST(Options, SetUpTheRun) {
         std::vector<std::string> words;
         std::string setup;
     } cases[] = {
-        {{}, "board aes\noperator auto\nseed 1\nlimit 3600000000\nreport -1\n"},
+        {{}, "board aes\noperator auto\nseed 1\nlimit 3600000000\nstall 20000000\nreport -1\n"},
         {{"--board=i2c", "--operator", "none", "--seed=18446744073709551615", "--pace", "0.5",
-          "--limit", "1.5", "--fault", "no-privilege", "--fault=key-dead=8@2.5"},
+          "--limit", "1.5", "--stall=3", "--fault", "no-privilege", "--fault=key-dead=8@2.5"},
          "board i2c\noperator none\nseed 18446744073709551615\npace 0.5\nlimit 1500000\n"
-         "report -1\nfault no-privilege - 0\nfault key-dead 8 2500000\n"},
+         "stall 3000000\nreport -1\nfault no-privilege - 0\nfault key-dead 8 2500000\n"},
         {{"--scenario", file, "--pace=max", "--limit=1e9"},
-         "board plain\noperator none\nseed 9\nlimit 1000000000000000\nreport -1\n" + steps},
+         "board plain\noperator none\nseed 9\nlimit 1000000000000000\nstall 20000000\nreport -1\n" +
+             steps},
         // The command line goes before the file, wherever it stands.
         {{"--board", "aes", "--operator=auto", "--scenario", file, "--seed", "3"},
-         "board aes\noperator auto\nseed 3\nlimit 3600000000\nreport -1\n" + steps},
+         "board aes\noperator auto\nseed 3\nlimit 3600000000\nstall 20000000\nreport -1\n" + steps},
     };
     for (const auto& [words, setup] : cases) {
         std::vector<std::string> line = {"run", "--record=r"};
@@ -57,10 +58,10 @@ TEST(Setup, SurvivesTheWayThroughTheEnvironment) {
     for (int byte = 0; byte < 256; ++byte)
         every += static_cast<char>(byte);
     for (const std::string board : {"aes", "plain", "i2c", "engine", "none"}) {
-        const std::string text = "board " + board + "\noperator none\nseed 9223372036854775809\n" +
-                                 "pace 0.3333333333333333\nlimit 9000000000\nreport 17\n" +
-                                 "fault - %2d 0\nfault key-held 7 5000000000\n" +
-                                 "step 0 1 - a\nstep 3 2 %20-%25 b\n";
+        const std::string text =
+            "board " + board + "\noperator none\nseed 9223372036854775809\n" +
+            "pace 0.3333333333333333\nlimit 9000000000\nstall 20000000\nreport 17\n" +
+            "fault - %2d 0\nfault key-held 7 5000000000\n" + "step 0 1 - a\nstep 3 2 %20-%25 b\n";
         k4sim::Setup setup = decode(text).value();
         EXPECT_EQ(encode(setup), text);
         setup.faults[0].name = every;

@@ -289,4 +289,22 @@ TEST_F(Launcher, TellsOfAnEndThatIsNotThePrograms) {
     std::signal(SIGHUP, former);
 }
 
+// The reader's input is a pipe that nobody writes to.
+TEST_F(Launcher, EndsAProgramInWhichNoVirtualTimePasses) {
+    const struct {
+        const char* way;
+        const char* must_say;
+    } cases[] = {{"spinner", "thread 1 (spinner) stands at spin_for_good+0x"},
+                 {"reader", "thread 1 (reader) stands at "},
+                 {"deaf", "thread (deaf) answers to no signal"}};
+    for (const char* bits : {"32", "64"})
+        for (const auto& [way, must_say] : cases) {
+            const CommandResult result =
+                shell("[ -p pipe ] || mkfifo pipe; exec 3<>pipe; exec " K4_SIM " run --stall 0.2 --record r -- " +
+                      (K4_STALL_PROBE + std::string(bits)) + " " + way + " <&3");
+            EXPECT_EQ(result.status, 125) << bits << way;
+            EXPECT_NE(result.error.find(must_say), std::string::npos) << bits << result.error;
+        }
+}
+
 } // namespace

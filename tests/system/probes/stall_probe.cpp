@@ -1,0 +1,27 @@
+// stall_probe WAY: a thread that virtual time never passes in.
+#include <csignal>
+#include <cstring>
+#include <pthread.h>
+#include <thread>
+#include <unistd.h>
+
+// Found by name.
+extern "C" [[gnu::noinline]] void spin_for_good() {
+    for (volatile bool go_on = true; go_on;) {
+    }
+}
+
+int main(int, char** argv) {
+    const char* const way = argv[1];
+    std::thread([way] {
+        pthread_setname_np(pthread_self(), way);
+        sigset_t all;
+        sigfillset(&all);
+        if (std::strcmp(way, "deaf") == 0) pthread_sigmask(SIG_BLOCK, &all, nullptr);
+        char c = 0;
+        if (std::strcmp(way, "reader") == 0)
+            while (read(0, &c, 1) > 0) {
+            }
+        spin_for_good();
+    }).join();
+}
