@@ -54,7 +54,8 @@ TEST_F(FrontPanel, ShowsAndSavesPictures) {
     for (int i = 0; i < 256 * 64 * 3; ++i)
         ASSERT_EQ(bytes[54U + i] & 0xFF,
                   glass.picture()[i / 3 % 256 + (63 - i / 3 / 256) * 256] * 17);
-    EXPECT_FALSE(panel.saveScreenImage("/nonexistent/picture.bmp"));
+    for (const char* path : {"/nonexistent/picture.bmp", static_cast<const char*>(nullptr)})
+        EXPECT_FALSE(panel.saveScreenImage(path));
 }
 
 TEST_F(FrontPanel, ContrastAndModesAreLimited) {

@@ -13,7 +13,8 @@ struct SignalCase {
     std::vector<std::string> faults;
     double at_s; // the last signal
     double patience_s = 2.6;
-    bool dark = true; // the panel can still be told
+    bool dark = true;   // the panel can still be told
+    double least_s = 0; // of joining
 };
 
 void PrintTo(const SignalCase& one, std::ostream* out) {
@@ -34,6 +35,7 @@ TEST_P(Signal, AbortsAndLeavesTheDeviceSafe) {
     EXPECT_EQ(run.verdict(), "ABORTED");
     EXPECT_TRUE(run.console.ends_with("\nSelftest exits with code -6\n")) << run.console;
     EXPECT_LE(run.seconds() - GetParam().at_s, GetParam().patience_s);
+    EXPECT_GE(run.seconds() - GetParam().at_s, GetParam().least_s);
     EXPECT_EQ(run.report.at("left_safe"), true) << run.report;
     EXPECT_EQ(run.report.at("left_on").empty(), GetParam().dark) << run.report;
 }
@@ -48,7 +50,7 @@ std::vector<SignalCase> signals() {
             cases.push_back({board, {signal + "@40"}, 40});
         }
         cases.push_back({board, {"signal=INT@8", "signal=INT@8.001"}, 8.001, 0.1, false});
-        cases.push_back({board, {"panel-dead@20", "signal=INT@25"}, 25, 5, false});
+        cases.push_back({board, {"panel-dead@20", "signal=INT@25"}, 25, 5, false, 3});
         cases.push_back({board, {"panel-dead@20", "signal=INT@25", "signal=HUP@26"}, 26, 1, false});
         cases.push_back({board, {"speaker-absent", "signal=TERM@10"}, 10});
         cases.push_back({board, {"signal=INT@1.5"}, 1.5}); // in the lamp test
