@@ -12,9 +12,15 @@ inline constexpr int report_descriptor = 100;
 inline constexpr int library_folder_descriptor = 101;
 inline constexpr char library_folder[] = "/proc/self/fd/101/";
 
+// An eventfd: it holds 1 until a process of the run takes it, and with it the device.
+inline constexpr int claim_descriptor = 102;
+
 // The setup of the run, as encode() writes it.
 inline constexpr char setup_variable[] = "K4SIM_SETUP";
-// Is there when the launcher waits for the library to report in.
-inline constexpr char watched_variable[] = "K4SIM_WATCHED";
+// What the process is to the launcher, as one of the following.
+inline constexpr char role_variable[] = "K4SIM_ROLE";
+inline constexpr char role_watched[] = "watched"; // its child, which waits for the library
+inline constexpr char role_first[] = "first";     // its child, after an execution of its own
+inline constexpr char role_further[] = "further"; // any other process of the run
 
 } // namespace k4sim

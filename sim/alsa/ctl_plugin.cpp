@@ -217,6 +217,7 @@ void describe_card(CtlPlugin& plugin) {
 
 int open_card(snd_ctl_t** result, const char* name, snd_config_t* node, int mode) {
     const Unobserved unobserved;
+    if (!machine().claim()) return -EBUSY;
     if (const int error = find_card(node); error < 0) return error;
     auto plugin = std::make_unique<CtlPlugin>();
     describe_card(*plugin);

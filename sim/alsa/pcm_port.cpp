@@ -43,6 +43,7 @@ std::string file_name(unsigned device, Direction direction) {
 
 int PcmPort::open() {
     using OpenResult = PcmStream::OpenResult;
+    if (!machine().claim()) return -EBUSY;
     const std::string name = file_name(device_, direction_);
     PcmStream* const opened = stream();
     const OpenResult result = opened != nullptr ? opened->open() : OpenResult::absent;

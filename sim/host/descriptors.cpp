@@ -51,6 +51,7 @@ bool Descriptors::owns(int descriptor) const {
 }
 
 int Descriptors::open(std::string_view path, int flags) {
+    if (!machine().claim()) return with_errno(-EBUSY);
     std::unique_ptr<OpenFile> file = openers_.find(path)->second();
     machine().event("program", "open", {{"device", path}, {"present", file != nullptr}});
     if (!file) return with_errno(-ENOENT);

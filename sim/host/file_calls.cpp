@@ -3,12 +3,14 @@
 // the names with "_2" and "_chk" those of a hardened build.
 #include "sim/host/clocks.h"
 #include "sim/host/descriptors.h"
+#include "sim/host/inheritance.h"
 #include "sim/host/network_calls.h"
 #include "sim/host/real.h"
 #include "sim/host/selection.h"
 #include "sim/host/threads.h"
 #include "sim/host/wire_time.h"
 #include "sim/machine/console.h"
+#include "sim/setup_process.h"
 #include "sim/time/unobserved.h"
 
 #include <cerrno>
@@ -97,6 +99,19 @@ int select_files(const char* name, int count, fd_set* reading, fd_set* writing, 
     return result;
 }
 
+// Leaves out the descriptors of the run, which programs that are executed later need.
+int close_files(unsigned first, unsigned last, int flags) {
+    static auto* const real_close_range =
+        real_function<int(unsigned, unsigned, int)>("close_range");
+    if (!in_run()) return real_close_range(first, last, flags);
+    int result = 0;
+    if (first < report_descriptor)
+        result = real_close_range(first, std::min<unsigned>(last, report_descriptor - 1), flags);
+    if (last > claim_descriptor && result == 0)
+        result = real_close_range(std::max<unsigned>(first, claim_descriptor + 1), last, flags);
+    return result;
+}
+
 // The mode comes only with a flag that may create a file.
 mode_t mode_of(int flags, va_list arguments) {
     // NOLINTNEXTLINE(clang-analyzer-valist.Uninitialized): started by the caller
@@ -141,11 +156,22 @@ OPEN_AT(checked_wide_openat, "__openat64_2")
 int stand_in_close(int descriptor) asm("close");
 int stand_in_close(int descriptor) {
     static auto* const real_close = real_function<int(int)>("close");
+    if (belongs_to_run(descriptor)) return as_libc_result(-EBADF);
     const bool was_owned = owned(descriptor);
     if (was_owned) descriptors().forget(descriptor);
     const int result = real_close(descriptor);
     if (was_owned) descriptors().changed();
     return result;
+}
+
+int stand_in_close_range(unsigned first, unsigned last, int flags) asm("close_range");
+int stand_in_close_range(unsigned first, unsigned last, int flags) {
+    return close_files(first, last, flags);
+}
+
+void stand_in_closefrom(int first) asm("closefrom");
+void stand_in_closefrom(int first) {
+    close_files(static_cast<unsigned>(std::max(first, 0)), ~0U, 0);
 }
 
 ssize_t stand_in_read(int descriptor, void* data, std::size_t size) asm("read");

@@ -17,6 +17,10 @@ int set_privilege(unsigned level) {
         errno = EINVAL;
         return -1;
     }
+    if (level == highest_level && !machine().claim()) {
+        errno = EBUSY;
+        return -1;
+    }
     Thread& thread = *Scheduler::current();
     const bool granted = level != highest_level || !machine().privilege_refused();
     machine().event("program", "iopl",

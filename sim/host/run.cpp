@@ -3,6 +3,7 @@
 #include "sim/host/alsa_configuration.h"
 #include "sim/host/death_watch.h"
 #include "sim/host/descriptors.h"
+#include "sim/host/inheritance.h"
 #include "sim/host/port_trap.h"
 #include "sim/host/preload.h"
 #include "sim/host/real.h"
@@ -37,6 +38,10 @@ void in_child() {
     leave_serial_lines();
     if (machine().recorded()) start_watchdog(machine().setup().stall_us);
     machine().leave_record();
+    inherit_run();
+    // The ports are the parent's, like the rest of the device.
+    if (Thread* thread = Scheduler::current(); thread != nullptr && in_run())
+        thread->io_privilege = false;
 }
 
 void start_recorded_run(const Setup& setup) {
@@ -55,8 +60,6 @@ void start_recorded_run(const Setup& setup) {
 
 // Tells the launcher, which waits for it before it lets the program begin.
 void report_in() {
-    if (std::getenv(watched_variable) == nullptr) return;
-    unsetenv(watched_variable);
     sigset_t trap{};
     sigset_t former{};
     sigemptyset(&trap);
@@ -66,21 +69,38 @@ void report_in() {
     sigprocmask(SIG_SETMASK, &former, nullptr);
 }
 
-// The process of the launcher's child, or a unit test. A program that the process
-// executes later is on its own.
-void start_run() {
-    const char* text = std::getenv(setup_variable);
-    if (text == nullptr) return;
+// Takes the variable out of the environment: it is not the program's. In place, and without
+// libc's functions, since a shell may have its own, which do not work yet.
+std::string take_variable(char** environment, std::string_view name) {
+    std::string value;
+    char** kept = environment;
+    for (; *environment != nullptr; ++environment) {
+        const std::string_view variable(*environment);
+        if (variable.starts_with(name) && variable.substr(name.size()).starts_with('='))
+            value = variable.substr(name.size() + 1);
+        else
+            *kept++ = *environment;
+    }
+    *kept = nullptr;
+    return value;
+}
+
+// A process of a run, or a unit test.
+void start_run(const std::string& text, const std::string& role) {
+    if (text.empty()) return;
     const auto setup = decode(text);
     if (!setup) refuse("K4SIM_SETUP is not well-formed; start the program by k4sim run");
-    report_in();
-    unsetenv(setup_variable);
-    unsetenv("LD_PRELOAD");
+    if (role == role_watched) report_in();
+    join_run(text, role);
+    machine().share(claim_descriptor, role != role_further);
     start_recorded_run(*setup);
 }
 
-__attribute__((constructor)) void start(int, char** arguments, char**) {
+__attribute__((constructor)) void start(int, char** arguments, char** environment) {
     put_in_front(arguments);
+    const std::string setup = take_variable(environment, setup_variable);
+    const std::string role = take_variable(environment, role_variable);
+    if (!setup.empty()) take_variable(environment, "LD_PRELOAD");
     scheduler().set_deadlock_action([] { end_process(status_deadlock, "deadlock"); });
     descriptors().add_device("/dev/console", open_speaker);
     add_serial_devices();
@@ -89,7 +109,7 @@ __attribute__((constructor)) void start(int, char** arguments, char**) {
     watch_for_death();
     configure_alsa();
     machine();
-    start_run();
+    start_run(setup, role);
 }
 
 __attribute__((destructor)) void end() {

@@ -45,25 +45,14 @@ std::string find_program(const std::string& name, const std::string& fallback_fo
 }
 
 WordSize check_program(const std::string& name, const std::string& path) {
-    const auto size = elf_word_size(path);
-    if (!size)
-        throw UsageError(name + " is no i386 or x86-64 ELF program; name the program file itself");
-    const std::string loader = elf_loader(path);
-    if (loader.empty())
-        throw UsageError(name + " is statically linked, so that the virtual device can't be loaded "
-                                "into it; link it dynamically");
-    if (!std::filesystem::exists(loader))
-        throw UsageError(name + " needs the loader " + loader + ", which is not there; install " +
-                         (*size == WordSize::bits32 ? "libc6:i386" : "libc6:amd64"));
-    if (has_own_rights(path))
-        throw UsageError(name + " is set-uid, set-gid or has capabilities, so that the virtual "
-                                "device can't be loaded into it; run a copy without");
-    return *size;
+    const std::string obstacle = obstacle_to_device(path);
+    if (!obstacle.empty()) throw UsageError(name + " " + obstacle);
+    return *elf_word_size(path);
 }
 
 std::string library_name(const std::string& folder, WordSize size) {
-    for (const char* name : {"libk4sim.so", "libk4sim64.so"})
-        if (elf_word_size(folder + "/" + name) == size) return name;
+    const std::string name = device_library(folder + "/", size);
+    if (!name.empty()) return name;
     throw UsageError(std::string("no libk4sim for ") + (size == WordSize::bits32 ? "32" : "64") +
                      "-bit programs beside k4sim in " + folder + "; build the release preset");
 }

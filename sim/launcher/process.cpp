@@ -13,6 +13,7 @@
 #include <cstring>
 #include <fcntl.h>
 #include <string_view>
+#include <sys/eventfd.h>
 #include <sys/prctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -53,11 +54,11 @@ std::vector<std::string> environment_with(const std::string& library, const Setu
     std::string libraries = "LD_PRELOAD=" + std::string(library_folder) + library;
     if (preloaded != nullptr && *preloaded != '\0') libraries.append(":").append(preloaded);
     std::vector<std::string> variables{std::string(setup_variable) + "=" + encode(setup),
-                                       std::string(watched_variable) + "=1", libraries};
+                                       std::string(role_variable) + "=" + role_watched, libraries};
     for (char** variable = environ; *variable != nullptr; ++variable) {
         const std::string_view text(*variable);
         const std::string_view name = text.substr(0, text.find('='));
-        if (name != setup_variable && name != watched_variable && name != "LD_PRELOAD")
+        if (name != setup_variable && name != role_variable && name != "LD_PRELOAD")
             variables.emplace_back(text);
     }
     return variables;
@@ -83,6 +84,7 @@ std::vector<char*> pointers_to(const std::vector<std::string>& texts) {
 struct Ends {
     int report;
     int folder;
+    int claim;
     int complaints;
 };
 
@@ -91,7 +93,7 @@ struct Ends {
                          const std::vector<char*>& environment, const Ends& ends,
                          const Guard& guard, pid_t launcher) {
     if (dup2(ends.report, report_descriptor) < 0 ||
-        dup2(ends.folder, library_folder_descriptor) < 0)
+        dup2(ends.folder, library_folder_descriptor) < 0 || dup2(ends.claim, claim_descriptor) < 0)
         fail(ends.complaints, "no descriptors for the virtual device");
     if (prctl(PR_SET_PDEATHSIG, SIGKILL) != 0) fail(ends.complaints, "it would outlive k4sim");
     if (getppid() != launcher) _exit(1); // which was gone before
@@ -148,11 +150,21 @@ void throw_complaint(const Program& program, int complaints) {
     if (!text.empty()) throw UsageError(program.path + " can't be started: " + text);
 }
 
-int open_folder(const std::string& path) {
-    const int folder = open(path.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC);
-    if (folder < 0) throw UsageError(path + " can't be opened: " + std::strerror(errno));
-    return folder;
-}
+// A descriptor of the launcher's, or why there is none.
+class Descriptor {
+public:
+    Descriptor(int number, const std::string& what) : number_(number) {
+        if (number < 0) throw UsageError(what + " can't be opened: " + std::strerror(errno));
+    }
+    ~Descriptor() { close(number_); }
+    Descriptor(const Descriptor&) = delete;
+    Descriptor& operator=(const Descriptor&) = delete;
+
+    int number() const { return number_; }
+
+private:
+    int number_;
+};
 
 } // namespace
 
@@ -161,13 +173,15 @@ ProcessEnd run_process(const Program& program, const Setup& setup, Record& recor
     Pipe complaints;
     Setup childs_setup = setup;
     childs_setup.report_fd = report_descriptor;
-    const int folder = open_folder(program.library_folder);
+    const Descriptor folder(open(program.library_folder.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC),
+                            program.library_folder);
+    const Descriptor claim(eventfd(1, EFD_NONBLOCK | EFD_CLOEXEC), "the claim to the device");
     const Guard guard;
     RunSignals signals;
-    const pid_t child = start(program, childs_setup, signals, guard,
-                              {report.writing(), folder, complaints.writing()});
+    const pid_t child =
+        start(program, childs_setup, signals, guard,
+              {report.writing(), folder.number(), claim.number(), complaints.writing()});
     signals.release_in_launcher(child);
-    close(folder);
     report.close_writing();
     complaints.close_writing();
     const WatchedStart watched = watch_start(child);

@@ -9,6 +9,8 @@
 
 #include <algorithm>
 #include <array>
+#include <unistd.h>
+#include <utility>
 
 namespace k4sim {
 
@@ -29,6 +31,9 @@ std::string picture_text(Device& device) {
 // From then on it looks less often, so that a wait without end costs little real time.
 constexpr int reads_of_busy_wait = 20'000;
 constexpr Microseconds busy_wait_access_us = 1000;
+
+// A process that says this much before it opens the device has not much to do with it.
+constexpr std::size_t kept_report_max = 1 << 20;
 
 // What a thread reads again and again, with no other access between.
 struct Polling {
@@ -77,7 +82,7 @@ void Machine::event(std::string_view source, std::string_view what,
     const Unobserved unobserved;
     std::string line = report_line(now(), source, what, fields);
     if (report_.is_open())
-        report_.write(line);
+        write_report(line);
     else
         events_.push_back({now(), std::string(source), std::string(what), std::move(line)});
 }
@@ -120,6 +125,41 @@ void Machine::record(const Setup& setup) {
     reset(setup);
 }
 
+void Machine::share(int claim_descriptor, bool first) {
+    claim_.share(claim_descriptor);
+    first_ = first;
+}
+
+bool Machine::claim() {
+    if (!claim_.take()) {
+        if (!std::exchange(told_of_other_, true))
+            write_fully(STDERR_FILENO, "k4sim: another process of this run has opened the device, "
+                                       "which is for one process\n");
+        return false;
+    }
+    if (!kept_report_.empty()) write_fully(report_.descriptor(), kept_report_);
+    kept_report_.clear();
+    return true;
+}
+
+void Machine::leave_record() {
+    claim_.forget();
+    first_ = false;
+    kept_report_.clear();
+    if (!claim_.shared()) report_.close();
+}
+
+bool Machine::reports() const {
+    return !claim_.shared() || claim_.held() || (first_ && claim_.is_free());
+}
+
+void Machine::write_report(std::string_view line) {
+    if (reports())
+        report_.write(line);
+    else if (!first_ && kept_report_.size() + line.size() < kept_report_max)
+        kept_report_.append(line).append("\n");
+}
+
 void Machine::end_record(std::string_view how) {
     if (!recorded()) return;
     picture_watch_->end();
@@ -129,7 +169,7 @@ void Machine::end_record(std::string_view how) {
 }
 
 void Machine::report_death(const Death& death) {
-    if (!recorded()) return;
+    if (!recorded() || !reports()) return;
     FixedLine line(now(), "program", "died");
     line.set("signal", death.signal);
     line.set("thread", death.thread);
@@ -204,13 +244,12 @@ void Machine::start_faults() {
 }
 
 void Machine::strike(std::size_t planned) {
-    report_.write(report_line(now(), "plan", "fault", {{"number", std::int64_t(planned)}}));
+    write_report(report_line(now(), "plan", "fault", {{"number", std::int64_t(planned)}}));
     apply_fault(setup_.faults[planned]);
 }
 
 void Machine::report_picture(Microseconds appeared, const std::string& picture) {
-    report_.write(
-        report_line(appeared, "oled", "picture", {{"pixels", std::string_view(picture)}}));
+    write_report(report_line(appeared, "oled", "picture", {{"pixels", std::string_view(picture)}}));
 }
 
 Machine& machine() {

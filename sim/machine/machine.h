@@ -3,6 +3,7 @@
 // so do unit tests that run code of the program against the device.
 #pragma once
 
+#include "sim/machine/claim.h"
 #include "sim/machine/console.h"
 #include "sim/machine/last_words.h"
 #include "sim/machine/picture_watch.h"
@@ -92,8 +93,17 @@ public:
     // last picture with any light on it and the one on the glass. Without the heap.
     void report_death(const Death& death);
 
-    // The record belongs to another process: the parent of a fork.
-    void leave_record() { report_.close(); }
+    // The device and the record are those of a run that may have more processes. `first`: this
+    // is the one that the launcher started, whose lines are recorded as long as nobody has the
+    // device. Lines of any other are kept until it opens the device, and recorded then.
+    void share(int claim_descriptor, bool first);
+
+    // Before the device is opened, or the ports. False when another process of the run has it,
+    // at first with a line on standard error.
+    bool claim();
+
+    // In the child of a fork: device and record are the parent's.
+    void leave_record();
 
     // The program's requests to the speaker: a tone of speaker_clock_hz / divider for
     // that long, and a sound until further notice (divider 0: silence).
@@ -108,10 +118,16 @@ private:
     void new_device();
     void start_faults();
     void strike(std::size_t planned); // of the setup's faults
+    bool reports() const; // this process's lines are those of the record
+    void write_report(std::string_view line);
     void report_picture(Microseconds appeared, const std::string& picture);
 
     Setup setup_;
     Report report_;
+    Claim claim_;
+    bool told_of_other_ = false;
+    bool first_ = true;       // of the processes of the run
+    std::string kept_report_; // of a process that may still open the device
     std::unique_ptr<Device> device_;
     std::unique_ptr<Operator> operator_;
     std::unique_ptr<PictureWatch> picture_watch_;

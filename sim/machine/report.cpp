@@ -2,7 +2,6 @@
 
 #include "sim/time/keep_errno.h"
 
-#include <fcntl.h>
 #include <sys/syscall.h>
 #include <unistd.h>
 
@@ -59,10 +58,7 @@ std::string report_line(Microseconds t, std::string_view source, std::string_vie
     return line;
 }
 
-void Report::open(int descriptor) {
-    descriptor_ = descriptor;
-    if (descriptor >= 0) fcntl(descriptor, F_SETFD, FD_CLOEXEC);
-}
+void Report::open(int descriptor) { descriptor_ = descriptor; }
 
 void Report::close() {
     if (descriptor_ >= 0) syscall(SYS_close, descriptor_);

@@ -16,11 +16,10 @@ std::string report_line(Microseconds t, std::string_view source, std::string_vie
 
 class Report {
 public:
-    // Lines go to this descriptor from now on, which is closed in programs that the
-    // process executes; -1: nowhere.
+    // Lines go to this descriptor from now on; -1: nowhere.
     void open(int descriptor);
 
-    // Closes the descriptor: in the child of a fork it is the parent's to write.
+    // Closes the descriptor.
     void close();
 
     bool is_open() const { return descriptor_ >= 0; }

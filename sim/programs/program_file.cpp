@@ -8,6 +8,7 @@
 #include <string_view>
 #include <sys/stat.h>
 #include <sys/xattr.h>
+#include <unistd.h>
 
 namespace k4sim {
 
@@ -36,6 +37,15 @@ std::string loader_named_in(const std::string& path) {
     return {};
 }
 
+// The loader takes no library from the environment for a program that is started with them.
+bool has_own_rights(const std::string& path) {
+    struct stat status {};
+    if (stat(path.c_str(), &status) != 0) return false;
+    constexpr mode_t set_group = S_ISGID | S_IXGRP; // without the latter it means locking
+    if ((status.st_mode & S_ISUID) != 0 || (status.st_mode & set_group) == set_group) return true;
+    return getxattr(path.c_str(), "security.capability", nullptr, 0) > 0;
+}
+
 } // namespace
 
 std::optional<WordSize> elf_word_size(const std::string& path) {
@@ -58,12 +68,37 @@ std::string elf_loader(const std::string& path) {
                                      : loader_named_in<Elf64_Ehdr, Elf64_Phdr>(path);
 }
 
-bool has_own_rights(const std::string& path) {
-    struct stat status {};
-    if (stat(path.c_str(), &status) != 0) return false;
-    constexpr mode_t set_group = S_ISGID | S_IXGRP; // without the latter it means locking
-    if ((status.st_mode & S_ISUID) != 0 || (status.st_mode & set_group) == set_group) return true;
-    return getxattr(path.c_str(), "security.capability", nullptr, 0) > 0;
+std::string obstacle_to_device(const std::string& path) {
+    const auto size = elf_word_size(path);
+    if (!size) return "is no i386 or x86-64 ELF program; name the program file itself";
+    const std::string loader = elf_loader(path);
+    if (loader.empty())
+        return "is statically linked, so that the virtual device can't be loaded into it; link it "
+               "dynamically";
+    if (access(loader.c_str(), F_OK) != 0)
+        return "needs the loader " + loader + ", which is not there; install " +
+               (*size == WordSize::bits32 ? "libc6:i386" : "libc6:amd64");
+    if (!loader.ends_with("/ld-linux.so.2") && !loader.ends_with("/ld-linux-x86-64.so.2"))
+        return "is for another C library, with the loader " + loader + "; link it with glibc";
+    if (has_own_rights(path))
+        return "is set-uid, set-gid or has capabilities, so that the virtual device can't be "
+               "loaded into it; run a copy without";
+    return {};
+}
+
+std::string interpreter_of(const std::string& path) {
+    std::ifstream file(path, std::ios::binary);
+    std::string line;
+    if (file.get() != '#' || file.get() != '!' || !std::getline(file, line)) return {};
+    const std::size_t begin = line.find_first_not_of(" \t");
+    if (begin == std::string::npos) return {};
+    return line.substr(begin, line.find_first_of(" \t", begin) - begin);
+}
+
+std::string device_library(const std::string& folder, WordSize size) {
+    for (const char* name : {"libk4sim.so", "libk4sim64.so"})
+        if (elf_word_size(folder + name) == size) return name;
+    return {};
 }
 
 } // namespace k4sim

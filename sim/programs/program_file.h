@@ -15,8 +15,15 @@ std::optional<WordSize> elf_word_size(const std::string& path);
 // program, a library, or no ELF file at all.
 std::string elf_loader(const std::string& path);
 
-// Whether the system starts the file with rights of its own: set-uid, set-gid, or with
-// capabilities. The loader takes no library from the environment for such a program.
-bool has_own_rights(const std::string& path);
+// Why the device library can't be loaded into the program, as what follows its name in a
+// message; empty when it can.
+std::string obstacle_to_device(const std::string& path);
+
+// The interpreter that a script names in its first line; empty for any other file.
+std::string interpreter_of(const std::string& path);
+
+// The name of the library for programs of that word size in `folder`, which ends with a slash:
+// libk4sim.so or libk4sim64.so; empty when neither fits.
+std::string device_library(const std::string& folder, WordSize size);
 
 } // namespace k4sim

@@ -2,7 +2,9 @@
 // than its own maps tells "virtual" or "bare".
 #include "virtual_run.h"
 
+#include <fstream>
 #include <linux/capability.h>
+#include <sstream>
 #include <sys/xattr.h>
 #include <unistd.h>
 
@@ -40,9 +42,11 @@ protected:
         }
     }
 
+    std::string file(const std::string& name) const { return folder_.file("build/" + name); }
+
     fs::path copy_of_probe(const std::string& name) const {
-        fs::copy(folder_.file("build/bare_probe"), folder_.file("build/" + name));
-        return folder_.file("build/" + name);
+        fs::copy(file("bare_probe"), file(name));
+        return file(name);
     }
 
     // Words as for a shell, in the folder of the launcher; by root, and by a user without rights.
@@ -95,6 +99,38 @@ TEST_F(Bare, AProgramWithRightsOfItsOwnIsRefused) {
         expect("./k4sim run ./" + name, 2, "", name + " is set-uid, set-gid or has capabilities");
 }
 
+TEST_F(Bare, WhateverItIsStartedByItIsOnTheVirtualDevice) {
+    for (const std::string name : bare_probes) {
+        const std::string probe = "./" + name;
+        std::ofstream(file("script")) << "#!" << probe << " \n";
+        fs::permissions(file("script"), fs::perms(0755));
+        for (const std::string& words :
+             {"timeout 60 " + probe, "env " + probe, "env -i " + probe, "nice " + probe,
+              "setarch -R " + probe, "xargs " + probe, "find " + name + " -exec " + probe + " \\;",
+              "sh -c 'stdbuf -oL " + probe + " 2>/dev/null'", "sh -c '" + probe + "; true'",
+              "sh -c 'exec " + probe + "'", "bash -c '" + probe + " & wait'",
+              std::string("sh -c ./script")})
+            expect("./k4sim run " + words, 0, "virtual\n");
+        for (const char* by : bare_probes)
+            for (const std::string way :
+                 {"system", "popen", "execl", "execlp", "execle", "execv", "execvp", "execvpe",
+                  "fexecve", "execveat", "posix_spawn", "posix_spawnp"})
+                expect("./k4sim run ./" + (by + (" " + way)) + " " + probe, 0, "virtual\n");
+    }
+}
+
+TEST_F(Bare, WhatCantBeOnTheVirtualDeviceIsRefusedAtItsExecution) {
+    fs::permissions(copy_of_probe("set-uid"), fs::perms(04755));
+    const std::pair<std::string, std::string> programs[] = {
+        {"./set-uid", "k4sim: ./set-uid is set-uid"},
+        {"./bare_probe_static", "k4sim: ./bare_probe_static is statically linked"},
+        {"/lib64/ld-linux-x86-64.so.2", "ld-linux-x86-64.so.2 is statically linked"},
+    };
+    for (const auto& [program, must_say] : programs)
+        for (const std::string way : {"sh -c", "env", "./bare_probe posix_spawn", "nice"})
+            expect("./k4sim run " + way + " " + program, 126, "", must_say);
+}
+
 // A program that is past the library.
 TEST_F(Bare, TheKernelKeepsPortsAndDeviceFilesFromIt) {
     for (const std::string probe : bare_probes)
@@ -108,6 +144,34 @@ TEST_F(Bare, TheKernelKeepsPortsAndDeviceFilesFromIt) {
            "ln to/file /dev/shm/k4-$$ 2>&1 | grep -c cross-device; rm -r $PWD'",
            0, "1\n");
     expect("./without_landlock ./k4sim run ./bare_probe ports", 0, "denied\n", "only seccomp");
+}
+
+struct OneDevice : Bare {
+    CommandResult record(const std::string& name, const std::string& words) const {
+        return run_command({"/bin/sh", "-c",
+                            "cd " + folder_.path().string() + "; exec build/k4sim run --record " +
+                                name + " -- " + words});
+    }
+    std::string recorded(const std::string& path) const {
+        std::ostringstream text;
+        text << std::ifstream(folder_.file(path), std::ios::binary).rdbuf();
+        return text.str();
+    }
+};
+
+// The record is of the process that has the device, to the byte.
+TEST_F(OneDevice, IsOfTheProcessThatOpensItFirst) {
+    record("alone", K4_PROGRAM " run");
+    record("started", "timeout 600 nice sh -c '/bin/true; \"$0\" run; echo end' " K4_PROGRAM);
+    EXPECT_GT(recorded("alone/events.jsonl").size(), 1000U);
+    for (const std::string name : {"events.jsonl", "console.txt", "report.json"})
+        EXPECT_EQ(recorded("alone/" + name), recorded("started/" + name)) << name;
+    const CommandResult twice =
+        record("twice", "sh -c '\"$0\" >/dev/null && \"$0\"; echo $? >&2' " K4_PROGRAM);
+    EXPECT_TRUE(twice.error.starts_with(
+        "k4sim: another process of this run has opened the device, which is for one process\n"))
+        << twice.error;
+    EXPECT_EQ(twice.error.find("k4sim:", 1), std::string::npos) << twice.error;
 }
 
 } // namespace
