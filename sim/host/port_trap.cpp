@@ -2,6 +2,7 @@
 
 #include "sim/host/death_watch.h"
 #include "sim/host/real.h"
+#include "sim/host/unplayed.h"
 #include "sim/machine/machine.h"
 #include "sim/time/keep_errno.h"
 #include "sim/time/scheduler.h"
@@ -57,11 +58,8 @@ const std::uint8_t* code_at(const greg_t* registers) {
 }
 
 // Only a port instruction's own fault: at a page fault the code may be unreadable.
-const PortInstruction* trapped_instruction(const greg_t* registers) {
-    const Thread* thread = Scheduler::current();
-    if (registers[REG_TRAPNO] != general_protection_fault) return nullptr;
-    if (thread == nullptr || !thread->io_privilege) return nullptr;
-    return decode(code_at(registers));
+bool may_be_port_access(const greg_t* registers) {
+    return registers[REG_TRAPNO] == general_protection_fault && Scheduler::current() != nullptr;
 }
 
 void carry_out(const PortInstruction& instruction, greg_t* registers) {
@@ -84,10 +82,12 @@ void on_fault(int signal, siginfo_t* info, void* context) {
     greg_t* registers = static_cast<ucontext_t*>(context)->uc_mcontext.gregs;
     const KeepErrno keep_errno;
     const bool sent = info->si_code <= 0; // by a process, not by an instruction
-    const PortInstruction* instruction = sent ? nullptr : trapped_instruction(registers);
-    if (instruction != nullptr) {
-        carry_out(*instruction, registers);
-        return;
+    if (!sent && may_be_port_access(registers)) {
+        const bool privileged = Scheduler::current()->io_privilege;
+        const PortInstruction* instruction = decode(code_at(registers));
+        if (privileged && instruction != nullptr) return carry_out(*instruction, registers);
+        if (const char* what = unplayed_port_access(code_at(registers), privileged))
+            end_unplayed(what, code_at(registers));
     }
     report_death(*info, context);
     libc_sigaction(SIGSEGV, &former_action, nullptr);

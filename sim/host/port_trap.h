@@ -4,9 +4,9 @@
 
 namespace k4sim {
 
-// Puts the handler in place. Whatever is no byte-wide port instruction, or comes from a
-// thread that did not get I/O privilege from iopl, goes the way it would have gone
-// without: to the handler that was there before, or to the death of the process.
+// Puts the handler in place. A port instruction that is not played (see unplayed.h) ends the
+// process. Whatever is no port instruction goes the way it would have gone without: to the
+// handler that was there before, or to the death of the process.
 void install_port_trap();
 
 } // namespace k4sim

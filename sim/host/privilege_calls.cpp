@@ -1,7 +1,8 @@
-// Stand-in for the request of I/O privilege. As on Linux it belongs to the calling
+// Stand-ins for the requests of I/O privilege. As on Linux it belongs to the calling
 // thread and to the threads that it creates later.
 #include "sim/host/real.h"
 #include "sim/host/threads.h"
+#include "sim/host/unplayed.h"
 #include "sim/machine/machine.h"
 
 #include <cerrno>
@@ -44,6 +45,15 @@ int stand_in_iopl(int level) asm("iopl");
 int stand_in_iopl(int level) {
     if (belongs_to_program()) return set_privilege(static_cast<unsigned>(level));
     return real_function<decltype(stand_in_iopl)>("iopl")(level);
+}
+
+// There is nothing to give up.
+int stand_in_ioperm(unsigned long first, unsigned long count, int on) asm("ioperm");
+int stand_in_ioperm(unsigned long first, unsigned long count, int on) {
+    if (!belongs_to_program())
+        return real_function<decltype(stand_in_ioperm)>("ioperm")(first, count, on);
+    if (on != 0) end_unplayed("a request for single ports (ioperm)", __builtin_return_address(0));
+    return 0;
 }
 
 } // extern "C"

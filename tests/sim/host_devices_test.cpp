@@ -54,7 +54,28 @@ TEST_F(PortTrapDeathTest, AnythingElseKillsTheProcess) {
     EXPECT_EQ(iopl(4), -1);
     EXPECT_EQ(errno, EINVAL);
     EXPECT_EQ(iopl(2), 0); // leaves the ports to the system
-    EXPECT_DEATH(asm volatile("inb $0x61, %%al" : : : "eax"), "");
+    const std::string where = ", which the virtual device does not play: thread 0 at 0x[0-9a-f]+ "
+                              "\\(sim_tests\\+0x[0-9a-f]+\\)\n";
+    const std::string bare = "access to a port without I/O privilege \\(iopl\\)" + where;
+    EXPECT_DEATH(asm volatile("inb $0x61, %%al" : : : "eax"), bare);
+    EXPECT_DEATH(asm volatile("outl %%eax, %%dx" : : : "memory"), bare);
+    EXPECT_EQ(ioperm(0x61, 1, 0), 0);
+    EXPECT_DEATH(ioperm(0x61, 1, 1), "a request for single ports \\(ioperm\\)" + where);
+    EXPECT_EQ(iopl(3), 0);
+    const std::string wide = "a port instruction of more than a byte" + where;
+    EXPECT_DEATH(asm volatile("inw %%dx, %%ax" : : : "eax"), wide);
+    EXPECT_DEATH(asm volatile("outw %%ax, $0x80" : : : "memory"), wide);
+    EXPECT_DEATH(asm volatile("inl $0x61, %%eax" : : : "eax"), wide);
+    EXPECT_DEATH(asm volatile("rep outsb"
+                              :
+                              :
+                              : "memory"),
+                 "a port instruction for strings" + where);
+    EXPECT_DEATH(asm volatile(".byte 0x66\n inb %%dx, %%al"
+                              :
+                              :
+                              : "eax"),
+                 "a port instruction with a prefix" + where);
 }
 
 using ConsoleDevice = BoardTest;
