@@ -273,20 +273,13 @@ TEST_F(Launcher, TellsOfAnEndThatIsNotThePrograms) {
     const std::pair<const char*, const char*> cases[] = {
         {"kill -SEGV $$", "died by signal 11"},
         {"cat deadlock >/proc/$$/fd/100; exit 9", "can never go on"},
-#ifndef __SANITIZE_THREAD__ // which holds a signal back while the launcher reads
-        // Handed on; the limit of processor time ends the script where nobody does.
-        {"ulimit -t 20; kill -TERM $PPID; while :; do :; done", "died by signal 15"},
-        {"ulimit -t 20; kill -HUP $PPID; while :; do :; done", "died by signal 1 ("},
-#endif
     };
-    const auto former = std::signal(SIGHUP, SIG_DFL); // what is ignored stays so
     for (const auto& [script, must_say] : cases) {
         const CommandResult result = run_script(script);
         EXPECT_EQ(result.status, 125);
         EXPECT_NE((result.error + "\n").find(must_say), std::string::npos) << result.error;
         EXPECT_EQ(report().value("verdict", ""), "DIED");
     }
-    std::signal(SIGHUP, former);
 }
 
 // The reader's input is a pipe that nobody writes to.
@@ -306,5 +299,69 @@ TEST_F(Launcher, EndsAProgramInWhichNoVirtualTimePasses) {
             EXPECT_NE(result.error.find(must_say), std::string::npos) << bits << result.error;
         }
 }
+
+#ifndef __SANITIZE_THREAD__ // which holds a signal back while the launcher reads
+
+// What is ignored stays so.
+class LauncherSignals : public Launcher {
+protected:
+    LauncherSignals() {
+        for (const int number : {SIGINT, SIGQUIT, SIGTERM, SIGHUP})
+            former_.emplace_back(number, std::signal(number, SIG_DFL));
+    }
+    ~LauncherSignals() override {
+        for (const auto& [number, action] : former_)
+            std::signal(number, action);
+    }
+
+    // In a session of the launcher's own. The limit of processor time ends a script that waits
+    // in vain.
+    CommandResult run_alone(const std::string& script) const {
+        return shell("exec setsid " K4_SIM " run --record record -- /bin/sh -c 'ulimit -t 20; "
+                     "group() { cut -d\" \" -f5 /proc/$1/stat; }; " +
+                     script + "'");
+    }
+
+private:
+    std::vector<std::pair<int, void (*)(int)>> former_;
+};
+
+TEST_F(LauncherSignals, ReachTheProgramOnce) {
+    for (const std::string name : {"INT", "QUIT", "TERM", "HUP"})
+        for (const std::string target : {"$PPID", "-$(group $PPID)"}) {
+            SCOPED_TRACE(name + " to " + target);
+            // Those of its own group only would reach it twice.
+            const CommandResult result =
+                run_alone("[ $(group $PPID) != $(group $$) ] && echo apart;"
+                          "trap \"echo " +
+                          name + "; exit 3\" " + name + "; kill -" + name + " " + target +
+                          "; while :; do :; done");
+            EXPECT_EQ(result.status, 3) << result.error;
+            EXPECT_EQ(recorded("console.txt"), "apart\n" + name + "\n");
+        }
+}
+
+TEST_F(LauncherSignals, TheSecondEndsBoth) {
+    const CommandResult result =
+        run_alone("trap \"\" TERM INT; kill -TERM $PPID; kill -INT $PPID; while :; do :; done");
+    EXPECT_EQ(result.status, 125);
+    EXPECT_NE(result.error.find("died by signal 9"), std::string::npos) << result.error;
+    EXPECT_EQ(report().value("verdict", ""), "DIED");
+}
+
+// Whoever has a new parent has outlived the former one.
+TEST_F(LauncherSignals, NoProcessOfTheRunOutlivesTheLauncher) {
+    const std::string script = "kill -KILL $launcher; parent=$PPID; while [ $parent = $PPID ];"
+                               "do read -r _ _ _ parent _ </proc/$$/stat; done; echo outlived";
+    write("script", script);
+    for (const std::string by : {"", "timeout 60 "})
+        EXPECT_EQ(shell(K4_SIM " run -- /bin/sh -c 'export launcher=$PPID; exec " + by +
+                        "sh ./script' | cat")
+                      .out,
+                  "")
+            << by;
+}
+
+#endif
 
 } // namespace
