@@ -47,9 +47,10 @@ std::string rows_ok(const Observation& seen) {
 std::string rows_left(const Observation& seen) {
     std::vector<std::string> left;
     for (const Observation::Row& row : seen.rows)
-        if (!row.label.empty() && row.status != "OK")
-            left.push_back(row.label + (row.status.empty() ? " stayed empty"
-                                                           : " stayed at \"" + row.status + "\""));
+        if (!row.label.empty() && row.status() != "OK")
+            left.push_back(row.label + (row.status().empty()
+                                            ? " stayed empty"
+                                            : " stayed at \"" + row.status() + "\""));
     if (!left.empty()) return joined(left);
     return seen.rows.empty() ? "no row was ever seen" : rows_ok(seen);
 }

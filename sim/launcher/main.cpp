@@ -91,6 +91,7 @@ int run(const Options& options) {
     const Observation& seen = record.observation();
     const Outcome outcome{options.program[0], judge(seen, end), end,
                           never_struck(options.setup, seen), stopwatch.seconds()};
+    record.sort_events();
     write_reports(record, outcome);
     record.finish();
     const std::string gap = options.record.empty() ? "" : record.gap();

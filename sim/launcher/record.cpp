@@ -81,7 +81,7 @@ void Record::line(const std::string& text) {
     const auto source = event->text("source");
     const auto what = event->text("event");
     if (!t || !source || !what) return;
-    observation_.duration_us = *t;
+    observation_.duration_us = std::max(observation_.duration_us, *t);
     if (*source == "plan") {
         planned_ = *what + " " + std::to_string(event->integer("number").value_or(-1));
         observation_.struck.insert(planned_);
@@ -101,7 +101,8 @@ void Record::line(const std::string& text) {
         note_on("display", std::ranges::any_of(*picture, [](int grey) { return grey != 0; }));
         event->set("file", keep(*picture, *what));
     }
-    folder_.append("events.jsonl", event->dump() + "\n");
+    events_.emplace_back(*t, event->dump() + "\n");
+    folder_.append("events.jsonl", events_.back().second);
 }
 
 void Record::write_file(const std::string& name, const std::string& content) {
@@ -111,6 +112,16 @@ void Record::write_file(const std::string& name, const std::string& content) {
 std::string Record::gap() const {
     if (!folder_.failure().empty()) return folder_.failure();
     return observation_.ended ? "" : "the device library was cut off";
+}
+
+void Record::sort_events() {
+    const auto time = [](const auto& event) { return event.first; };
+    if (!folder_.failure().empty() || std::ranges::is_sorted(events_, {}, time)) return;
+    std::ranges::stable_sort(events_, {}, time);
+    std::string lines;
+    for (const auto& event : events_)
+        lines += event.second;
+    folder_.write("events.jsonl", lines);
 }
 
 void Record::finish() {
@@ -178,14 +189,14 @@ void Record::note_on(const std::string& what, bool on) {
         observation_.on.erase(what);
 }
 
-// The status rows that can be read off it, and since when each stands there.
+// The status rows that can be read off it.
 void Record::look_at(const Picture& picture, Microseconds t) {
     const std::vector<ScreenRow> rows = read_screen(picture);
     for (std::size_t i = 0; i < rows.size(); ++i) {
-        if (observation_.rows.size() <= i) observation_.rows.push_back({rows[i].label, "", t});
-        if (observation_.rows[i].status == rows[i].status) continue;
-        observation_.rows[i].status = rows[i].status;
-        observation_.rows[i].since_us = t;
+        if (observation_.rows.size() <= i) observation_.rows.push_back({rows[i].label, {}});
+        std::vector<Observation::Text>& texts = observation_.rows[i].texts;
+        if (texts.empty() || texts.back().text != rows[i].status)
+            texts.push_back({t, rows[i].status});
     }
 }
 

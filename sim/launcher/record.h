@@ -10,6 +10,7 @@
 #include <set>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 namespace k4sim {
@@ -29,12 +30,18 @@ struct Observation {
         std::string place; // "file+0x12", or "file+0x12 (symbol)"
     };
     std::optional<Death> death;
-    Microseconds duration_us = 0; // time of the last event
-    // The status rows of the last picture that showed a text, and since when each stood.
+    Microseconds duration_us = 0; // the latest time of an event
+    // A status row and every text that stood there, with the time when it came; at least one,
+    // which may be empty.
+    struct Text {
+        Microseconds at_us = 0;
+        std::string text;
+    };
     struct Row {
         std::string label;
-        std::string status;
-        Microseconds since_us = 0;
+        std::vector<Text> texts;
+
+        const std::string& status() const { return texts.back().text; }
     };
     std::vector<Row> rows;
     // What is on, as the models saw it last: "phantom power of input 1", "boost of input 2",
@@ -65,7 +72,11 @@ public:
     // What is missing of the record, such as "No space left on device"; empty: nothing.
     std::string gap() const;
 
-    // Nothing more comes: marks a record that has no gap as complete.
+    // No line comes any more: puts events.jsonl in the order of time. While the run goes on it
+    // is that of their coming, in which a picture is half a second late.
+    void sort_events();
+
+    // Nothing more is written: marks a record that has no gap as complete.
     void finish();
 
     const Observation& observation() const { return observation_; }
@@ -81,7 +92,8 @@ private:
 
     RecordFolder folder_;
     Observation observation_;
-    std::string planned_;                      // what of the setup came last
+    std::vector<std::pair<Microseconds, std::string>> events_; // with their line ends
+    std::string planned_;                                      // what of the setup came last
     std::map<std::string, std::string> armed_; // by the event that proves it: what of the setup
     int pictures_ = 0;
 };

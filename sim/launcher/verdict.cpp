@@ -73,15 +73,24 @@ Json death_of(const Observation::Death& death) {
         .set("place", death.place);
 }
 
+Json unit_of(const Observation::Row& row) {
+    Json texts = Json::array();
+    for (const Observation::Text& text : row.texts)
+        texts.add(Json::object().set("at", seconds(text.at_us)).set("text", text.text));
+    return Json::object()
+        .set("name", row.label)
+        .set("status", row.status())
+        .set("first_change", seconds(row.texts.front().at_us))
+        .set("last_change", seconds(row.texts.back().at_us))
+        .set("texts", texts);
+}
+
 std::string json_report(const Record& record, const Outcome& outcome) {
     const Observation& seen = record.observation();
     const ProcessEnd end = outcome.end;
     Json units = Json::array();
     for (const Observation::Row& row : seen.rows)
-        units.add(Json::object()
-                      .set("name", row.label)
-                      .set("status", row.status)
-                      .set("since", seconds(row.since_us)));
+        units.add(unit_of(row));
     Json report = Json::object();
     report.set("verdict", verdict_name(reported(record, outcome)))
         .set("record", record.gap().empty() ? "complete" : "cut")
@@ -109,8 +118,9 @@ bool any_failed(const std::vector<Case>& cases) {
 std::vector<Case> cases_of(const Observation& seen, Verdict verdict) {
     std::vector<Case> cases;
     for (const Observation::Row& row : seen.rows) {
-        const std::string text = row.status.empty() ? "no status text" : row.status;
-        cases.push_back({row.label, seconds(row.since_us), text == "OK" ? "" : text});
+        const std::string text = row.status().empty() ? "no status text" : row.status();
+        const Microseconds span = row.texts.back().at_us - row.texts.front().at_us;
+        cases.push_back({row.label, seconds(span), text == "OK" ? "" : text});
     }
     const bool passed = verdict == Verdict::passed;
     if (cases.empty() || (!passed && !any_failed(cases)))

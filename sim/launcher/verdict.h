@@ -45,9 +45,9 @@ struct Outcome {
 };
 
 // report.xml and report.json in the record's folder. JUnit: one case a status row, failed
-// when its last text is not "OK"; its time is when that text came. Where no row was ever
-// seen, or none tells why the run did not pass, the run itself is a case. Of a record that has
-// a gap no pass is reported.
+// when its last text is not "OK"; its time is that from its first text to this one. Where no row
+// was ever seen, or none tells why the run did not pass, the run itself is a case. Of a record that
+// has a gap no pass is reported.
 void write_reports(Record& record, const Outcome& outcome);
 
 } // namespace k4sim

@@ -12,6 +12,7 @@
 #include <gmock/gmock.h>
 #include <nlohmann/json.hpp>
 #include <sstream>
+#include <utility>
 
 namespace {
 
@@ -65,7 +66,13 @@ TEST_F(RecordTest, ReplacesAnEarlierOneAndNothingElse) {
     EXPECT_THROW(Record(folder_.path()), UsageError) << "in use";
     record.finish();
     EXPECT_EQ(read("k4sim-record"), "incomplete\n");
-    record.line(report_line(7, "program", "end", {}));
+    const std::string events[] = {R"({"t":9,"source":"program","event":"end"})", // came first
+                                  R"({"t":9,"source":"a","event":"b"})",
+                                  R"({"t":8,"source":"a","event":"c"})"};
+    for (const std::string& event : events)
+        record.line(event);
+    record.sort_events();
+    EXPECT_EQ(read("events.jsonl"), events[2] + "\n" + events[0] + "\n" + events[1] + "\n");
     record.finish();
     EXPECT_EQ(read("k4sim-record"), "complete\n");
 }
@@ -83,7 +90,7 @@ TEST_F(RecordTest, DropsWhatIsNoReport) {
     EXPECT_EQ(read("events.jsonl"), "");
 }
 
-TEST_F(RecordTest, ReportsTheLastTextOfEachUnitAndWhenItCame) {
+TEST_F(RecordTest, ReportsTheTextsOfEachUnitAndWhenTheyCame) {
     Record record(folder_.path());
     for (const auto& [t, parallel, panel] : {std::tuple{1'000'000, "Testing", "012"},
                                              {2'000'000, "OK", "012"},
@@ -94,23 +101,27 @@ TEST_F(RecordTest, ReportsTheLastTextOfEachUnitAndWhenItCame) {
     record.line(report_line(5'000'000, "console", "text", {{"text", ">\x01\n\x7F\x80\xFF"sv}}));
     record.line(R"({"t":5000000,"source":"program","event":"died","thread":2,"address":"0x7"})");
     write_reports(record, {"x", Verdict::aborted, {true, 11}, {"step 2"}});
-    EXPECT_EQ(nlohmann::json::parse(read("report.json")),
-              nlohmann::json::parse(R"({"verdict": "ABORTED", "record": "cut", "signal": 11,
+    nlohmann::json report = nlohmann::json::parse(read("report.json"));
+    const nlohmann::json units = std::exchange(report.at("units"), nlohmann::json::array());
+    EXPECT_EQ(report, nlohmann::json::parse(R"({"verdict": "ABORTED", "record": "cut", "signal": 11,
                   "death": {"thread": 2, "address": "0x7", "place": "an unknown place"}, "seconds": 5.0,
                   "left_safe": true, "left_on": [], "never_struck": ["step 2"],
-                  "units": [{"name": "ParallelPrt", "status": "OK", "since": 2.0},
-                            {"name": "AES/EBU", "status": "", "since": 1.0},
-                            {"name": "Frontpanel", "status": "<&\"2", "since": 3.5},
-                            {"name": "", "status": "", "since": 1.0},
-                            {"name": "", "status": "", "since": 1.0},
-                            {"name": "", "status": "", "since": 1.0}]})"));
+                  "units": []})"));
+    EXPECT_EQ(units.size(), 6);
+    EXPECT_EQ(units[0], nlohmann::json::parse(R"({"name": "ParallelPrt", "status": "OK",
+                  "first_change": 1.0, "last_change": 2.0,
+                  "texts": [{"at": 1.0, "text": "Testing"}, {"at": 2.0, "text": "OK"}]})"));
+    EXPECT_EQ(units[1], nlohmann::json::parse(R"({"name": "AES/EBU", "status": "",
+                  "first_change": 1.0, "last_change": 1.0, "texts": [{"at": 1.0, "text": ""}]})"));
+    EXPECT_EQ(units[2].at("texts").dump(),
+              R"([{"at":1.0,"text":"012"},{"at":3.5,"text":"<&\"2"}])");
     EXPECT_TRUE(read("console.txt").ends_with("\x80\xFF"));
     const std::string xml = read("report.xml");
     for (const char* part :
          {R"(tests="6" failures="5" time="5">)", R"(<property name="verdict" value="ABORTED"/>)",
-          R"(name="ParallelPrt" time="2"></testcase>)",
-          R"(name="AES/EBU" time="1"><failure message="no status text"/></testcase>)",
-          R"(name="Frontpanel" time="3.5"><failure message="&lt;&amp;&quot;2"/></testcase>)",
+          R"(name="ParallelPrt" time="1"></testcase>)",
+          R"(name="AES/EBU" time="0"><failure message="no status text"/></testcase>)",
+          R"(name="Frontpanel" time="2.5"><failure message="&lt;&amp;&quot;2"/></testcase>)",
           "<system-out>&gt;?\n\x7F&#128;&#255;</system-out>"})
         EXPECT_THAT(xml, HasSubstr(part));
 }

@@ -259,6 +259,41 @@ TEST_F(Launcher, AKilledLauncherLeavesARecordThatSaysSo) {
     EXPECT_EQ(recorded("report.json"), "");
 }
 
+// By a checker of another make; it must also refuse what is none.
+TEST_F(Launcher, ARecordIsAsItsSchemaSays) {
+    const auto is_valid = [&](const nlohmann::json& record) {
+        write("record.json", record.dump());
+        return run_command({"/usr/bin/python3", "-m", "jsonschema", "-i",
+                            folder_.file("record.json"), K4_RECORD_SCHEMA});
+    };
+    nlohmann::json record;
+    for (const std::string run :
+         {K4_PROGRAM " run",
+          "--board plain --fault serial-byte-lost=9 --fault link-flapping=eth0 "
+          "--fault parallel-open=3 --fault signal=INT@20 " K4_PROGRAM " run",
+          "--board i2c --fault key-dead=5@9 --limit 8 " K4_PROGRAM " run",
+          "--board none /bin/sh -c 'kill -SEGV $$'"}) {
+        launch("run --quiet --record record " + run);
+        record = {{"report", report()}, {"events", nlohmann::json::array()}};
+        std::istringstream lines(recorded("events.jsonl"));
+        for (std::string line; std::getline(lines, line);)
+            record["events"].push_back(nlohmann::json::parse(line));
+        const CommandResult result = is_valid(record);
+        EXPECT_EQ(result.status, 0) << run << result.error;
+        EXPECT_TRUE(std::ranges::is_sorted(record["events"], {}, [](const nlohmann::json& event) {
+            return event.at("t").get<std::int64_t>();
+        })) << run;
+    }
+    for (const auto& [place, value] : {std::pair{"/report/verdict", "GOOD"},
+                                       {"/report/units", "none"},
+                                       {"/events/0/source", "weather"},
+                                       {"/events/0/t", "0"}}) {
+        nlohmann::json wrong = record;
+        wrong[nlohmann::json::json_pointer(place)] = value;
+        EXPECT_NE(is_valid(wrong).status, 0) << place;
+    }
+}
+
 TEST_F(Launcher, HelpIsGivenWhereverItIsAskedForBeforeTheProgram) {
     const std::string help = launch("--help").out;
     for (const char* arguments : {"-h", "help", "run --board aes --help x", "run -h"})
