@@ -98,6 +98,12 @@ bool read_operator(Setup& setup, std::string_view word) {
     return true;
 }
 
+bool read_schedule(Setup& setup, std::string_view word) {
+    if (word != "fair" && word != "random") return false;
+    setup.schedule = word == "random" ? Schedule::random : Schedule::fair;
+    return true;
+}
+
 bool read_fault(Setup& setup, const Words& words) {
     if (words.size() != 4) return false;
     setup.faults.emplace_back();
@@ -131,6 +137,7 @@ bool read_line(Setup& setup, std::string_view line) {
     if (words[0] == "board") return store(setup.board, board_from_name(words[1]));
     if (words[0] == "operator") return read_operator(setup, words[1]);
     if (words[0] == "seed") return store(setup.seed, number_from<std::uint64_t>(words[1]));
+    if (words[0] == "schedule") return read_schedule(setup, words[1]);
     if (words[0] == "pace") return read_pace(setup, words[1]);
     if (words[0] == "limit") return store(setup.limit_us, duration_from(words[1]));
     if (words[0] == "stall") return store(setup.stall_us, duration_from(words[1]));
@@ -151,6 +158,7 @@ std::string encode(const Setup& setup) {
     std::string text = "board " + std::string(board_name(setup.board)) + "\n";
     text += setup.operator_kind == OperatorKind::automatic ? "operator auto\n" : "operator none\n";
     text += "seed " + std::to_string(setup.seed) + "\n";
+    if (setup.schedule == Schedule::random) text += "schedule random\n";
     if (setup.pace) text += "pace " + text_of(*setup.pace) + "\n";
     text += "limit " + std::to_string(setup.limit_us) + "\n";
     text += "stall " + std::to_string(setup.stall_us) + "\n";

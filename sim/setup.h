@@ -13,6 +13,8 @@ namespace k4sim {
 
 enum class Board { aes, plain, i2c, engine, none };
 enum class OperatorKind { automatic, none };
+// Which thread goes on where several can: who was ready first, or by the seed.
+enum class Schedule { fair, random };
 
 // A fault of the fault list, for example {"key-held", "7", 0}.
 struct FaultSetting {
@@ -40,6 +42,7 @@ struct Setup {
     Board board = Board::aes;
     OperatorKind operator_kind = OperatorKind::none;
     std::uint64_t seed = 1;
+    Schedule schedule = Schedule::fair;
     std::optional<double> pace;            // empty: as fast as it can (max)
     std::int64_t limit_us = 3'600'000'000; // end of the run, status 124
     std::int64_t stall_us = 20'000'000;    // of real time without virtual time: the end, status 125

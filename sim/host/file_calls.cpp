@@ -25,10 +25,10 @@ namespace {
 using OpenFunction = int(const char*, int, ...);
 using OpenAtFunction = int(int, const char*, int, ...);
 
-bool owned(int descriptor) { return belongs_to_program() && descriptors().owns(descriptor); }
+bool owned(int descriptor) { return at_call() && descriptors().owns(descriptor); }
 
 bool owned(const char* path) {
-    return belongs_to_program() && path != nullptr && descriptors().owns_path(path);
+    return at_call() && path != nullptr && descriptors().owns_path(path);
 }
 
 int open_file(const char* name, const char* path, int flags, mode_t mode) {
@@ -71,7 +71,7 @@ int make_pipe(int* ends, int flags) {
 
 int poll_files(pollfd* states, nfds_t count, int timeout_ms) {
     static auto* const real_poll = real_function<int(pollfd*, nfds_t, int)>("poll");
-    if (!belongs_to_program()) return real_poll(states, count, timeout_ms);
+    if (!at_call()) return real_poll(states, count, timeout_ms);
     test_cancel();
     constexpr Microseconds us_per_ms = 1000;
     return descriptors().poll(states, count,
@@ -81,7 +81,7 @@ int poll_files(pollfd* states, nfds_t count, int timeout_ms) {
 template <typename Time>
 int select_files(const char* name, int count, fd_set* reading, fd_set* writing, fd_set* exceptions,
                  Time* timeout) {
-    if (!belongs_to_program())
+    if (!at_call())
         return real_function<int(int, fd_set*, fd_set*, fd_set*, Time*)>(name)(
             count, reading, writing, exceptions, timeout);
     if (timeout == nullptr) return select_until(count, reading, writing, exceptions, never);
@@ -191,7 +191,10 @@ ssize_t stand_in_write(int descriptor, const void* data, std::size_t size) {
     static auto* const real_write = real_function<decltype(stand_in_write)>("write");
     if (owned(descriptor)) return descriptors().write(descriptor, data, size);
     const ssize_t written = real_write(descriptor, data, size);
-    if (belongs_to_program()) report_console(descriptor, data, size, written);
+    if (belongs_to_program()) {
+        report_console(descriptor, data, size, written);
+        at_call();
+    }
     return written;
 }
 

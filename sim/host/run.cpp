@@ -49,6 +49,7 @@ void start_recorded_run(const Setup& setup) {
     capture_console(
         [](int stream, std::string_view text) { machine().console_text(stream, text); });
     scheduler().set_pace(setup.pace);
+    if (setup.schedule == Schedule::random) scheduler().explore(setup.seed);
     scheduler().at(scheduler().now() + setup.limit_us, [] { end_process(status_limit, "limit"); });
     start_watchdog(setup.stall_us);
 }

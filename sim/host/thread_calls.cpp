@@ -30,7 +30,7 @@ clockid_t clock_of(const pthread_cond_t* condition) {
 
 template <typename Time>
 int lock_by_clock(const char* name, pthread_mutex_t* mutex, clockid_t clock, const Time* time) {
-    if (!belongs_to_program())
+    if (!at_call())
         return real_function<int(pthread_mutex_t*, clockid_t, const Time*)>(name)(mutex, clock,
                                                                                   time);
     if (!clock_start(clock) || !valid(*time)) return EINVAL;
@@ -39,8 +39,7 @@ int lock_by_clock(const char* name, pthread_mutex_t* mutex, clockid_t clock, con
 
 template <typename Time>
 int lock_until(const char* name, pthread_mutex_t* mutex, const Time* time) {
-    if (!belongs_to_program())
-        return real_function<int(pthread_mutex_t*, const Time*)>(name)(mutex, time);
+    if (!at_call()) return real_function<int(pthread_mutex_t*, const Time*)>(name)(mutex, time);
     if (!valid(*time)) return EINVAL;
     return lock_mutex(mutex, deadline_of(CLOCK_REALTIME, *time));
 }
@@ -48,7 +47,7 @@ int lock_until(const char* name, pthread_mutex_t* mutex, const Time* time) {
 template <typename Time>
 int wait_by_clock(const char* name, pthread_cond_t* condition, pthread_mutex_t* mutex,
                   clockid_t clock, const Time* time) {
-    if (!belongs_to_program())
+    if (!at_call())
         return real_function<int(pthread_cond_t*, pthread_mutex_t*, clockid_t, const Time*)>(name)(
             condition, mutex, clock, time);
     if (!clock_start(clock) || !valid(*time)) return EINVAL;
@@ -58,11 +57,17 @@ int wait_by_clock(const char* name, pthread_cond_t* condition, pthread_mutex_t* 
 template <typename Time>
 int wait_until(const char* name, pthread_cond_t* condition, pthread_mutex_t* mutex,
                const Time* time) {
-    if (!belongs_to_program())
+    if (!at_call())
         return real_function<int(pthread_cond_t*, pthread_mutex_t*, const Time*)>(name)(
             condition, mutex, time);
     if (!valid(*time)) return EINVAL;
     return wait_condition(condition, mutex, deadline_of(clock_of(condition), *time));
+}
+
+// Behind a call that lets another thread go on, it may do so at once.
+int then_point(int result) {
+    scheduler().point();
+    return result;
 }
 
 } // namespace
@@ -73,26 +78,27 @@ int stand_in_create(pthread_t* handle, const pthread_attr_t* attributes, void* (
                     void* argument) asm("pthread_create");
 int stand_in_create(pthread_t* handle, const pthread_attr_t* attributes, void* (*routine)(void*),
                     void* argument) {
-    if (belongs_to_program()) return create_thread(handle, attributes, routine, argument);
+    if (belongs_to_program())
+        return then_point(create_thread(handle, attributes, routine, argument));
     return real_function<decltype(stand_in_create)>("pthread_create")(handle, attributes, routine,
                                                                       argument);
 }
 
 int stand_in_join(pthread_t handle, void** result) asm("pthread_join");
 int stand_in_join(pthread_t handle, void** result) {
-    if (belongs_to_program()) return join_thread(handle, result);
+    if (at_call()) return join_thread(handle, result);
     return real_function<decltype(stand_in_join)>("pthread_join")(handle, result);
 }
 
 int stand_in_detach(pthread_t handle) asm("pthread_detach");
 int stand_in_detach(pthread_t handle) {
-    if (belongs_to_program()) return detach_thread(handle);
+    if (at_call()) return detach_thread(handle);
     return real_function<decltype(stand_in_detach)>("pthread_detach")(handle);
 }
 
 int stand_in_cancel(pthread_t handle) asm("pthread_cancel");
 int stand_in_cancel(pthread_t handle) {
-    if (belongs_to_program()) return cancel_thread(handle);
+    if (at_call()) return cancel_thread(handle);
     return real_function<decltype(stand_in_cancel)>("pthread_cancel")(handle);
 }
 
@@ -104,7 +110,7 @@ void stand_in_testcancel() {
 
 int stand_in_yield() asm("sched_yield");
 int stand_in_yield() {
-    if (!belongs_to_program()) return real_function<decltype(stand_in_yield)>("sched_yield")();
+    if (!at_call()) return real_function<decltype(stand_in_yield)>("sched_yield")();
     look_at_clock(0);
     scheduler().yield();
     return 0;
@@ -112,19 +118,19 @@ int stand_in_yield() {
 
 int stand_in_lock(pthread_mutex_t* mutex) asm("pthread_mutex_lock");
 int stand_in_lock(pthread_mutex_t* mutex) {
-    if (belongs_to_program()) return lock_mutex(mutex, never);
+    if (at_call()) return lock_mutex(mutex, never);
     return real_function<decltype(stand_in_lock)>("pthread_mutex_lock")(mutex);
 }
 
 int stand_in_trylock(pthread_mutex_t* mutex) asm("pthread_mutex_trylock");
 int stand_in_trylock(pthread_mutex_t* mutex) {
-    if (belongs_to_program()) return try_mutex(mutex);
+    if (at_call()) return try_mutex(mutex);
     return real_function<decltype(stand_in_trylock)>("pthread_mutex_trylock")(mutex);
 }
 
 int stand_in_unlock(pthread_mutex_t* mutex) asm("pthread_mutex_unlock");
 int stand_in_unlock(pthread_mutex_t* mutex) {
-    if (belongs_to_program()) return unlock_mutex(mutex);
+    if (belongs_to_program()) return then_point(unlock_mutex(mutex));
     return real_function<decltype(stand_in_unlock)>("pthread_mutex_unlock")(mutex);
 }
 
@@ -141,7 +147,7 @@ int plain_clocklock(pthread_mutex_t* mutex, clockid_t clock, const PlainTime* ti
 
 int stand_in_wait(pthread_cond_t* condition, pthread_mutex_t* mutex) asm("pthread_cond_wait");
 int stand_in_wait(pthread_cond_t* condition, pthread_mutex_t* mutex) {
-    if (belongs_to_program()) return wait_condition(condition, mutex, never);
+    if (at_call()) return wait_condition(condition, mutex, never);
     return real_function<decltype(stand_in_wait)>("pthread_cond_wait")(condition, mutex);
 }
 
@@ -160,13 +166,13 @@ int plain_clockwait(pthread_cond_t* condition, pthread_mutex_t* mutex, clockid_t
 
 int stand_in_signal(pthread_cond_t* condition) asm("pthread_cond_signal");
 int stand_in_signal(pthread_cond_t* condition) {
-    if (belongs_to_program()) return signal_condition(condition);
+    if (belongs_to_program()) return then_point(signal_condition(condition));
     return real_function<decltype(stand_in_signal)>("pthread_cond_signal")(condition);
 }
 
 int stand_in_broadcast(pthread_cond_t* condition) asm("pthread_cond_broadcast");
 int stand_in_broadcast(pthread_cond_t* condition) {
-    if (belongs_to_program()) return broadcast_condition(condition);
+    if (belongs_to_program()) return then_point(broadcast_condition(condition));
     return real_function<decltype(stand_in_broadcast)>("pthread_cond_broadcast")(condition);
 }
 

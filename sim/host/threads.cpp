@@ -74,6 +74,12 @@ int real_try(pthread_mutex_t* mutex) {
 
 bool belongs_to_program() { return Scheduler::current() != nullptr; }
 
+bool at_call() {
+    if (!belongs_to_program()) return false;
+    scheduler().point();
+    return true;
+}
+
 void test_cancel() {
     if (Scheduler::current()->cancelled) announce_unwinding();
     static auto* const real_test = real_function<void()>("pthread_testcancel");

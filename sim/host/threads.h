@@ -11,6 +11,10 @@ namespace k4sim {
 // before the library has started, is left to the real functions.
 bool belongs_to_program();
 
+// The same at the begin of a call, before which another thread may go on (Scheduler::point).
+// Not while the caller holds a lock of libc's.
+bool at_call();
+
 // pthread_testcancel, such that a sanitizer keeps track of the stack.
 void test_cancel();
 

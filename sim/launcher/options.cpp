@@ -63,6 +63,13 @@ void set_seed(Said& said, const std::string& value) {
         throw UsageError("--seed: \"" + value + "\" is no seed; say a whole number from 0 on");
 }
 
+void set_schedule(Setup& setup, const std::string& value) {
+    if (value != "fair" && value != "random")
+        throw UsageError("--schedule: there is no schedule \"" + value +
+                         "\"; choose fair or random");
+    setup.schedule = value == "random" ? Schedule::random : Schedule::fair;
+}
+
 void set_pace(Setup& setup, const std::string& value) {
     setup.pace.reset();
     if (value == "max") return;
@@ -114,12 +121,13 @@ struct OptionText {
     std::string_view meaning;
 };
 
-constexpr std::array<OptionText, 11> option_texts{{
+constexpr std::array<OptionText, 12> option_texts{{
     {"--board", "aes|plain|i2c|engine|none", "mainboard generation (aes)"},
     {"--operator", "auto|none", "who stands at the panel (auto)"},
     {"--scenario", "FILE", "TOML file of steps: keys, knobs, cables, faults, when"},
     {"--fault", "NAME[=VALUE][@SECONDS]", "a fault, from the start or from a second on"},
     {"--seed", "N", "the same seed gives the same run (1)"},
+    {"--schedule", "fair|random", "which thread goes on: in turn, or as the seed has it (fair)"},
     {"--pace", "FACTOR|max", "1 is real time (max)"},
     {"--limit", "SECONDS", "virtual end of the run, status 124 (3600)"},
     {"--stall", "SECONDS", "real time without virtual time: the end, status 125 (20)"},
@@ -135,12 +143,13 @@ const OptionText* find_option(const std::string& name) {
 }
 
 void apply(Options& options, Said& said, const std::string& name, const std::string& value) {
-    const std::array<std::pair<std::string_view, std::function<void()>>, 11> actions{{
+    const std::array<std::pair<std::string_view, std::function<void()>>, 12> actions{{
         {"--board", [&] { set_board(said, value); }},
         {"--operator", [&] { set_operator(said, value); }},
         {"--scenario", [&] { said.scenario = value; }},
         {"--fault", [&] { add_fault(options.setup, value); }},
         {"--seed", [&] { set_seed(said, value); }},
+        {"--schedule", [&] { set_schedule(options.setup, value); }},
         {"--pace", [&] { set_pace(options.setup, value); }},
         {"--limit", [&] { options.setup.limit_us = some_time(name, value); }},
         {"--stall", [&] { options.setup.stall_us = some_time(name, value); }},

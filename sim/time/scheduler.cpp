@@ -35,14 +35,28 @@ void Scheduler::spend(Microseconds cost) {
     advance_to(now_ + cost);
     const Thread& self = *current();
     if (now_ - self.slice_start >= slice_us) yield();
+    point();
 }
 
 void Scheduler::yield() {
     if (first_ready() == nullptr) return;
-    const Unobserved unobserved;
     Thread& self = *current();
-    make_ready(self, WakeReason::woken);
-    hand_over(self);
+    if (exploration_) self.priority = exploration_->lowest();
+    give_way(self);
+}
+
+void Scheduler::explore(std::uint64_t seed) {
+    exploration_.emplace(seed);
+    for (const auto& thread : threads_)
+        thread->priority = exploration_->priority();
+}
+
+void Scheduler::point() {
+    if (!exploration_) return;
+    Thread& self = *current();
+    if (exploration_->changes()) self.priority = exploration_->priority();
+    const Thread* const next = first_ready();
+    if (next != nullptr && next->priority > self.priority) give_way(self);
 }
 
 WakeReason Scheduler::wait(const void* object, Microseconds deadline, Cancellation cancellation) {
@@ -77,6 +91,7 @@ Thread& Scheduler::add() {
     Thread& thread = *threads_.back();
     thread.id = next_id_++;
     thread.io_privilege = current()->io_privilege;
+    if (exploration_) thread.priority = exploration_->priority();
     make_ready(thread, WakeReason::woken);
     return thread;
 }
@@ -185,9 +200,20 @@ Microseconds Scheduler::next_event() const {
 Thread* Scheduler::first_ready() const {
     Thread* first = nullptr;
     for (const auto& thread : threads_)
-        if (thread->state == Thread::State::ready && (!first || thread->turn < first->turn))
+        if (thread->state == Thread::State::ready && (!first || goes_before(*thread, *first)))
             first = thread.get();
     return first;
+}
+
+// Without an exploration all have the same priority.
+bool Scheduler::goes_before(const Thread& one, const Thread& other) {
+    return one.priority != other.priority ? one.priority > other.priority : one.turn < other.turn;
+}
+
+void Scheduler::give_way(Thread& self) {
+    const Unobserved unobserved;
+    make_ready(self, WakeReason::woken);
+    hand_over(self);
 }
 
 // The thread that runs next; the clock jumps as far as that takes.

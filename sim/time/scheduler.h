@@ -12,6 +12,7 @@
 #pragma once
 
 #include "sim/models/surroundings.h"
+#include "sim/time/exploration.h"
 #include "sim/time/pace.h"
 
 #include <atomic>
@@ -19,6 +20,7 @@
 #include <limits>
 #include <map>
 #include <memory>
+#include <optional>
 #include <pthread.h>
 #include <utility>
 #include <vector>
@@ -42,6 +44,7 @@ struct Thread {
     int system_id = 0;  // the kernel's number; 0 before its first call
     pthread_t handle{}; // set by the creator before the thread has its first turn
     State state = State::ready;
+    std::int64_t priority = 0;     // of an exploration
     std::uint64_t turn = 0;        // ready or waiting: the order in which it became so
     const void* object = nullptr;  // waiting: for a wake-up on this; null: for the time only
     Microseconds deadline = never; // waiting: when it times out
@@ -80,6 +83,13 @@ public:
 
     // Hands over to the thread that has been ready for longest, if there is one.
     void yield();
+
+    // Other orders of the threads, each as likely, from now on, as the seed has it. Without it a
+    // thread runs until it waits or its slice is over, and who was ready first goes on.
+    void explore(std::uint64_t seed);
+
+    // A call of the device, at which an exploration may let another thread go on.
+    void point();
 
     // Waits for a wake-up on `object` (null: none can come) until `deadline`. A deadline
     // that has passed times out, but other ready threads run first.
@@ -139,6 +149,8 @@ private:
     Microseconds next_deadline() const;
     Microseconds next_event() const;
     Thread* first_ready() const;
+    static bool goes_before(const Thread& one, const Thread& other);
+    void give_way(Thread& self);
     Thread& choose();
     void make_ready(Thread& thread, WakeReason reason);
     Thread* longest_waiting(const void* object) const;
@@ -155,6 +167,7 @@ private:
     std::vector<std::unique_ptr<Thread>> threads_; // a handful: searched, not sorted
     std::map<std::pair<Microseconds, std::uint64_t>, std::function<void()>> timers_;
     std::function<void()> deadlock_action_;
+    std::optional<Exploration> exploration_;
     Pace pace_;
     Pulse pulse_;
 };

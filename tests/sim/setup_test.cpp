@@ -31,9 +31,11 @@ TEST(Options, SetUpTheRun) {
         std::string setup;
     } cases[] = {
         {{}, "board aes\noperator auto\nseed 1\nlimit 3600000000\nstall 20000000\nreport -1\n"},
-        {{"--board=i2c", "--operator", "none", "--seed=18446744073709551615", "--pace", "0.5",
-          "--limit", "1.5", "--stall=3", "--fault", "no-privilege", "--fault=key-dead=8@2.5"},
-         "board i2c\noperator none\nseed 18446744073709551615\npace 0.5\nlimit 1500000\n"
+        {{"--board=i2c", "--operator", "none", "--seed=18446744073709551615", "--schedule=random",
+          "--pace", "0.5", "--limit", "1.5", "--stall=3", "--fault", "no-privilege",
+          "--fault=key-dead=8@2.5"},
+         "board i2c\noperator none\nseed 18446744073709551615\nschedule random\npace 0.5\nlimit "
+         "1500000\n"
          "stall 3000000\nreport -1\nfault no-privilege - 0\nfault key-dead 8 2500000\n"},
         {{"--scenario", file, "--pace=max", "--limit=1e9"},
          "board plain\noperator none\nseed 9\nlimit 1000000000000000\nstall 20000000\nreport -1\n" +

@@ -328,8 +328,9 @@ TEST_F(Launcher, EndsAProgramInWhichNoVirtualTimePasses) {
     for (const char* bits : {"32", "64"})
         for (const auto& [way, must_say] : cases) {
             const CommandResult result =
-                shell("[ -p pipe ] || mkfifo pipe; exec 3<>pipe; exec " K4_SIM " run --stall 0.2 --record r -- " +
-                      (K4_STALL_PROBE + std::string(bits)) + " " + way + " <&3");
+                shell("[ -p pipe ] || mkfifo pipe; exec 3<>pipe; exec " K4_SIM
+                      " run --stall 0.2 --record r -- " +
+                      (K4_THREAD_PROBE + std::string(bits)) + " " + way + " <&3");
             EXPECT_EQ(result.status, 125) << bits << way;
             EXPECT_NE(result.error.find(must_say), std::string::npos) << bits << result.error;
         }

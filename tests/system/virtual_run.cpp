@@ -63,6 +63,7 @@ std::vector<std::string> command_line(const RunPlan& plan, const std::filesystem
                                           "--operator", plan.automatic_operator ? "auto" : "none",
                                           "--limit",    std::to_string(plan.limit_s),
                                           "--seed",     std::to_string(plan.seed),
+                                          "--schedule", plan.schedule,
                                           "--record",   (folder / "record").string()};
     if (!plan.scenario.empty()) {
         std::ofstream(folder / "scenario.toml") << plan.scenario;

@@ -35,6 +35,7 @@ struct RunPlan {
     std::string scenario;            // TOML steps; empty: none
     bool automatic_operator = false; // else nobody is there but the scenario
     std::vector<std::string> faults;
+    std::string schedule = "fair";
     int limit_s = 600;
     std::uint64_t seed = 1;
 };

@@ -1,5 +1,7 @@
-// stall_probe WAY: a thread that virtual time never passes in.
+// thread_probe WAY: a thread that virtual time never passes in, or two ("writers") that write
+// lines of two pieces each.
 #include <csignal>
+#include <cstdio>
 #include <cstring>
 #include <pthread.h>
 #include <thread>
@@ -11,8 +13,19 @@ extern "C" [[gnu::noinline]] void spin_for_good() {
     }
 }
 
+static void write_line() {
+    std::fputs("one ", stdout);
+    std::fputs("line\n", stdout);
+}
+
 int main(int, char** argv) {
     const char* const way = argv[1];
+    if (std::strcmp(way, "writers") == 0) {
+        std::thread other(write_line);
+        write_line();
+        other.join();
+        return 0;
+    }
     std::thread([way] {
         pthread_setname_np(pthread_self(), way);
         sigset_t all;
