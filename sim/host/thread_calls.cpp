@@ -1,7 +1,7 @@
 // Stand-ins for the functions of libc on threads, mutexes and conditions. The symbol's
 // name stands in quotes. Deadlines come as struct timespec, in 32-bit programs also
 // with 64-bit times.
-#include "sim/host/clocks.h"
+#include "sim/host/deadline.h"
 #include "sim/host/real.h"
 #include "sim/host/threads.h"
 #include "sim/host/wire_time.h"
@@ -13,16 +13,6 @@ namespace k4sim {
 
 namespace {
 
-template <typename Time>
-bool valid(const Time& time) {
-    return time.fraction >= 0 && time.fraction < ns_per_second;
-}
-
-template <typename Time>
-Microseconds deadline_of(clockid_t clock, const Time& time) {
-    return virtual_time(*clock_start(clock), time.seconds, time.fraction);
-}
-
 // The condition's attribute as glibc keeps it: bit 1 of the reference count.
 clockid_t clock_of(const pthread_cond_t* condition) {
     return (condition->__data.__wrefs & 2) != 0 ? CLOCK_MONOTONIC : CLOCK_REALTIME;
@@ -33,14 +23,14 @@ int lock_by_clock(const char* name, pthread_mutex_t* mutex, clockid_t clock, con
     if (!at_call())
         return real_function<int(pthread_mutex_t*, clockid_t, const Time*)>(name)(mutex, clock,
                                                                                   time);
-    if (!clock_start(clock) || !valid(*time)) return EINVAL;
+    if (!clock_start(clock) || !valid_fraction(*time)) return EINVAL;
     return lock_mutex(mutex, deadline_of(clock, *time));
 }
 
 template <typename Time>
 int lock_until(const char* name, pthread_mutex_t* mutex, const Time* time) {
     if (!at_call()) return real_function<int(pthread_mutex_t*, const Time*)>(name)(mutex, time);
-    if (!valid(*time)) return EINVAL;
+    if (!valid_fraction(*time)) return EINVAL;
     return lock_mutex(mutex, deadline_of(CLOCK_REALTIME, *time));
 }
 
@@ -50,7 +40,7 @@ int wait_by_clock(const char* name, pthread_cond_t* condition, pthread_mutex_t* 
     if (!at_call())
         return real_function<int(pthread_cond_t*, pthread_mutex_t*, clockid_t, const Time*)>(name)(
             condition, mutex, clock, time);
-    if (!clock_start(clock) || !valid(*time)) return EINVAL;
+    if (!clock_start(clock) || !valid_fraction(*time)) return EINVAL;
     return wait_condition(condition, mutex, deadline_of(clock, *time));
 }
 
@@ -60,7 +50,7 @@ int wait_until(const char* name, pthread_cond_t* condition, pthread_mutex_t* mut
     if (!at_call())
         return real_function<int(pthread_cond_t*, pthread_mutex_t*, const Time*)>(name)(
             condition, mutex, time);
-    if (!valid(*time)) return EINVAL;
+    if (!valid_fraction(*time)) return EINVAL;
     return wait_condition(condition, mutex, deadline_of(clock_of(condition), *time));
 }
 

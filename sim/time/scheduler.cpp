@@ -71,8 +71,10 @@ WakeReason Scheduler::wait(const void* object, Microseconds deadline, Cancellati
     return self.reason;
 }
 
-void Scheduler::wake_one(const void* object) {
-    if (Thread* thread = longest_waiting(object)) make_ready(*thread, WakeReason::woken);
+bool Scheduler::wake_one(const void* object) {
+    Thread* const thread = longest_waiting(object);
+    if (thread != nullptr) make_ready(*thread, WakeReason::woken);
+    return thread != nullptr;
 }
 
 void Scheduler::wake_all(const void* object) {

@@ -96,8 +96,9 @@ public:
     WakeReason wait(const void* object, Microseconds deadline,
                     Cancellation cancellation = Cancellation::disabled);
 
-    // Makes the thread that has waited longest on `object`, or all, ready.
-    void wake_one(const void* object);
+    // Makes the thread that has waited longest on `object`, or all, ready; one tells whether
+    // there was any.
+    bool wake_one(const void* object);
     void wake_all(const void* object);
 
     // Runs `action` at `when` (when that has passed: in the next scheduling step), on
