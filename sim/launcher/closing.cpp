@@ -140,7 +140,8 @@ std::string closing_line(const Outcome& outcome, const Observation& seen, const 
         line += "; the device is not left safe: " + joined(seen.unsafe()) + " on";
     if (!outcome.never_struck.empty()) line += "; never struck: " + joined(outcome.never_struck);
     if (!outcome.end.devices_guarded)
-        line += "; this kernel has no Landlock: only seccomp kept the program from the real machine";
+        line +=
+            "; this kernel has no Landlock: only seccomp kept the program from the real machine";
     if (!gap.empty()) line.append("; the record is cut: ").append(gap);
     return line;
 }

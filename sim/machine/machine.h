@@ -118,7 +118,7 @@ private:
     void new_device();
     void start_faults();
     void strike(std::size_t planned); // of the setup's faults
-    bool reports() const; // this process's lines are those of the record
+    bool reports() const;             // this process's lines are those of the record
     void write_report(std::string_view line);
     void report_picture(Microseconds appeared, const std::string& picture);
 
