@@ -1,11 +1,11 @@
 // k4sim: runs a program on the virtual K/4.
 #include "sim/launcher/closing.h"
 #include "sim/launcher/elf_check.h"
+#include "sim/launcher/listing.h"
 #include "sim/launcher/options.h"
 #include "sim/launcher/process.h"
 #include "sim/launcher/record.h"
 #include "sim/launcher/verdict.h"
-#include "sim/models/faults.h"
 
 #include <chrono>
 #include <cstdio>
@@ -25,41 +25,9 @@ std::string own_folder() {
     return std::filesystem::read_symlink("/proc/self/exe").parent_path().string();
 }
 
-const char* sight_text(Fault::Sight sight) {
-    switch (sight) {
-    case Fault::Sight::seen:
-        return "seen";
-    case Fault::Sight::depends:
-        return "depends";
-    case Fault::Sight::unseen:
-        break;
-    }
-    return "escapes";
-}
-
-// At least `width` characters and a blank.
-std::string pad(std::string text, std::size_t width) {
-    if (text.size() < width) text.resize(width, ' ');
-    return text += ' ';
-}
-
-void list(const Fault& fault) {
-    const auto line = [](std::string_view head, std::string_view text) {
-        if (!text.empty()) std::puts(pad("    " + std::string(head), 12).append(text).c_str());
-    };
-    std::string name(fault.name);
-    if (!fault.value_syntax.empty()) name.append("=").append(fault.value_syntax);
-    std::puts(pad(name, 24).append(fault.breaks).c_str());
-    line(fault.value_syntax, fault_range(fault));
-    line("boards", fault_boards(fault));
-    line(sight_text(fault.sight), fault.verdict);
-}
-
-int list_faults() {
-    std::puts("Faults for --fault, and what a run of the self-test must make of each: it is seen,\n"
-              "escapes the self-test by its nature, or depends on the value.\n");
-    for (const Fault& fault : fault_list())
-        list(fault);
+int list_faults(const Options& options) {
+    const std::vector<const Fault*> faults = matching_faults(options.pattern);
+    std::fputs((options.json ? faults_as_json(faults) : faults_as_text(faults)).c_str(), stdout);
     return 0;
 }
 
@@ -109,9 +77,10 @@ int run(const Options& options) {
 int main(int argc, char** argv) {
     try {
         const Options options = parse_options({argv + 1, argv + argc});
-        if (options.command == Command::faults) return list_faults();
+        if (options.command == Command::faults) return list_faults(options);
         if (options.command == Command::run) return run(options);
-        std::fputs(usage().c_str(), stdout);
+        const bool keys = options.command == Command::keys;
+        std::fputs((keys ? keys_as_text() : usage()).c_str(), stdout);
         return 0;
     } catch (const std::exception& error) {
         std::fprintf(stderr, "k4sim: %s\n", error.what());

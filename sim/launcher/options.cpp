@@ -2,12 +2,14 @@
 
 #include "sim/launcher/scenario.h"
 #include "sim/models/faults.h"
+#include "sim/models/nearest.h"
 
 #include <algorithm>
 #include <array>
 #include <charconv>
 #include <cmath>
 #include <functional>
+#include <iterator>
 #include <sstream>
 
 namespace k4sim {
@@ -46,14 +48,12 @@ std::int64_t microseconds(const std::string& option, const std::string& text) {
 
 void set_board(Said& said, const std::string& value) {
     said.board = board_from_name(value);
-    if (!said.board)
-        throw UsageError("--board: there is no board \"" + value +
-                         "\"; choose aes, plain, i2c, engine or none");
+    if (!said.board) throw UsageError("--board: " + unknown_board(value));
 }
 
 void set_operator(Said& said, const std::string& value) {
     if (value != "auto" && value != "none")
-        throw UsageError("--operator: there is no operator \"" + value + "\"; choose auto or none");
+        throw UsageError("--operator: " + unknown_operator(value));
     said.operator_kind = value == "auto" ? OperatorKind::automatic : OperatorKind::none;
 }
 
@@ -98,7 +98,9 @@ void set_expected(Options& options, const std::string& value) {
         const auto verdict = verdict_from_name(name);
         if (!verdict)
             throw UsageError("--expect: there is no verdict \"" + name +
-                             "\"; choose passed, aborted, not-started, not-run, died or undecided");
+                             "\"; choose passed, aborted, not-started, not-run, died or undecided" +
+                             did_you_mean(name, {"passed", "aborted", "not-started", "not-run",
+                                                 "died", "undecided"}));
         options.expected.push_back(*verdict);
     }
 }
@@ -114,6 +116,8 @@ void add_fault(Setup& setup, const std::string& text) {
     if (equals != std::string::npos) fault.value = setting.substr(equals + 1);
     setup.faults.push_back(fault);
 }
+
+constexpr std::string_view command_texts = "k4sim run, k4sim faults, k4sim keys or k4sim --help";
 
 struct OptionText {
     std::string_view name;
@@ -179,6 +183,12 @@ void settle(Options& options, const Said& said) {
         throw UsageError("steps and faults are too many to hand to the program; use fewer steps");
 }
 
+std::vector<std::string_view> option_names() {
+    std::vector<std::string_view> names;
+    std::ranges::transform(option_texts, std::back_inserter(names), &OptionText::name);
+    return names;
+}
+
 // Name and value of the option at `i`, which moves on to a value that is an argument of its own.
 std::pair<std::string, std::string> take_option(const std::vector<std::string>& arguments,
                                                 std::size_t& i) {
@@ -186,7 +196,8 @@ std::pair<std::string, std::string> take_option(const std::vector<std::string>& 
     const std::string name = arguments[i].substr(0, equals);
     const OptionText* const option = find_option(name);
     if (option == nullptr)
-        throw UsageError("there is no option " + name + "; k4sim --help lists them all");
+        throw UsageError("there is no option " + name + "; k4sim --help lists them all" +
+                         did_you_mean(name, option_names()));
     const bool takes_value = !option->values.empty();
     if (equals != std::string::npos) {
         if (!takes_value) throw UsageError(name + " takes no value: write just " + name);
@@ -221,26 +232,55 @@ Options parse_run(const std::vector<std::string>& arguments) {
     return options;
 }
 
+// [--json] [PATTERN]
+Options parse_faults(const std::vector<std::string>& arguments) {
+    Options options;
+    options.command = Command::faults;
+    for (std::size_t i = 1; i < arguments.size(); ++i) {
+        if (arguments[i] == "--json")
+            options.json = true;
+        else if (options.pattern.empty() && !arguments[i].starts_with("-"))
+            options.pattern = arguments[i];
+        else
+            throw UsageError("k4sim faults takes one PATTERN and --json, not \"" + arguments[i] +
+                             "\"");
+    }
+    return options;
+}
+
 } // namespace
 
 Options parse_options(const std::vector<std::string>& arguments) {
-    if (arguments.empty())
-        throw UsageError("nothing to do; say k4sim run, k4sim faults or k4sim --help");
+    if (arguments.empty()) throw UsageError("nothing to do; say " + std::string(command_texts));
     Options options;
-    if (arguments[0] == "run") return parse_run(arguments);
-    if (arguments[0] == "--help" || arguments[0] == "-h" || arguments[0] == "help") return options;
-    if (arguments[0] == "faults" && arguments.size() == 1) {
-        options.command = Command::faults;
+    const std::string& command = arguments[0];
+    if (command == "run") return parse_run(arguments);
+    if (command == "faults") return parse_faults(arguments);
+    if (command == "--help" || command == "-h" || command == "help") return options;
+    if (command == "keys" && arguments.size() == 1) {
+        options.command = Command::keys;
         return options;
     }
-    throw UsageError("there is no command \"" + arguments[0] +
-                     "\" of that form; say k4sim run, k4sim faults or k4sim --help");
+    throw UsageError("there is no command \"" + command + "\" of that form; say " +
+                     std::string(command_texts) +
+                     did_you_mean(command, {"run", "faults", "keys", "help"}));
+}
+
+std::string unknown_board(const std::string& name) {
+    return "there is no board \"" + name + "\"; choose aes, plain, i2c, engine or none" +
+           did_you_mean(name, {"aes", "plain", "i2c", "engine", "none"});
+}
+
+std::string unknown_operator(const std::string& name) {
+    return "there is no operator \"" + name + "\"; choose auto or none" +
+           did_you_mean(name, {"auto", "none"});
 }
 
 std::string usage() {
     std::string text = "k4sim runs an unmodified program on a virtual K/4.\n\n"
                        "  k4sim run [OPTION]... [--] PROGRAM [ARGUMENT]...\n"
-                       "  k4sim faults\n\n";
+                       "  k4sim faults [--json] [PATTERN]\n"
+                       "  k4sim keys\n\n";
     for (const OptionText& option : option_texts) {
         std::string line = "  " + std::string(option.name) + " " + std::string(option.values);
         line.resize(std::max<std::size_t>(line.size() + 2, 40), ' ');

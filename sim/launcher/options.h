@@ -22,7 +22,7 @@ private:
     std::string message_;
 };
 
-enum class Command { run, faults, help };
+enum class Command { run, faults, keys, help };
 
 struct Options {
     Command command = Command::help;
@@ -31,12 +31,18 @@ struct Options {
     std::vector<Verdict> expected;    // empty: the status is the program's own
     bool quiet = false;               // no closing line
     std::vector<std::string> program; // with its arguments
+    std::string pattern;              // of faults; empty: all
+    bool json = false;                // list them for a program
 };
 
 // arguments: without the name of k4sim itself. Throws UsageError. A scenario file is read
 // here; what the command line says goes before what the file says. An option may be said
 // again: the last one counts, and faults add up.
 Options parse_options(const std::vector<std::string>& arguments);
+
+// What is said of a board or an operator of a name that none has.
+std::string unknown_board(const std::string& name);
+std::string unknown_operator(const std::string& name);
 
 // The text of `k4sim --help`.
 std::string usage();

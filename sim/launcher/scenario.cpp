@@ -7,7 +7,6 @@
 #include <cmath>
 #include <filesystem>
 #include <fstream>
-#include <iterator>
 
 #define TOML_EXCEPTIONS 1
 #include <toml++/toml.h>
@@ -18,6 +17,7 @@ namespace {
 
 constexpr double us_per_s = 1e6;
 constexpr double seconds_max = 1e9;
+constexpr std::size_t file_max = 1024 * 1024;
 
 class Reader {
 public:
@@ -38,7 +38,11 @@ private:
         std::ifstream file(path_, std::ios::binary);
         if (!file || std::filesystem::is_directory(path_))
             throw UsageError("--scenario: " + path_ + " can't be read; name a TOML file");
-        const std::string text{std::istreambuf_iterator<char>(file), {}};
+        std::string text(file_max + 1, '\0');
+        file.read(text.data(), static_cast<std::streamsize>(text.size()));
+        text.resize(static_cast<std::size_t>(file.gcount()));
+        if (text.size() > file_max)
+            throw UsageError("--scenario: " + path_ + " is longer than 1 MiB; use fewer steps");
         try {
             return toml::parse(text);
         } catch (const toml::parse_error& error) {
@@ -73,14 +77,11 @@ private:
     void top_level(const toml::key& key, const toml::node& node) {
         if (key == "board") {
             const auto board = board_from_name(text_of(node, "board"));
-            if (!board)
-                fail(node, "there is no board \"" + text_of(node, "board") +
-                               "\"; choose aes, plain, i2c, engine or none");
+            if (!board) fail(node, unknown_board(text_of(node, "board")));
             setup_.board = *board;
         } else if (key == "operator") {
             const std::string name = text_of(node, "operator");
-            if (name != "auto" && name != "none")
-                fail(node, "there is no operator \"" + name + "\"; choose auto or none");
+            if (name != "auto" && name != "none") fail(node, unknown_operator(name));
             setup_.operator_kind = name == "auto" ? OperatorKind::automatic : OperatorKind::none;
         } else if (key == "seed") {
             const auto seed = node.value_exact<std::int64_t>();

@@ -1,10 +1,13 @@
 #include "sim/models/faults.h"
 
+#include "sim/models/nearest.h"
 #include "sim/models/panel/keys.h"
 
 #include <algorithm>
 #include <charconv>
+#include <iterator>
 #include <optional>
+#include <vector>
 
 namespace k4sim {
 
@@ -31,6 +34,19 @@ std::optional<std::int64_t> parse_number(std::string_view text) {
 bool is_number(std::string_view value, std::int64_t low, std::int64_t high) {
     const auto number = parse_number(value);
     return number && low <= *number && *number <= high;
+}
+
+std::optional<double> parse_decimal(std::string_view text) {
+    double number = 0;
+    const char* const end = text.data() + text.size();
+    const auto [stop, error] = std::from_chars(text.data(), end, number, std::chars_format::fixed);
+    if (error != std::errc() || stop != end) return std::nullopt;
+    return number;
+}
+
+bool is_decimal(std::string_view value, std::int64_t low, std::int64_t high) {
+    const auto number = parse_decimal(value);
+    return number && *number >= static_cast<double>(low) && *number <= static_cast<double>(high);
 }
 
 bool is_pair(const Fault& fault, std::string_view value) {
@@ -75,39 +91,65 @@ std::string first_word(std::string_view words) {
     return std::string(words.substr(0, words.find('|')));
 }
 
-std::string value_error(const Fault& fault, std::string_view value) {
-    const std::string name(fault.name);
+bool takes(const Fault& fault, std::string_view value) {
     switch (fault.value) {
     case Value::none:
-        return value.empty() ? "" : "fault " + name + " takes no value: write just " + name;
+        return value.empty();
     case Value::key:
-        return is_key(value) ? ""
-                             : "fault " + name + " needs a key, one of " +
-                                   std::string(key_characters) + ": for example " + name + "=5";
+        return is_key(value);
     case Value::word:
-        return is_word(fault.value_syntax, value)
-                   ? ""
-                   : "fault " + name + " needs one of " + std::string(fault.value_syntax) +
-                         ": for example " + name + "=" + first_word(fault.value_syntax);
+        return is_word(fault.value_syntax, value);
     case Value::pair:
-        return is_pair(fault, value)
-                   ? ""
-                   : "fault " + name + " needs " + std::string(fault.value_syntax) +
-                         ", two numbers " + fault_range(fault) + ": for example " + name + "=" +
-                         pair_of(fault.high, fault.second_high);
+        return is_pair(fault, value);
+    case Value::decimal:
+        return is_decimal(value, fault.low, fault.high);
     case Value::number:
         break;
     }
-    return is_number(value, fault.low, fault.high)
-               ? ""
-               : "fault " + name + " needs a number " + fault_range(fault) + ": for example " +
-                     name + "=" + std::to_string(fault.high);
+    return is_number(value, fault.low, fault.high);
+}
+
+std::string what_it_needs(const Fault& fault) {
+    switch (fault.value) {
+    case Value::key:
+        return "a key, one of " + std::string(key_characters);
+    case Value::word:
+        return "one of " + std::string(fault.value_syntax);
+    case Value::pair:
+        return std::string(fault.value_syntax) + ", two numbers " + fault_range(fault);
+    default:
+        return "a number " + fault_range(fault);
+    }
+}
+
+std::string value_error(const Fault& fault, std::string_view value) {
+    if (takes(fault, value)) return "";
+    const std::string name(fault.name);
+    if (fault.value == Value::none) return "fault " + name + " takes no value: write just " + name;
+    return "fault " + name + " needs " + what_it_needs(fault) + ": for example " +
+           fault_example(fault);
+}
+
+std::vector<std::string_view> fault_names() {
+    std::vector<std::string_view> names;
+    std::ranges::transform(fault_list(), std::back_inserter(names), &Fault::name);
+    return names;
 }
 
 } // namespace
 
+std::string fault_example(const Fault& fault) {
+    std::string example(fault.name);
+    if (fault.value == Value::none) return example;
+    return example += "=" + (fault.example.empty() ? first_word(fault.value_syntax)
+                                                   : std::string(fault.example));
+}
+
 std::string fault_range(const Fault& fault) {
     switch (fault.value) {
+    case Value::decimal:
+        return "from " + std::to_string(fault.low) + " to " + std::to_string(fault.high) +
+               (fault.value_syntax == "DB" ? " dB" : " seconds");
     case Value::number:
         return "from " + std::to_string(fault.low) + " to " + std::to_string(fault.high);
     case Value::pair:
@@ -117,6 +159,8 @@ std::string fault_range(const Fault& fault) {
         return "";
     }
 }
+
+bool fault_works_on(const Fault& fault, Board board) { return board_has(board, fault.needs); }
 
 std::string_view fault_boards(const Fault& fault) {
     switch (fault.needs) {
@@ -135,7 +179,8 @@ std::string_view fault_boards(const Fault& fault) {
 std::string fault_error(Board board, std::string_view name, std::string_view value) {
     const Fault* const fault = find_fault(name);
     if (fault == nullptr)
-        return "unknown fault " + std::string(name) + ": \"k4sim faults\" lists all there are";
+        return "unknown fault " + std::string(name) + ": \"k4sim faults\" lists all there are" +
+               did_you_mean(name, fault_names());
     if (!board_has(board, fault->needs))
         return "fault " + std::string(name) + " has nothing to break on board " +
                std::string(board_name(board)) + ": choose board " +
@@ -144,6 +189,8 @@ std::string fault_error(Board board, std::string_view name, std::string_view val
 }
 
 std::int64_t fault_number(std::string_view value) { return parse_number(value).value_or(0); }
+
+double fault_decimal(std::string_view value) { return parse_decimal(value).value_or(0); }
 
 std::pair<std::int64_t, std::int64_t> fault_pair(std::string_view value) {
     const std::size_t colon = std::min(value.find(':'), value.size());

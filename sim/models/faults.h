@@ -13,7 +13,7 @@
 namespace k4sim {
 
 struct Fault {
-    enum class Value { none, key, number, pair, word };
+    enum class Value { none, key, number, decimal, pair, word };
     // Who carries it out: Device::set_fault, or the layer that stands in for the kernel.
     enum class Site { device, host };
     // What a board must have for the fault to make sense.
@@ -23,8 +23,9 @@ struct Fault {
 
     std::string_view name;
     std::string_view value_syntax{}; // as in the usage text, all words of a word fault
+    std::string_view example{};      // a value that makes sense; of a word fault: its first word
     Value value = Value::none;
-    std::int64_t low = 0, high = 0;               // range of a number, or of the first of a pair
+    std::int64_t low = 0, high = 0; // range of a number or decimal, or of the first of a pair
     std::int64_t second_low = 0, second_high = 0; // range of the second number of a pair
     Site site = Site::device;
     Needs needs = Needs::nothing;
@@ -39,8 +40,14 @@ std::span<const Fault> fault_list();
 // Null for an unknown name.
 const Fault* find_fault(std::string_view name);
 
-// "from LOW to HIGH" of a number or a pair; empty of what takes neither.
+// NAME, or NAME=VALUE with its example.
+std::string fault_example(const Fault& fault);
+
+// "from LOW to HIGH" of a number, a decimal (with its unit) or a pair; empty of what takes none.
 std::string fault_range(const Fault& fault);
+
+// Whether the board has what it breaks.
+bool fault_works_on(const Fault& fault, Board board);
 
 // The boards that have something to break, as "A, B or C"; empty: all.
 std::string_view fault_boards(const Fault& fault);
@@ -52,6 +59,9 @@ std::string fault_error(Board board, std::string_view name, std::string_view val
 // The value of a number fault that fault_error() has nothing against: decimal, or
 // hexadecimal with 0x.
 std::int64_t fault_number(std::string_view value);
+
+// The same for a decimal fault, such as "-3.1".
+double fault_decimal(std::string_view value);
 
 // The same for a pair fault, "A:B"; of a number fault's value the second one is 0.
 std::pair<std::int64_t, std::int64_t> fault_pair(std::string_view value);

@@ -1,6 +1,7 @@
 #include "sim/operator/action.h"
 
 #include "sim/models/faults.h"
+#include "sim/models/nearest.h"
 #include "sim/models/panel/keys.h"
 
 #include <array>
@@ -67,6 +68,29 @@ Action parse_fault(std::string_view setting) {
     return action;
 }
 
+// The arguments that an action takes first.
+std::vector<std::string_view> arguments_of(std::string_view verb) {
+    if (verb == "turn") return {"1", "2"};
+    if (verb == "plug" || verb == "unplug") return {"analog", "digital"};
+    std::vector<std::string_view> keys;
+    for (std::size_t i = 0; i < key_characters.size(); ++i)
+        keys.push_back(key_characters.substr(i, 1));
+    return keys;
+}
+
+// With the nearest verb and argument; empty when that can't be done either.
+std::string nearest_action(std::vector<std::string_view> words) {
+    if (words.size() < 2) return "";
+    words[0] = nearest(words[0], {"press", "hold", "release", "turn", "plug", "unplug", "fault"});
+    if (words[0] != "fault")
+        if (const auto argument = nearest(words[1], arguments_of(words[0])); !argument.empty())
+            words[1] = argument;
+    std::string line;
+    for (const std::string_view word : words)
+        line.append(line.empty() ? "" : " ").append(word);
+    return parse_action(line) ? line : "";
+}
+
 } // namespace
 
 std::optional<Action> parse_action(std::string_view line) {
@@ -85,11 +109,14 @@ std::optional<Action> parse_action(std::string_view line) {
 std::string action_error(Board board, std::string_view line) {
     const auto action = parse_action(line);
     if (!action) {
+        const std::string meant = nearest_action(words_of(line));
         std::string error = "\"";
         error.append(line).append("\" can't be done; say press, hold or release with one of ");
         error.append(key_characters);
-        return error.append(", turn 1 or 2 by a number of steps, plug or unplug analog or "
-                            "digital, or fault NAME=VALUE");
+        return error
+            .append(", turn 1 or 2 by a number of steps, plug or unplug analog or "
+                    "digital, or fault NAME=VALUE")
+            .append(meant.empty() ? "" : "; did you mean " + meant + "?");
     }
     if (action->kind == Action::Kind::fault) return fault_error(board, action->name, action->value);
     return {};

@@ -32,10 +32,15 @@ TEST(FaultsTest, AnErrorNamesTheFaultAndTheWayOut) {
         std::string_view name, value;
         const char* text;
     } cases[] = {
-        {Board::aes, "key-hold", "7", "unknown fault key-hold: \"k4sim faults\""},
+        {Board::aes, "key-hold", "7", "lists all there are; did you mean key-held?"},
+        {Board::aes, "gremlin", "", "unknown fault gremlin: \"k4sim faults\" lists all there are"},
+        {Board::aes, "analog-gain", "-100.1",
+         "a number from -100 to 40 dB: for example analog-gain=-3.1"},
+        {Board::aes, "analog-gain", "nan", "from -100 to 40 dB"},
+        {Board::aes, "serial-late", "0x10", "from 1 to 3600 seconds: for example serial-late=7.5"},
         {Board::aes, "key-held", "L", "fault key-held needs a key, one of 0123456789*#KEACDM"},
         {Board::aes, "parallel-open", "8",
-         "needs a number from 0 to 7: for example parallel-open=7"},
+         "needs a number from 0 to 7: for example parallel-open=3"},
         {Board::aes, "panel-dead", "1", "takes no value"},
         {Board::aes, "parallel-flaky", "3", "needs LINE:N, two numbers from 0:1 to 7:1000000"},
         {Board::aes, "sda-stuck", "0", "board aes: choose board i2c or engine"},
@@ -48,6 +53,7 @@ TEST(FaultsTest, AnErrorNamesTheFaultAndTheWayOut) {
         EXPECT_FALSE(Device(board, surroundings).set_fault(name, value)) << name << "=" << value;
     }
     EXPECT_EQ(fault_error(Board::none, "no-privilege", ""), "");
+    EXPECT_EQ(fault_decimal("-3.1"), -3.1);
 }
 
 TEST(FaultsTest, AFlappingLinkIsDownAndUpForItsTimes) {

@@ -81,6 +81,7 @@ TEST_P(Golden, RunIsAsWrittenDown) {
 
 TEST(GoldenTexts, AreAsWrittenDown) {
     expect_as_written_down("k4sim-help", run_command({K4_SIM, "--help"}).out);
+    expect_as_written_down("k4sim-keys", run_command({K4_SIM, "keys"}).out);
     expect_as_written_down("k4sim-faults", run_command({K4_SIM, "faults"}).out);
 }
 

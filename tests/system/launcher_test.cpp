@@ -72,7 +72,10 @@ TEST_F(Launcher, RefusesABadCommandLine) {
     const std::pair<const char*, const char*> lines[] = {
         {"", "run"},
         {"fly", "fly"},
-        {"faults all", "faults"},
+        {"fault", "did you mean faults?"},
+        {"faults nothing-like-it", "no fault is named like"},
+        {"faults key-dea --jsn", "--jsn"},
+        {"run --bord aes x", "did you mean --board?"},
         {"run --", "PROGRAM"},
         {"run --board", "--board needs a value"},
         {"run --record= -- " K4_PROGRAM, "--record"},
@@ -90,7 +93,7 @@ TEST_F(Launcher, RefusesABadCommandLine) {
     };
     // Each says what it can't take.
     for (const std::string option :
-         {"--bord", "--board=aex", "--operator=bob", "--seed=18446744073709551616", "--pace=0.0",
+         {"--board=aex", "--operator=bob", "--seed=18446744073709551616", "--pace=0.0",
           "--pace=nan", "--limit=1s", "--limit=-1", "--limit=1000000001", "--fault=gremlin",
           "--fault=9@soon", "--scenario=no.toml", "--scenario=.", "--expect=good", "--expect="})
         expect_no_option(option, option.substr(option.find_last_of("=@") + 1));
@@ -100,12 +103,14 @@ TEST_F(Launcher, RefusesABadCommandLine) {
     expect_no_option("--board none --fault key-held=7", "none");
     expect_no_option("--scenario i2c.toml --board aes", "i2c.toml:4: "); // that goes first
     expect_no_option("--scenario long.toml", "fewer steps");
+    expect_no_option("--scenario /dev/zero", "/dev/zero is longer than 1 MiB");
 }
 
 TEST_F(Launcher, NamesTheLineOfAScenarioThatItRefuses) {
     const std::pair<const char*, const char*> cases[] = {
         {"board = \n", ":1: "},
-        {"\nboard = 'aex'\n", ":2: there is no board \"aex\""},
+        {"\nboard = 'aex'\n", ":2: there is no board \"aex\"; choose aes, plain, i2c, engine or "
+                              "none; did you mean aes?"},
         {"board = 1\n", ":1: board must be a text"},
         {"operator = 'bob'\n", ":1: there is no operator \"bob\""},
         {"seed = -1\n", ":1: seed must be"},
@@ -136,6 +141,8 @@ TEST_F(Launcher, NamesTheLineOfAScenarioThatItRefuses) {
           "turn 2 1001", "plug both", "press 7 8", "wave 7"})
         expect_refusal("[[step]]\nat = 1\ndo = '" + action + "'\n",
                        ":3: \"" + action + "\" can't be done");
+    write("s.toml", "[[step]]\nat = 1\ndo = 'pres e'\n");
+    expect_refused(launch("run --scenario s.toml -- " K4_PROGRAM), "; did you mean press E?");
 }
 
 // The shipped program with a few bytes changed.
@@ -207,8 +214,8 @@ TEST_F(Launcher, SaysWhatHappenedAndWhetherThatWasExpected) {
     } cases[] = {
         {"--expect ABORTED,passed",
          "PASSED: 6 of 6 rows OK after 7[0-9]\\.[0-9] virtual seconds \\([0-9]+\\.[0-9] s\\)", 0},
-        {"--expect=passed --fault analog-cable=never",
-         "ABORTED: AnalogAudio stayed at \"Voltages, loopback\"; not as expected", 3},
+        {"--expect=passed --fault analog-gain=2.4",
+         "ABORTED: AnalogAudio stayed at \"Loop gain 2\\.4 2\\.4 \\(2\\)\"; not as expected", 3},
         {"--expect Not_Started --fault thread-create=3",
          "NOT STARTED: the USB test could not be started", 0},
         {"--expect aborted --fault serial-byte-lost=300",
@@ -292,6 +299,43 @@ TEST_F(Launcher, ARecordIsAsItsSchemaSays) {
         wrong[nlohmann::json::json_pointer(place)] = value;
         EXPECT_NE(is_valid(wrong).status, 0) << place;
     }
+}
+
+// By what the program makes of each: its code, and its letter that the row no longer asks for.
+TEST_F(Launcher, ListsTheKeysAsTheProgramKnowsThem) {
+    std::istringstream list(launch("keys").out);
+    std::string line;
+    std::getline(list, line);
+    std::string codes, steps = "[[step]]\nat = 2\ndo = 'press 7'\n"; // taken for the start key
+    for (int second = 3; std::getline(list, line); ++second) {
+        steps += "[[step]]\nat = " + std::to_string(second) + "\ndo = '" +
+                 line.substr(14, line.find("  ", 14) - 14) + "'\n";
+        codes += "Key " + line.substr(0, line.find(' ')) + "\n";
+    }
+    write("s.toml", steps);
+    const std::string console =
+        launch("run --operator none --limit 26 --scenario s.toml " K4_PROGRAM " run").out;
+    std::string keys;
+    std::istringstream lines(console);
+    while (std::getline(lines, line))
+        if (line.starts_with("Key ")) keys += line + "\n";
+    EXPECT_EQ(keys, codes);
+    EXPECT_EQ(std::count(codes.begin(), codes.end(), '\n'), 22);
+}
+
+TEST_F(Launcher, ListsTheFaultsThatAPatternMatches) {
+    const auto named = [&](const std::string& arguments) {
+        std::string names;
+        for (const auto& fault : nlohmann::json::parse(launch("faults --json " + arguments).out))
+            names += fault.at("example").get<std::string>() + " ";
+        return names;
+    };
+    EXPECT_EQ(named("key-"), "key-dead=5 key-held=7 key-word-invalid=100 ");
+    EXPECT_EQ(named("'*-absent'"), "aes-receiver-absent aes-transmitter-absent card-absent "
+                                   "link-absent=eth0 serial-absent=1 speaker-absent ");
+    const auto gain = nlohmann::json::parse(launch("faults analog-gain --json").out).at(0);
+    EXPECT_EQ(gain.at("low"), -100);
+    EXPECT_EQ(gain.at("boards").size(), 5);
 }
 
 TEST_F(Launcher, HelpIsGivenWhereverItIsAskedForBeforeTheProgram) {

@@ -4,11 +4,13 @@
 #include "sim/models/faults.h"
 #include "sim/models/lines/serial_adapters.h"
 
+#include <cmath>
+
 namespace k4sim {
 
 namespace {
 
-constexpr Microseconds us_per_second = 1'000'000;
+constexpr double us_per_second = 1e6;
 
 int number_of(std::string_view value) { return static_cast<int>(fault_number(value)); }
 
@@ -25,8 +27,10 @@ constexpr Breaker<SerialAdapters> breakers[] = {
      }},
     {"serial-first-number",
      [](SerialAdapters& serial, auto value) { serial.set_device_number(1, number_of(value)); }},
-    {"serial-late", [](SerialAdapters& serial,
-                       auto value) { serial.come_late(fault_number(value) * us_per_second); }},
+    {"serial-late",
+     [](SerialAdapters& serial, auto value) {
+         serial.come_late(std::llround(fault_decimal(value) * us_per_second));
+     }},
     {"serial-output-refused",
      [](SerialAdapters& serial, auto value) { serial[number_of(value)].set_output_refused(true); }},
     {"serial-second-number",

@@ -46,12 +46,12 @@ struct CodecSettings {
 
 // What can be broken on the way. Levels in dB re full scale.
 struct CodecFaults {
-    double gain_db = 0;   // more (or less) than it should be
-    int droop_hz = 0;     // 0: none; a dip around this frequency
-    int hum_db = -1000;   // peak of a 50 Hz hum at both inputs; -1000: none
-    int dc_db = -1000;    // DC at both inputs
-    int noise_db = -1000; // RMS of more noise at both inputs
-    int dead_input = 0;   // 1 or 2: this input hears nothing of its socket
+    double gain_db = 0;      // more (or less) than it should be
+    int droop_hz = 0;        // 0: none; a dip around this frequency
+    double hum_db = -1000;   // peak of a 50 Hz hum at both inputs; -1000: none
+    double dc_db = -1000;    // DC at both inputs
+    double noise_db = -1000; // RMS of more noise at both inputs
+    int dead_input = 0;      // 1 or 2: this input hears nothing of its socket
 };
 
 class Codec final : public Line {

@@ -5,15 +5,19 @@
 #include "sim/models/sound/sound_card.h"
 
 #include <algorithm>
+#include <cmath>
 
 namespace k4sim {
 
 namespace {
 
-constexpr Microseconds second_us = 1'000'000;
+constexpr double second_us = 1e6;
 constexpr Microseconds lock_gap_us = 300'000; // a moment that a look every 100 ms can't miss
 
 int number_of(std::string_view value) { return static_cast<int>(fault_number(value)); }
+Microseconds microseconds_of(std::string_view value) {
+    return std::llround(fault_decimal(value) * second_us);
+}
 unsigned rate_of(std::string_view value) { return static_cast<unsigned>(fault_number(value)); }
 
 template <class Faults, class T, class U>
@@ -83,27 +87,31 @@ constexpr Breaker<SoundCard> breakers[] = {
      [](SoundCard& card, auto) { break_line(card, &AesEbuFaults::transmitter_refuses, true); }},
     {"analog-cable", spoil_analog_cable},
     {"analog-crackle", [](SoundCard& card, auto) { card.crackle(); }},
-    {"analog-dc",
-     [](SoundCard& card, auto value) { break_codec(card, &CodecFaults::dc_db, number_of(value)); }},
+    {"analog-dc", [](SoundCard& card,
+                     auto value) { break_codec(card, &CodecFaults::dc_db, fault_decimal(value)); }},
     {"analog-droop",
      [](SoundCard& card, auto value) {
          break_codec(card, &CodecFaults::droop_hz, number_of(value));
      }},
-    {"analog-gain", [](SoundCard& card,
-                       auto value) { break_codec(card, &CodecFaults::gain_db, number_of(value)); }},
-    {"analog-hum", [](SoundCard& card,
-                      auto value) { break_codec(card, &CodecFaults::hum_db, number_of(value)); }},
+    {"analog-gain",
+     [](SoundCard& card, auto value) {
+         break_codec(card, &CodecFaults::gain_db, fault_decimal(value));
+     }},
+    {"analog-hum",
+     [](SoundCard& card, auto value) {
+         break_codec(card, &CodecFaults::hum_db, fault_decimal(value));
+     }},
     {"analog-input-dead",
      [](SoundCard& card, auto value) {
          break_codec(card, &CodecFaults::dead_input, number_of(value));
      }},
     {"analog-noise",
      [](SoundCard& card, auto value) {
-         break_codec(card, &CodecFaults::noise_db, number_of(value));
+         break_codec(card, &CodecFaults::noise_db, fault_decimal(value));
      }},
     {"capture-overrun",
      [](SoundCard& card, auto value) {
-         card.set_interruptions(PcmStream::Direction::capture, fault_number(value) * second_us);
+         card.set_interruptions(PcmStream::Direction::capture, microseconds_of(value));
      }},
     {"card-absent", [](SoundCard& card, auto) { card.remove(); }},
     {"card-busy", [](SoundCard& card, auto) { card.set_busy(true); }},
@@ -113,7 +121,7 @@ constexpr Breaker<SoundCard> breakers[] = {
     {"card-parameters-refused", [](SoundCard& card, auto) { card.set_parameters_refused(true); }},
     {"playback-underrun",
      [](SoundCard& card, auto value) {
-         card.set_interruptions(PcmStream::Direction::playback, fault_number(value) * second_us);
+         card.set_interruptions(PcmStream::Direction::playback, microseconds_of(value));
      }},
 };
 

@@ -1,0 +1,142 @@
+#include "sim/launcher/listing.h"
+
+#include "sim/launcher/json.h"
+#include "sim/launcher/options.h"
+#include "sim/models/nearest.h"
+
+#include <fnmatch.h>
+
+namespace k4sim {
+
+namespace {
+
+struct Key {
+    int code;
+    char letter;
+    std::string_view action;
+    std::string_view name;
+};
+
+constexpr Key keys[] = {
+    {0, '0', "press 0", "0"},
+    {1, '1', "press 1", "1"},
+    {2, '2', "press 2", "2"},
+    {3, '3', "press 3", "3"},
+    {4, '4', "press 4", "4"},
+    {5, '5', "press 5", "5"},
+    {6, '6', "press 6", "6"},
+    {7, '7', "press 7", "7, a start key"},
+    {8, '8', "press 8", "8"},
+    {9, '9', "press 9", "9"},
+    {10, '*', "press *", "*"},
+    {11, '#', "press #", "#"},
+    {12, 'L', "turn 1 -1", "Ml: knob M a step to the left"},
+    {13, 'R', "turn 1 1", "Mr: knob M a step to the right"},
+    {14, 'K', "press K", "M: knob M pushed"},
+    {15, 'E', "press E", "Esc"},
+    {16, 'A', "press A", "A"},
+    {17, 'C', "press C", "C"},
+    {18, 'D', "press D", "D"},
+    {19, 'M', "press M", "H: knob H pushed, a start key"},
+    {20, 'h', "turn 2 -1", "Hl: knob H a step to the left"},
+    {21, 'H', "turn 2 1", "Hr: knob H a step to the right"},
+};
+
+const char* sight_text(Fault::Sight sight) {
+    switch (sight) {
+    case Fault::Sight::seen:
+        return "seen";
+    case Fault::Sight::depends:
+        return "depends";
+    case Fault::Sight::unseen:
+        break;
+    }
+    return "escapes";
+}
+
+// At least `width` characters and a blank.
+std::string pad(std::string text, std::size_t width) {
+    if (text.size() < width) text.resize(width, ' ');
+    return text += ' ';
+}
+
+std::string usage_of(const Fault& fault) {
+    std::string name(fault.name);
+    if (!fault.value_syntax.empty()) name.append("=").append(fault.value_syntax);
+    return name;
+}
+
+std::string line(std::string_view head, std::string_view text) {
+    return text.empty() ? "" : pad("    " + std::string(head), 12).append(text) + "\n";
+}
+
+bool matches(std::string_view name, const std::string& pattern) {
+    if (pattern.find_first_of("*?[") == std::string::npos)
+        return name.find(pattern) != std::string_view::npos;
+    return fnmatch(pattern.c_str(), std::string(name).c_str(), 0) == 0;
+}
+
+Json boards_of(const Fault& fault) {
+    Json boards = Json::array();
+    for (const Board board : {Board::aes, Board::plain, Board::i2c, Board::engine, Board::none})
+        if (fault_works_on(fault, board)) boards.add(board_name(board));
+    return boards;
+}
+
+Json json_of(const Fault& fault) {
+    Json json = Json::object();
+    json.set("name", fault.name).set("value", fault.value_syntax);
+    if (fault.value == Fault::Value::number || fault.value == Fault::Value::decimal)
+        json.set("low", fault.low).set("high", fault.high);
+    return json.set("boards", boards_of(fault))
+        .set("example", fault_example(fault))
+        .set("sight", sight_text(fault.sight))
+        .set("breaks", fault.breaks)
+        .set("verdict", fault.verdict);
+}
+
+} // namespace
+
+std::vector<const Fault*> matching_faults(const std::string& pattern) {
+    std::vector<const Fault*> found;
+    std::vector<std::string_view> names;
+    for (const Fault& fault : fault_list()) {
+        names.push_back(fault.name);
+        if (matches(fault.name, pattern)) found.push_back(&fault);
+    }
+    if (found.empty())
+        throw UsageError("no fault is named like \"" + pattern + "\"" +
+                         did_you_mean(pattern, names));
+    return found;
+}
+
+std::string faults_as_text(const std::vector<const Fault*>& faults) {
+    std::string text =
+        "Faults for --fault, and what a run of the self-test must make of each: it is seen,\n"
+        "escapes the self-test by its nature, or depends on the value.\n\n";
+    for (const Fault* fault : faults) {
+        text += pad(usage_of(*fault), 24).append(fault->breaks) + "\n";
+        text += line(fault->value_syntax, fault_range(*fault));
+        if (fault->value != Fault::Value::none) text += line("example", fault_example(*fault));
+        text += line("boards", fault_boards(*fault));
+        text += line(sight_text(fault->sight), fault->verdict);
+    }
+    return text;
+}
+
+std::string faults_as_json(const std::vector<const Fault*>& faults) {
+    Json list = Json::array();
+    for (const Fault* fault : faults)
+        list.add(json_of(*fault));
+    return list.dump(2) + "\n";
+}
+
+std::string keys_as_text() {
+    std::string text = "code  letter  scenario    at the panel\n";
+    for (const Key& key : keys)
+        text += pad(std::to_string(key.code), 5) + pad(std::string(1, key.letter), 7) +
+                pad(std::string(key.action), 11) + std::string(key.name) + "\n";
+    return text;
+}
+
+} // namespace k4sim

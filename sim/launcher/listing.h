@@ -1,0 +1,25 @@
+// What k4sim can tell without a run: the faults, and the keys.
+#pragma once
+
+#include "sim/models/faults.h"
+
+#include <string>
+#include <vector>
+
+namespace k4sim {
+
+// The faults whose name contains the pattern, or matches it where it has *, ? or [ in it, in their
+// order. Throws UsageError when there is none.
+std::vector<const Fault*> matching_faults(const std::string& pattern);
+
+// For people, and for programs: a JSON list of objects with "name", "value" (as in the text),
+// "low" and "high" of a number or decimal, "boards" (a list), "example", "sight", "breaks" and
+// "verdict".
+std::string faults_as_text(const std::vector<const Fault*>& faults);
+std::string faults_as_json(const std::vector<const Fault*>& faults);
+
+// Each key and step of a knob: its code on the program's console, the letter on its row, what a
+// scenario does for it, and what it is at the panel.
+std::string keys_as_text();
+
+} // namespace k4sim

@@ -1,0 +1,55 @@
+#include "sim/models/nearest.h"
+
+#include <algorithm>
+#include <cctype>
+#include <numeric>
+#include <utility>
+
+namespace k4sim {
+
+namespace {
+
+// What is longer is no slip of a word.
+constexpr std::size_t longest = 100;
+
+bool same(char a, char b) {
+    return std::tolower(static_cast<unsigned char>(a)) ==
+           std::tolower(static_cast<unsigned char>(b));
+}
+
+// Letters to insert, remove or replace, row by row of the table of all beginnings.
+std::size_t changes(std::string_view from, std::string_view to) {
+    std::vector<std::size_t> row(to.size() + 1);
+    std::iota(row.begin(), row.end(), std::size_t{0});
+    for (std::size_t i = 0; i < from.size(); ++i) {
+        std::size_t diagonal = std::exchange(row[0], i + 1);
+        for (std::size_t j = 0; j < to.size(); ++j) {
+            const std::size_t replaced = diagonal + (same(from[i], to[j]) ? 0 : 1);
+            diagonal = row[j + 1];
+            row[j + 1] = std::min({replaced, row[j] + 1, diagonal + 1});
+        }
+    }
+    return row.back();
+}
+
+} // namespace
+
+std::string_view nearest(std::string_view wrong, const std::vector<std::string_view>& candidates) {
+    std::string_view best;
+    std::size_t fewest = longest;
+    if (wrong.size() > longest) return best;
+    for (const std::string_view candidate : candidates) {
+        const std::size_t count = changes(wrong, candidate);
+        if (count > candidate.size() / 2 || count >= fewest) continue;
+        best = candidate;
+        fewest = count;
+    }
+    return best;
+}
+
+std::string did_you_mean(std::string_view wrong, const std::vector<std::string_view>& candidates) {
+    const std::string_view right = nearest(wrong, candidates);
+    return right.empty() ? "" : "; did you mean " + std::string(right) + "?";
+}
+
+} // namespace k4sim
