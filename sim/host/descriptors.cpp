@@ -98,7 +98,17 @@ int Descriptors::add(std::string name, int flags, std::unique_ptr<OpenFile> file
 
 void Descriptors::add_pipe(const int ends[2]) {
     for (const int end : {ends[0], ends[1]})
-        files_[end] = {std::make_unique<PipeEnd>(end), {}};
+        add_counter(end);
+}
+
+void Descriptors::add_counter(int descriptor) {
+    files_[descriptor] = {std::make_unique<PipeEnd>(descriptor), {}};
+}
+
+void Descriptors::wait_change(Microseconds deadline) {
+    for (const auto& [descriptor, entry] : files_)
+        deadline = std::min(deadline, later_ready_at(*entry.file));
+    wait_cancellable(this, deadline);
 }
 
 void Descriptors::forget_pipes() {

@@ -47,6 +47,13 @@ public:
     void add_pipe(const int ends[2]);
     void forget_pipes();
 
+    // Looks after any other descriptor as after the end of a pipe: an event counter.
+    void add_counter(int descriptor);
+
+    // Waits until something may have become ready, or the deadline has come. A cancellation
+    // point.
+    void wait_change(Microseconds deadline);
+
     // Waits until one of the descriptors is ready, owned or not, or the deadline has
     // come. The result is that of poll. A descriptor that is not owned is looked at only
     // when something else happens.

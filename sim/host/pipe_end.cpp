@@ -20,10 +20,13 @@ bool ready(int descriptor, short wanted) {
     return real_poll(&state, 1, 0) > 0;
 }
 
-// Unique among the open pipes of the system; 0 for what is no pipe.
+// Unique among the open pipes of the system, and one for all event counters; 0 for what is
+// neither.
 ino_t pipe_inode(int descriptor) {
     struct stat status {};
-    return fstat(descriptor, &status) == 0 && S_ISFIFO(status.st_mode) ? status.st_ino : 0;
+    const bool other = fstat(descriptor, &status) != 0 || S_ISREG(status.st_mode) ||
+                       S_ISCHR(status.st_mode) || S_ISDIR(status.st_mode);
+    return other ? 0 : status.st_ino;
 }
 
 ssize_t with_error(ssize_t result) { return result < 0 ? -errno : result; }

@@ -7,8 +7,12 @@
 #include <functional>
 #include <future>
 #include <mutex>
+#include <poll.h>
 #include <pthread.h>
 #include <semaphore.h>
+#include <sys/epoll.h>
+#include <sys/eventfd.h>
+#include <sys/select.h>
 #include <thread>
 #include <unistd.h>
 
@@ -60,6 +64,22 @@ std::function<void()> taken(int (*take)(pthread_rwlock_t*)) {
 const auto release = [] { pthread_rwlock_unlock(&lock); };
 const auto writing = taken(pthread_rwlock_wrlock), reading = taken(pthread_rwlock_rdlock);
 
+pollfd counted{-1, POLLIN, 0}; // an event counter
+epoll_event seen{};
+const auto new_counter = [] {
+    close(counted.fd);
+    counted.fd = eventfd(0, 0);
+};
+const auto count = [] { eventfd_write(counted.fd, 1); };
+
+int watching() {
+    const int watcher = epoll_create1(0);
+    epoll_event wanted{};
+    wanted.events = EPOLLIN;
+    epoll_ctl(watcher, EPOLL_CTL_ADD, counted.fd, &wanted);
+    return watcher;
+}
+
 template <auto function>
 int timed(auto* object) {
     const timespec end = soon(CLOCK_REALTIME);
@@ -102,6 +122,30 @@ const Row rows[] = {
          pthread_spin_init(&spin_lock, PTHREAD_PROCESS_PRIVATE);
          pthread_spin_lock(&spin_lock);
      }},
+    {"poll", 1, [] { return poll(&counted, 1, -1); }, count, new_counter},
+    {"ppoll", 1, [] { return ppoll(&counted, 1, nullptr, nullptr); }, count, new_counter},
+    {"ppoll, in vain", 0,
+     [] {
+         const timespec time{0, pause_us * 1000};
+         return ppoll(&counted, 1, &time, nullptr);
+     },
+     [] {}, new_counter},
+    {"pselect", 1,
+     [] {
+         fd_set set{};
+         FD_SET(counted.fd, &set);
+         return pselect(counted.fd + 1, &set, nullptr, nullptr, nullptr, nullptr);
+     },
+     count, new_counter},
+    {"epoll_wait", 1, [] { return epoll_wait(watching(), &seen, 1, -1); }, count, new_counter},
+    {"epoll_pwait", 0, [] { return epoll_pwait(watching(), &seen, 1, pause_us / 1000, nullptr); },
+     [] {}, new_counter},
+    {"eventfd", 0,
+     [] {
+         eventfd_t value = 0;
+         return eventfd_read(counted.fd, &value);
+     },
+     count, new_counter},
     {"atomic wait", 0,
      [] {
          word.wait(0);
