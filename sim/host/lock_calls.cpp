@@ -9,6 +9,7 @@
 #include "sim/host/threads.h"
 #include "sim/host/wire_time.h"
 #include "sim/machine/machine.h"
+#include "sim/time/system_call.h"
 
 #include <cerrno>
 #include <linux/futex.h>
@@ -340,8 +341,6 @@ TIMED(wide, WideTime, "__sem_timedwait64", "__sem_clockwait64", "__pthread_rwloc
 // futex are played. The library's own go past, as its threads hand over by them.
 long stand_in_syscall(long number, long a, long b, long c, long d, long e, long f) asm("syscall");
 long stand_in_syscall(long number, long a, long b, long c, long d, long e, long f) {
-    static auto* const real_call =
-        libc_function<long(long, long, long, long, long, long, long)>("syscall");
     long result = not_ours;
     // NOLINTBEGIN(performance-no-int-to-ptr): arguments of a call are numbers
     if (number == SYS_futex && at_call())
@@ -353,7 +352,7 @@ long stand_in_syscall(long number, long a, long b, long c, long d, long e, long 
                        static_cast<int>(c), reinterpret_cast<const WideTime*>(d));
 #endif
     // NOLINTEND(performance-no-int-to-ptr)
-    return result == not_ours ? real_call(number, a, b, c, d, e, f) : result;
+    return result == not_ours ? system_call()(number, a, b, c, d, e, f) : result;
 }
 
 } // extern "C"

@@ -1,12 +1,12 @@
 #include "sim/time/scheduler.h"
 
 #include "sim/time/futex.h"
+#include "sim/time/system_call.h"
 #include "sim/time/unobserved.h"
 
 #include <algorithm>
 #include <cstdlib>
 #include <sys/syscall.h>
-#include <unistd.h>
 
 namespace k4sim {
 
@@ -14,7 +14,7 @@ namespace {
 
 thread_local Thread* current_thread = nullptr;
 
-int system_id() { return static_cast<int>(syscall(SYS_gettid)); }
+int system_id() { return static_cast<int>(system_call()(SYS_gettid)); }
 
 } // namespace
 

@@ -5,12 +5,13 @@
 
 namespace k4sim {
 
-// As syscall.
-template <typename... Arguments>
-long system_call(long number, Arguments... arguments) {
-    using Function = long(long, ...);
-    static auto* const function = reinterpret_cast<Function*>(dlsym(RTLD_NEXT, "syscall"));
-    return function(number, arguments...);
+using SystemCall = long(long, ...);
+
+// Looked for by the first call, which must come before there is a second thread: threads that
+// do not have their turn yet call here.
+inline SystemCall* system_call() {
+    static auto* const function = reinterpret_cast<SystemCall*>(dlsym(RTLD_NEXT, "syscall"));
+    return function;
 }
 
 } // namespace k4sim
