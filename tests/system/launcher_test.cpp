@@ -397,7 +397,7 @@ protected:
     // In a session of the launcher's own. The limit of processor time ends a script that waits
     // in vain.
     CommandResult run_alone(const std::string& script) const {
-        return shell("exec setsid " K4_SIM " run --record record -- /bin/sh -c 'ulimit -t 20; "
+        return shell("exec setsid " K4_SIM " run --record record -- /bin/sh -c 'ulimit -S -t 20; "
                      "group() { cut -d\" \" -f5 /proc/$1/stat; }; " +
                      script + "'");
     }
