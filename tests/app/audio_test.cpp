@@ -97,7 +97,8 @@ TEST_F(AudioTest, NeitherSpinsNorGoesDeafWherePlayingFails) {
     run_to("Silence/DC -");
     AudioStreams streams; // not open
     KLTprint print;
-    AudioLoop loop(streams, 2, {1000, 1000, 50'000, "", nullptr}, print);
+    const AudioLoop::Manner manner{1000, 1000, 50'000, "", nullptr};
+    AudioLoop loop(streams, 2, manner, print);
     EXPECT_NEAR(time_until([&] { return loop.run(*unit); }), 0.05, 0.001);
     unit->start(false);
     EXPECT_FALSE(loop.run(*unit));
