@@ -74,7 +74,7 @@ TEST_F(Bare, TheNameOfTheFolderIsNoWayPastTheDevice) {
     for (const std::string name : {"a blank", "a:colon", "$ORIGIN", "$LIB", "semi;colon\t"}) {
         install(name);
         for (const char* probe : bare_probes)
-            expect("./k4sim run ./" + std::string(probe), 0, "virtual\n", "", name);
+            expect("./k4sim run --quiet ./" + std::string(probe), 0, "virtual\n", "", name);
     }
 }
 
@@ -110,12 +110,12 @@ TEST_F(Bare, WhateverItIsStartedByItIsOnTheVirtualDevice) {
               "sh -c 'stdbuf -oL " + probe + " 2>/dev/null'", "sh -c '" + probe + "; true'",
               "sh -c 'exec " + probe + "'", "bash -c '" + probe + " & wait'",
               std::string("sh -c ./script")})
-            expect("./k4sim run " + words, 0, "virtual\n");
+            expect("./k4sim run --quiet " + words, 0, "virtual\n");
         for (const char* by : bare_probes)
             for (const std::string way :
                  {"system", "popen", "execl", "execlp", "execle", "execv", "execvp", "execvpe",
                   "fexecve", "execveat", "posix_spawn", "posix_spawnp"})
-                expect("./k4sim run ./" + (by + (" " + way)) + " " + probe, 0, "virtual\n");
+                expect("./k4sim run --quiet ./" + (by + (" " + way)) + " " + probe, 0, "virtual\n");
     }
 }
 
@@ -134,11 +134,12 @@ TEST_F(Bare, WhatCantBeOnTheVirtualDeviceIsRefusedAtItsExecution) {
 // A program that is past the library.
 TEST_F(Bare, TheKernelKeepsPortsAndDeviceFilesFromIt) {
     for (const std::string probe : bare_probes)
-        expect("./k4sim run ./" + probe + " ports", 0, "denied\n");
+        expect("./k4sim run --quiet ./" + probe + " ports", 0, "denied\n");
     expect("./k4sim run /bin/sh -c ': </dev/kmsg'", 2, "", "/dev/kmsg: Permission denied");
     expect("./k4sim run /bin/mknod node c 1 3", 1, "", "node: Permission denied");
     // The rest of the system is there as ever.
-    expect("./k4sim run /bin/sh -c 'for name in null zero full random urandom ptmx fd/0 stdin; do"
+    expect("./k4sim run --quiet /bin/sh -c 'for name in null zero full random urandom ptmx fd/0 "
+           "stdin; do"
            "  : </dev/$name || exit; done;"
            "cd $(mktemp -d) && mkdir from to && : >from/file && mv from/file to &&"
            "ln to/file /dev/shm/k4-$$ 2>&1 | grep -c cross-device; rm -r $PWD'",
@@ -149,8 +150,9 @@ TEST_F(Bare, TheKernelKeepsPortsAndDeviceFilesFromIt) {
 struct OneDevice : Bare {
     CommandResult record(const std::string& name, const std::string& words) const {
         return run_command({"/bin/sh", "-c",
-                            "cd " + folder_.path().string() + "; exec build/k4sim run --record " +
-                                name + " -- " + words});
+                            "cd " + folder_.path().string() +
+                                "; exec build/k4sim run --quiet --record " + name + " -- " +
+                                words});
     }
     std::string recorded(const std::string& path) const {
         std::ostringstream text;
