@@ -43,7 +43,7 @@ private:
 
 // Of a run without --expect.
 int own_status(const Observation& seen, ProcessEnd end) {
-    if (end.by_signal || seen.deadlock) return status_died;
+    if (end.by_signal || !seen.hopeless.empty()) return status_died;
     return seen.limit ? status_limit : end.code;
 }
 

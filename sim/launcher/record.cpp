@@ -165,13 +165,16 @@ void Record::note_strike(const std::string& source, const std::string& what) {
 
 // A program that dies tells so first and draws its last pictures then, as far as it comes.
 void Record::note_end(const Json& event, const std::string& what) {
-    if (what == "deadlock") observation_.deadlock = true;
+    constexpr std::array<std::string_view, 4> hopeless{"deadlock", "stall", "unplayed",
+                                                       "no-pseudo-terminal"};
+    if (std::ranges::find(hopeless, what) != hopeless.end()) observation_.hopeless = what;
     if (what == "limit") observation_.limit = true;
     if (what == "died")
         observation_.death = {
             event.integer("thread").value_or(-1), event.text("address").value_or(""),
             place_of(event.text("file").value_or(""), event.text("offset").value_or(""))};
-    if (what == "end" || what == "deadlock" || what == "limit") observation_.ended = true;
+    if (what == "end" || what == "limit" || observation_.hopeless == what)
+        observation_.ended = true;
 }
 
 void Record::note_power(const Json& event, const std::string& what) {

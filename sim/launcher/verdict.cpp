@@ -152,7 +152,7 @@ std::string xml_report(const Observation& seen, Verdict verdict) {
 
 Verdict judge(const Observation& observation, ProcessEnd end) {
     if (observation.limit) return Verdict::undecided;
-    if (end.by_signal || observation.deadlock) return Verdict::died;
+    if (end.by_signal || !observation.hopeless.empty()) return Verdict::died;
     const bool closing_line = announced(observation.console, end.code);
     if (end.code == 0 && !closing_line) return Verdict::not_run;
     if (end.code == 0) return observation.ended ? Verdict::passed : Verdict::undecided;

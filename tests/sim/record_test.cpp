@@ -164,7 +164,7 @@ TEST(Verdict, BelievesOnlyAClosingLineThatFitsTheStatus) {
         EXPECT_NE(judge(seen, end), Verdict::passed) << "cut";
         seen.ended = true;
         EXPECT_EQ(judge(seen, end), verdict) << console << end.code;
-        seen.deadlock = true;
+        seen.hopeless = "stall";
         EXPECT_EQ(judge(seen, end), Verdict::died);
         seen.limit = true;
         EXPECT_EQ(judge(seen, end), Verdict::undecided);

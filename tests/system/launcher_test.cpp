@@ -373,10 +373,11 @@ TEST_F(Launcher, EndsAProgramInWhichNoVirtualTimePasses) {
         for (const auto& [way, must_say] : cases) {
             const CommandResult result =
                 shell("[ -p pipe ] || mkfifo pipe; exec 3<>pipe; exec " K4_SIM
-                      " run --stall 0.5 --record r -- " +
+                      " run --stall 0.5 --record record -- " +
                       (K4_THREAD_PROBE + std::string(bits)) + " " + way + " <&3");
             EXPECT_EQ(result.status, 125) << bits << way;
             EXPECT_NE(result.error.find(must_say), std::string::npos) << bits << result.error;
+            EXPECT_EQ(report().value("verdict", ""), "DIED");
         }
 }
 
