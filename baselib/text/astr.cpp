@@ -55,7 +55,8 @@ KLTastr& KLTastr::operator=(const KLTastr& source) {
     return *this;
 }
 
-KLTastr& KLTastr::operator=(KLTastr&& source) { // NOLINT(performance-noexcept-move-constructor)
+// NOLINTNEXTLINE(performance-noexcept-move-constructor,bugprone-exception-escape): checks
+KLTastr& KLTastr::operator=(KLTastr&& source) {
     std::swap(text_, source.text_);
     std::swap(length_, source.length_);
     std::swap(node_, source.node_);

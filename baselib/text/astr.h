@@ -45,7 +45,8 @@ public:
     KLTastr& operator=(const char* source);
     KLTastr& operator=(const KLTastrc& source);
     KLTastr& operator=(const KLTastr& source);
-    KLTastr& operator=(KLTastr&& source); // NOLINT(performance-noexcept-move-constructor): checks
+    // NOLINTNEXTLINE(performance-noexcept-move-constructor,bugprone-exception-escape): checks
+    KLTastr& operator=(KLTastr&& source);
 
     // Copies n characters of source from pos on. Null is an empty source.
     KLTastr& assign(const char* source, int pos = 0, int n = INT_MAX);

@@ -144,7 +144,7 @@ void start_watchdog(Microseconds patience) {
             "pthread_create")(&handle, nullptr, watch, nullptr);
     pthread_sigmask(SIG_SETMASK, &former, nullptr);
     if (error == 0)
-        pthread_detach(handle);
+        libc_function<int(pthread_t)>("pthread_detach")(handle);
     else
         write_fully(STDERR_FILENO, "k4sim: no thread to watch the run; one that stands stays\n");
 }

@@ -33,7 +33,7 @@ private:
     void begin(std::string_view name);
     void add(std::string_view text);
 
-    std::array<char, 17 * 1024> text_;
+    std::array<char, 17'000> text_;
     std::size_t size_ = 0;
 };
 

@@ -67,6 +67,7 @@ TEST_F(Counters, UsbEndsWhereAnAdapterGetsDescriptor0) {
     K4owned<K4STusb> unit;
     EXPECT_EQ(unit.start(true), 0);
     time_to(unit, "Not running");
+    unit.waitend();
     if (input >= 0) dup3(input, 0, 0);
     close(input);
     EXPECT_EQ(console.out(), "USB-0: Opened /dev/ttyUSB0\nCannot enable blocking mode, error -1\n");

@@ -3,6 +3,7 @@
 #include "baselib/text/astr.h"
 
 #include <gtest/gtest.h>
+#include <limits>
 #include <sstream>
 
 namespace {
@@ -42,7 +43,7 @@ TEST(Params, FollowTheFormat) {
         std::vector<const char*> arguments;
         const char* format;
         const char* letters;
-        const char* expected;
+        std::string expected;
         bool caseSensitive = true;
     } rows[] = {
         {{}, "program%p a%P a%%s", "pPsp", "0: 3, 0, 1, 7, 0"},
@@ -53,7 +54,10 @@ TEST(Params, FollowTheFormat) {
         {{"a", "0x1F", "b", "010"}, "a%l\t\r\nb%%L", "lLp", "0: 0 1 2 1 2, 31, 8, 1"},
         {{"a", "08", "b", "12x"}, "a%%l b%L 0%p", "lpLp", "0: 0 1 1 1 0, 7, 0, 7, 1"},
         {{"a", "", "b", "9999999999"}, "a%l b%L", "lL", "0: 0 1 0 1 2, 7, 9999999999"},
-        {{"a", "9999999999"}, "a%l", "l", "0: 0 1 2, 2147483647"},
+        {{"a", "9999999999999999999"},
+         "a%l",
+         "l",
+         "0: 0 1 2, " + std::to_string(std::numeric_limits<long>::max())},
         {{"a", "", "b", "c d"}, "a%s", "s", "0: 0 1 2 0 0, "},
         {{"a", "b", "c"}, "a%%s c%s", "sps", "-8844: 0 1 2 1, b, 1, b"},
         {{"a", "b"}, "a%p a%p", "pp", "-8842: 0 1 0, 1, 7"},

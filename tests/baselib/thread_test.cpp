@@ -42,7 +42,8 @@ constexpr const char* long_name = "0123456789012345678901234567890123456789";
 const ThreadBody first_thread([] {}, nullptr);
 const ThreadBody second_thread([] {}, "");
 const KLTptmutex first_mutex;
-KLTptmutex second_mutex("");
+// Never destroyed, for what ends the process leaves it locked.
+KLTptmutex& second_mutex = *new KLTptmutex("");
 
 TEST_F(Thread, NamesAreCountedOrKeep31Characters) {
     EXPECT_STREQ(first_thread.name(), "PT-1");
@@ -145,7 +146,7 @@ TEST_F(Thread, CancelAndDestructionUnwindTheBody) {
 }
 
 TEST_F(Thread, MutexIsWaitedForInTimeAndPassedOnByACancelledHolder) {
-    KLTptmutex mutex;
+    static KLTptmutex& mutex = *new KLTptmutex; // stays locked
     const auto hold_for_ever = [&] {
         const KLTptmutexHold held(mutex);
         sleep_for_ever();

@@ -43,11 +43,11 @@ TEST(Determinism, TheSameSeedIsTheSameRunAndAnotherIsNot) {
 TEST(Determinism, ARandomScheduleFindsWhatDependsOnTheOrderOfThreads) {
     const std::string apart = "one line\none line\n";
     int found = 0;
-    for (int seed = 0; seed < 10; ++seed)
+    for (int seed = 0; seed < 20; ++seed)
         for (const char* schedule : {"fair", "random"}) {
             const std::string out =
                 run_command({K4_SIM, "run", "--seed", std::to_string(seed), "--schedule", schedule,
-                             "--", K4_THREAD_PROBE "32", "writers"})
+                             "--", K4_THREAD_PROBE "64", "writers"})
                     .out;
             EXPECT_TRUE(out == apart || *schedule == 'r') << seed << out;
             found += out != apart;
