@@ -47,8 +47,9 @@ std::vector<std::string> candidates(const std::string& name) {
     std::vector<std::string> found;
     for (;;) {
         const std::size_t end = folders.find(':');
-        const std::string folder(folders.substr(0, end));
-        found.push_back(folder.empty() ? name : folder + "/" + name);
+        std::string path_of_name(folders.substr(0, end));
+        if (!path_of_name.empty()) path_of_name += '/';
+        found.push_back(path_of_name.append(name));
         if (end == std::string_view::npos) return found;
         folders.remove_prefix(end + 1);
     }
@@ -86,6 +87,7 @@ int search_and_execute(const char* name, Variables arguments, Variables variable
 std::vector<char*> list_from(const char* first, va_list& rest) {
     std::vector<char*> arguments{const_cast<char*>(first)};
     while (arguments.back() != nullptr)
+        // NOLINTNEXTLINE(clang-analyzer-valist.Uninitialized): the caller has started it
         arguments.push_back(va_arg(rest, char*));
     return arguments;
 }

@@ -51,7 +51,7 @@ WordSize check_program(const std::string& name, const std::string& path) {
 }
 
 std::string library_name(const std::string& folder, WordSize size) {
-    const std::string name = device_library(folder + "/", size);
+    std::string name = device_library(folder + "/", size);
     if (!name.empty()) return name;
     throw UsageError(std::string("no libk4sim for ") + (size == WordSize::bits32 ? "32" : "64") +
                      "-bit programs beside k4sim in " + folder + "; build the release preset");

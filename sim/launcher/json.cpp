@@ -8,6 +8,8 @@ namespace k4sim {
 using Library = nlohmann::ordered_json;
 
 struct Json::Value {
+    explicit Value(Library value) : json(std::move(value)) {}
+
     Library json;
 };
 
