@@ -1,14 +1,12 @@
 #include "app/abort_signals.h"
 
+#include "baselib/thread/timespec.h"
+
 #include <csignal>
-#include <ctime>
 #include <initializer_list>
 #include <pthread.h>
 
 namespace {
-
-constexpr long long microsecondsPerSecond = 1'000'000;
-constexpr long nanosecondsPerMicrosecond = 1'000;
 
 sigset_t abortSignals() {
     sigset_t set;
@@ -28,9 +26,6 @@ void holdAbortSignals() {
 
 bool takeAbortSignal(long long wait_us) {
     const sigset_t held = abortSignals();
-    timespec patience{};
-    patience.tv_sec = static_cast<time_t>(wait_us / microsecondsPerSecond);
-    patience.tv_nsec =
-        static_cast<long>(wait_us % microsecondsPerSecond) * nanosecondsPerMicrosecond;
+    const timespec patience = timespecOf(wait_us);
     return sigtimedwait(&held, nullptr, &patience) > 0;
 }

@@ -6,10 +6,10 @@
 
 namespace {
 
-constexpr const char* device = "hw:0,1";
+constexpr const char* digitalDevice = "hw:0,1";
 constexpr int rates_hz[] = {32000, 44100, 48000};
 
-constexpr long long pause_us = 100'000;
+constexpr long long lockPause_us = 100'000;
 constexpr long long stable_us = 5'000'000;
 
 constexpr long long notHolding = 0;
@@ -27,7 +27,7 @@ KLTastr K4STaesebu::info() {
 void K4STaesebu::tfunc() {
     if (!begin()) return;
     while (!stopRequested() && goOn())
-        KLFdelay(pause_us);
+        KLFdelay(lockPause_us);
     playback_.close();
     capture_.close();
 }
@@ -50,7 +50,7 @@ bool K4STaesebu::begin() {
 
 bool K4STaesebu::openLine(KLTalsaPCMline& line, KLTalsaPCMline::Direction direction,
                           const char* failure) {
-    if (line.open(device, direction)) return true;
+    if (line.open(digitalDevice, direction)) return true;
     show(failure);
     return false;
 }

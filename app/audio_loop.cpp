@@ -6,7 +6,7 @@
 
 namespace {
 
-constexpr const char* device = "hw:0,0";
+constexpr const char* analogDevice = "hw:0,0";
 constexpr int signed16bit = 0; // format of KLTalsaPCMbase::configure
 constexpr bool noResampling = false;
 constexpr int allChannels = 0xffff;
@@ -15,7 +15,7 @@ constexpr int allChannels = 0xffff;
 
 bool AudioStreams::open() {
     const KLTptNoCancel noCancel; // ALSA holds locks of its own
-    return play.open(device) == 0 && record.open(device) == 0;
+    return play.open(analogDevice) == 0 && record.open(analogDevice) == 0;
 }
 
 bool AudioStreams::configure(int playChannels, int latency_ms) {

@@ -7,8 +7,6 @@
 
 namespace {
 
-constexpr auto relaxed = std::memory_order_relaxed;
-
 // What the test is at, or what ended it.
 enum State {
     noCpld = -5,

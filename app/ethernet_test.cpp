@@ -6,8 +6,6 @@
 
 namespace {
 
-constexpr auto relaxed = std::memory_order_relaxed;
-
 constexpr const char* lanName = "eth0";
 constexpr const char* wanName = "usb0";
 constexpr int lanUp = 1;
@@ -15,7 +13,7 @@ constexpr int wanUp = 2;
 constexpr int bothUp = lanUp | wanUp;
 
 constexpr int readingsNeeded = 20;
-constexpr long long pause_us = 500'000;
+constexpr long long lookPause_us = 500'000;
 
 int linkBit(const char* name, int bit) {
     return KLTlinuxNetstat3::linkUp(name) >= KLTlinuxNetstat3::linkIsUp ? bit : 0;
@@ -57,6 +55,6 @@ void K4STethernet::tfunc() {
             state_.store(passed, relaxed);
             return;
         }
-        KLFdelay(pause_us);
+        KLFdelay(lookPause_us);
     } while (!stopRequested());
 }

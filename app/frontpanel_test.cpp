@@ -6,8 +6,6 @@
 
 namespace {
 
-constexpr auto relaxed = std::memory_order_relaxed;
-
 constexpr int noSharedMemory = 0;
 constexpr int modePicture = 1;
 constexpr int modeAllPixels = 2;

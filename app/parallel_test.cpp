@@ -6,8 +6,6 @@
 
 namespace {
 
-constexpr auto relaxed = std::memory_order_relaxed;
-
 constexpr int cpldBase = 0xD000;
 constexpr int identification = 0; // registers
 constexpr int version = 1;

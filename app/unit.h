@@ -8,6 +8,11 @@
 #include "baselib/print/out_handle.h"
 #include "baselib/print/print.h"
 
+#include <atomic>
+
+// For the flags and counts of a unit: each stands for itself, and orders nothing else.
+inline constexpr auto relaxed = std::memory_order_relaxed;
+
 // Base of the concrete units:
 //
 //     class K4STthing : public K4unit<K4STthing> {

@@ -10,8 +10,6 @@
 
 namespace {
 
-constexpr auto relaxed = std::memory_order_relaxed;
-
 constexpr const char* devicePrefix = "/dev/ttyUSB";
 constexpr int deviceNumbers = 10; // 0 to 9
 

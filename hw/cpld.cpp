@@ -18,7 +18,6 @@ constexpr std::uint8_t engineBegin = 2;
 constexpr std::uint8_t engineLast = 1;
 constexpr std::uint8_t engineTransmitterBusy = 0x80;
 constexpr std::uint8_t engineReceiverNotReady = 0x20;
-constexpr int readFlag = 1;
 
 // MymainCPLD_0x01_0x09
 constexpr int offsetLink = 4;
@@ -77,7 +76,7 @@ int MymainCPLD_0x01_0x08::readBlock(int addr, void* data, int len) {
     if (!isTransfer(addr, data, len)) return errorEngineArguments;
     auto* bytes = static_cast<std::uint8_t*>(data);
     static_cast<void>(ports_.in(offsetEngine));
-    begin(addr * 2 + readFlag);
+    begin(addr * 2 + iicReadFlag);
     for (int i = 0; i < len - 1; ++i) {
         waitReceived();
         bytes[i] = ports_.in(offsetReceive);

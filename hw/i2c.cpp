@@ -3,7 +3,6 @@
 namespace {
 
 constexpr unsigned int addressMax = 127;
-constexpr int readFlag = 1;
 constexpr int bitsPerByte = 8;
 
 } // namespace
@@ -96,7 +95,7 @@ int KLTi2cBase2::writeBytes(int addr, const std::uint8_t* data, int len) {
 }
 
 int KLTi2cBase2::readBytes(int addr, std::uint8_t* data, int len) {
-    if (!iicBwrite(addr * 2 + readFlag)) return errorReadNoAck;
+    if (!iicBwrite(addr * 2 + iicReadFlag)) return errorReadNoAck;
     for (int i = 0; i < len; ++i)
         data[i] = static_cast<std::uint8_t>(iicBread(i + 1 < len));
     return 0;

@@ -2,6 +2,9 @@
 
 #include <cstdint>
 
+// Of the first byte, beside the address: the master reads.
+inline constexpr int iicReadFlag = 1;
+
 // I2C master. Addresses are 7 bits, 0..127, without the read/write bit.
 //
 // None of the classes locks: one thread at a time may use a bus. Between two calls the bus

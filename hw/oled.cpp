@@ -18,7 +18,6 @@ constexpr int firstColumnOEL1M4005 = 0x1C;
 
 constexpr int pixelsPerColumnTOD9M0026 = 2;
 constexpr int pixelsPerColumnOEL1M4005 = 4;
-constexpr unsigned int greyMask = 0xF;
 
 // Commands that both chips share.
 constexpr unsigned char columnWindow = 0x15;
@@ -86,8 +85,8 @@ bool isOnDisplay(const GRCrect& area) {
 }
 
 unsigned int packed(const unsigned int* twoPixels) {
-    return (twoPixels[0] & greyMask) << leftPixelShift | (twoPixels[1] & greyMask)
-                                                             << rightPixelShift;
+    return (twoPixels[0] & CHGenericOLEDController::greyMask) << leftPixelShift |
+           (twoPixels[1] & CHGenericOLEDController::greyMask) << rightPixelShift;
 }
 
 unsigned int percentOf(unsigned int range, unsigned char percent) {

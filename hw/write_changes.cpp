@@ -3,7 +3,6 @@
 namespace {
 
 constexpr std::uint8_t unknownGrey = 0xFF;
-constexpr unsigned int greyMask = 0xF;
 
 } // namespace
 
@@ -26,7 +25,7 @@ void CHgenericWriteChanges::transferSpan(const unsigned int* row, int y, int lef
     int first = -1;
     int last = -1;
     for (int x = left; x < right; ++x) {
-        const auto grey = static_cast<std::uint8_t>(row[x] & greyMask);
+        const auto grey = static_cast<std::uint8_t>(row[x] & CHGenericOLEDController::greyMask);
         if (grey == shown[x]) continue;
         shown[x] = grey;
         last = x;

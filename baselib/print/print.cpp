@@ -15,7 +15,7 @@ namespace {
 
 constexpr int paddingChunk = 40;
 constexpr int precisionMax = 30;
-constexpr int valueBits = 64;
+constexpr int binaryDigitsMax = 64;
 constexpr const char* defaultLineEnd = "\n";
 
 // Longest result: a sign, 309 digits, the point and 30 digits behind it.
@@ -224,7 +224,7 @@ void KLTprint::prtdecimal(long long value, int size, bool isSigned) {
 
 // Up to 64 digits, more than the buffer holds.
 void KLTprint::prtbinary(uint64_t value) {
-    char digits[valueBits];
+    char digits[binaryDigitsMax];
     number(0, digits, digitsOf(value, 1, false, digits));
 }
 

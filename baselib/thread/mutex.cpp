@@ -1,15 +1,14 @@
 #include "baselib/thread/mutex.h"
 
+#include "baselib/thread/timespec.h"
+
 #include <algorithm>
 #include <cstdio>
-#include <ctime>
 #include <limits>
 
 namespace {
 
 constexpr auto relaxed = std::memory_order_relaxed;
-constexpr long long microsecondsPerSecond = 1'000'000;
-constexpr long nanosecondsPerMicrosecond = 1'000;
 
 constinit std::atomic<int> nextMutexNumber{0};
 
@@ -18,10 +17,7 @@ timespec deadline(long long timeout_us) {
     const long long now_us = KLFptnow();
     const long long end_us =
         now_us + std::min(timeout_us, std::numeric_limits<long long>::max() - now_us);
-    timespec end{};
-    end.tv_sec = static_cast<time_t>(end_us / microsecondsPerSecond);
-    end.tv_nsec = static_cast<long>(end_us % microsecondsPerSecond) * nanosecondsPerMicrosecond;
-    return end;
+    return timespecOf(end_us);
 }
 
 } // namespace

@@ -1,17 +1,16 @@
 #include "baselib/thread/thread.h"
 
+#include "baselib/thread/timespec.h"
+
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <ctime>
 #include <sys/time.h>
 
 namespace {
 
 constexpr auto relaxed = std::memory_order_relaxed;
-constexpr long long microsecondsPerSecond = 1'000'000;
-constexpr long nanosecondsPerMicrosecond = 1'000;
 
 // Number 0 belongs to the static main record, in whatever order the static objects of
 // the program are constructed.
@@ -213,9 +212,7 @@ long long KLFptnow() {
 
 long long KLFptdelay(long long us) {
     if (us <= 0) return 0;
-    timespec wanted{};
-    wanted.tv_sec = static_cast<time_t>(us / microsecondsPerSecond);
-    wanted.tv_nsec = static_cast<long>(us % microsecondsPerSecond) * nanosecondsPerMicrosecond;
+    const timespec wanted = timespecOf(us);
     timespec left{};
     if (nanosleep(&wanted, &left) == 0 || errno != EINTR) return 0;
     // Rounded up: an interrupted sleep must not look like a full one.

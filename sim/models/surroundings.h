@@ -13,6 +13,8 @@ namespace k4sim {
 // Virtual time in microseconds since the device was switched on.
 using Microseconds = std::int64_t;
 
+inline constexpr Microseconds us_per_second = 1'000'000;
+
 // One named value of an event.
 struct Field {
     std::string_view name;

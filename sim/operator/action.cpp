@@ -3,6 +3,7 @@
 #include "sim/models/faults.h"
 #include "sim/models/nearest.h"
 #include "sim/models/panel/keys.h"
+#include "sim/operator/words.h"
 
 #include <array>
 #include <charconv>
@@ -13,16 +14,6 @@ namespace k4sim {
 namespace {
 
 constexpr int steps_max = 1000;
-
-std::vector<std::string_view> words_of(std::string_view line) {
-    std::vector<std::string_view> words;
-    while (!line.empty()) {
-        const std::size_t blank = line.find(' ');
-        if (blank != 0) words.push_back(line.substr(0, blank));
-        line.remove_prefix(blank == std::string_view::npos ? line.size() : blank + 1);
-    }
-    return words;
-}
 
 std::optional<int> number_from(std::string_view text) {
     int number = 0;

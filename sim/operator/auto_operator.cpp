@@ -1,6 +1,7 @@
 #include "sim/operator/auto_operator.h"
 
 #include "sim/models/device.h"
+#include "sim/operator/words.h"
 
 #include <algorithm>
 #include <array>
@@ -69,16 +70,6 @@ Action request_of(char character) {
     default:
         return press(character);
     }
-}
-
-std::vector<std::string_view> words_of(std::string_view text) {
-    std::vector<std::string_view> words;
-    while (!text.empty()) {
-        const std::size_t blank = text.find(' ');
-        if (blank != 0) words.push_back(text.substr(0, blank));
-        text.remove_prefix(blank == std::string_view::npos ? text.size() : blank + 1);
-    }
-    return words;
 }
 
 // What the table reads, without numbers: levels flicker for ever.

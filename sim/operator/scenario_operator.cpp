@@ -9,7 +9,7 @@ namespace k4sim {
 
 namespace {
 
-constexpr Microseconds look_us = 100'000; // between two looks at the glass
+constexpr Microseconds glance_us = 100'000; // between two looks at the glass
 
 bool waits_for(const ScenarioStep& step, ScenarioStep::Trigger kind) {
     return step.trigger == kind;
@@ -55,7 +55,7 @@ void ScenarioOperator::look() {
             return (row.label + " " + row.status).find(step.text) != std::string::npos;
         });
     });
-    surroundings_.at(surroundings_.now() + look_us, [this] { look(); });
+    surroundings_.at(surroundings_.now() + glance_us, [this] { look(); });
 }
 
 void ScenarioOperator::carry_out(Pending& pending, Microseconds when) {

@@ -10,7 +10,6 @@ namespace k4sim {
 namespace {
 
 constexpr Microseconds allowed_lead_us = 1000;
-constexpr Microseconds us_per_second = 1'000'000;
 constexpr long ns_per_us = 1000;
 constexpr int clock_monotonic = 1;
 

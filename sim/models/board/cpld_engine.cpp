@@ -16,8 +16,6 @@ constexpr std::uint8_t stop_after_next = 0x01;
 constexpr std::uint8_t transmitter_busy = 0x80;
 constexpr std::uint8_t receiver_not_ready = 0x20;
 
-constexpr std::uint8_t read_bit = 0x01;
-
 } // namespace
 
 std::uint8_t CpldEngine::in(std::uint16_t port) {
@@ -79,7 +77,7 @@ void CpldEngine::start(std::uint8_t address_byte) {
     start_next_ = false;
     bus_.stop();
     if (!jammed()) bus_.start(address_byte);
-    receiving_ = (address_byte & read_bit) != 0;
+    receiving_ = (address_byte & i2c_read_bit) != 0;
     received_at_ = transmitted_at_;
     if (receiving_) receive();
 }

@@ -2,17 +2,11 @@
 
 namespace k4sim {
 
-namespace {
-
-constexpr std::uint8_t read_bit = 0x01;
-
-} // namespace
-
 bool I2cBus::start(std::uint8_t address_byte) {
     selected_ = nullptr;
     I2cSlave* slave = slaves_[address_byte >> 1];
     if (slave == nullptr) return false;
-    const bool answers = address_byte & read_bit ? slave->begin_read() : slave->begin_write();
+    const bool answers = address_byte & i2c_read_bit ? slave->begin_read() : slave->begin_write();
     if (answers) selected_ = slave;
     return answers;
 }

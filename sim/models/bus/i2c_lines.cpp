@@ -5,7 +5,6 @@ namespace k4sim {
 namespace {
 
 constexpr unsigned bits_a_byte = 8;
-constexpr std::uint8_t read_bit = 0x01;
 
 } // namespace
 
@@ -81,7 +80,7 @@ void I2cLines::scl_falls() {
 void I2cLines::byte_complete() {
     const bool is_address = phase_ == Phase::address;
     const bool acknowledged = is_address ? bus_.start(byte_) : bus_.write(byte_);
-    const bool reading = is_address && (byte_ & read_bit) != 0;
+    const bool reading = is_address && (byte_ & i2c_read_bit) != 0;
     phase_ = Phase::acknowledge;
     after_acknowledge_ = reading ? Phase::to_master : Phase::to_slave;
     slave_sda_ = !acknowledged;

@@ -5,6 +5,9 @@
 
 namespace k4sim {
 
+// Of the first byte, beside the address: the master reads.
+inline constexpr std::uint8_t i2c_read_bit = 0x01;
+
 class I2cSlave {
 public:
     virtual ~I2cSlave() = default;

@@ -11,7 +11,7 @@ constexpr Microseconds drop_us = 600'000; // longer than from one look at the li
 constexpr Microseconds flap_down_us = 1'000'000;
 constexpr Microseconds flap_up_us = 4'000'000; // shorter than a link must stay up to pass
 
-constexpr Breaker<NetworkLinks> breakers[] = {
+constexpr Breaker<NetworkLinks> link_breakers[] = {
     {"link-absent", [](NetworkLinks& links, auto name) { links.find(name)->remove(); }},
     {"link-down", [](NetworkLinks& links, auto name) { links.find(name)->disconnect(); }},
     {"link-dropped", [](NetworkLinks& links, auto name) { links.find(name)->drop(drop_us); }},
@@ -23,7 +23,7 @@ constexpr Breaker<NetworkLinks> breakers[] = {
 } // namespace
 
 bool strike_links(NetworkLinks& links, std::string_view name, std::string_view value) {
-    return strike_by_name(breakers, links, name, value);
+    return strike_by_name(link_breakers, links, name, value);
 }
 
 } // namespace k4sim

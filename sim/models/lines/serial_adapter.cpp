@@ -4,7 +4,6 @@ namespace k4sim {
 
 namespace {
 
-constexpr Microseconds us_per_second = 1'000'000;
 constexpr int frame_bits = 10; // start, eight data bits, stop
 constexpr int data_bits = 8;
 

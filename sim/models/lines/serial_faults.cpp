@@ -10,11 +10,9 @@ namespace k4sim {
 
 namespace {
 
-constexpr double us_per_second = 1e6;
-
 int number_of(std::string_view value) { return static_cast<int>(fault_number(value)); }
 
-constexpr Breaker<SerialAdapters> breakers[] = {
+constexpr Breaker<SerialAdapters> serial_breakers[] = {
     {"serial-absent",
      [](SerialAdapters& serial, auto value) { serial[number_of(value)].unplug(); }},
     {"serial-byte-flipped",
@@ -46,7 +44,7 @@ constexpr Breaker<SerialAdapters> breakers[] = {
 } // namespace
 
 bool strike_serial(SerialAdapters& serial, std::string_view name, std::string_view value) {
-    return strike_by_name(breakers, serial, name, value);
+    return strike_by_name(serial_breakers, serial, name, value);
 }
 
 } // namespace k4sim

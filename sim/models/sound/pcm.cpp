@@ -9,7 +9,6 @@ namespace k4sim {
 
 namespace {
 
-constexpr std::int64_t second_us = 1'000'000;
 constexpr unsigned block_frames = 256;
 
 } // namespace
@@ -112,7 +111,7 @@ unsigned PcmStream::read(void* interleaved, unsigned frames) {
 
 Microseconds PcmStream::due(std::int64_t position) const {
     const std::int64_t rate = configuration_.rate_hz;
-    return ((base_ + position) * second_us + rate - 1) / rate;
+    return ((base_ + position) * us_per_second + rate - 1) / rate;
 }
 
 void PcmStream::interrupt() {
@@ -203,7 +202,7 @@ void PcmDevice::run() {
 }
 
 std::int64_t PcmDevice::clock(unsigned rate_hz) const {
-    return surroundings_.now() * rate_hz / second_us;
+    return surroundings_.now() * rate_hz / us_per_second;
 }
 
 void PcmDevice::run_capture() {

@@ -11,12 +11,11 @@ namespace k4sim {
 
 namespace {
 
-constexpr double second_us = 1e6;
 constexpr Microseconds lock_gap_us = 300'000; // a moment that a look every 100 ms can't miss
 
 int number_of(std::string_view value) { return static_cast<int>(fault_number(value)); }
 Microseconds microseconds_of(std::string_view value) {
-    return std::llround(fault_decimal(value) * second_us);
+    return std::llround(fault_decimal(value) * us_per_second);
 }
 unsigned rate_of(std::string_view value) { return static_cast<unsigned>(fault_number(value)); }
 
