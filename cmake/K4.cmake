@@ -40,6 +40,11 @@ if(NOT K4_COVERAGE)
   add_compile_options(-ffile-prefix-map=${CMAKE_SOURCE_DIR}/= -ffile-prefix-map=${CMAKE_BINARY_DIR}/=)
 endif()
 
+# The headers of a first build are read once, and not by each file. Builds for debugging and
+# analysis do without, so that an include that is missing is seen there.
+string(COMPARE EQUAL "${CMAKE_BUILD_TYPE}" Release K4_RELEASE)
+option(K4_READ_ONCE "One precompiled standard library, and rooms that are compiled whole" ${K4_RELEASE})
+
 set(K4_INSTRUMENTED OFF)
 if(K4_SANITIZE OR K4_FUZZ OR K4_COVERAGE)
   set(K4_INSTRUMENTED ON)
@@ -62,10 +67,7 @@ function(k4_instrument target)
   endif()
 endfunction()
 
-# Most of a first build's time goes into reading the standard library again and again: every
-# target that ships reads it from one place. Builds for debugging and analysis read what each
-# file includes, so that an include that is missing is seen there.
-if(CMAKE_BUILD_TYPE STREQUAL "Release")
+if(K4_READ_ONCE)
   file(CONFIGURE OUTPUT ${CMAKE_BINARY_DIR}/standard_library.cpp CONTENT "")
   add_library(k4_standard_library OBJECT ${CMAKE_BINARY_DIR}/standard_library.cpp)
   target_precompile_headers(k4_standard_library PRIVATE <algorithm> <array> <cmath> <cstdlib>
@@ -74,9 +76,19 @@ if(CMAKE_BUILD_TYPE STREQUAL "Release")
 endif()
 
 function(k4_read_once target)
-  if(TARGET k4_standard_library)
+  if(K4_READ_ONCE)
     target_precompile_headers(${target} REUSE_FROM k4_standard_library)
   endif()
+endfunction()
+
+# k4_whole_rooms(TARGET ROOMS...): the files of each of these folders, which belong to the
+# target, are one file for the compiler, so that names which are local to a file must differ.
+function(k4_whole_rooms target)
+  foreach(room ${ARGN})
+    file(GLOB sources CONFIGURE_DEPENDS ${room}/*.cpp)
+    set_source_files_properties(${sources} PROPERTIES UNITY_GROUP ${room})
+  endforeach()
+  set_target_properties(${target} PROPERTIES UNITY_BUILD ${K4_READ_ONCE} UNITY_BUILD_MODE GROUP)
 endfunction()
 
 # k4_library(NAME USES...): one static library of all sources of the current folder
