@@ -2,6 +2,7 @@
 // is. The symbol's name stands in quotes.
 #include "sim/host/inheritance.h"
 #include "sim/host/real.h"
+#include "sim/programs/environment.h"
 
 #include <array>
 #include <cerrno>

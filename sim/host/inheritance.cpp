@@ -1,6 +1,7 @@
 #include "sim/host/inheritance.h"
 
 #include "sim/machine/report.h"
+#include "sim/programs/environment.h"
 #include "sim/programs/program_file.h"
 #include "sim/setup_process.h"
 
@@ -15,7 +16,6 @@ namespace k4sim {
 
 namespace {
 
-constexpr char preload_variable[] = "LD_PRELOAD";
 constexpr int scripts_max = 4; // one may be the interpreter of another, as in the kernel
 
 struct Run {
@@ -48,15 +48,6 @@ void tell_once(const std::string& program, const std::string& obstacle) {
     const std::pair<pid_t, ino_t> now{getpid(), found ? status.st_ino : 0};
     if (now != told) write_fully(STDERR_FILENO, "k4sim: " + program + " " + obstacle + "\n");
     told = now;
-}
-
-std::string assignment(std::string_view name, std::string_view value) {
-    std::string text(name);
-    return text.append("=").append(value);
-}
-
-std::string_view name_of(std::string_view variable) {
-    return variable.substr(0, variable.find('='));
 }
 
 } // namespace
@@ -92,29 +83,8 @@ bool can_execute(const std::string& path) {
 std::vector<std::string> environment_for(const std::string& path, char* const* variables) {
     const auto size = elf_word_size(program_of(path));
     const std::string library = device_library(library_folder, size.value_or(WordSize::bits32));
-    std::string preload = assignment(preload_variable, library_folder).append(library);
-    std::vector<std::string> result;
-    for (; variables != nullptr && *variables != nullptr; ++variables) {
-        const std::string_view variable(*variables);
-        if (name_of(variable) == preload_variable)
-            preload.append(":").append(variable.substr(sizeof preload_variable));
-        else if (name_of(variable) != setup_variable && name_of(variable) != role_variable)
-            result.emplace_back(variable);
-    }
-    result.push_back(preload);
-    result.push_back(assignment(setup_variable, run().setup));
-    result.push_back(
-        assignment(role_variable, run().first == getpid() ? role_first : role_further));
-    return result;
-}
-
-std::vector<char*> pointers_to(const std::vector<std::string>& texts) {
-    std::vector<char*> pointers;
-    pointers.reserve(texts.size() + 1);
-    for (const std::string& text : texts)
-        pointers.push_back(const_cast<char*>(text.c_str()));
-    pointers.push_back(nullptr);
-    return pointers;
+    const char* const role = run().first == getpid() ? role_first : role_further;
+    return environment_with({library, run().setup, role}, variables);
 }
 
 } // namespace k4sim

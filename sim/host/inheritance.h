@@ -30,7 +30,4 @@ bool can_execute(const std::string& path);
 // The word size is that of the program, or of the script's interpreter.
 std::vector<std::string> environment_for(const std::string& path, char* const* variables);
 
-// As the exec functions want it: pointers into `texts`, and a null pointer behind them.
-std::vector<char*> pointers_to(const std::vector<std::string>& texts);
-
 } // namespace k4sim

@@ -4,12 +4,12 @@
 #include "sim/launcher/handshake.h"
 #include "sim/launcher/options.h"
 #include "sim/launcher/signals.h"
+#include "sim/programs/environment.h"
 #include "sim/setup_process.h"
 
 #include <array>
 #include <cerrno>
 #include <csignal>
-#include <cstdlib>
 #include <cstring>
 #include <fcntl.h>
 #include <string_view>
@@ -48,32 +48,6 @@ private:
     std::array<int, 2> ends_{-1, -1};
 };
 
-// The launcher's own, with the library and the setup put in.
-std::vector<std::string> environment_with(const std::string& library, const Setup& setup) {
-    const char* preloaded = std::getenv("LD_PRELOAD");
-    std::string libraries = "LD_PRELOAD=" + std::string(library_folder) + library;
-    if (preloaded != nullptr && *preloaded != '\0') libraries.append(":").append(preloaded);
-    std::vector<std::string> variables{std::string(setup_variable) + "=" + encode(setup),
-                                       std::string(role_variable) + "=" + role_watched, libraries};
-    for (char** variable = environ; *variable != nullptr; ++variable) {
-        const std::string_view text(*variable);
-        const std::string_view name = text.substr(0, text.find('='));
-        if (name != setup_variable && name != role_variable && name != "LD_PRELOAD")
-            variables.emplace_back(text);
-    }
-    return variables;
-}
-
-// As the exec functions want it: pointers into `texts`, and a null pointer behind them.
-std::vector<char*> pointers_to(const std::vector<std::string>& texts) {
-    std::vector<char*> pointers;
-    pointers.reserve(texts.size() + 1);
-    for (const std::string& text : texts)
-        pointers.push_back(const_cast<char*>(text.c_str()));
-    pointers.push_back(nullptr);
-    return pointers;
-}
-
 // Tells the launcher what could not be done, and ends the child.
 [[noreturn]] void fail(int complaints, const std::string& what) {
     const std::string text = what + " (" + std::strerror(errno) + ")";
@@ -107,7 +81,8 @@ struct Ends {
 
 pid_t start(const Program& program, const Setup& setup, const RunSignals& signals,
             const Guard& guard, const Ends& ends) {
-    const std::vector<std::string> variables = environment_with(program.library, setup);
+    const std::vector<std::string> variables =
+        environment_with({program.library, encode(setup), role_watched}, environ);
     const std::vector<char*> environment = pointers_to(variables);
     const std::vector<char*> arguments = pointers_to(program.arguments);
     const pid_t launcher = getpid();
