@@ -21,6 +21,7 @@ namespace k4sim {
 
 namespace {
 
+constexpr char events_file[] = "events.jsonl";
 constexpr int full_white = 255;
 constexpr int grey_max = 15;
 
@@ -99,14 +100,15 @@ void Record::line(const std::string& text) {
         if (!picture) return;
         look_at(*picture, *t);
         note_on("display", std::ranges::any_of(*picture, [](int grey) { return grey != 0; }));
-        event->set("file", keep(*picture, *what));
+        if (folder_.keeps()) event->set("file", keep(*picture, *what));
     }
-    events_.emplace_back(*t, event->dump() + "\n");
-    folder_.append("events.jsonl", events_.back().second);
+    if (!folder_.keeps()) return;
+    times_.push_back(*t);
+    folder_.append(events_file, event->dump() + "\n");
 }
 
 void Record::write_file(const std::string& name, const std::string& content) {
-    folder_.write(name, content);
+    folder_.write(name, {content});
 }
 
 std::string Record::gap() const {
@@ -115,13 +117,20 @@ std::string Record::gap() const {
 }
 
 void Record::sort_events() {
-    const auto time = [](const auto& event) { return event.first; };
-    if (!folder_.failure().empty() || std::ranges::is_sorted(events_, {}, time)) return;
-    std::ranges::stable_sort(events_, {}, time);
-    std::string lines;
-    for (const auto& event : events_)
-        lines += event.second;
-    folder_.write("events.jsonl", lines);
+    if (!folder_.failure().empty() || std::ranges::is_sorted(times_)) return;
+    const std::string text = folder_.content(events_file);
+    std::vector<std::pair<Microseconds, std::string_view>> lines;
+    std::string_view rest = text;
+    for (const Microseconds t : times_) {
+        lines.emplace_back(t, rest.substr(0, rest.find('\n') + 1));
+        rest.remove_prefix(lines.back().second.size());
+    }
+    if (lines.back().second.empty()) return; // no longer what was written
+    std::ranges::stable_sort(lines, {}, [](const auto& line) { return line.first; });
+    std::vector<std::string_view> sorted;
+    std::ranges::transform(lines, std::back_inserter(sorted),
+                           [](const auto& line) { return line.second; });
+    folder_.write(events_file, sorted);
 }
 
 void Record::finish() {
@@ -210,7 +219,7 @@ std::string Record::keep(const Picture& picture, std::string_view event) {
         std::snprintf(file.data(), file.size(), "oled-final.png");
     else
         std::snprintf(file.data(), file.size(), "oled-%04d.png", ++pictures_);
-    folder_.write(file.data(), png_of(picture));
+    folder_.write(file.data(), {png_of(picture)});
     return file.data();
 }
 

@@ -94,8 +94,8 @@ private:
 
     RecordFolder folder_;
     Observation observation_;
-    std::vector<std::pair<Microseconds, std::string>> events_; // with their line ends
-    std::string planned_;                                      // what of the setup came last
+    std::vector<Microseconds> times_;          // of the lines of events.jsonl
+    std::string planned_;                      // what of the setup came last
     std::map<std::string, std::string> armed_; // by the event that proves it: what of the setup
     int pictures_ = 0;
 };

@@ -7,6 +7,8 @@
 #include <cstring>
 #include <fcntl.h>
 #include <filesystem>
+#include <fstream>
+#include <sstream>
 #include <sys/file.h>
 #include <unistd.h>
 
@@ -44,10 +46,25 @@ bool write_fully(int descriptor, std::string_view bytes) {
     return true;
 }
 
-bool write_file(const std::string& path, int flags, std::string_view bytes) {
+using Pieces = std::vector<std::string_view>;
+
+// Not each by a call of its own.
+bool write_pieces(int descriptor, const Pieces& pieces) {
+    constexpr std::size_t enough = 65536;
+    std::string buffer;
+    for (const std::string_view piece : pieces) {
+        buffer += piece;
+        if (buffer.size() < enough) continue;
+        if (!write_fully(descriptor, buffer)) return false;
+        buffer.clear();
+    }
+    return write_fully(descriptor, buffer);
+}
+
+bool write_file(const std::string& path, int flags, const Pieces& pieces) {
     const int file = open(path.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC | flags, file_mode);
     if (file < 0) return false;
-    const bool written = write_fully(file, bytes);
+    const bool written = write_pieces(file, pieces);
     const int error = errno;
     if (close(file) != 0) return false;
     errno = error;
@@ -68,7 +85,7 @@ std::string reason() { return std::string(" (") + std::strerror(errno) + ")"; }
 } // namespace
 
 RecordFolder::RecordFolder(std::string path) : path_(std::move(path)) {
-    if (path_.empty()) return;
+    if (!keeps()) return;
     std::error_code error;
     fs::create_directories(path_, error);
     if (error || !fs::is_directory(path_, error))
@@ -84,21 +101,27 @@ RecordFolder::RecordFolder(std::string path) : path_(std::move(path)) {
 }
 
 void RecordFolder::append(const std::string& name, std::string_view bytes) {
-    if (path_.empty() || !failure_.empty()) return;
-    if (!write_file(path_ + "/" + name, O_APPEND, bytes)) note_failure();
+    if (!keeps() || !failure_.empty()) return;
+    if (!write_file(path_ + "/" + name, O_APPEND, {bytes})) note_failure();
 }
 
-void RecordFolder::write(const std::string& name, std::string_view bytes) {
-    if (path_.empty()) return;
+void RecordFolder::write(const std::string& name, const std::vector<std::string_view>& pieces) {
+    if (!keeps()) return;
     const std::string whole = path_ + "/" + name;
     const std::string part = whole + std::string(part_suffix);
-    if (write_file(part, O_TRUNC, bytes) && std::rename(part.c_str(), whole.c_str()) == 0) return;
+    if (write_file(part, O_TRUNC, pieces) && std::rename(part.c_str(), whole.c_str()) == 0) return;
     note_failure();
     unlink(part.c_str());
 }
 
+std::string RecordFolder::content(const std::string& name) const {
+    std::ostringstream text;
+    text << std::ifstream(path_ + "/" + name, std::ios::binary).rdbuf();
+    return text.str();
+}
+
 void RecordFolder::complete() {
-    if (!path_.empty() && !set_content(marker_.number, "complete\n")) note_failure();
+    if (keeps() && !set_content(marker_.number, "complete\n")) note_failure();
 }
 
 RecordFolder::Descriptor::~Descriptor() {

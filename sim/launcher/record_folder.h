@@ -3,6 +3,7 @@
 
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace k4sim {
 
@@ -18,11 +19,17 @@ public:
     // is using.
     explicit RecordFolder(std::string path);
 
+    // Whether there is a folder at all.
+    bool keeps() const { return !path_.empty(); }
+
     // More of a file. Nothing comes behind a piece that could not be written.
     void append(const std::string& name, std::string_view bytes);
 
-    // A whole file: it is there with all of its content, or not at all.
-    void write(const std::string& name, std::string_view bytes);
+    // A whole file of these pieces: it is there with all of them, or not at all.
+    void write(const std::string& name, const std::vector<std::string_view>& pieces);
+
+    // What a file holds.
+    std::string content(const std::string& name) const;
 
     // From now on the marker holds "complete".
     void complete();
