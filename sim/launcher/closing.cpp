@@ -67,13 +67,6 @@ std::string where_died(const Observation& seen) {
     return " in thread " + std::to_string(seen.death->thread) + " at " + seen.death->place;
 }
 
-std::string_view why_hopeless(std::string_view end) {
-    if (end == "deadlock") return " can never go on: every thread waits for another,";
-    if (end == "stall") return " was ended, for no virtual time passed any more,";
-    if (end == "unplayed") return " was ended at a port access that is not played,";
-    return " was ended for want of a pseudo-terminal,";
-}
-
 std::string why_died(const Outcome& outcome, const Observation& seen) {
     std::string how = outcome.program;
     if (outcome.end.bare)
@@ -82,7 +75,7 @@ std::string why_died(const Outcome& outcome, const Observation& seen) {
         how += " died by signal " + std::to_string(outcome.end.code) + " (" +
                strsignal(outcome.end.code) + ")" + where_died(seen);
     else if (!seen.hopeless.empty())
-        how += why_hopeless(seen.hopeless);
+        how += " " + seen.hopeless + ",";
     else
         how += " ended with status " + std::to_string(outcome.end.code) +
                " and no closing line that tells it,";

@@ -174,9 +174,14 @@ void Record::note_strike(const std::string& source, const std::string& what) {
 
 // A program that dies tells so first and draws its last pictures then, as far as it comes.
 void Record::note_end(const Json& event, const std::string& what) {
-    constexpr std::array<std::string_view, 4> hopeless{"deadlock", "stall", "unplayed",
-                                                       "no-pseudo-terminal"};
-    if (std::ranges::find(hopeless, what) != hopeless.end()) observation_.hopeless = what;
+    constexpr std::pair<std::string_view, std::string_view> hopeless[] = {
+        {"deadlock", "can never go on: every thread waits for another"},
+        {"stall", "was ended, for no virtual time passed any more"},
+        {"unplayed", "was ended at a port access that is not played"},
+        {"no-pseudo-terminal", "was ended for want of a pseudo-terminal"},
+    };
+    for (const auto& [end, words] : hopeless)
+        if (what == end) observation_.hopeless = words;
     if (what == "limit") observation_.limit = true;
     if (what == "died")
         observation_.death = {

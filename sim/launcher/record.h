@@ -20,8 +20,8 @@ class Json;
 // What the report lines tell about a run, for the verdict.
 struct Observation {
     std::string console; // all that the program wrote, both streams
-    // Why the device library ended a run that could not go on: "deadlock", "stall", "unplayed" or
-    // "no-pseudo-terminal"; empty of any other run.
+    // Why the device library ended a run that could not go on, in words for the closing line;
+    // empty of any other run.
     std::string hopeless;
     bool limit = false;
     bool ended = false; // the device library reported to the end
