@@ -1,6 +1,7 @@
 #include "sim/setup.h"
 
-#include <algorithm>
+#include "sim/setup_choices.h"
+
 #include <array>
 #include <charconv>
 #include <cmath>
@@ -8,19 +9,6 @@
 namespace k4sim {
 
 namespace {
-
-struct NamedBoard {
-    Board board;
-    std::string_view name;
-};
-
-constexpr std::array<NamedBoard, 5> boards{{
-    {Board::aes, "aes"},
-    {Board::plain, "plain"},
-    {Board::i2c, "i2c"},
-    {Board::engine, "engine"},
-    {Board::none, "none"},
-}};
 
 constexpr std::string_view hex_digits = "0123456789abcdef";
 
@@ -92,18 +80,6 @@ bool store(Target& target, const std::optional<Value>& value) {
     return value.has_value();
 }
 
-bool read_operator(Setup& setup, std::string_view word) {
-    if (word != "auto" && word != "none") return false;
-    setup.operator_kind = word == "auto" ? OperatorKind::automatic : OperatorKind::none;
-    return true;
-}
-
-bool read_schedule(Setup& setup, std::string_view word) {
-    if (word != "fair" && word != "random") return false;
-    setup.schedule = word == "random" ? Schedule::random : Schedule::fair;
-    return true;
-}
-
 bool read_fault(Setup& setup, const Words& words) {
     if (words.size() != 4) return false;
     setup.faults.emplace_back();
@@ -134,10 +110,10 @@ bool read_line(Setup& setup, std::string_view line) {
     if (words[0] == "fault") return read_fault(setup, words);
     if (words[0] == "step") return read_step(setup, words);
     if (words.size() != 2) return false;
-    if (words[0] == "board") return store(setup.board, board_from_name(words[1]));
-    if (words[0] == "operator") return read_operator(setup, words[1]);
+    if (words[0] == "board") return store(setup.board, value_of(boards, words[1]));
+    if (words[0] == "operator") return store(setup.operator_kind, value_of(operators, words[1]));
     if (words[0] == "seed") return store(setup.seed, number_from<std::uint64_t>(words[1]));
-    if (words[0] == "schedule") return read_schedule(setup, words[1]);
+    if (words[0] == "schedule") return store(setup.schedule, value_of(schedules, words[1]));
     if (words[0] == "pace") return read_pace(setup, words[1]);
     if (words[0] == "limit") return store(setup.limit_us, duration_from(words[1]));
     if (words[0] == "stall") return store(setup.stall_us, duration_from(words[1]));
@@ -155,8 +131,9 @@ std::string text_of(double number) {
 } // namespace
 
 std::string encode(const Setup& setup) {
-    std::string text = "board " + std::string(board_name(setup.board)) + "\n";
-    text += setup.operator_kind == OperatorKind::automatic ? "operator auto\n" : "operator none\n";
+    std::string text;
+    text.append("board ").append(name_of(boards, setup.board));
+    text.append("\noperator ").append(name_of(operators, setup.operator_kind)).append("\n");
     text += "seed " + std::to_string(setup.seed) + "\n";
     if (setup.schedule == Schedule::random) text += "schedule random\n";
     if (setup.pace) text += "pace " + text_of(*setup.pace) + "\n";
@@ -182,19 +159,6 @@ std::optional<Setup> decode(std::string_view text) {
         text.remove_prefix(end + 1);
     }
     return setup;
-}
-
-std::string_view board_name(Board board) {
-    return std::find_if(boards.begin(), boards.end(),
-                        [&](const NamedBoard& named) { return named.board == board; })
-        ->name;
-}
-
-std::optional<Board> board_from_name(std::string_view name) {
-    const auto found = std::find_if(boards.begin(), boards.end(),
-                                    [&](const NamedBoard& named) { return named.name == name; });
-    if (found == boards.end()) return std::nullopt;
-    return found->board;
 }
 
 } // namespace k4sim

@@ -57,8 +57,4 @@ std::string encode(const Setup& setup);
 // Empty when the text is not well-formed.
 std::optional<Setup> decode(std::string_view text);
 
-// The name as on the command line ("aes"), and back; empty for an unknown name.
-std::string_view board_name(Board board);
-std::optional<Board> board_from_name(std::string_view name);
-
 } // namespace k4sim

@@ -3,8 +3,10 @@
 #include "sim/launcher/json.h"
 #include "sim/launcher/options.h"
 #include "sim/models/nearest.h"
+#include "sim/setup_choices.h"
 
 #include <fnmatch.h>
+#include <iterator>
 
 namespace k4sim {
 
@@ -77,10 +79,16 @@ bool matches(std::string_view name, const std::string& pattern) {
 }
 
 Json boards_of(const Fault& fault) {
-    Json boards = Json::array();
-    for (const Board board : {Board::aes, Board::plain, Board::i2c, Board::engine, Board::none})
-        if (fault_works_on(fault, board)) boards.add(board_name(board));
-    return boards;
+    Json names = Json::array();
+    for (const std::string_view board : fault_boards(fault))
+        names.add(board);
+    return names;
+}
+
+// Empty: all.
+std::string boards_text(const Fault& fault) {
+    const std::vector<std::string_view> names = fault_boards(fault);
+    return names.size() == std::size(boards) ? "" : alternatives(names);
 }
 
 Json json_of(const Fault& fault) {
@@ -118,7 +126,7 @@ std::string faults_as_text(const std::vector<const Fault*>& faults) {
         text += pad(usage_of(*fault), 24).append(fault->breaks) + "\n";
         text += line(fault->value_syntax, fault_range(*fault));
         if (fault->value != Fault::Value::none) text += line("example", fault_example(*fault));
-        text += line("boards", fault_boards(*fault));
+        text += line("boards", boards_text(*fault));
         text += line(sight_text(fault->sight), fault->verdict);
     }
     return text;

@@ -3,12 +3,12 @@
 #include "sim/launcher/scenario.h"
 #include "sim/models/faults.h"
 #include "sim/models/nearest.h"
+#include "sim/setup_choices.h"
 
 #include <algorithm>
 #include <array>
 #include <charconv>
 #include <cmath>
-#include <functional>
 #include <iterator>
 #include <sstream>
 
@@ -21,14 +21,6 @@ constexpr double seconds_max = 1e9;
 
 // Linux takes 128 KiB for one variable of the environment, its name included.
 constexpr std::size_t setup_text_max = 128 * 1024 - 100;
-
-// What the command line sets, each thing at most as often as it is said.
-struct Said {
-    std::optional<std::string> scenario;
-    std::optional<Board> board;
-    std::optional<OperatorKind> operator_kind;
-    std::optional<std::uint64_t> seed;
-};
 
 template <class Number>
 std::optional<Number> whole_text_number(const std::string& text) {
@@ -46,28 +38,18 @@ std::int64_t microseconds(const std::string& option, const std::string& text) {
     return std::llround(*seconds * us_per_s);
 }
 
-void set_board(Said& said, const std::string& value) {
-    said.board = board_from_name(value);
-    if (!said.board) throw UsageError("--board: " + unknown_board(value));
+template <class Choices>
+auto choice_of(const std::string& kind, const std::string& name, const Choices& choices) {
+    const auto value = value_of(choices, name);
+    if (!value) throw UsageError("--" + kind + ": " + no_such(kind, name, names_of(choices)));
+    return *value;
 }
 
-void set_operator(Said& said, const std::string& value) {
-    if (value != "auto" && value != "none")
-        throw UsageError("--operator: " + unknown_operator(value));
-    said.operator_kind = value == "auto" ? OperatorKind::automatic : OperatorKind::none;
-}
-
-void set_seed(Said& said, const std::string& value) {
-    said.seed = whole_text_number<std::uint64_t>(value);
-    if (!said.seed)
+void set_seed(Setup& setup, const std::string& value) {
+    const auto seed = whole_text_number<std::uint64_t>(value);
+    if (!seed)
         throw UsageError("--seed: \"" + value + "\" is no seed; say a whole number from 0 on");
-}
-
-void set_schedule(Setup& setup, const std::string& value) {
-    if (value != "fair" && value != "random")
-        throw UsageError("--schedule: there is no schedule \"" + value +
-                         "\"; choose fair or random");
-    setup.schedule = value == "random" ? Schedule::random : Schedule::fair;
+    setup.seed = *seed;
 }
 
 void set_pace(Setup& setup, const std::string& value) {
@@ -96,11 +78,7 @@ void set_expected(Options& options, const std::string& value) {
     std::istringstream names(value + ",");
     for (std::string name; std::getline(names, name, ',');) {
         const auto verdict = verdict_from_name(name);
-        if (!verdict)
-            throw UsageError("--expect: there is no verdict \"" + name +
-                             "\"; choose passed, aborted, not-started, not-run, died or undecided" +
-                             did_you_mean(name, {"passed", "aborted", "not-started", "not-run",
-                                                 "died", "undecided"}));
+        if (!verdict) throw UsageError("--expect: " + no_such("verdict", name, verdict_words()));
         options.expected.push_back(*verdict);
     }
 }
@@ -119,65 +97,86 @@ void add_fault(Setup& setup, const std::string& text) {
 
 constexpr std::string_view command_texts = "k4sim run, k4sim faults, k4sim keys or k4sim --help";
 
-struct OptionText {
+std::string bars(const std::vector<std::string_view>& names) {
+    std::string text;
+    for (const std::string_view name : names)
+        text.append(text.empty() ? "" : "|").append(name);
+    return text;
+}
+
+struct Option {
     std::string_view name;
-    std::string_view values; // empty: it takes none
+    std::string values; // empty: it takes none
     std::string_view meaning;
+    void (*set)(Options& options, const std::string& value);
 };
 
-constexpr std::array<OptionText, 12> option_texts{{
-    {"--board", "aes|plain|i2c|engine|none", "mainboard generation (aes)"},
-    {"--operator", "auto|none", "who stands at the panel (auto)"},
-    {"--scenario", "FILE", "TOML file of steps: keys, knobs, cables, faults, when"},
-    {"--fault", "NAME[=VALUE][@SECONDS]", "a fault, from the start or from a second on"},
-    {"--seed", "N", "the same seed gives the same run (1)"},
-    {"--schedule", "fair|random", "which thread goes on: in turn, or as the seed has it (fair)"},
-    {"--pace", "FACTOR|max", "1 is real time (max)"},
-    {"--limit", "SECONDS", "virtual end of the run, status 124 (3600)"},
-    {"--stall", "SECONDS", "real time without virtual time: the end, status 125 (20)"},
-    {"--record", "DIR", "keep events, pictures, console and report there"},
-    {"--expect", "VERDICT[,VERDICT]", "status 0 for one of these, 3 for any other run"},
-    {"--quiet", "", "no closing line"},
-}};
+// What a scenario file says comes before what they set.
+const std::vector<Option>& option_table() {
+    static const std::vector<Option> options = {
+        {"--board", bars(names_of(boards)), "mainboard generation (aes)",
+         [](Options& o, auto& value) { o.setup.board = choice_of("board", value, boards); }},
+        {"--operator", bars(names_of(operators)), "who stands at the panel (auto)",
+         [](Options& o, auto& value) {
+             o.setup.operator_kind = choice_of("operator", value, operators);
+         }},
+        {"--scenario", "FILE", "TOML file of steps: keys, knobs, cables, faults, when",
+         [](Options&, auto&) {}},
+        {"--fault", "NAME[=VALUE][@SECONDS]", "a fault, from the start or from a second on",
+         [](Options& o, auto& value) { add_fault(o.setup, value); }},
+        {"--seed", "N", "the same seed gives the same run (1)",
+         [](Options& o, auto& value) { set_seed(o.setup, value); }},
+        {"--schedule", bars(names_of(schedules)),
+         "which thread goes on: in turn, or as the seed has it (fair)",
+         [](Options& o, auto& value) {
+             o.setup.schedule = choice_of("schedule", value, schedules);
+         }},
+        {"--pace", "FACTOR|max", "1 is real time (max)",
+         [](Options& o, auto& value) { set_pace(o.setup, value); }},
+        {"--limit", "SECONDS", "virtual end of the run, status 124 (3600)",
+         [](Options& o, auto& value) { o.setup.limit_us = some_time("--limit", value); }},
+        {"--stall", "SECONDS", "real time without virtual time: the end, status 125 (20)",
+         [](Options& o, auto& value) { o.setup.stall_us = some_time("--stall", value); }},
+        {"--record", "DIR", "keep events, pictures, console and report there", set_record},
+        {"--expect", "VERDICT[,VERDICT]", "status 0 for one of these, 3 for any other run",
+         set_expected},
+        {"--quiet", "", "no closing line", [](Options& o, auto&) { o.quiet = true; }},
+    };
+    return options;
+}
 
 // Null when there is none of that name.
-const OptionText* find_option(const std::string& name) {
-    const auto found = std::ranges::find(option_texts, name, &OptionText::name);
-    return found == option_texts.end() ? nullptr : &*found;
+const Option* find_option(std::string_view name) {
+    const auto found = std::ranges::find(option_table(), name, &Option::name);
+    return found == option_table().end() ? nullptr : &*found;
 }
 
-void apply(Options& options, Said& said, const std::string& name, const std::string& value) {
-    const std::array<std::pair<std::string_view, std::function<void()>>, 12> actions{{
-        {"--board", [&] { set_board(said, value); }},
-        {"--operator", [&] { set_operator(said, value); }},
-        {"--scenario", [&] { said.scenario = value; }},
-        {"--fault", [&] { add_fault(options.setup, value); }},
-        {"--seed", [&] { set_seed(said, value); }},
-        {"--schedule", [&] { set_schedule(options.setup, value); }},
-        {"--pace", [&] { set_pace(options.setup, value); }},
-        {"--limit", [&] { options.setup.limit_us = some_time(name, value); }},
-        {"--stall", [&] { options.setup.stall_us = some_time(name, value); }},
-        {"--record", [&] { set_record(options, value); }},
-        {"--expect", [&] { set_expected(options, value); }},
-        {"--quiet", [&] { options.quiet = true; }},
-    }};
-    for (const auto& [option, action] : actions)
-        if (option == name) action();
+// As said in the command line.
+struct Said {
+    const Option* option;
+    std::string value;
+};
+
+// The value that was said last; null: none was.
+const std::string* last_said(const std::vector<Said>& said, std::string_view name) {
+    const auto found = std::find_if(said.rbegin(), said.rend(),
+                                    [&](const Said& one) { return one.option->name == name; });
+    return found == said.rend() ? nullptr : &found->value;
 }
 
-// The command line goes before the file; without either, an automatic operator.
-void settle(Options& options, const Said& said) {
-    std::vector<FaultSetting> faults = std::move(options.setup.faults);
-    options.setup.faults.clear();
+// The file first, so that the command line goes before it; without either, an automatic operator.
+void settle(Options& options, const std::vector<Said>& said) {
     options.setup.operator_kind = OperatorKind::automatic;
-    if (said.scenario) read_scenario(*said.scenario, options.setup, said.board);
-    if (said.board) options.setup.board = *said.board;
-    if (said.operator_kind) options.setup.operator_kind = *said.operator_kind;
-    if (said.seed) options.setup.seed = *said.seed;
-    for (const FaultSetting& fault : faults) {
+    std::optional<Board> board;
+    if (const std::string* name = last_said(said, "--board"))
+        board = choice_of("board", *name, boards);
+    if (const std::string* file = last_said(said, "--scenario"))
+        read_scenario(*file, options.setup, board);
+    for (const auto& [option, value] : said)
+        option->set(options, value);
+    for (const FaultSetting& fault : options.setup.faults) {
         const std::string error = fault_error(options.setup.board, fault.name, fault.value);
         if (!error.empty()) throw UsageError("--fault: " + error);
-        options.setup.faults.push_back(fault);
     }
     if (encode(options.setup).size() > setup_text_max)
         throw UsageError("steps and faults are too many to hand to the program; use fewer steps");
@@ -185,34 +184,33 @@ void settle(Options& options, const Said& said) {
 
 std::vector<std::string_view> option_names() {
     std::vector<std::string_view> names;
-    std::ranges::transform(option_texts, std::back_inserter(names), &OptionText::name);
+    std::ranges::transform(option_table(), std::back_inserter(names), &Option::name);
     return names;
 }
 
-// Name and value of the option at `i`, which moves on to a value that is an argument of its own.
-std::pair<std::string, std::string> take_option(const std::vector<std::string>& arguments,
-                                                std::size_t& i) {
+// The option at `i`, which moves on to a value that is an argument of its own.
+Said take_option(const std::vector<std::string>& arguments, std::size_t& i) {
     const std::size_t equals = arguments[i].find('=');
     const std::string name = arguments[i].substr(0, equals);
-    const OptionText* const option = find_option(name);
+    const Option* const option = find_option(name);
     if (option == nullptr)
         throw UsageError("there is no option " + name + "; k4sim --help lists them all" +
                          did_you_mean(name, option_names()));
     const bool takes_value = !option->values.empty();
     if (equals != std::string::npos) {
         if (!takes_value) throw UsageError(name + " takes no value: write just " + name);
-        return {name, arguments[i].substr(equals + 1)};
+        return {option, arguments[i].substr(equals + 1)};
     }
-    if (!takes_value) return {name, ""};
+    if (!takes_value) return {option, ""};
     if (i + 1 >= arguments.size())
         throw UsageError(name + " needs a value; k4sim --help tells which");
-    return {name, arguments[++i]};
+    return {option, arguments[++i]};
 }
 
 Options parse_run(const std::vector<std::string>& arguments) {
     Options options;
     options.command = Command::run;
-    Said said;
+    std::vector<Said> said;
     std::size_t i = 1;
     for (; i < arguments.size() && arguments[i].starts_with("-"); ++i) {
         if (arguments[i] == "--") {
@@ -220,8 +218,7 @@ Options parse_run(const std::vector<std::string>& arguments) {
             break;
         }
         if (arguments[i] == "--help" || arguments[i] == "-h") return {};
-        const auto [name, value] = take_option(arguments, i);
-        apply(options, said, name, value);
+        said.push_back(take_option(arguments, i));
     }
     options.program.assign(arguments.begin() +
                                static_cast<std::ptrdiff_t>(std::min(i, arguments.size())),
@@ -266,23 +263,13 @@ Options parse_options(const std::vector<std::string>& arguments) {
                      did_you_mean(command, {"run", "faults", "keys", "help"}));
 }
 
-std::string unknown_board(const std::string& name) {
-    return "there is no board \"" + name + "\"; choose aes, plain, i2c, engine or none" +
-           did_you_mean(name, {"aes", "plain", "i2c", "engine", "none"});
-}
-
-std::string unknown_operator(const std::string& name) {
-    return "there is no operator \"" + name + "\"; choose auto or none" +
-           did_you_mean(name, {"auto", "none"});
-}
-
 std::string usage() {
     std::string text = "k4sim runs an unmodified program on a virtual K/4.\n\n"
                        "  k4sim run [OPTION]... [--] PROGRAM [ARGUMENT]...\n"
                        "  k4sim faults [--json] [PATTERN]\n"
                        "  k4sim keys\n\n";
-    for (const OptionText& option : option_texts) {
-        std::string line = "  " + std::string(option.name) + " " + std::string(option.values);
+    for (const Option& option : option_table()) {
+        std::string line = "  " + std::string(option.name) + " " + option.values;
         line.resize(std::max<std::size_t>(line.size() + 2, 40), ' ');
         text += line + std::string(option.meaning) + "\n";
     }

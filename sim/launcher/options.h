@@ -40,10 +40,6 @@ struct Options {
 // again: the last one counts, and faults add up.
 Options parse_options(const std::vector<std::string>& arguments);
 
-// What is said of a board or an operator of a name that none has.
-std::string unknown_board(const std::string& name);
-std::string unknown_operator(const std::string& name);
-
 // The text of `k4sim --help`.
 std::string usage();
 

@@ -1,8 +1,9 @@
 #include "sim/launcher/scenario.h"
 
 #include "sim/launcher/options.h"
-#include "sim/models/faults.h"
+#include "sim/models/nearest.h"
 #include "sim/operator/action.h"
+#include "sim/setup_choices.h"
 
 #include <cmath>
 #include <filesystem>
@@ -67,6 +68,14 @@ private:
         return *text;
     }
 
+    template <class Choices>
+    auto choice_of(const toml::node& node, std::string_view key, const Choices& choices) const {
+        const std::string name = text_of(node, key);
+        const auto value = value_of(choices, name);
+        if (!value) fail(node, no_such(key, name, names_of(choices)));
+        return *value;
+    }
+
     std::int64_t microseconds_of(const toml::node& node, std::string_view key) const {
         const auto seconds = node.is_number() ? node.value<double>() : std::nullopt;
         if (!seconds || !(*seconds >= 0) || *seconds > seconds_max)
@@ -76,13 +85,9 @@ private:
 
     void top_level(const toml::key& key, const toml::node& node) {
         if (key == "board") {
-            const auto board = board_from_name(text_of(node, "board"));
-            if (!board) fail(node, unknown_board(text_of(node, "board")));
-            setup_.board = *board;
+            setup_.board = choice_of(node, "board", boards);
         } else if (key == "operator") {
-            const std::string name = text_of(node, "operator");
-            if (name != "auto" && name != "none") fail(node, unknown_operator(name));
-            setup_.operator_kind = name == "auto" ? OperatorKind::automatic : OperatorKind::none;
+            setup_.operator_kind = choice_of(node, "operator", operators);
         } else if (key == "seed") {
             const auto seed = node.value_exact<std::int64_t>();
             if (!seed || *seed < 0) fail(node, "seed must be a whole number from 0 on");

@@ -13,8 +13,19 @@ namespace k4sim {
 
 namespace {
 
-constexpr std::array<std::string_view, 6> names{"PASSED",  "ABORTED", "NOT STARTED",
-                                                "NOT RUN", "DIED",    "UNDECIDED"};
+struct Name {
+    std::string_view name, word;
+};
+
+// In the order of Verdict.
+constexpr std::array<Name, 6> names{{
+    {"PASSED", "passed"},
+    {"ABORTED", "aborted"},
+    {"NOT STARTED", "not-started"},
+    {"NOT RUN", "not-run"},
+    {"DIED", "died"},
+    {"UNDECIDED", "undecided"},
+}};
 
 constexpr int status_aborted = 256 - 6;
 constexpr int status_not_started_first = 256 - 5;
@@ -163,17 +174,25 @@ Verdict judge(const Observation& observation, ProcessEnd end) {
     return Verdict::died;
 }
 
-std::string_view verdict_name(Verdict verdict) { return names[static_cast<std::size_t>(verdict)]; }
+std::string_view verdict_name(Verdict verdict) {
+    return names[static_cast<std::size_t>(verdict)].name;
+}
 
 std::optional<Verdict> verdict_from_name(std::string_view name) {
     const auto letter = [](char c) {
-        return c == '-' || c == '_' ? ' ' : static_cast<char>(std::toupper(c));
+        return c == ' ' || c == '_' ? '-' : static_cast<char>(std::tolower(c));
     };
-    std::string plain;
-    std::ranges::transform(name, std::back_inserter(plain), letter);
-    const auto found = std::ranges::find(names, plain);
+    std::string word;
+    std::ranges::transform(name, std::back_inserter(word), letter);
+    const auto found = std::ranges::find(names, word, &Name::word);
     if (found == names.end()) return std::nullopt;
     return static_cast<Verdict>(found - names.begin());
+}
+
+std::vector<std::string_view> verdict_words() {
+    std::vector<std::string_view> words;
+    std::ranges::transform(names, std::back_inserter(words), &Name::word);
+    return words;
 }
 
 void write_reports(Record& record, const Outcome& outcome) {

@@ -35,6 +35,9 @@ std::string_view verdict_name(Verdict verdict);
 // Its name back, in any case, with a blank, "-" or "_" between words; empty for none of them.
 std::optional<Verdict> verdict_from_name(std::string_view name);
 
+// The names as they are written in a command line: "passed", "not-started" ...
+std::vector<std::string_view> verdict_words();
+
 // A run as it came out.
 struct Outcome {
     std::string program;

@@ -2,6 +2,7 @@
 
 #include "sim/models/nearest.h"
 #include "sim/models/panel/keys.h"
+#include "sim/setup_choices.h"
 
 #include <algorithm>
 #include <charconv>
@@ -62,20 +63,6 @@ std::string pair_of(std::int64_t first, std::int64_t second) {
 
 bool is_key(std::string_view value) {
     return value.size() == 1 && key_characters.find(value[0]) != std::string_view::npos;
-}
-
-bool board_has(Board board, Needs needs) {
-    switch (needs) {
-    case Needs::nothing:
-        return true;
-    case Needs::cpld:
-        return board != Board::none;
-    case Needs::aes:
-        return board == Board::aes;
-    case Needs::i2c:
-        break;
-    }
-    return board == Board::i2c || board == Board::engine;
 }
 
 bool is_word(std::string_view words, std::string_view value) {
@@ -160,20 +147,18 @@ std::string fault_range(const Fault& fault) {
     }
 }
 
-bool fault_works_on(const Fault& fault, Board board) { return board_has(board, fault.needs); }
-
-std::string_view fault_boards(const Fault& fault) {
+std::vector<std::string_view> fault_boards(const Fault& fault) {
     switch (fault.needs) {
     case Needs::aes:
-        return "aes";
+        return {"aes"};
     case Needs::i2c:
-        return "i2c or engine";
+        return {"i2c", "engine"};
     case Needs::cpld:
-        return "aes, plain, i2c or engine";
+        return {"aes", "plain", "i2c", "engine"};
     case Needs::nothing:
         break;
     }
-    return "";
+    return names_of(boards);
 }
 
 std::string fault_error(Board board, std::string_view name, std::string_view value) {
@@ -181,10 +166,11 @@ std::string fault_error(Board board, std::string_view name, std::string_view val
     if (fault == nullptr)
         return "unknown fault " + std::string(name) + ": \"k4sim faults\" lists all there are" +
                did_you_mean(name, fault_names());
-    if (!board_has(board, fault->needs))
+    const std::vector<std::string_view> suitable = fault_boards(*fault);
+    const std::string_view chosen = name_of(boards, board);
+    if (std::ranges::find(suitable, chosen) == suitable.end())
         return "fault " + std::string(name) + " has nothing to break on board " +
-               std::string(board_name(board)) + ": choose board " +
-               std::string(fault_boards(*fault));
+               std::string(chosen) + ": choose board " + alternatives(suitable);
     return value_error(*fault, value);
 }
 

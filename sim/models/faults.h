@@ -9,6 +9,7 @@
 #include <string>
 #include <string_view>
 #include <utility>
+#include <vector>
 
 namespace k4sim {
 
@@ -46,11 +47,8 @@ std::string fault_example(const Fault& fault);
 // "from LOW to HIGH" of a number, a decimal (with its unit) or a pair; empty of what takes none.
 std::string fault_range(const Fault& fault);
 
-// Whether the board has what it breaks.
-bool fault_works_on(const Fault& fault, Board board);
-
-// The boards that have something to break, as "A, B or C"; empty: all.
-std::string_view fault_boards(const Fault& fault);
+// The names of the boards that have what it breaks.
+std::vector<std::string_view> fault_boards(const Fault& fault);
 
 // Why `name` with `value` (empty: none given) can't be had on `board`: one line without
 // a line end that says what and how to mend it. Empty when all is well.

@@ -52,4 +52,20 @@ std::string did_you_mean(std::string_view wrong, const std::vector<std::string_v
     return right.empty() ? "" : "; did you mean " + std::string(right) + "?";
 }
 
+std::string alternatives(const std::vector<std::string_view>& words) {
+    std::string text;
+    for (std::size_t i = 0; i < words.size(); ++i) {
+        if (i > 0) text += i + 1 < words.size() ? ", " : " or ";
+        text += words[i];
+    }
+    return text;
+}
+
+std::string no_such(std::string_view kind, std::string_view wrong,
+                    const std::vector<std::string_view>& choices) {
+    std::string text("there is no ");
+    text.append(kind).append(" \"").append(wrong).append("\"; choose ");
+    return text + alternatives(choices) + did_you_mean(wrong, choices);
+}
+
 } // namespace k4sim

@@ -14,4 +14,12 @@ std::string_view nearest(std::string_view wrong, const std::vector<std::string_v
 // "; did you mean RIGHT?" with the nearest; empty without one.
 std::string did_you_mean(std::string_view wrong, const std::vector<std::string_view>& candidates);
 
+// "A, B or C".
+std::string alternatives(const std::vector<std::string_view>& words);
+
+// What is said of a wrong choice: "there is no KIND "WRONG"; choose A, B or C", and what may be
+// meant.
+std::string no_such(std::string_view kind, std::string_view wrong,
+                    const std::vector<std::string_view>& choices);
+
 } // namespace k4sim
