@@ -1,5 +1,6 @@
 #include "sim/host/port_trap.h"
 
+#include "sim/host/code_place.h"
 #include "sim/host/death_watch.h"
 #include "sim/host/real.h"
 #include "sim/host/unplayed.h"
@@ -9,7 +10,6 @@
 
 #include <csignal>
 #include <cstdint>
-#include <ucontext.h>
 
 namespace k4sim {
 
@@ -18,11 +18,9 @@ namespace {
 using SigactionFunction = int(int, const struct sigaction*, struct sigaction*);
 
 #ifdef __i386__
-constexpr int instruction_register = REG_EIP;
 constexpr int data_register = REG_EDX;
 constexpr int accumulator = REG_EAX;
 #else
-constexpr int instruction_register = REG_RIP;
 constexpr int data_register = REG_RDX;
 constexpr int accumulator = REG_RAX;
 #endif

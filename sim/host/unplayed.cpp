@@ -1,5 +1,6 @@
 #include "sim/host/unplayed.h"
 
+#include "sim/host/code_place.h"
 #include "sim/host/run.h"
 #include "sim/machine/report.h"
 #include "sim/time/scheduler.h"
@@ -7,9 +8,8 @@
 #include <algorithm>
 #include <array>
 #include <cstdio>
-#include <cstring>
-#include <dlfcn.h>
 #include <iterator>
+#include <string_view>
 #include <unistd.h>
 
 namespace k4sim {
@@ -51,16 +51,14 @@ const char* unplayed_port_access(const std::uint8_t* code, bool privileged) {
 }
 
 void end_unplayed(const char* what, const void* address) {
-    Dl_info info{};
-    const bool known = dladdr(address, &info) != 0 && info.dli_fname != nullptr;
-    const char* const slash = known ? std::strrchr(info.dli_fname, '/') : nullptr;
-    const char* const file = slash != nullptr ? slash + 1 : known ? info.dli_fname : "?";
-    const auto offset =
-        known ? static_cast<const char*>(address) - static_cast<const char*>(info.dli_fbase) : 0;
+    const CodePlace place = code_place(reinterpret_cast<std::uintptr_t>(address));
+    const std::string_view file = place.file.substr(place.file.rfind('/') + 1);
     std::array<char, 300> line{};
-    std::snprintf(line.data(), line.size(),
-                  "k4sim: %s, which the virtual device does not play: thread %d at %p (%s+0x%lx)\n",
-                  what, Scheduler::current()->id, address, file, static_cast<long>(offset));
+    std::snprintf(
+        line.data(), line.size(),
+        "k4sim: %s, which the virtual device does not play: thread %d at %p (%.*s+0x%lx)\n", what,
+        Scheduler::current()->id, address, static_cast<int>(file.size()), file.data(),
+        static_cast<unsigned long>(place.offset));
     write_fully(STDERR_FILENO, line.data());
     end_process(status_deadlock, "unplayed");
 }

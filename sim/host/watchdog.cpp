@@ -1,5 +1,6 @@
 #include "sim/host/watchdog.h"
 
+#include "sim/host/code_place.h"
 #include "sim/host/real.h"
 #include "sim/host/run.h"
 #include "sim/machine/machine.h"
@@ -19,7 +20,6 @@
 #include <sys/prctl.h>
 #include <sys/syscall.h>
 #include <sys/wait.h>
-#include <ucontext.h>
 #include <unistd.h>
 
 namespace k4sim {
@@ -38,20 +38,6 @@ std::string seconds_text(Microseconds duration) {
     return text;
 }
 
-// "function+0x1f in ./program"; of a function that is not exported, the place in its file.
-std::string place_of(std::uintptr_t address) {
-    Dl_info info{};
-    // NOLINTNEXTLINE(performance-no-int-to-ptr): the register holds an address
-    if (dladdr(reinterpret_cast<const void*>(address), &info) == 0) return "unknown code";
-    const bool named = info.dli_sname != nullptr;
-    const void* const base = named ? info.dli_saddr : info.dli_fbase;
-    char offset[32];
-    std::snprintf(offset, sizeof offset, "+0x%lx",
-                  static_cast<unsigned long>(address - reinterpret_cast<std::uintptr_t>(base)));
-    const std::string file = info.dli_fname;
-    return named ? info.dli_sname + (offset + (" in " + file)) : file + offset;
-}
-
 std::string name_of_caller() {
     char name[16] = "";
     prctl(PR_GET_NAME, name);
@@ -61,14 +47,8 @@ std::string name_of_caller() {
 
 // On the thread that stands, in the midst of whatever it does.
 void on_stall(int, siginfo_t*, void* context) {
-    const greg_t* const registers = static_cast<ucontext_t*>(context)->uc_mcontext.gregs;
-#ifdef __i386__
-    const auto address = static_cast<std::uintptr_t>(registers[REG_EIP]);
-#else
-    const auto address = static_cast<std::uintptr_t>(registers[REG_RIP]);
-#endif
     const std::string thread = name_of_caller();
-    const std::string place = place_of(address);
+    const std::string place = code_place_text(interrupted_address(context));
     write_fully(STDERR_FILENO, "k4sim: no virtual time passes for " + seconds_text(patience_us) +
                                    " s: thread " + thread + " stands at " + place + "\n");
     machine().event("program", "stands",
