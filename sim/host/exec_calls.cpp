@@ -3,17 +3,16 @@
 #include "sim/host/inheritance.h"
 #include "sim/host/real.h"
 #include "sim/programs/environment.h"
+#include "sim/programs/search_path.h"
 
 #include <array>
 #include <cerrno>
 #include <cstdarg>
 #include <cstdio>
-#include <cstdlib>
 #include <fcntl.h>
 #include <functional>
 #include <spawn.h>
 #include <string>
-#include <string_view>
 #include <unistd.h>
 #include <vector>
 
@@ -40,22 +39,6 @@ int execute_file(const char* path, Variables arguments, Variables variables) {
     });
 }
 
-// Each path that a plain name may mean; as libc does it.
-std::vector<std::string> candidates(const std::string& name) {
-    if (name.empty() || name.find('/') != std::string::npos) return {name};
-    const char* path = std::getenv("PATH");
-    std::string_view folders = path != nullptr ? path : "/bin:/usr/bin";
-    std::vector<std::string> found;
-    for (;;) {
-        const std::size_t end = folders.find(':');
-        std::string path_of_name(folders.substr(0, end));
-        if (!path_of_name.empty()) path_of_name += '/';
-        found.push_back(path_of_name.append(name));
-        if (end == std::string_view::npos) return found;
-        folders.remove_prefix(end + 1);
-    }
-}
-
 // Whether the search goes on behind such a one.
 bool is_not_meant(int error) {
     return error == ENOENT || error == ENOTDIR || error == EACCES || error == ENODEV ||
@@ -74,7 +57,7 @@ int execute_as_script(const std::string& path, Variables arguments, Variables va
 
 int search_and_execute(const char* name, Variables arguments, Variables variables) {
     bool denied = false;
-    for (const std::string& path : candidates(name)) {
+    for (const std::string& path : paths_of(name)) {
         execute_file(path.c_str(), arguments, variables);
         if (errno == ENOEXEC) return execute_as_script(path, arguments, variables);
         if (!is_not_meant(errno)) return -1;
@@ -100,9 +83,11 @@ using SpawnFunction = int(pid_t*, const char*, const posix_spawn_file_actions_t*
 // executions take.
 class EnvironmentOfRun {
 public:
-    explicit EnvironmentOfRun(const char* path)
-        : former_(environ), texts_(environment_for(path, environ)), pointers_(pointers_to(texts_)) {
-        if (in_run()) environ = pointers_.data();
+    explicit EnvironmentOfRun(const char* path) : former_(environ) {
+        if (!in_run()) return;
+        texts_ = environment_for(path, environ);
+        pointers_ = pointers_to(texts_);
+        environ = pointers_.data();
     }
     ~EnvironmentOfRun() { environ = former_; }
     EnvironmentOfRun(const EnvironmentOfRun&) = delete;
@@ -211,7 +196,7 @@ int stand_in_spawnp(pid_t* child, const char* name, const posix_spawn_file_actio
 int stand_in_spawnp(pid_t* child, const char* name, const posix_spawn_file_actions_t* actions,
                     const posix_spawnattr_t* attributes, Variables arguments, Variables variables) {
     int error = ENOENT;
-    for (const std::string& path : candidates(name)) {
+    for (const std::string& path : paths_of(name)) {
         error = stand_in_spawn(child, path.c_str(), actions, attributes, arguments, variables);
         if (!is_not_meant(error)) break;
     }

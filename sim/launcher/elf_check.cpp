@@ -1,10 +1,9 @@
 #include "sim/launcher/elf_check.h"
 
 #include "sim/launcher/options.h"
+#include "sim/programs/search_path.h"
 
-#include <cstdlib>
 #include <filesystem>
-#include <sstream>
 #include <unistd.h>
 
 namespace k4sim {
@@ -17,12 +16,8 @@ bool is_program_file(const std::string& path) {
 }
 
 std::string in_search_path(const std::string& name) {
-    const char* folders = std::getenv("PATH");
-    std::istringstream list(folders != nullptr ? folders : "");
-    for (std::string folder; std::getline(list, folder, ':');) {
-        std::string candidate = (folder.empty() ? "." : folder) + "/" + name;
-        if (is_program_file(candidate)) return candidate;
-    }
+    for (const std::string& path : paths_of(name))
+        if (is_program_file(path)) return path;
     return {};
 }
 

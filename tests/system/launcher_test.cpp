@@ -16,6 +16,10 @@ namespace {
 using namespace k4test;
 namespace fs = std::filesystem;
 
+// Of programs that there is a library for.
+const std::vector<std::string> word_sizes =
+    sizeof(long) == 4 ? std::vector<std::string>{"64", "32"} : std::vector<std::string>{"64"};
+
 class Launcher : public testing::Test {
 protected:
     // Words as for a shell, in a folder of its own.
@@ -369,7 +373,7 @@ TEST_F(Launcher, EndsAProgramInWhichNoVirtualTimePasses) {
     } cases[] = {{"spinner", "thread 1 (spinner) stands at spin_for_good+0x"},
                  {"reader", "thread 1 (reader) stands at "},
                  {"deaf", "thread (deaf) answers to no signal"}};
-    for (const std::string bits : {"64", sizeof(long) == 4 ? "32" : "64"})
+    for (const std::string& bits : word_sizes)
         for (const auto& [way, must_say] : cases) {
             const CommandResult result =
                 shell("[ -p pipe ] || mkfifo pipe; exec 3<>pipe; exec " K4_SIM
