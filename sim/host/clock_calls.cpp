@@ -1,8 +1,9 @@
 // Stand-ins for the functions of libc that read clocks and sleep. Each exists for the
 // time types of this word size and, in 32-bit programs, under the name that takes 64-bit
 // times; the symbol's name stands in quotes.
-#include "sim/host/clocks.h"
+#include "sim/host/deadline.h"
 #include "sim/host/real.h"
+#include "sim/host/result.h"
 #include "sim/host/threads.h"
 #include "sim/host/wire_time.h"
 
@@ -19,11 +20,6 @@ void store(Time& time, Microseconds us, std::int64_t fractions_per_us) {
     using Fraction = decltype(time.fraction);
     time.seconds = static_cast<Seconds>(us / us_per_second);
     time.fraction = static_cast<Fraction>(us % us_per_second * fractions_per_us);
-}
-
-template <typename Time>
-bool valid(const Time& time) {
-    return time.seconds >= 0 && time.fraction >= 0 && time.fraction < ns_per_second;
 }
 
 template <typename Time>
@@ -54,11 +50,8 @@ Seconds read_seconds(const char* name, Seconds* copy) {
 template <typename Time>
 int sleep_for(const char* name, const Time* time, Time* left) {
     if (!belongs_to_program()) return real_function<int(const Time*, Time*)>(name)(time, left);
-    if (!valid(*time)) {
-        errno = EINVAL;
-        return -1;
-    }
-    sleep_until(virtual_time_after(span_us(time->seconds, time->fraction)));
+    if (!valid_span(*time)) return libc_result(-EINVAL);
+    sleep_until(deadline_after(time));
     return 0;
 }
 
@@ -68,10 +61,8 @@ int sleep_by_clock(const char* name, clockid_t clock, int flags, const Time* tim
     if (!belongs_to_program() || !start)
         return real_function<int(clockid_t, int, const Time*, Time*)>(name)(clock, flags, time,
                                                                             left);
-    if (!valid(*time)) return EINVAL;
-    sleep_until((flags & TIMER_ABSTIME) != 0
-                    ? virtual_time(*start, time->seconds, time->fraction)
-                    : virtual_time_after(span_us(time->seconds, time->fraction)));
+    if (!valid_span(*time)) return EINVAL;
+    sleep_until((flags & TIMER_ABSTIME) != 0 ? deadline_of(clock, *time) : deadline_after(time));
     return 0;
 }
 

@@ -2,6 +2,7 @@
 
 #include "sim/host/pipe_end.h"
 #include "sim/host/real.h"
+#include "sim/host/result.h"
 #include "sim/host/threads.h"
 #include "sim/machine/machine.h"
 
@@ -17,13 +18,6 @@ namespace {
 int real_poll(pollfd* states, nfds_t count, int timeout_ms) {
     static auto* const function = real_function<int(pollfd*, nfds_t, int)>("poll");
     return function(states, count, timeout_ms);
-}
-
-template <typename Result>
-Result with_errno(Result result) {
-    if (result >= 0) return result;
-    errno = static_cast<int>(-result);
-    return -1;
 }
 
 // When time alone makes the file ready. A file that is ready now is not in the way that the
@@ -51,16 +45,16 @@ bool Descriptors::owns(int descriptor) const {
 }
 
 int Descriptors::open(std::string_view path, int flags) {
-    if (!machine().claim()) return with_errno(-EBUSY);
+    if (!machine().claim()) return libc_result(-EBUSY);
     std::unique_ptr<OpenFile> file = openers_.find(path)->second();
     machine().event("program", "open", {{"device", path}, {"present", file != nullptr}});
-    if (!file) return with_errno(-ENOENT);
+    if (!file) return libc_result(-ENOENT);
     return add(std::string(path), flags, std::move(file));
 }
 
 ssize_t Descriptors::read(int descriptor, void* data, std::size_t size) {
     if (!wait_until(descriptor, &OpenFile::readable)) return -1;
-    return with_errno(files_[descriptor].file->read(data, size));
+    return libc_result(files_[descriptor].file->read(data, size));
 }
 
 ssize_t Descriptors::write(int descriptor, const void* data, std::size_t size) {
@@ -69,7 +63,7 @@ ssize_t Descriptors::write(int descriptor, const void* data, std::size_t size) {
         if (!wait_until(descriptor, &OpenFile::writable)) break;
         const ssize_t result =
             files_[descriptor].file->write(static_cast<const char*>(data) + done, size - done);
-        if (result < 0 && done == 0) return with_errno(result);
+        if (result < 0 && done == 0) return libc_result(result);
         if (result <= 0) break;
         done += static_cast<std::size_t>(result);
     } while (done < size);
@@ -77,7 +71,7 @@ ssize_t Descriptors::write(int descriptor, const void* data, std::size_t size) {
 }
 
 int Descriptors::control(int descriptor, unsigned long request, void* argument) {
-    return with_errno(files_[descriptor].file->control(request, argument));
+    return libc_result(files_[descriptor].file->control(request, argument));
 }
 
 void Descriptors::forget(int descriptor) {
@@ -131,9 +125,9 @@ void Descriptors::changed() { scheduler().wake_all(this); }
 bool Descriptors::wait_until(int descriptor, bool (OpenFile::*ready)() const) {
     for (;;) {
         const auto found = files_.find(descriptor);
-        if (found == files_.end()) return with_errno(-EBADF) == 0;
+        if (found == files_.end()) return libc_result(-EBADF) == 0;
         if ((found->second.file.get()->*ready)()) return true;
-        if (is_nonblocking(descriptor)) return with_errno(-EAGAIN) == 0;
+        if (is_nonblocking(descriptor)) return libc_result(-EAGAIN) == 0;
         wait_cancellable(this, later_ready_at(*found->second.file));
     }
 }

@@ -6,6 +6,7 @@
 #include "sim/host/deadline.h"
 #include "sim/host/descriptors.h"
 #include "sim/host/real.h"
+#include "sim/host/result.h"
 #include "sim/host/selection.h"
 #include "sim/host/threads.h"
 #include "sim/host/wire_time.h"
@@ -20,13 +21,6 @@
 namespace k4sim {
 
 namespace {
-
-constexpr Microseconds us_per_ms = 1000;
-
-int fail(int error) {
-    errno = error;
-    return -1;
-}
 
 // The signals that a wait lets through, while it lasts.
 class Masked {
@@ -51,12 +45,10 @@ int poll_masked(const char* name, pollfd* states, nfds_t count, const Time* time
     if (!at_call())
         return real_function<int(pollfd*, nfds_t, const Time*, const sigset_t*)>(name)(
             states, count, time, set);
-    if (time != nullptr && (time->seconds < 0 || !valid_fraction(*time))) return fail(EINVAL);
+    if (time != nullptr && !valid_span(*time)) return libc_result(-EINVAL);
     test_cancel();
     const Masked masked(set);
-    return descriptors().poll(
-        states, count,
-        time == nullptr ? never : virtual_time_after(span_us(time->seconds, time->fraction)));
+    return descriptors().poll(states, count, deadline_after(time));
 }
 
 template <typename Time>
@@ -65,11 +57,9 @@ int select_masked(const char* name, int count, fd_set* reading, fd_set* writing,
     if (!at_call())
         return real_function<int(int, fd_set*, fd_set*, fd_set*, const Time*, const sigset_t*)>(
             name)(count, reading, writing, exceptions, time, set);
-    if (time != nullptr && (time->seconds < 0 || !valid_fraction(*time))) return fail(EINVAL);
+    if (time != nullptr && !valid_span(*time)) return libc_result(-EINVAL);
     const Masked masked(set);
-    return select_until(
-        count, reading, writing, exceptions,
-        time == nullptr ? never : virtual_time_after(span_us(time->seconds, time->fraction)));
+    return select_until(count, reading, writing, exceptions, deadline_after(time));
 }
 
 int wait_events(int descriptor, epoll_event* events, int room, int timeout_ms,
@@ -78,8 +68,7 @@ int wait_events(int descriptor, epoll_event* events, int room, int timeout_ms,
     if (!at_call()) return real_wait(descriptor, events, room, timeout_ms);
     test_cancel();
     const Masked masked(set);
-    const Microseconds deadline =
-        timeout_ms < 0 ? never : virtual_time_after(timeout_ms * us_per_ms);
+    const Microseconds deadline = deadline_after_ms(timeout_ms);
     for (;;) {
         const int ready = real_wait(descriptor, events, room, 0);
         if (ready != 0 || scheduler().now() >= deadline) return ready;

@@ -1,11 +1,12 @@
 // Stand-ins for the functions of libc on descriptors. The symbol's name stands in
 // quotes; the names with "64" are those of programs with 64-bit file offsets or times,
 // the names with "_2" and "_chk" those of a hardened build.
-#include "sim/host/clocks.h"
+#include "sim/host/deadline.h"
 #include "sim/host/descriptors.h"
 #include "sim/host/inheritance.h"
 #include "sim/host/network_calls.h"
 #include "sim/host/real.h"
+#include "sim/host/result.h"
 #include "sim/host/selection.h"
 #include "sim/host/threads.h"
 #include "sim/host/wire_time.h"
@@ -47,18 +48,11 @@ ssize_t read_file(int descriptor, void* data, std::size_t size) {
     return descriptors().read(descriptor, data, size);
 }
 
-// An error number, negative, goes to errno.
-int as_libc_result(int result) {
-    if (result >= 0) return result;
-    errno = -result;
-    return -1;
-}
-
 int control_file(const char* name, int descriptor, unsigned long request, void* argument) {
     if (owned(descriptor)) return descriptors().control(descriptor, request, argument);
     if (belongs_to_program())
         if (const auto answer = network_request(descriptor, request, argument))
-            return as_libc_result(*answer);
+            return libc_result(*answer);
     return real_function<int(int, unsigned long, ...)>(name)(descriptor, request, argument);
 }
 
@@ -73,9 +67,7 @@ int poll_files(pollfd* states, nfds_t count, int timeout_ms) {
     static auto* const real_poll = real_function<int(pollfd*, nfds_t, int)>("poll");
     if (!at_call()) return real_poll(states, count, timeout_ms);
     test_cancel();
-    constexpr Microseconds us_per_ms = 1000;
-    return descriptors().poll(states, count,
-                              timeout_ms < 0 ? never : virtual_time_after(timeout_ms * us_per_ms));
+    return descriptors().poll(states, count, deadline_after_ms(timeout_ms));
 }
 
 template <typename Time>
@@ -85,10 +77,7 @@ int select_files(const char* name, int count, fd_set* reading, fd_set* writing, 
         return real_function<int(int, fd_set*, fd_set*, fd_set*, Time*)>(name)(
             count, reading, writing, exceptions, timeout);
     if (timeout == nullptr) return select_until(count, reading, writing, exceptions, never);
-    if (timeout->seconds < 0 || timeout->fraction < 0) {
-        errno = EINVAL;
-        return -1;
-    }
+    if (timeout->seconds < 0 || timeout->fraction < 0) return libc_result(-EINVAL);
     const Microseconds deadline =
         virtual_time_after(span_us(timeout->seconds, timeout->fraction * ns_per_us));
     const int result = select_until(count, reading, writing, exceptions, deadline);
@@ -156,7 +145,7 @@ OPEN_AT(checked_wide_openat, "__openat64_2")
 int stand_in_close(int descriptor) asm("close");
 int stand_in_close(int descriptor) {
     static auto* const real_close = real_function<int(int)>("close");
-    if (belongs_to_run(descriptor)) return as_libc_result(-EBADF);
+    if (belongs_to_run(descriptor)) return libc_result(-EBADF);
     const bool was_owned = owned(descriptor);
     if (was_owned) descriptors().forget(descriptor);
     const int result = real_close(descriptor);

@@ -6,6 +6,7 @@
 // Limit: an object that another process shares wakes nobody here.
 #include "sim/host/deadline.h"
 #include "sim/host/real.h"
+#include "sim/host/result.h"
 #include "sim/host/threads.h"
 #include "sim/host/wire_time.h"
 #include "sim/machine/machine.h"
@@ -51,12 +52,6 @@ int given_back(int result, const void* object) {
     return result;
 }
 
-int with_errno(int result) {
-    if (result == 0) return 0;
-    errno = result;
-    return -1;
-}
-
 // Semaphores.
 
 int try_semaphore(sem_t* semaphore) {
@@ -67,14 +62,14 @@ int try_semaphore(sem_t* semaphore) {
 
 int take_semaphore(sem_t* semaphore, Microseconds deadline) {
     test_cancel();
-    return with_errno(
-        take(semaphore, deadline, Cancellation::enabled, [&] { return try_semaphore(semaphore); }));
+    return libc_result(-take(semaphore, deadline, Cancellation::enabled,
+                             [&] { return try_semaphore(semaphore); }));
 }
 
 template <typename Time>
 int take_semaphore_until(const char* name, sem_t* semaphore, const Time* time) {
     if (!at_call()) return real_function<int(sem_t*, const Time*)>(name)(semaphore, time);
-    if (!valid_fraction(*time)) return with_errno(EINVAL);
+    if (!valid_fraction(*time)) return libc_result(-EINVAL);
     return take_semaphore(semaphore, deadline_of(CLOCK_REALTIME, *time));
 }
 
@@ -82,7 +77,7 @@ template <typename Time>
 int take_semaphore_by(const char* name, sem_t* semaphore, clockid_t clock, const Time* time) {
     if (!at_call())
         return real_function<int(sem_t*, clockid_t, const Time*)>(name)(semaphore, clock, time);
-    if (!clock_start(clock) || !valid_fraction(*time)) return with_errno(EINVAL);
+    if (!clock_start(clock) || !valid_fraction(*time)) return libc_result(-EINVAL);
     return take_semaphore(semaphore, deadline_of(clock, *time));
 }
 
@@ -188,9 +183,7 @@ int wait_for_word(const std::atomic<int>* word, int expected, Microseconds deadl
 
 template <typename Time>
 Microseconds futex_deadline(int operation, const Time* time) {
-    if (time == nullptr) return never;
-    if ((operation & FUTEX_CMD_MASK) == FUTEX_WAIT)
-        return virtual_time_after(span_us(time->seconds, time->fraction));
+    if (time == nullptr || (operation & FUTEX_CMD_MASK) == FUTEX_WAIT) return deadline_after(time);
     const bool wall = (operation & FUTEX_CLOCK_REALTIME) != 0;
     return deadline_of(wall ? CLOCK_REALTIME : CLOCK_MONOTONIC, *time);
 }
@@ -200,7 +193,7 @@ long futex(const std::atomic<int>* word, int operation, int value, const Time* t
     switch (operation & FUTEX_CMD_MASK) {
     case FUTEX_WAIT:
     case FUTEX_WAIT_BITSET:
-        return with_errno(wait_for_word(word, value, futex_deadline(operation, time)));
+        return libc_result(-wait_for_word(word, value, futex_deadline(operation, time)));
     case FUTEX_WAKE:
     case FUTEX_WAKE_BITSET: {
         int woken = 0;
@@ -226,7 +219,8 @@ int stand_in_sem_wait(sem_t* semaphore) {
 
 int stand_in_sem_trywait(sem_t* semaphore) asm("sem_trywait");
 int stand_in_sem_trywait(sem_t* semaphore) {
-    if (at_call()) return with_errno(tried(try_semaphore(semaphore), EBUSY) == EBUSY ? EAGAIN : 0);
+    if (at_call())
+        return libc_result(tried(try_semaphore(semaphore), EBUSY) == EBUSY ? -EAGAIN : 0);
     return real_function<int(sem_t*)>("sem_trywait")(semaphore);
 }
 

@@ -1,6 +1,7 @@
 // Stand-ins for the requests of I/O privilege. As on Linux it belongs to the calling
 // thread and to the threads that it creates later.
 #include "sim/host/real.h"
+#include "sim/host/result.h"
 #include "sim/host/threads.h"
 #include "sim/host/unplayed.h"
 #include "sim/machine/machine.h"
@@ -14,24 +15,15 @@ namespace {
 constexpr unsigned highest_level = 3;
 
 int set_privilege(unsigned level) {
-    if (level > highest_level) {
-        errno = EINVAL;
-        return -1;
-    }
-    if (level == highest_level && !machine().claim()) {
-        errno = EBUSY;
-        return -1;
-    }
+    if (level > highest_level) return libc_result(-EINVAL);
+    if (level == highest_level && !machine().claim()) return libc_result(-EBUSY);
     Thread& thread = *Scheduler::current();
     const bool granted = level != highest_level || !machine().privilege_refused();
     machine().event("program", "iopl",
                     {{"thread", std::int64_t{thread.id}},
                      {"level", std::int64_t{level}},
                      {"granted", granted}});
-    if (!granted) {
-        errno = EPERM;
-        return -1;
-    }
+    if (!granted) return libc_result(-EPERM);
     // Levels below 3 leave the ports to the system.
     thread.io_privilege = level == highest_level;
     return 0;

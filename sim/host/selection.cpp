@@ -1,6 +1,7 @@
 #include "sim/host/selection.h"
 
 #include "sim/host/descriptors.h"
+#include "sim/host/result.h"
 #include "sim/host/threads.h"
 
 #include <cerrno>
@@ -52,16 +53,10 @@ int select_until(int count, fd_set* reading, fd_set* writing, fd_set* exceptions
                  Microseconds deadline) {
     test_cancel();
     const Sets sets = {reading, writing, exceptions};
-    if (count < 0 || count > FD_SETSIZE) {
-        errno = EINVAL;
-        return -1;
-    }
+    if (count < 0 || count > FD_SETSIZE) return libc_result(-EINVAL);
     std::vector<pollfd> states = states_of(count, sets);
     if (descriptors().poll(states.data(), states.size(), deadline) < 0) return -1;
-    if (any_invalid(states)) {
-        errno = EBADF;
-        return -1;
-    }
+    if (any_invalid(states)) return libc_result(-EBADF);
     return answer(states, 0, reading) + answer(states, 1, writing) + answer(states, 2, exceptions);
 }
 

@@ -1,7 +1,8 @@
 // Stand-ins for the wait for a signal, in virtual time. A signal from outside the virtual device
 // is seen when that wait ends, or at once when it came before. The symbol's name stands in quotes.
-#include "sim/host/clocks.h"
+#include "sim/host/deadline.h"
 #include "sim/host/real.h"
+#include "sim/host/result.h"
 #include "sim/host/threads.h"
 #include "sim/host/wire_time.h"
 #include "sim/machine/signals.h"
@@ -19,13 +20,9 @@ using Wait = int(const sigset_t*, siginfo_t*, const Time*);
 template <typename Time>
 int wait_for_signal(const char* name, const sigset_t* set, siginfo_t* info, const Time* time) {
     if (!belongs_to_program()) return real_function<Wait<Time>>(name)(set, info, time);
-    if (time != nullptr && (time->fraction < 0 || time->fraction >= ns_per_second)) {
-        errno = EINVAL;
-        return -1;
-    }
+    if (time != nullptr && !valid_span(*time)) return libc_result(-EINVAL);
     const Time at_once{};
-    const Microseconds deadline =
-        time == nullptr ? never : virtual_time_after(span_us(time->seconds, time->fraction));
+    const Microseconds deadline = deadline_after(time);
     for (;;) {
         const int signal = real_function<Wait<Time>>(name)(set, info, &at_once);
         if (signal > 0 || errno != EAGAIN) return signal;

@@ -1,0 +1,16 @@
+// Results as the functions of libc give them.
+#pragma once
+
+#include <cerrno>
+
+namespace k4sim {
+
+// A result, or an error number, negative, which goes to errno.
+template <typename Result>
+Result libc_result(Result result) {
+    if (result >= 0) return result;
+    errno = static_cast<int>(-result);
+    return -1;
+}
+
+} // namespace k4sim
