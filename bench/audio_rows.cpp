@@ -1,13 +1,15 @@
 // One second of audio as the analog audio test handles it, 6 channels filled with a sine and
-// 2 analysed, against plain loops in doubles with one sin() a frame.
+// 2 analysed, against plain loops in doubles with one sin() and one rounding a frame.
+
+#include "table.h"
 
 #include "audio/alsabuf.h"
 
 #include <algorithm>
 #include <array>
-#include <benchmark/benchmark.h>
 #include <cmath>
 #include <numbers>
+#include <numeric>
 #include <vector>
 
 namespace {
@@ -25,13 +27,15 @@ void fillPlainly(std::vector<int16_t>& samples, double& phase) {
     const double step = 2 * std::numbers::pi * tone_hz / rate_hz;
     for (int frame = 0; frame < rate_hz; ++frame) {
         const double value = level * fullScale * std::sin(frame * step + phase);
-        for (int channel = 0; channel < playChannels; ++channel)
-            samples[frame * playChannels + channel] = static_cast<int16_t>(std::lrint(value + 0.5));
+        const auto sample = static_cast<int16_t>(std::lrint(value + 0.5));
+        std::fill_n(samples.begin() + frame * playChannels, playChannels, sample);
     }
     phase = std::fmod(rate_hz * step + phase, 2 * std::numbers::pi);
 }
 
-void analysePlainly(const int16_t* samples, std::array<KLTalsaAinfo, recordChannels>& infos) {
+using Infos = std::array<KLTalsaAinfo, recordChannels>;
+
+void analysePlainly(const int16_t* samples, Infos& infos) {
     std::array<double, recordChannels> sum{};
     std::array<double, recordChannels> squares{};
     for (KLTalsaAinfo& info : infos)
@@ -55,49 +59,37 @@ void analysePlainly(const int16_t* samples, std::array<KLTalsaAinfo, recordChann
     }
 }
 
-void fill(benchmark::State& state) {
-    KLTalsaBuf16 buffer(rate_hz, playChannels, second_ms);
-    double phase = 0;
-    for (auto _ : state) {
-        buffer.fillSine(tone_hz, level, phase, allChannels);
-        benchmark::DoNotOptimize(buffer.data());
-        benchmark::ClobberMemory();
-    }
+int readBarely(const KLTalsaBuf16& buffer) {
+    return std::accumulate(buffer.data(), buffer.data() + buffer.samples(), 0);
 }
-
-void fillByPlainLoop(benchmark::State& state) {
-    std::vector<int16_t> samples(rate_hz * playChannels);
-    double phase = 0;
-    for (auto _ : state) {
-        fillPlainly(samples, phase);
-        benchmark::DoNotOptimize(samples.data());
-        benchmark::ClobberMemory();
-    }
-}
-
-void analyse(benchmark::State& state) {
-    KLTalsaBuf16 buffer(rate_hz, recordChannels, second_ms);
-    buffer.fillNoise(level);
-    std::array<KLTalsaAinfo, recordChannels> infos;
-    for (auto _ : state) {
-        buffer.info(infos.data(), rate_hz);
-        benchmark::DoNotOptimize(infos);
-    }
-}
-
-void analyseByPlainLoop(benchmark::State& state) {
-    KLTalsaBuf16 buffer(rate_hz, recordChannels, second_ms);
-    buffer.fillNoise(level);
-    std::array<KLTalsaAinfo, recordChannels> infos;
-    for (auto _ : state) {
-        analysePlainly(buffer.data(), infos);
-        benchmark::DoNotOptimize(infos);
-    }
-}
-
-BENCHMARK(fill)->Unit(benchmark::kMicrosecond);
-BENCHMARK(fillByPlainLoop)->Unit(benchmark::kMicrosecond);
-BENCHMARK(analyse)->Unit(benchmark::kMicrosecond);
-BENCHMARK(analyseByPlainLoop)->Unit(benchmark::kMicrosecond);
 
 } // namespace
+
+void addAudioRows(Table& table) {
+    static KLTalsaBuf16 tone(rate_hz, playChannels, second_ms);
+    static std::vector<int16_t> plainTone(rate_hz * playChannels);
+    table.compare(
+        "fillSine, 6 channels of a second", 0.2, "plain loop",
+        [phase = 0.0]() mutable {
+            tone.fillSine(tone_hz, level, phase, allChannels);
+            keep(tone.data());
+        },
+        [phase = 0.0]() mutable {
+            fillPlainly(plainTone, phase);
+            keep(plainTone.data());
+        });
+
+    static KLTalsaBuf16 noise(rate_hz, recordChannels, second_ms);
+    noise.fillNoise(level);
+    const auto analyse = [infos = Infos{}]() mutable {
+        noise.info(infos.data(), rate_hz);
+        keep(infos);
+    };
+    table.compare("info, 2 channels of a second", 0.15, "plain loop", analyse,
+                  [infos = Infos{}]() mutable {
+                      analysePlainly(noise.data(), infos);
+                      keep(infos);
+                  });
+    table.compare("info, 2 channels, and a bare read", 4, "sum of all samples", analyse,
+                  [] { keep(readBarely(noise)); });
+}
