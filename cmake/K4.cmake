@@ -100,7 +100,10 @@ function(k4_library name)
   add_library(${name} STATIC ${sources})
   k4_public_headers(${name} ${name})
   target_link_libraries(${name} PUBLIC ${ARGN})
-  k4_read_once(${name})
+  # Code for executables only. What may end in a shared library must look up its own functions,
+  # so that it can neither be drawn together nor called straight.
+  set_target_properties(${name} PROPERTIES POSITION_INDEPENDENT_CODE OFF)
+  target_compile_options(${name} PRIVATE -fPIE)
   k4_instrument(${name})
 endfunction()
 
