@@ -1,5 +1,6 @@
 #include "audio/alsa_ctl.h"
 
+#include "audio/alsa_owned.h"
 #include "audio/quiet_call.h"
 #include "baselib/text/astr.h"
 
@@ -7,38 +8,22 @@
 #include <alsa/asoundlib.h>
 #include <cerrno>
 #include <cstdlib>
-#include <memory>
 
 namespace {
 
-// Ownership of what ALSA allocates.
-template <class T, void (*release)(T*)>
-struct Release {
-    void operator()(T* object) const { release(object); }
-};
-template <class T, void (*release)(T*)>
-using Owner = std::unique_ptr<T, Release<T, release>>;
-
-using Id = Owner<snd_ctl_elem_id_t, snd_ctl_elem_id_free>;
-using Info = Owner<snd_ctl_elem_info_t, snd_ctl_elem_info_free>;
-using Value = Owner<snd_ctl_elem_value_t, snd_ctl_elem_value_free>;
+using Id = KLTalsaOwned<snd_ctl_elem_id_t, snd_ctl_elem_id_free>;
+using Info = KLTalsaOwned<snd_ctl_elem_info_t, snd_ctl_elem_info_free>;
+using Value = KLTalsaOwned<snd_ctl_elem_value_t, snd_ctl_elem_value_free>;
 
 void freeList(snd_ctl_elem_list_t* list) {
     snd_ctl_elem_list_free_space(list);
     snd_ctl_elem_list_free(list);
 }
-using List = Owner<snd_ctl_elem_list_t, freeList>;
-
-// Null when there is no memory.
-template <class Owned, class T = typename Owned::element_type>
-Owned make(int (*allocate)(T**)) {
-    T* object = nullptr;
-    return Owned(allocate(&object) < 0 ? nullptr : object);
-}
+using List = KLTalsaOwned<snd_ctl_elem_list_t, freeList>;
 
 // All elements of a card; null when ALSA can't tell.
-List elements(snd_ctl_t* card) {
-    List list = make<List>(snd_ctl_elem_list_malloc);
+List elementsOf(snd_ctl_t* card) {
+    List list = KLFalsaMake<List>(snd_ctl_elem_list_malloc);
     if (!list || snd_ctl_elem_list(card, list.get()) < 0) return nullptr;
     const unsigned count = snd_ctl_elem_list_get_count(list.get());
     if (count == 0 || snd_ctl_elem_list_alloc_space(list.get(), count) < 0) return nullptr;
@@ -53,7 +38,7 @@ bool matches(const snd_ctl_elem_list_t* list, unsigned entry, const char* name, 
 // Finds an element on the device, or else on any.
 bool identify(snd_ctl_t* card, unsigned device, const char* name, int index,
               snd_ctl_elem_id_t* id) {
-    const List list = elements(card);
+    const List list = elementsOf(card);
     bool found = false;
     for (unsigned entry = 0; list && entry < snd_ctl_elem_list_get_used(list.get()); ++entry) {
         const bool onDevice = snd_ctl_elem_list_get_device(list.get(), entry) == device;
@@ -80,9 +65,9 @@ bool takesWrites(const snd_ctl_elem_info_t* info) {
 
 // What ALSA tells of an element.
 struct KLlinuxALSActl::Element {
-    Id id = make<Id>(snd_ctl_elem_id_malloc);
-    Info info = make<Info>(snd_ctl_elem_info_malloc);
-    Value value = make<Value>(snd_ctl_elem_value_malloc);
+    Id id = KLFalsaMake<Id>(snd_ctl_elem_id_malloc);
+    Info info = KLFalsaMake<Info>(snd_ctl_elem_info_malloc);
+    Value value = KLFalsaMake<Value>(snd_ctl_elem_value_malloc);
 
     explicit operator bool() const { return id && info && value; }
 

@@ -1,18 +1,15 @@
 #include "audio/alsa_mixer.h"
 
+#include "audio/alsa_owned.h"
 #include "audio/quiet_call.h"
 #include "baselib/print/nstream.h"
 
 #include <algorithm>
 #include <alsa/asoundlib.h>
-#include <memory>
 
 namespace {
 
-struct FreeId {
-    void operator()(snd_mixer_selem_id_t* id) const { snd_mixer_selem_id_free(id); }
-};
-using Id = std::unique_ptr<snd_mixer_selem_id_t, FreeId>;
+using SimpleId = KLTalsaOwned<snd_mixer_selem_id_t, snd_mixer_selem_id_free>;
 
 // The functions of ALSA for a side of an element.
 struct Side {
@@ -111,7 +108,7 @@ int KLTalsaMixerEle::open(const KLTalsaMixer& mixer, const char* name) {
     if (!mixer.handle()) return KLTmixerNotOpen;
     snd_mixer_selem_id_t* allocated = nullptr;
     if (const int error = snd_mixer_selem_id_malloc(&allocated); error < 0) return error;
-    const Id id(allocated);
+    const SimpleId id(allocated);
     snd_mixer_selem_id_set_index(id.get(), 0);
     snd_mixer_selem_id_set_name(id.get(), name);
     element_ = snd_mixer_find_selem(mixer.handle(), id.get());

@@ -10,7 +10,6 @@
 namespace {
 
 constexpr int lowestRate_hz = 1000;
-constexpr int msecPerSecond = 1000;
 constexpr int maskBits = 32;
 constexpr double randMax = 2147483647.0;
 constexpr double fullTurn = 2 * std::numbers::pi;

@@ -10,6 +10,8 @@
 #include <cstdlib>
 #include <memory>
 
+inline constexpr int msecPerSecond = 1000;
+
 // What the buffers of both sample formats share; see KLTalsaBuf16 and KLTalsaBuf32.
 //
 // A transfer moves frames position() to limit() - 1 and advances the position; the buffer is

@@ -15,7 +15,7 @@ constexpr Element elements[] = {
     {"Line In Level", false}, {"MicBoost", true}, {"Phantom", true},
 };
 
-constexpr int stereo = 3; // channel mask
+constexpr int bothChannels = 3; // channel mask
 constexpr uint32_t allOn = UINT32_MAX;
 
 // Elements that every board has.
@@ -100,14 +100,14 @@ int KLTkestraMixer::initDefaults() {
     const auto note = [&first](int error) {
         if (first == 0) first = error;
     };
-    note(setOutlevel(nominalPlus4volume(), stereo));
-    note(setHPout(0, stereo));
-    note(setIngain(0, stereo));
-    note(setInlevel(nominalInputLevel(), stereo));
+    note(setOutlevel(nominalPlus4volume(), bothChannels));
+    note(setHPout(0, bothChannels));
+    note(setIngain(0, bothChannels));
+    note(setInlevel(nominalInputLevel(), bothChannels));
     for (const Index index : {lineOut, headphone, lineIn})
         note(elements_[index].switches(allOn));
-    note(setPhantom(false, stereo));
-    note(setMicgain(false, stereo));
+    note(setPhantom(false, bothChannels));
+    note(setMicgain(false, bothChannels));
     return first;
 }
 

@@ -10,7 +10,6 @@
 
 namespace {
 
-constexpr int64_t msecPerSecond = 1000;
 constexpr unsigned usecPerMsec = 1000;
 constexpr int bitsPerByte = 8;
 constexpr std::array formats = {SND_PCM_FORMAT_S16_LE, SND_PCM_FORMAT_S24_LE, SND_PCM_FORMAT_S32_LE,
@@ -109,7 +108,7 @@ int KLTalsaPCMbase::restart() {
 }
 
 int KLTalsaPCMbase::getBufMsec() const {
-    return rate_ == 0 ? 0 : static_cast<int>(bufferFrames_ * msecPerSecond / rate_);
+    return rate_ == 0 ? 0 : static_cast<int>(int64_t{bufferFrames_} * msecPerSecond / rate_);
 }
 
 void KLTalsaPCMbase::forget() {
