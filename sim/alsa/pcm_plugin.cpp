@@ -137,7 +137,8 @@ int drain(snd_pcm_ioplug_t* handle) {
     stream->drain();
     if (stream->state() != State::draining) return 0;
     if (handle->nonblock) return -EAGAIN;
-    scheduler().wait(nullptr, stream->drained_at());
+    for (const Microseconds end = stream->drained_at(); scheduler().now() < end;)
+        scheduler().wait(nullptr, end);
     return 0;
 }
 

@@ -15,14 +15,6 @@ namespace k4sim {
 namespace {
 
 template <typename Time>
-void store(Time& time, Microseconds us, std::int64_t fractions_per_us) {
-    using Seconds = decltype(time.seconds);
-    using Fraction = decltype(time.fraction);
-    time.seconds = static_cast<Seconds>(us / us_per_second);
-    time.fraction = static_cast<Fraction>(us % us_per_second * fractions_per_us);
-}
-
-template <typename Time>
 int read_clock(const char* name, clockid_t clock, Time* time) {
     const auto start = clock_start(clock);
     if (!belongs_to_program() || !start)
@@ -47,12 +39,19 @@ Seconds read_seconds(const char* name, Seconds* copy) {
     return seconds;
 }
 
+// Of a sleep that ended with that error number, what is left when a signal has ended it.
+template <typename Time>
+int rest_of(int error, Microseconds end, Time* left) {
+    if (error != 0 && left != nullptr) store(*left, end - scheduler().now(), ns_per_us);
+    return error;
+}
+
 template <typename Time>
 int sleep_for(const char* name, const Time* time, Time* left) {
     if (!belongs_to_program()) return real_function<int(const Time*, Time*)>(name)(time, left);
     if (!valid_span(*time)) return libc_result(-EINVAL);
-    sleep_until(deadline_after(time));
-    return 0;
+    const Microseconds end = deadline_after(time);
+    return libc_result(-rest_of(sleep_until(end), end, left));
 }
 
 template <typename Time>
@@ -62,8 +61,9 @@ int sleep_by_clock(const char* name, clockid_t clock, int flags, const Time* tim
         return real_function<int(clockid_t, int, const Time*, Time*)>(name)(clock, flags, time,
                                                                             left);
     if (!valid_span(*time)) return EINVAL;
-    sleep_until((flags & TIMER_ABSTIME) != 0 ? deadline_of(clock, *time) : deadline_after(time));
-    return 0;
+    if ((flags & TIMER_ABSTIME) != 0) return sleep_until(deadline_of(clock, *time));
+    const Microseconds end = deadline_after(time);
+    return rest_of(sleep_until(end), end, left);
 }
 
 } // namespace
@@ -123,15 +123,15 @@ int wide_clock_nanosleep(clockid_t clock, int flags, const WideTime* time, WideT
 int stand_in_usleep(unsigned us) asm("usleep");
 int stand_in_usleep(unsigned us) {
     if (!belongs_to_program()) return real_function<int(unsigned)>("usleep")(us);
-    sleep_until(virtual_time_after(us));
-    return 0;
+    return libc_result(-sleep_until(virtual_time_after(us)));
 }
 
 unsigned stand_in_sleep(unsigned seconds) asm("sleep");
 unsigned stand_in_sleep(unsigned seconds) {
     if (!belongs_to_program()) return real_function<unsigned(unsigned)>("sleep")(seconds);
-    sleep_until(virtual_time_after(span_us(seconds, 0)));
-    return 0;
+    const Microseconds end = virtual_time_after(span_us(seconds, 0));
+    return sleep_until(end) == 0 ? 0
+                                 : static_cast<unsigned>((end - scheduler().now()) / us_per_second);
 }
 
 clock_t stand_in_times(tms* used) asm("times");

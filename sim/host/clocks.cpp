@@ -5,6 +5,7 @@
 #include "sim/time/scheduler.h"
 
 #include <algorithm>
+#include <cerrno>
 
 namespace k4sim {
 
@@ -20,12 +21,14 @@ std::optional<Microseconds> clock_start(clockid_t clock) {
     switch (clock) {
     case CLOCK_REALTIME:
     case CLOCK_REALTIME_COARSE:
+    case CLOCK_REALTIME_ALARM:
     case CLOCK_TAI:
         return wall_start;
     case CLOCK_MONOTONIC:
     case CLOCK_MONOTONIC_RAW:
     case CLOCK_MONOTONIC_COARSE:
     case CLOCK_BOOTTIME:
+    case CLOCK_BOOTTIME_ALARM:
         return uptime_start;
     default:
         return std::nullopt;
@@ -54,6 +57,9 @@ Microseconds virtual_time_after(Microseconds span) {
     return span > never - now ? never : now + span;
 }
 
-void sleep_until(Microseconds when) { wait_cancellable(nullptr, when); }
+int sleep_until(Microseconds when) {
+    const WakeReason reason = wait_cancellable(nullptr, when);
+    return is_by_signal(reason) && scheduler().now() < when ? EINTR : 0;
+}
 
 } // namespace k4sim

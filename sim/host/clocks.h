@@ -34,7 +34,17 @@ Microseconds span_us(std::int64_t seconds, std::int64_t nanoseconds);
 // Now plus the span, or never.
 Microseconds virtual_time_after(Microseconds span);
 
-// Sleeps until a virtual time. A cancellation point.
-void sleep_until(Microseconds when);
+// Into the record that the program wants it in: its fraction in nanoseconds (ns_per_us) or
+// microseconds (1).
+template <typename Time>
+void store(Time& time, Microseconds us, std::int64_t fractions_per_us) {
+    using Seconds = decltype(time.seconds);
+    using Fraction = decltype(time.fraction);
+    time.seconds = static_cast<Seconds>(us / us_per_second);
+    time.fraction = static_cast<Fraction>(us % us_per_second * fractions_per_us);
+}
+
+// Sleeps until a virtual time: 0, or EINTR when a signal was handled before. A cancellation point.
+int sleep_until(Microseconds when);
 
 } // namespace k4sim

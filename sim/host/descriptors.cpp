@@ -96,17 +96,30 @@ void Descriptors::add_pipe(const int ends[2]) {
 }
 
 void Descriptors::add_counter(int descriptor) {
-    files_[descriptor] = {std::make_unique<PipeEnd>(descriptor), {}};
+    look_after(descriptor, std::make_unique<PipeEnd>(descriptor));
 }
 
-void Descriptors::wait_change(Microseconds deadline) {
+void Descriptors::look_after(int descriptor, std::unique_ptr<OpenFile> file) {
+    files_[descriptor] = {std::move(file), {}};
+}
+
+void Descriptors::leave_to_parent() {
+    std::erase_if(files_, [](const auto& entry) { return entry.second.name.empty(); });
+}
+
+OpenFile* Descriptors::file(int descriptor) const {
+    return owns(descriptor) ? files_.at(descriptor).file.get() : nullptr;
+}
+
+WakeReason Descriptors::wait_change(Microseconds deadline) {
     for (const auto& [descriptor, entry] : files_)
         deadline = std::min(deadline, later_ready_at(*entry.file));
-    wait_cancellable(this, deadline);
+    return wait_cancellable(this, deadline);
 }
 
 void Descriptors::forget_pipes() {
-    std::erase_if(files_, [](const auto& entry) { return entry.second.name.empty(); });
+    std::erase_if(files_,
+                  [](const auto& entry) { return entry.second.file->is_shared_after_fork(); });
 }
 
 int Descriptors::poll(pollfd* states, nfds_t count, Microseconds deadline) {
@@ -115,7 +128,8 @@ int Descriptors::poll(pollfd* states, nfds_t count, Microseconds deadline) {
     for (;;) {
         const int ready = look(states, count);
         if (ready != 0 || scheduler().now() >= deadline) return ready;
-        wait_cancellable(this, std::min(deadline, ready_at(states, count)));
+        const Microseconds until = std::min(deadline, ready_at(states, count));
+        if (is_by_signal(wait_cancellable(this, until))) return libc_result(-EINTR);
     }
 }
 
@@ -128,7 +142,8 @@ bool Descriptors::wait_until(int descriptor, bool (OpenFile::*ready)() const) {
         if (found == files_.end()) return libc_result(-EBADF) == 0;
         if ((found->second.file.get()->*ready)()) return true;
         if (is_nonblocking(descriptor)) return libc_result(-EAGAIN) == 0;
-        wait_cancellable(this, later_ready_at(*found->second.file));
+        const WakeReason reason = wait_cancellable(this, later_ready_at(*found->second.file));
+        if (ends_call(reason, never)) return libc_result(-EINTR) == 0;
     }
 }
 

@@ -8,6 +8,7 @@
 
 #include "sim/host/open_file.h"
 #include "sim/models/surroundings.h"
+#include "sim/time/scheduler.h"
 
 #include <functional>
 #include <map>
@@ -50,9 +51,18 @@ public:
     // Looks after any other descriptor as after the end of a pipe: an event counter.
     void add_counter(int descriptor);
 
+    // The same by another file, which has the descriptor itself be ready when it is ready.
+    void look_after(int descriptor, std::unique_ptr<OpenFile> file);
+
+    // In the child of a fork: all that add_... and look_after() added.
+    void leave_to_parent();
+
+    // Null when it is not owned.
+    OpenFile* file(int descriptor) const;
+
     // Waits until something may have become ready, or the deadline has come. A cancellation
     // point.
-    void wait_change(Microseconds deadline);
+    WakeReason wait_change(Microseconds deadline);
 
     // Waits until one of the descriptors is ready, owned or not, or the deadline has
     // come. The result is that of poll. A descriptor that is not owned is looked at only
@@ -65,7 +75,7 @@ public:
 private:
     struct Entry {
         std::unique_ptr<OpenFile> file;
-        std::string name; // empty: a pipe
+        std::string name; // empty: a pipe, or looked after as one
     };
 
     bool wait_until(int descriptor, bool (OpenFile::*ready)() const);

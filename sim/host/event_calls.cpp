@@ -8,12 +8,12 @@
 #include "sim/host/real.h"
 #include "sim/host/result.h"
 #include "sim/host/selection.h"
+#include "sim/host/signal_mask.h"
 #include "sim/host/threads.h"
 #include "sim/host/wire_time.h"
 #include "sim/time/scheduler.h"
 
 #include <cerrno>
-#include <csignal>
 #include <sys/epoll.h>
 #include <sys/eventfd.h>
 #include <unistd.h>
@@ -21,23 +21,6 @@
 namespace k4sim {
 
 namespace {
-
-// The signals that a wait lets through, while it lasts.
-class Masked {
-public:
-    explicit Masked(const sigset_t* set) : masks_(set != nullptr) {
-        if (masks_) pthread_sigmask(SIG_SETMASK, set, &former_);
-    }
-    ~Masked() {
-        if (masks_) pthread_sigmask(SIG_SETMASK, &former_, nullptr);
-    }
-    Masked(const Masked&) = delete;
-    Masked& operator=(const Masked&) = delete;
-
-private:
-    bool masks_;
-    sigset_t former_{};
-};
 
 template <typename Time>
 int poll_masked(const char* name, pollfd* states, nfds_t count, const Time* time,
@@ -48,6 +31,7 @@ int poll_masked(const char* name, pollfd* states, nfds_t count, const Time* time
     if (time != nullptr && !valid_span(*time)) return libc_result(-EINVAL);
     test_cancel();
     const Masked masked(set);
+    if (masked.interrupted()) return libc_result(-EINTR);
     return descriptors().poll(states, count, deadline_after(time));
 }
 
@@ -59,6 +43,7 @@ int select_masked(const char* name, int count, fd_set* reading, fd_set* writing,
             name)(count, reading, writing, exceptions, time, set);
     if (time != nullptr && !valid_span(*time)) return libc_result(-EINVAL);
     const Masked masked(set);
+    if (masked.interrupted()) return libc_result(-EINTR);
     return select_until(count, reading, writing, exceptions, deadline_after(time));
 }
 
@@ -68,11 +53,12 @@ int wait_events(int descriptor, epoll_event* events, int room, int timeout_ms,
     if (!at_call()) return real_wait(descriptor, events, room, timeout_ms);
     test_cancel();
     const Masked masked(set);
+    if (masked.interrupted()) return libc_result(-EINTR);
     const Microseconds deadline = deadline_after_ms(timeout_ms);
     for (;;) {
         const int ready = real_wait(descriptor, events, room, 0);
         if (ready != 0 || scheduler().now() >= deadline) return ready;
-        descriptors().wait_change(deadline);
+        if (is_by_signal(descriptors().wait_change(deadline))) return libc_result(-EINTR);
     }
 }
 

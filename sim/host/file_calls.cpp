@@ -83,8 +83,7 @@ int select_files(const char* name, int count, fd_set* reading, fd_set* writing, 
     const int result = select_until(count, reading, writing, exceptions, deadline);
     // The system leaves what was not waited for.
     const Microseconds left = std::max<Microseconds>(deadline - scheduler().now(), 0);
-    timeout->seconds = static_cast<decltype(timeout->seconds)>(left / us_per_second);
-    timeout->fraction = static_cast<decltype(timeout->fraction)>(left % us_per_second);
+    store(*timeout, left, 1);
     return result;
 }
 

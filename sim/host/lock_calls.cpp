@@ -24,17 +24,17 @@ namespace k4sim {
 namespace {
 
 // `attempt` gives 0 or an error number; at EBUSY it is made again when the object was given
-// back, or the deadline has come: ETIMEDOUT.
+// back, or the deadline has come: ETIMEDOUT. Where cancellation ends it, signals do so, too.
 template <typename Attempt>
 int take(const void* object, Microseconds deadline, Cancellation cancellation, Attempt attempt) {
     for (;;) {
         const int result = attempt();
         if (result != EBUSY) return result;
         if (scheduler().now() >= deadline) return ETIMEDOUT;
-        if (cancellation == Cancellation::enabled)
-            wait_cancellable(object, deadline);
-        else
+        if (cancellation == Cancellation::disabled)
             scheduler().wait(object, deadline);
+        else if (ends_call(wait_cancellable(object, deadline), deadline))
+            return EINTR;
     }
 }
 
@@ -177,8 +177,12 @@ private:
 constexpr long not_ours = -2;
 
 int wait_for_word(const std::atomic<int>* word, int expected, Microseconds deadline) {
-    if (word->load() != expected) return EAGAIN;
-    return scheduler().wait(word, deadline) == WakeReason::timed_out ? ETIMEDOUT : 0;
+    while (word->load() == expected) {
+        const WakeReason reason = scheduler().wait(word, deadline);
+        if (ends_call(reason, deadline)) return EINTR;
+        if (!is_by_signal(reason)) return reason == WakeReason::timed_out ? ETIMEDOUT : 0;
+    }
+    return EAGAIN;
 }
 
 template <typename Time>

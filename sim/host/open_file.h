@@ -22,6 +22,9 @@ public:
     // False when the descriptor was closed past the stand-ins and is another file now.
     virtual bool still_open() const { return true; }
 
+    // Whether another process may hold the other end, once there is one.
+    virtual bool is_shared_after_fork() const { return false; }
+
     // Whether `read` or `write` has an answer now. Whoever makes that true calls
     // Descriptors::changed().
     virtual bool readable() const { return false; }

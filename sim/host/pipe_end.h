@@ -6,12 +6,13 @@
 
 namespace k4sim {
 
-class PipeEnd final : public OpenFile {
+class PipeEnd : public OpenFile {
 public:
     explicit PipeEnd(int descriptor);
 
     // A sanitizer's runtime makes pipes by libc's function and closes them by its own.
     bool still_open() const override;
+    bool is_shared_after_fork() const override { return true; }
     bool readable() const override;
     bool writable() const override;
     ssize_t read(void* data, std::size_t size) override;

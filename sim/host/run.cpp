@@ -1,5 +1,6 @@
 #include "sim/host/run.h"
 
+#include "sim/host/alarm.h"
 #include "sim/host/alsa_configuration.h"
 #include "sim/host/death_watch.h"
 #include "sim/host/descriptors.h"
@@ -8,6 +9,7 @@
 #include "sim/host/preload.h"
 #include "sim/host/real.h"
 #include "sim/host/serial_file.h"
+#include "sim/host/signal_timers.h"
 #include "sim/host/speaker_file.h"
 #include "sim/host/threads.h"
 #include "sim/host/watchdog.h"
@@ -17,6 +19,7 @@
 #include "sim/setup.h"
 #include "sim/setup_process.h"
 #include "sim/time/scheduler.h"
+#include "sim/time/signals.h"
 
 #include <csignal>
 #include <cstdio>
@@ -34,7 +37,10 @@ void in_parent() { descriptors().forget_pipes(); }
 
 void in_child() {
     scheduler().keep_only_caller();
-    descriptors().forget_pipes();
+    forget_signals();
+    forget_alarm();
+    forget_signal_timers();
+    descriptors().leave_to_parent();
     leave_serial_lines();
     if (machine().recorded()) start_watchdog(machine().setup().stall_us);
     machine().leave_record();
@@ -103,6 +109,7 @@ __attribute__((constructor)) void start(int, char** arguments, char** environmen
     const std::string role = take_variable(environment, role_variable);
     if (!setup.empty()) take_variable(environment, "LD_PRELOAD");
     scheduler().set_deadlock_action([] { end_process(status_deadlock, "deadlock"); });
+    start_signals();
     descriptors().add_device("/dev/console", open_speaker);
     add_serial_devices();
     pthread_atfork(nullptr, in_parent, in_child);

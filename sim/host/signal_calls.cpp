@@ -1,18 +1,25 @@
-// Stand-ins for the wait for a signal, in virtual time. A signal from outside the virtual device
-// is seen when that wait ends, or at once when it came before. The symbol's name stands in quotes.
+// Stand-ins for the wait for a signal, in virtual time, and for signals to the program itself. The
+// symbol's name stands in quotes.
+#include "sim/host/children.h"
 #include "sim/host/deadline.h"
 #include "sim/host/real.h"
 #include "sim/host/result.h"
+#include "sim/host/signal_mask.h"
 #include "sim/host/threads.h"
 #include "sim/host/wire_time.h"
-#include "sim/machine/signals.h"
+#include "sim/time/signals.h"
 
 #include <cerrno>
 #include <csignal>
+#include <unistd.h>
 
 namespace k4sim {
 
 namespace {
+
+// Whether a signal that is waited for can come in real time only: from a child, or, to a thread
+// alone that has no timer, from anyone.
+bool comes_from_outside() { return scheduler().waits_for_the_outside() || has_child(); }
 
 template <typename Time>
 using Wait = int(const sigset_t*, siginfo_t*, const Time*);
@@ -21,15 +28,56 @@ template <typename Time>
 int wait_for_signal(const char* name, const sigset_t* set, siginfo_t* info, const Time* time) {
     if (!belongs_to_program()) return real_function<Wait<Time>>(name)(set, info, time);
     if (time != nullptr && !valid_span(*time)) return libc_result(-EINVAL);
+    if (time == nullptr && comes_from_outside())
+        return real_function<Wait<Time>>(name)(set, info, time);
     const Time at_once{};
     const Microseconds deadline = deadline_after(time);
     for (;;) {
         const int signal = real_function<Wait<Time>>(name)(set, info, &at_once);
         if (signal > 0 || errno != EAGAIN) return signal;
         if (scheduler().now() >= deadline) return signal;
-        wait_cancellable(signal_arrival(), deadline);
+        const WakeReason reason = wait_cancellable(signal_arrival(), deadline);
+        if (is_by_signal(reason)) return libc_result(-EINTR);
     }
 }
+
+// Until one was handled.
+int pause_for_signal(const sigset_t& blocked) {
+    if (comes_from_outside()) return real_function<int(const sigset_t*)>("sigsuspend")(&blocked);
+    while (!is_by_signal(wait_cancellable(nullptr, never))) {
+    }
+    return libc_result(-EINTR);
+}
+
+// To a thread that is not the caller: it handles the signal when it has its turn. What the caller
+// sends to itself, what is only to be probed, and what stops or kills, is the system's to do.
+bool is_ours_to_send(const Thread* target, int number) {
+    return target != nullptr && target != Scheduler::current() &&
+           target->state != Thread::State::ended && number > 0 && number < NSIG &&
+           number != SIGKILL && number != SIGSTOP;
+}
+
+// By `send` of the system, which may leave it pending.
+template <typename Send>
+int send_to(Thread* target, const siginfo_t& signal, Send send) {
+    if (!is_ours_to_send(target, signal.si_signo)) {
+        const int result = send();
+        if (result == 0) tell_of_pending_signal();
+        return result;
+    }
+    signal_thread(*target, signal);
+    return 0;
+}
+
+siginfo_t queued(int number, const sigval& value) {
+    siginfo_t signal = made_signal(number, SI_QUEUE);
+    signal.si_value = value;
+    return signal;
+}
+
+bool is_to_itself(pid_t process) { return belongs_to_program() && process == getpid(); }
+
+bool is_number(int number) { return number > 0 && number < NSIG; }
 
 } // namespace
 
@@ -48,6 +96,76 @@ int wide_sigtimedwait(const sigset_t* set, siginfo_t* info, const WideTime* time
     return wait_for_signal("__sigtimedwait64", set, info, time);
 }
 #endif
+
+int stand_in_sigwaitinfo(const sigset_t* set, siginfo_t* info) asm("sigwaitinfo");
+int stand_in_sigwaitinfo(const sigset_t* set, siginfo_t* info) {
+    return plain_sigtimedwait(set, info, nullptr);
+}
+
+// Goes on when another signal is handled.
+int stand_in_sigwait(const sigset_t* set, int* number) asm("sigwait");
+int stand_in_sigwait(const sigset_t* set, int* number) {
+    if (!belongs_to_program())
+        return real_function<decltype(stand_in_sigwait)>("sigwait")(set, number);
+    int signal = -1;
+    do {
+        signal = plain_sigtimedwait(set, nullptr, nullptr);
+    } while (signal < 0 && errno == EINTR);
+    if (signal < 0) return errno;
+    *number = signal;
+    return 0;
+}
+
+int stand_in_pause() asm("pause");
+int stand_in_pause() {
+    if (!at_call()) return real_function<decltype(stand_in_pause)>("pause")();
+    sigset_t blocked{};
+    pthread_sigmask(SIG_SETMASK, nullptr, &blocked);
+    return pause_for_signal(blocked);
+}
+
+int stand_in_sigsuspend(const sigset_t* set) asm("sigsuspend");
+int stand_in_sigsuspend(const sigset_t* set) {
+    if (!at_call()) return real_function<decltype(stand_in_sigsuspend)>("sigsuspend")(set);
+    const Masked masked(set);
+    return masked.interrupted() ? libc_result(-EINTR) : pause_for_signal(*set);
+}
+
+int stand_in_kill(pid_t process, int number) asm("kill");
+int stand_in_kill(pid_t process, int number) {
+    const auto send = [&] { return real_function<int(pid_t, int)>("kill")(process, number); };
+    if (!is_to_itself(process) || !is_number(number)) return send();
+    return send_to(acceptor_of(number), made_signal(number, SI_USER), send);
+}
+
+int stand_in_sigqueue(pid_t process, int number, const sigval value) asm("sigqueue");
+int stand_in_sigqueue(pid_t process, int number, const sigval value) {
+    const auto send = [&] {
+        return real_function<int(pid_t, int, sigval)>("sigqueue")(process, number, value);
+    };
+    if (!is_to_itself(process) || !is_number(number)) return send();
+    return send_to(acceptor_of(number), queued(number, value), send);
+}
+
+int stand_in_pthread_kill(pthread_t handle, int number) asm("pthread_kill");
+int stand_in_pthread_kill(pthread_t handle, int number) {
+    const auto send = [&] {
+        return real_function<int(pthread_t, int)>("pthread_kill")(handle, number);
+    };
+    if (!belongs_to_program()) return send();
+    return send_to(scheduler().find(handle), made_signal(number, SI_TKILL), send);
+}
+
+int stand_in_pthread_sigqueue(pthread_t handle, int number,
+                              const sigval value) asm("pthread_sigqueue");
+int stand_in_pthread_sigqueue(pthread_t handle, int number, const sigval value) {
+    const auto send = [&] {
+        return real_function<int(pthread_t, int, sigval)>("pthread_sigqueue")(handle, number,
+                                                                              value);
+    };
+    if (!belongs_to_program()) return send();
+    return send_to(scheduler().find(handle), queued(number, value), send);
+}
 
 } // extern "C"
 

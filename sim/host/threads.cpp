@@ -86,6 +86,14 @@ void test_cancel() {
     real_test();
 }
 
+bool is_by_signal(WakeReason reason) {
+    return reason == WakeReason::interrupted || reason == WakeReason::restarted;
+}
+
+bool ends_call(WakeReason reason, Microseconds deadline) {
+    return reason == WakeReason::interrupted || (is_by_signal(reason) && deadline != never);
+}
+
 WakeReason wait_cancellable(const void* object, Microseconds deadline) {
     test_cancel();
     const WakeReason reason = scheduler().wait(object, deadline, cancellation_of_caller());

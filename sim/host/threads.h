@@ -18,6 +18,12 @@ bool at_call();
 // pthread_testcancel, such that a sanitizer keeps track of the stack.
 void test_cancel();
 
+// Whether a signal has ended the wait.
+bool is_by_signal(WakeReason reason);
+
+// Whether it ends a call that the system could begin anew. One with a deadline it does not.
+bool ends_call(WakeReason reason, Microseconds deadline);
+
 // A wait that is a cancellation point: a cancelled thread ends here.
 WakeReason wait_cancellable(const void* object, Microseconds deadline);
 

@@ -1,5 +1,6 @@
 #include "sim/host/watchdog.h"
 
+#include "sim/host/children.h"
 #include "sim/host/code_place.h"
 #include "sim/host/real.h"
 #include "sim/host/run.h"
@@ -19,7 +20,6 @@
 #include <string_view>
 #include <sys/prctl.h>
 #include <sys/syscall.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 namespace k4sim {
@@ -57,11 +57,6 @@ void on_stall(int, siginfo_t*, void* context) {
 }
 
 int signal_number() { return SIGRTMAX; }
-
-bool has_child() {
-    siginfo_t info{};
-    return syscall(SYS_waitid, P_ALL, 0, &info, WEXITED | WNOHANG | WNOWAIT, nullptr) == 0;
-}
 
 // Without a function that a sanitizer has replaced.
 void tell_unheard(int runner) {

@@ -1,9 +1,8 @@
 #include "sim/machine/signals.h"
 
-#include "sim/time/scheduler.h"
+#include "sim/time/signals.h"
 
 #include <csignal>
-#include <unistd.h>
 
 namespace k4sim {
 
@@ -14,16 +13,11 @@ constexpr struct {
     int number;
 } signals[] = {{"HUP", SIGHUP}, {"INT", SIGINT}, {"TERM", SIGTERM}};
 
-constexpr char arrival = 0;
-
 } // namespace
 
 void send_signal(std::string_view name) {
     for (const auto& signal : signals)
-        if (signal.name == name) kill(getpid(), signal.number);
-    scheduler().wake_all(signal_arrival());
+        if (signal.name == name) signal_process(made_signal(signal.number, SI_USER));
 }
-
-const void* signal_arrival() { return &arrival; }
 
 } // namespace k4sim

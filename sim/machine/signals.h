@@ -5,10 +5,7 @@
 
 namespace k4sim {
 
-// Sends INT, TERM or HUP to the process, and wakes who waits for a signal.
+// Sends INT, TERM or HUP to the process.
 void send_signal(std::string_view name);
-
-// What a thread that waits for a signal waits on (Scheduler::wait).
-const void* signal_arrival();
 
 } // namespace k4sim

@@ -36,6 +36,7 @@ void Scheduler::spend(Microseconds cost) {
     const Thread& self = *current();
     if (now_ - self.slice_start >= slice_us) yield();
     point();
+    answer();
 }
 
 void Scheduler::yield() {
@@ -43,6 +44,7 @@ void Scheduler::yield() {
     Thread& self = *current();
     if (exploration_) self.priority = exploration_->lowest();
     give_way(self);
+    answer();
 }
 
 void Scheduler::explore(std::uint64_t seed) {
@@ -56,19 +58,29 @@ void Scheduler::point() {
     Thread& self = *current();
     if (exploration_->changes()) self.priority = exploration_->priority();
     const Thread* const next = first_ready();
-    if (next != nullptr && next->priority > self.priority) give_way(self);
+    if (next == nullptr || next->priority <= self.priority) return;
+    give_way(self);
+    answer();
 }
 
 WakeReason Scheduler::wait(const void* object, Microseconds deadline, Cancellation cancellation) {
-    const Unobserved unobserved;
     Thread& self = *current();
+    wait_for_turn(self, object, deadline, cancellation);
+    const WakeReason reason = self.reason;
+    if (!self.signalled) return reason;
+    const WakeReason handled = handle_signals(self);
+    return reason == WakeReason::interrupted ? handled : reason;
+}
+
+void Scheduler::wait_for_turn(Thread& self, const void* object, Microseconds deadline,
+                              Cancellation cancellation) {
+    const Unobserved unobserved;
     self.state = Thread::State::waiting;
     self.turn = next_turn_++;
     self.object = object;
     self.deadline = deadline;
     self.cancellation = cancellation;
     hand_over(self);
-    return self.reason;
 }
 
 bool Scheduler::wake_one(const void* object) {
@@ -84,7 +96,22 @@ void Scheduler::wake_all(const void* object) {
 
 void Scheduler::at(Microseconds when, std::function<void()> action) {
     const Unobserved unobserved;
-    timers_.emplace(std::pair(std::max(when, now_), next_timer_++), std::move(action));
+    add_timer(when, {std::move(action), false});
+}
+
+Scheduler::Plan Scheduler::rouse_at(Microseconds when, std::function<void()> action) {
+    const Unobserved unobserved;
+    return add_timer(when, {std::move(action), true});
+}
+
+void Scheduler::call_off(const Plan& plan) {
+    const Unobserved unobserved;
+    timers_.erase(plan);
+}
+
+Scheduler::Plan Scheduler::add_timer(Microseconds when, Timer timer) {
+    return timers_.emplace(Plan(std::max(when, now_), next_timer_++), std::move(timer))
+        .first->first;
 }
 
 Thread& Scheduler::add() {
@@ -107,6 +134,7 @@ void Scheduler::enter(Thread& thread) {
     current_thread = &thread;
     thread.system_id = system_id();
     take_turn(thread);
+    answer();
 }
 
 void Scheduler::leave() {
@@ -125,6 +153,24 @@ void Scheduler::cancel(Thread& thread) {
     thread.cancelled = true;
     if (thread.state == Thread::State::waiting && thread.cancellation == Cancellation::enabled)
         make_ready(thread, WakeReason::cancelled);
+}
+
+void Scheduler::interrupt(Thread& thread) {
+    thread.signalled = true;
+    if (thread.state == Thread::State::waiting) make_ready(thread, WakeReason::interrupted);
+}
+
+void Scheduler::answer() {
+    if (current()->signalled) handle_signals(*current());
+}
+
+WakeReason Scheduler::handle_signals(Thread& self) {
+    self.signalled = false;
+    return signal_action_(self);
+}
+
+void Scheduler::set_signal_action(std::function<WakeReason(Thread&)> action) {
+    signal_action_ = std::move(action);
 }
 
 Thread* Scheduler::find(pthread_t handle) const {
@@ -166,7 +212,7 @@ void Scheduler::run_due() {
 
 bool Scheduler::run_due_timer() {
     if (timers_.empty() || timers_.begin()->first.first > now_) return false;
-    const auto action = std::move(timers_.begin()->second);
+    const auto action = std::move(timers_.begin()->second.action);
     timers_.erase(timers_.begin());
     action();
     return true;
@@ -199,6 +245,10 @@ Microseconds Scheduler::next_event() const {
     return timers_.empty() ? deadline : std::min(deadline, timers_.begin()->first.first);
 }
 
+bool Scheduler::may_be_roused() const {
+    return std::ranges::any_of(timers_, [](const auto& timer) { return timer.second.rouses; });
+}
+
 Thread* Scheduler::first_ready() const {
     Thread* first = nullptr;
     for (const auto& thread : threads_)
@@ -226,7 +276,7 @@ Thread& Scheduler::choose() {
             begin_slice(*next);
             return *next;
         }
-        if (next_deadline() == never) {
+        if (next_deadline() == never && !may_be_roused()) {
             deadlock_action_();
             std::abort();
         }

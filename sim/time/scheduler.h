@@ -32,7 +32,9 @@ inline constexpr Microseconds never = std::numeric_limits<Microseconds>::max();
 // A thread that only computes and reads clocks runs this long before the next has a turn.
 inline constexpr Microseconds slice_us = 1000;
 
-enum class WakeReason { woken, timed_out, cancelled };
+// `interrupted`: a signal for the thread was handled. `restarted`: the same, and its handler
+// lets calls go on that the system can begin anew (SA_RESTART).
+enum class WakeReason { woken, timed_out, cancelled, interrupted, restarted };
 
 // Whether a wait ends when the thread is cancelled.
 enum class Cancellation { disabled, enabled };
@@ -54,6 +56,7 @@ struct Thread {
     bool io_privilege = false; // inherited by the threads that it creates
     bool detached = false;
     bool cancelled = false;     // by now it may also have disabled cancellation
+    bool signalled = false;     // it has signals to handle
     std::atomic<int> permit{0}; // the futex: 1 when the thread has the processor
 };
 
@@ -107,6 +110,12 @@ public:
     // must not spend or wait.
     void at(Microseconds when, std::function<void()> action);
 
+    // The same of an action that may wake a thread, or interrupt it; it can be called off as
+    // long as it has not begun.
+    using Plan = std::pair<Microseconds, std::uint64_t>;
+    Plan rouse_at(Microseconds when, std::function<void()> action);
+    void call_off(const Plan& plan);
+
     // A record for a thread that the caller is about to create. It inherits the
     // caller's I/O privilege, and is ready; its thread must call `enter` first.
     Thread& add();
@@ -124,8 +133,25 @@ public:
     // Notes it, and makes a thread ready that waits with cancellation enabled.
     void cancel(Thread& thread);
 
+    // The thread has signals to handle: it does so when it has its turn next, which ends its
+    // wait, or by answer().
+    void interrupt(Thread& thread);
+
+    // Handles the signals of the calling thread, if it has any.
+    void answer();
+
+    // Whether a wait of the calling thread without a deadline would be one for good: there is no
+    // other thread, and nothing planned that may rouse it.
+    bool waits_for_the_outside() const { return threads_.size() == 1 && !may_be_roused(); }
+
+    // How signals are handled: what the action returns becomes the reason of an interrupted wait.
+    void set_signal_action(std::function<WakeReason(Thread& self)> action);
+
     // The record of a thread that has not been removed, or null.
     Thread* find(pthread_t handle) const;
+
+    // All threads, in order of creation.
+    const std::vector<std::unique_ptr<Thread>>& threads() const { return threads_; }
 
     // At the end of the process: the caller runs freely, in real time, and no other thread
     // runs again.
@@ -137,18 +163,28 @@ public:
     // Follow real time at `factor` from now on (2: twice as fast); without: never wait.
     void set_pace(std::optional<double> factor);
 
-    // Called when no thread can ever run again: each waits without a deadline. Timers do
-    // not count, since what they do, such as the end of a tone, wakes no thread. Must end
-    // the process.
+    // Called when no thread can ever run again: each waits without a deadline, and nothing that
+    // may rouse one is planned. Other timers do not count, since what they do, such as the end
+    // of a tone, wakes no thread. Must end the process.
     void set_deadlock_action(std::function<void()> action);
 
 private:
+    struct Timer {
+        std::function<void()> action;
+        bool rouses;
+    };
+
+    Plan add_timer(Microseconds when, Timer timer);
+    void wait_for_turn(Thread& self, const void* object, Microseconds deadline,
+                       Cancellation cancellation);
+    WakeReason handle_signals(Thread& self);
     void advance_to(Microseconds target);
     void run_due();
     void wake_due();
     bool run_due_timer();
     Microseconds next_deadline() const;
     Microseconds next_event() const;
+    bool may_be_roused() const;
     Thread* first_ready() const;
     static bool goes_before(const Thread& one, const Thread& other);
     void give_way(Thread& self);
@@ -166,8 +202,9 @@ private:
     std::uint64_t next_turn_ = 0;
     std::uint64_t next_timer_ = 0;
     std::vector<std::unique_ptr<Thread>> threads_; // a handful: searched, not sorted
-    std::map<std::pair<Microseconds, std::uint64_t>, std::function<void()>> timers_;
+    std::map<Plan, Timer> timers_;
     std::function<void()> deadlock_action_;
+    std::function<WakeReason(Thread&)> signal_action_;
     std::optional<Exploration> exploration_;
     Pace pace_;
     Pulse pulse_;
