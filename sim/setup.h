@@ -1,6 +1,6 @@
 // What one run of the virtual K/4 is set up with. The launcher fills it from its
-// command line and a scenario file, and hands it to libk4sim.so as text in the
-// environment variable K4SIM_SETUP; a unit test fills it by hand.
+// command line and a scenario file, and hands it to libk4sim.so as text in a
+// descriptor (setup_process.h); a unit test fills it by hand.
 #pragma once
 
 #include <cstdint>

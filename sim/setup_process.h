@@ -1,6 +1,6 @@
 // What the launcher leaves in the process of a program that it starts, and the device library
 // finds there: descriptors beyond those that a program gets for its own files, so that these
-// have the numbers that they have on a real device, and variables of the environment.
+// have the numbers that they have on a real device, and a variable of the environment.
 #pragma once
 
 namespace k4sim {
@@ -15,8 +15,13 @@ inline constexpr char library_folder[] = "/proc/self/fd/101/";
 // An eventfd: it holds 1 until a process of the run takes it, and with it the device.
 inline constexpr int claim_descriptor = 102;
 
-// The setup of the run, as encode() writes it.
-inline constexpr char setup_variable[] = "K4SIM_SETUP";
+// A file in memory that nobody can change: the setup of the run, as encode() writes it.
+inline constexpr int setup_descriptor = 103;
+
+// All of these.
+inline constexpr int first_descriptor = report_descriptor;
+inline constexpr int last_descriptor = setup_descriptor;
+
 // What the process is to the launcher, as one of the following.
 inline constexpr char role_variable[] = "K4SIM_ROLE";
 inline constexpr char role_watched[] = "watched"; // its child, which waits for the library

@@ -93,10 +93,10 @@ int close_files(unsigned first, unsigned last, int flags) {
         real_function<int(unsigned, unsigned, int)>("close_range");
     if (!in_run()) return real_close_range(first, last, flags);
     int result = 0;
-    if (first < report_descriptor)
-        result = real_close_range(first, std::min<unsigned>(last, report_descriptor - 1), flags);
-    if (last > claim_descriptor && result == 0)
-        result = real_close_range(std::max<unsigned>(first, claim_descriptor + 1), last, flags);
+    if (first < first_descriptor)
+        result = real_close_range(first, std::min<unsigned>(last, first_descriptor - 1), flags);
+    if (last > last_descriptor && result == 0)
+        result = real_close_range(std::max<unsigned>(first, last_descriptor + 1), last, flags);
     return result;
 }
 

@@ -19,7 +19,7 @@ namespace {
 constexpr int scripts_max = 4; // one may be the interpreter of another, as in the kernel
 
 struct Run {
-    std::string setup;
+    bool joined = false;
     pid_t first = 0; // this process, if it is the launcher's child
 };
 
@@ -52,8 +52,8 @@ void tell_once(const std::string& program, const std::string& obstacle) {
 
 } // namespace
 
-void join_run(std::string setup, std::string_view role) {
-    run().setup = std::move(setup);
+void join_run(std::string_view role) {
+    run().joined = true;
     if (role != role_further) run().first = getpid();
     die_with_parent();
 }
@@ -62,10 +62,10 @@ void inherit_run() {
     if (in_run()) die_with_parent();
 }
 
-bool in_run() { return !run().setup.empty(); }
+bool in_run() { return run().joined; }
 
 bool belongs_to_run(int descriptor) {
-    return in_run() && descriptor >= report_descriptor && descriptor <= claim_descriptor;
+    return in_run() && descriptor >= first_descriptor && descriptor <= last_descriptor;
 }
 
 bool can_execute(const std::string& path) {
@@ -84,7 +84,7 @@ std::vector<std::string> environment_for(const std::string& path, char* const* v
     const auto size = elf_word_size(program_of(path));
     const std::string library = device_library(library_folder, size.value_or(WordSize::bits32));
     const char* const role = run().first == getpid() ? role_first : role_further;
-    return environment_with({library, run().setup, role}, variables);
+    return environment_with(library, role, variables);
 }
 
 } // namespace k4sim

@@ -8,10 +8,9 @@
 
 namespace k4sim {
 
-// From the environment that this process was started with: the setup, as text, and the role (see
-// setup_process.h). From then on the process passes them on to what it executes, and dies with the
-// one that started it.
-void join_run(std::string setup, std::string_view role);
+// The role is from the environment that this process was started with (see setup_process.h). From
+// then on the process passes the run on to what it executes, and dies with the one that started it.
+void join_run(std::string_view role);
 
 // In the child of a fork.
 void inherit_run();

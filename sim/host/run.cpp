@@ -26,6 +26,8 @@
 #include <cstdlib>
 #include <pthread.h>
 #include <string>
+#include <sys/mman.h>
+#include <sys/stat.h>
 #include <sys/syscall.h>
 #include <unistd.h>
 
@@ -92,22 +94,35 @@ std::string take_variable(char** environment, std::string_view name) {
     return value;
 }
 
+// Empty when it is not there.
+std::string setup_of_run() {
+    struct stat status {};
+    if (fstat(setup_descriptor, &status) != 0 || status.st_size <= 0) return "";
+    const auto size = static_cast<std::size_t>(status.st_size);
+    void* const memory = mmap(nullptr, size, PROT_READ, MAP_PRIVATE, setup_descriptor, 0);
+    if (memory == MAP_FAILED) return "";
+    std::string text(static_cast<const char*>(memory), size);
+    munmap(memory, size);
+    return text;
+}
+
 // A process of a run, or a unit test.
-void start_run(const std::string& text, const std::string& role) {
-    if (text.empty()) return;
+void start_run(const std::string& role) {
+    if (role.empty()) return;
+    const std::string text = setup_of_run();
     const auto setup = decode(text);
-    if (!setup) refuse("K4SIM_SETUP is not well-formed; start the program by k4sim run");
+    if (text.empty() || !setup)
+        refuse("there is no setup of a run; start the program by k4sim run");
     if (role == role_watched) report_in();
-    join_run(text, role);
+    join_run(role);
     machine().share(claim_descriptor, role != role_further);
     start_recorded_run(*setup);
 }
 
 __attribute__((constructor)) void start(int, char** arguments, char** environment) {
     put_in_front(arguments);
-    const std::string setup = take_variable(environment, setup_variable);
     const std::string role = take_variable(environment, role_variable);
-    if (!setup.empty()) take_variable(environment, "LD_PRELOAD");
+    if (!role.empty()) take_variable(environment, "LD_PRELOAD");
     scheduler().set_deadlock_action([] { end_process(status_deadlock, "deadlock"); });
     start_signals();
     descriptors().add_device("/dev/console", open_speaker);
@@ -117,7 +132,7 @@ __attribute__((constructor)) void start(int, char** arguments, char** environmen
     watch_for_death();
     configure_alsa();
     machine();
-    start_run(setup, role);
+    start_run(role);
 }
 
 __attribute__((destructor)) void end() {

@@ -19,9 +19,6 @@ namespace {
 constexpr double us_per_s = 1e6;
 constexpr double seconds_max = 1e9;
 
-// Linux takes 128 KiB for one variable of the environment, its name included.
-constexpr std::size_t setup_text_max = 128 * 1024 - 100;
-
 template <class Number>
 std::optional<Number> whole_text_number(const std::string& text) {
     Number number{};
@@ -178,8 +175,6 @@ void settle(Options& options, const std::vector<Said>& said) {
         const std::string error = fault_error(options.setup.board, fault.name, fault.value);
         if (!error.empty()) throw UsageError("--fault: " + error);
     }
-    if (encode(options.setup).size() > setup_text_max)
-        throw UsageError("steps and faults are too many to hand to the program; use fewer steps");
 }
 
 std::vector<std::string_view> option_names() {

@@ -4,6 +4,7 @@
 #include "sim/launcher/handshake.h"
 #include "sim/launcher/options.h"
 #include "sim/launcher/signals.h"
+#include "sim/launcher/write_all.h"
 #include "sim/programs/environment.h"
 #include "sim/setup_process.h"
 
@@ -14,6 +15,7 @@
 #include <fcntl.h>
 #include <string_view>
 #include <sys/eventfd.h>
+#include <sys/mman.h>
 #include <sys/prctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -59,6 +61,7 @@ struct Ends {
     int report;
     int folder;
     int claim;
+    int setup;
     int complaints;
 };
 
@@ -67,7 +70,8 @@ struct Ends {
                          const std::vector<char*>& environment, const Ends& ends,
                          const Guard& guard, pid_t launcher) {
     if (dup2(ends.report, report_descriptor) < 0 ||
-        dup2(ends.folder, library_folder_descriptor) < 0 || dup2(ends.claim, claim_descriptor) < 0)
+        dup2(ends.folder, library_folder_descriptor) < 0 ||
+        dup2(ends.claim, claim_descriptor) < 0 || dup2(ends.setup, setup_descriptor) < 0)
         fail(ends.complaints, "no descriptors for the virtual device");
     if (prctl(PR_SET_PDEATHSIG, SIGKILL) != 0) fail(ends.complaints, "it would outlive k4sim");
     if (getppid() != launcher) _exit(1); // which was gone before
@@ -79,10 +83,10 @@ struct Ends {
     fail(ends.complaints, "try it without k4sim");
 }
 
-pid_t start(const Program& program, const Setup& setup, const RunSignals& signals,
-            const Guard& guard, const Ends& ends) {
+pid_t start(const Program& program, const RunSignals& signals, const Guard& guard,
+            const Ends& ends) {
     const std::vector<std::string> variables =
-        environment_with({program.library, encode(setup), role_watched}, environ);
+        environment_with(program.library, role_watched, environ);
     const std::vector<char*> environment = pointers_to(variables);
     const std::vector<char*> arguments = pointers_to(program.arguments);
     const pid_t launcher = getpid();
@@ -141,6 +145,13 @@ private:
     int number_;
 };
 
+// From then on it is the same for every process of the run.
+void fill_and_seal(int file, const std::string& text) {
+    constexpr int seals = F_SEAL_WRITE | F_SEAL_GROW | F_SEAL_SHRINK | F_SEAL_SEAL;
+    if (!write_all(file, text) || fcntl(file, F_ADD_SEALS, seals) != 0)
+        throw UsageError(std::string("the setup can't be handed on: ") + std::strerror(errno));
+}
+
 } // namespace
 
 ProcessEnd run_process(const Program& program, const Setup& setup, Record& record) {
@@ -151,11 +162,14 @@ ProcessEnd run_process(const Program& program, const Setup& setup, Record& recor
     const Descriptor folder(open(program.library_folder.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC),
                             program.library_folder);
     const Descriptor claim(eventfd(1, EFD_NONBLOCK | EFD_CLOEXEC), "the claim to the device");
+    const Descriptor sealed(memfd_create("k4sim-setup", MFD_CLOEXEC | MFD_ALLOW_SEALING),
+                            "the setup of the run");
+    fill_and_seal(sealed.number(), encode(childs_setup));
     const Guard guard;
     RunSignals signals;
-    const pid_t child =
-        start(program, childs_setup, signals, guard,
-              {report.writing(), folder.number(), claim.number(), complaints.writing()});
+    const pid_t child = start(
+        program, signals, guard,
+        {report.writing(), folder.number(), claim.number(), sealed.number(), complaints.writing()});
     signals.release_in_launcher(child);
     report.close_writing();
     complaints.close_writing();

@@ -1,6 +1,7 @@
 #include "sim/launcher/record_folder.h"
 
 #include "sim/launcher/options.h"
+#include "sim/launcher/write_all.h"
 
 #include <cerrno>
 #include <cstdio>
@@ -36,16 +37,6 @@ bool belongs_to_record(std::string_view name) {
            all_digits(name.substr(head.size(), name.size() - head.size() - tail.size()));
 }
 
-bool write_fully(int descriptor, std::string_view bytes) {
-    while (!bytes.empty()) {
-        const ssize_t written = ::write(descriptor, bytes.data(), bytes.size());
-        if (written < 0 && errno == EINTR) continue;
-        if (written < 0) return false;
-        bytes.remove_prefix(static_cast<std::size_t>(written));
-    }
-    return true;
-}
-
 using Pieces = std::vector<std::string_view>;
 
 // Not each by a call of its own.
@@ -55,10 +46,10 @@ bool write_pieces(int descriptor, const Pieces& pieces) {
     for (const std::string_view piece : pieces) {
         buffer += piece;
         if (buffer.size() < enough) continue;
-        if (!write_fully(descriptor, buffer)) return false;
+        if (!write_all(descriptor, buffer)) return false;
         buffer.clear();
     }
-    return write_fully(descriptor, buffer);
+    return write_all(descriptor, buffer);
 }
 
 bool write_file(const std::string& path, int flags, const Pieces& pieces) {
@@ -73,7 +64,7 @@ bool write_file(const std::string& path, int flags, const Pieces& pieces) {
 
 bool set_content(int descriptor, std::string_view text) {
     return lseek(descriptor, 0, SEEK_SET) == 0 && ftruncate(descriptor, 0) == 0 &&
-           write_fully(descriptor, text);
+           write_all(descriptor, text);
 }
 
 std::string reason() { return std::string(" (") + std::strerror(errno) + ")"; }

@@ -1,13 +1,12 @@
 #include "sim/launcher/scenario.h"
 
 #include "sim/launcher/options.h"
+#include "sim/launcher/scenario_file.h"
 #include "sim/models/nearest.h"
 #include "sim/operator/action.h"
 #include "sim/setup_choices.h"
 
 #include <cmath>
-#include <filesystem>
-#include <fstream>
 
 #define TOML_EXCEPTIONS 1
 #include <toml++/toml.h>
@@ -18,7 +17,6 @@ namespace {
 
 constexpr double us_per_s = 1e6;
 constexpr double seconds_max = 1e9;
-constexpr std::size_t file_max = 1024 * 1024;
 
 class Reader {
 public:
@@ -36,14 +34,7 @@ public:
 
 private:
     toml::table parse() const {
-        std::ifstream file(path_, std::ios::binary);
-        if (!file || std::filesystem::is_directory(path_))
-            throw UsageError("--scenario: " + path_ + " can't be read; name a TOML file");
-        std::string text(file_max + 1, '\0');
-        file.read(text.data(), static_cast<std::streamsize>(text.size()));
-        text.resize(static_cast<std::size_t>(file.gcount()));
-        if (text.size() > file_max)
-            throw UsageError("--scenario: " + path_ + " is longer than 1 MiB; use fewer steps");
+        const std::string text = read_scenario_file(path_);
         try {
             return toml::parse(text);
         } catch (const toml::parse_error& error) {

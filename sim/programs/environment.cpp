@@ -15,21 +15,21 @@ std::string assignment(std::string_view name, std::string_view value) {
 
 } // namespace
 
-std::vector<std::string> environment_with(const RunVariables& run, char* const* variables) {
-    std::string preload = assignment(preload_variable, library_folder).append(run.library);
+std::vector<std::string> environment_with(std::string_view library, std::string_view role,
+                                          char* const* variables) {
+    std::string preload = assignment(preload_variable, library_folder).append(library);
     std::vector<std::string> result;
     for (; variables != nullptr && *variables != nullptr; ++variables) {
         const std::string_view variable(*variables);
         const std::size_t equals = variable.find('=');
         const std::string_view name = variable.substr(0, equals);
-        if (name != preload_variable && name != setup_variable && name != role_variable)
+        if (name != preload_variable && name != role_variable)
             result.emplace_back(variable);
         else if (name == preload_variable && equals + 1 < variable.size())
             preload.append(":").append(variable.substr(equals + 1));
     }
     result.push_back(preload);
-    result.push_back(assignment(setup_variable, run.setup));
-    result.push_back(assignment(role_variable, run.role));
+    result.push_back(assignment(role_variable, role));
     return result;
 }
 

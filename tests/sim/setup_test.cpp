@@ -55,7 +55,7 @@ TEST(Options, SetUpTheRun) {
     }
 }
 
-TEST(Setup, SurvivesTheWayThroughTheEnvironment) {
+TEST(Setup, SurvivesTheWayToTheProgram) {
     std::string every; // byte that a text can have
     for (int byte = 0; byte < 256; ++byte)
         every += static_cast<char>(byte);

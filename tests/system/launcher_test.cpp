@@ -68,11 +68,7 @@ TEST_F(Launcher, RefusesABadCommandLine) {
     write("plain.txt", "no program\n");
     write("script.sh", "#!/bin/sh\n", 0755);
     write("i2c.toml", "board = \"i2c\"\n[[step]]\nat = 1\ndo = \"fault sda-stuck=0\"\n");
-    // A run is set up by one variable of the environment, and that has an end.
-    std::string steps;
-    for (int i = 0; i < 10'000; ++i)
-        steps += "[[step]]\nat = 3\ndo = \"press 7\"\n";
-    write("long.toml", steps);
+    shell("mkfifo pipe; truncate -s 1048577 long.toml");
     const std::pair<const char*, const char*> lines[] = {
         {"", "run"},
         {"fly", "fly"},
@@ -106,8 +102,21 @@ TEST_F(Launcher, RefusesABadCommandLine) {
     expect_no_option("--fault key-held=Z", "key-held");
     expect_no_option("--board none --fault key-held=7", "none");
     expect_no_option("--scenario i2c.toml --board aes", "i2c.toml:4: "); // that goes first
-    expect_no_option("--scenario long.toml", "fewer steps");
-    expect_no_option("--scenario /dev/zero", "/dev/zero is longer than 1 MiB");
+    expect_no_option("--scenario pipe", "pipe is a pipe that nobody writes to");
+    for (const std::string file : {"long.toml", "/dev/zero", "- </dev/zero"})
+        expect_no_option("--scenario " + file,
+                         file.substr(0, file.find(' ')) + " is longer than 1 MiB");
+}
+
+// The last of the steps of a file of nearly 1 MiB is done, as the first is.
+TEST_F(Launcher, AScenarioIsAsLongAsItsFileMayBe) {
+    std::string steps;
+    while (steps.size() < (1 << 20) - 40)
+        steps += "[[step]]\nat=1\ndo='press 7'\n";
+    write("long.toml", steps);
+    const CommandResult result =
+        shell("{ cat long.toml; } | " K4_SIM " run --expect not-run --scenario - -- /bin/sleep 2");
+    EXPECT_EQ(result.status, 0) << result.error.substr(0, 200);
 }
 
 TEST_F(Launcher, NamesTheLineOfAScenarioThatItRefuses) {
@@ -246,7 +255,7 @@ TEST_F(Launcher, SaysWhatHappenedAndWhetherThatWasExpected) {
 // A file as long as the limit allows is what a full disk leaves.
 TEST_F(Launcher, AFullDiskCutsTheRecordAndNothingElse) {
     for (const auto& [blocks, expect, status] :
-         {std::tuple{"0", "", "0"}, {"16", "--expect passed", "3"}, {"32", "", "0"}}) {
+         {std::tuple{"1", "", "0"}, {"16", "--expect passed", "3"}, {"32", "", "0"}}) {
         const std::string out =
             shell(std::string("{ trap '' XFSZ; ulimit -f ") + blocks +
                   "; " K4_SIM " run --record record " + expect +
