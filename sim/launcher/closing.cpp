@@ -1,5 +1,7 @@
 #include "sim/launcher/closing.h"
 
+#include "sim/launcher/short_number.h"
+
 #include <algorithm>
 #include <array>
 #include <cstdio>
@@ -30,12 +32,6 @@ std::string seconds(double duration, int decimals) {
 
 std::string virtual_seconds(const Observation& seen) {
     return seconds(static_cast<double>(seen.duration_us) / us_per_s, 1) + " virtual seconds";
-}
-
-std::string number(double value) {
-    std::array<char, 40> text{};
-    std::snprintf(text.data(), text.size(), "%g", value);
-    return text.data();
 }
 
 std::string rows_ok(const Observation& seen) {
@@ -100,16 +96,19 @@ std::string reason(const Outcome& outcome, const Observation& seen, const Setup&
         break;
     }
     if (!seen.limit) return "nothing more was heard of the device after " + virtual_seconds(seen);
-    return "the run reached its limit of " +
-           number(static_cast<double>(setup.limit_us) / us_per_s) +
+    return "the run reached its limit of " + short_seconds(setup.limit_us) +
            " virtual seconds: " + rows_left(seen);
 }
 
 std::string name_of(const FaultSetting& fault) {
     std::string name = "fault " + fault.name;
     if (!fault.value.empty()) name += "=" + fault.value;
-    if (fault.at_us != 0) name += "@" + number(static_cast<double>(fault.at_us) / us_per_s);
+    if (fault.at_us != 0) name += "@" + short_seconds(fault.at_us);
     return name;
+}
+
+std::ptrdiff_t failures(const Outcome& outcome) {
+    return std::ranges::count(outcome.demands, false, &DemandResult::met);
 }
 
 } // namespace
@@ -127,9 +126,17 @@ std::vector<std::string> never_struck(const Setup& setup, const Observation& see
 
 bool as_expected(const Outcome& outcome, const std::vector<Verdict>& expected,
                  std::string_view gap) {
-    if (expected.empty()) return true;
-    return gap.empty() && outcome.never_struck.empty() &&
-           std::ranges::find(expected, outcome.verdict) != expected.end();
+    if (expected.empty() && outcome.demands.empty()) return true;
+    return gap.empty() && outcome.never_struck.empty() && failures(outcome) == 0 &&
+           (expected.empty() || std::ranges::find(expected, outcome.verdict) != expected.end());
+}
+
+std::vector<std::string> failed_demands(const Outcome& outcome) {
+    std::vector<std::string> lines;
+    for (const DemandResult& demand : outcome.demands)
+        if (!demand.met)
+            lines.push_back(demand.place + ": " + demand.words + ": " + demand.failure);
+    return lines;
 }
 
 std::string closing_line(const Outcome& outcome, const Observation& seen, const Setup& setup,
@@ -139,6 +146,9 @@ std::string closing_line(const Outcome& outcome, const Observation& seen, const 
     if (!seen.unsafe().empty())
         line += "; the device is not left safe: " + joined(seen.unsafe()) + " on";
     if (!outcome.never_struck.empty()) line += "; never struck: " + joined(outcome.never_struck);
+    if (failures(outcome) > 0)
+        line += "; " + std::to_string(failures(outcome)) + " of " +
+                std::to_string(outcome.demands.size()) + " demands failed";
     if (!outcome.end.devices_guarded)
         line +=
             "; this kernel has no Landlock: only seccomp kept the program from the real machine";

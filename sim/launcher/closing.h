@@ -15,10 +15,14 @@ namespace k4sim {
 // "step 3 (press 7)", in the setup's order.
 std::vector<std::string> never_struck(const Setup& setup, const Observation& seen);
 
-// Whether the verdict is one of those, all that was planned came, and the record has no gap;
-// true of none.
+// Whether the verdict is one of those (none: any), all that was planned came, every demand was met,
+// and the record has no gap; true when nothing was expected or demanded.
 bool as_expected(const Outcome& outcome, const std::vector<Verdict>& expected,
                  std::string_view gap);
+
+// Each demand that failed, in a line without line end, in their order:
+// "s.toml:12: screen "OK" within 30 s: not seen by 30 s".
+std::vector<std::string> failed_demands(const Outcome& outcome);
 
 // The verdict and its reason in one line without line end: "PASSED: 6 of 6 rows OK after ...".
 // Then what else there is to know: a device that is not left safe, what never struck, and the

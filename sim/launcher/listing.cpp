@@ -2,6 +2,7 @@
 
 #include "sim/launcher/json.h"
 #include "sim/launcher/options.h"
+#include "sim/launcher/short_number.h"
 #include "sim/models/nearest.h"
 #include "sim/setup_choices.h"
 
@@ -145,6 +146,24 @@ std::string keys_as_text() {
         text += pad(std::to_string(key.code), 5) + pad(std::string(1, key.letter), 7) +
                 pad(std::string(key.action), 11) + std::string(key.name) + "\n";
     return text;
+}
+
+std::string scenario_as_text(const Options& options) {
+    const Setup& setup = options.setup;
+    std::string text = options.scenario + ": board ";
+    text.append(name_of(boards, setup.board)).append(", operator ");
+    text.append(name_of(operators, setup.operator_kind)).append(", seed ");
+    text.append(std::to_string(setup.seed)).append(", limit ");
+    text.append(short_seconds(setup.limit_us)).append(" s, pace ");
+    text.append(setup.pace ? short_number(*setup.pace) : "max").append("\n");
+    for (const std::string& argument : options.arguments)
+        text += "argument " + argument + "\n";
+    for (const Verdict verdict : options.expected)
+        text.append("verdict ").append(verdict_name(verdict)).append("\n");
+    for (const Demand& demand : options.demands)
+        text += demand.place + ": " + demand.words() + "\n";
+    return text + std::to_string(setup.steps.size()) + " steps, " +
+           std::to_string(options.demands.size()) + " demands\n";
 }
 
 } // namespace k4sim

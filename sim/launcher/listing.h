@@ -8,6 +8,8 @@
 
 namespace k4sim {
 
+struct Options;
+
 // The faults whose name contains the pattern, or matches it where it has *, ? or [ in it, in their
 // order. Throws UsageError when there is none.
 std::vector<const Fault*> matching_faults(const std::string& pattern);
@@ -21,5 +23,8 @@ std::string faults_as_json(const std::vector<const Fault*>& faults);
 // Each key and step of a knob: its code on the program's console, the letter on its row, what a
 // scenario does for it, and what it is at the panel.
 std::string keys_as_text();
+
+// What was read of a scenario: a line of its settings, one of its verdicts, and one a demand.
+std::string scenario_as_text(const Options& options);
 
 } // namespace k4sim

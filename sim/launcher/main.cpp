@@ -31,6 +31,11 @@ int list_faults(const Options& options) {
     return 0;
 }
 
+int check(const Options& options) {
+    std::fputs(scenario_as_text(options).c_str(), stdout);
+    return 0;
+}
+
 // Real time.
 class Stopwatch {
 public:
@@ -52,24 +57,27 @@ int run(const Options& options) {
     const std::string folder = own_folder();
     const std::string path = find_program(options.program[0], folder);
     const std::string library = library_name(folder, check_program(options.program[0], path));
-    Record record(options.record);
+    Record record(options.record, options.demands);
     const Stopwatch stopwatch;
     const ProcessEnd end =
         run_process({path, options.program, folder, library}, options.setup, record);
     const Observation& seen = record.observation();
-    const Outcome outcome{options.program[0], judge(seen, end), end,
-                          never_struck(options.setup, seen), stopwatch.seconds()};
+    const Outcome outcome{
+        options.program[0],  judge(seen, end), end, never_struck(options.setup, seen),
+        stopwatch.seconds(), record.demands()};
     record.sort_events();
     write_reports(record, outcome);
     record.finish();
     const std::string gap = options.record.empty() ? "" : record.gap();
     const bool met = as_expected(outcome, options.expected, gap);
     if (!options.quiet) {
+        for (const std::string& line : failed_demands(outcome))
+            std::fprintf(stderr, "k4sim: %s\n", line.c_str());
         const std::string line = closing_line(outcome, seen, options.setup, gap);
         std::fprintf(stderr, "k4sim: %s%s\n", line.c_str(), met ? "" : "; not as expected");
     }
-    if (options.expected.empty()) return own_status(seen, end);
-    return met ? 0 : status_unexpected;
+    if (!met) return status_unexpected;
+    return options.expected.empty() ? own_status(seen, end) : 0;
 }
 
 } // namespace
@@ -79,6 +87,7 @@ int main(int argc, char** argv) {
         const Options options = parse_options({argv + 1, argv + argc});
         if (options.command == Command::faults) return list_faults(options);
         if (options.command == Command::run) return run(options);
+        if (options.command == Command::check) return check(options);
         const bool keys = options.command == Command::keys;
         std::fputs((keys ? keys_as_text() : usage()).c_str(), stdout);
         return 0;

@@ -71,13 +71,8 @@ void set_record(Options& options, const std::string& value) {
 
 // VERDICT[,VERDICT]
 void set_expected(Options& options, const std::string& value) {
-    options.expected.clear();
-    std::istringstream names(value + ",");
-    for (std::string name; std::getline(names, name, ',');) {
-        const auto verdict = verdict_from_name(name);
-        if (!verdict) throw UsageError("--expect: " + no_such("verdict", name, verdict_words()));
-        options.expected.push_back(*verdict);
-    }
+    options.expected =
+        verdicts_of(value, [](const std::string& why) { throw UsageError("--expect: " + why); });
 }
 
 // NAME[=VALUE][@SECONDS]
@@ -92,7 +87,8 @@ void add_fault(Setup& setup, const std::string& text) {
     setup.faults.push_back(fault);
 }
 
-constexpr std::string_view command_texts = "k4sim run, k4sim faults, k4sim keys or k4sim --help";
+constexpr std::string_view command_texts =
+    "k4sim run, k4sim check, k4sim faults, k4sim keys or k4sim --help";
 
 std::string bars(const std::vector<std::string_view>& names) {
     std::string text;
@@ -117,7 +113,7 @@ const std::vector<Option>& option_table() {
          [](Options& o, auto& value) {
              o.setup.operator_kind = choice_of("operator", value, operators);
          }},
-        {"--scenario", "FILE", "TOML file of steps: keys, knobs, cables, faults, when",
+        {"--scenario", "FILE", "TOML file of settings, steps and demands (-: standard input)",
          [](Options&, auto&) {}},
         {"--fault", "NAME[=VALUE][@SECONDS]", "a fault, from the start or from a second on",
          [](Options& o, auto& value) { add_fault(o.setup, value); }},
@@ -168,7 +164,7 @@ void settle(Options& options, const std::vector<Said>& said) {
     if (const std::string* name = last_said(said, "--board"))
         board = choice_of("board", *name, boards);
     if (const std::string* file = last_said(said, "--scenario"))
-        read_scenario(*file, options.setup, board);
+        read_scenario(*file, options, board);
     for (const auto& [option, value] : said)
         option->set(options, value);
     for (const FaultSetting& fault : options.setup.faults) {
@@ -221,6 +217,19 @@ Options parse_run(const std::vector<std::string>& arguments) {
     if (options.program.empty())
         throw UsageError("no PROGRAM to run; say for example: k4sim run -- k4selftest run");
     settle(options, said);
+    if (options.program.size() == 1)
+        std::ranges::copy(options.arguments, std::back_inserter(options.program));
+    return options;
+}
+
+Options parse_check(const std::vector<std::string>& arguments) {
+    if (arguments.size() != 2)
+        throw UsageError("k4sim check takes one FILE, or - for standard input");
+    Options options;
+    options.command = Command::check;
+    options.scenario = arguments[1];
+    options.setup.operator_kind = OperatorKind::automatic;
+    read_scenario(options.scenario, options);
     return options;
 }
 
@@ -247,6 +256,7 @@ Options parse_options(const std::vector<std::string>& arguments) {
     Options options;
     const std::string& command = arguments[0];
     if (command == "run") return parse_run(arguments);
+    if (command == "check") return parse_check(arguments);
     if (command == "faults") return parse_faults(arguments);
     if (command == "--help" || command == "-h" || command == "help") return options;
     if (command == "keys" && arguments.size() == 1) {
@@ -255,12 +265,13 @@ Options parse_options(const std::vector<std::string>& arguments) {
     }
     throw UsageError("there is no command \"" + command + "\" of that form; say " +
                      std::string(command_texts) +
-                     did_you_mean(command, {"run", "faults", "keys", "help"}));
+                     did_you_mean(command, {"run", "check", "faults", "keys", "help"}));
 }
 
 std::string usage() {
     std::string text = "k4sim runs an unmodified program on a virtual K/4.\n\n"
                        "  k4sim run [OPTION]... [--] PROGRAM [ARGUMENT]...\n"
+                       "  k4sim check FILE|-\n"
                        "  k4sim faults [--json] [PATTERN]\n"
                        "  k4sim keys\n\n";
     for (const Option& option : option_table()) {
@@ -271,7 +282,7 @@ std::string usage() {
     text += "\nExit status: the program's own; 124 time limit, 125 the program died or can never "
             "go on,\n"
             "2 this command line can't be carried out. With --expect 0, or 3 when the verdict is\n"
-            "another, or a fault or step never came.\n";
+            "another, or a fault or step never came. 3 when a demand of the scenario failed.\n";
     return text;
 }
 

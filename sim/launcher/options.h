@@ -1,6 +1,7 @@
 // The command line of k4sim.
 #pragma once
 
+#include "sim/launcher/demand.h"
 #include "sim/launcher/verdict.h"
 #include "sim/setup.h"
 
@@ -22,17 +23,20 @@ private:
     std::string message_;
 };
 
-enum class Command { run, faults, keys, help };
+enum class Command { run, check, faults, keys, help };
 
 struct Options {
     Command command = Command::help;
     Setup setup;
-    std::string record;               // folder; empty: no record
-    std::vector<Verdict> expected;    // empty: the status is the program's own
-    bool quiet = false;               // no closing line
-    std::vector<std::string> program; // with its arguments
-    std::string pattern;              // of faults; empty: all
-    bool json = false;                // list them for a program
+    std::string record;                 // folder; empty: no record
+    std::vector<Verdict> expected;      // empty: the status is the program's own
+    bool quiet = false;                 // no closing line
+    std::vector<Demand> demands;        // of the scenario
+    std::vector<std::string> program;   // with its arguments
+    std::vector<std::string> arguments; // of a scenario: of a program that is given none
+    std::string scenario;               // the file to check
+    std::string pattern;                // of faults; empty: all
+    bool json = false;                  // list them for a program
 };
 
 // arguments: without the name of k4sim itself. Throws UsageError. A scenario file is read

@@ -73,7 +73,14 @@ std::vector<std::string> Observation::unsafe() const {
     return left;
 }
 
-Record::Record(const std::string& folder) : folder_(folder) {}
+Record::Record(const std::string& folder, const std::vector<Demand>& demands)
+    : folder_(folder), demands_(demands.begin(), demands.end()) {}
+
+template <class See>
+void Record::watch(See see) {
+    for (DemandWatch& demand : demands_)
+        demand.each(see);
+}
 
 void Record::line(const std::string& text) {
     std::optional<Json> event = Json::parse(text);
@@ -89,7 +96,8 @@ void Record::line(const std::string& text) {
         return; // what it does is an event of its own
     }
     note_strike(*source, *what);
-    if (*source == "console") console(event->text("text").value_or(""));
+    watch([&](Sightings& sight) { sight.see_event(*t, *source, *what, *event); });
+    if (*source == "console") console(*t, event->text("text").value_or(""));
     if (*source == "sound") note_power(*event, *what);
     if (*source == "speaker") note_on("tone", *what != "silence");
     if (*source == "program") note_end(*event, *what);
@@ -133,12 +141,19 @@ void Record::sort_events() {
     folder_.write(events_file, sorted);
 }
 
+std::vector<DemandResult> Record::demands() const {
+    std::vector<DemandResult> results;
+    for (const DemandWatch& demand : demands_)
+        results.push_back(demand.result(observation_.duration_us));
+    return results;
+}
+
 void Record::finish() {
     if (gap().empty()) folder_.complete();
 }
 
 // The report writes bytes as Latin-1 code points; here they become bytes again.
-void Record::console(std::string_view text) {
+void Record::console(Microseconds t, std::string_view text) {
     std::string bytes;
     for (std::size_t i = 0; i < text.size(); ++i) {
         const auto lead = static_cast<unsigned char>(text[i]);
@@ -149,7 +164,9 @@ void Record::console(std::string_view text) {
                                        (static_cast<unsigned char>(text[++i]) & 0x3F));
         }
     }
+    const std::size_t former = observation_.console.size();
     observation_.console += bytes;
+    watch([&](Sightings& sight) { sight.see_console(t, observation_.console, former); });
     folder_.append("console.txt", bytes);
 }
 
@@ -209,6 +226,7 @@ void Record::note_on(const std::string& what, bool on) {
 // The status rows that can be read off it.
 void Record::look_at(const Picture& picture, Microseconds t) {
     const std::vector<ScreenRow> rows = read_screen(picture);
+    watch([&](Sightings& sight) { sight.see_screen(t, rows); });
     for (std::size_t i = 0; i < rows.size(); ++i) {
         if (observation_.rows.size() <= i) observation_.rows.push_back({rows[i].label, {}});
         std::vector<Observation::Text>& texts = observation_.rows[i].texts;

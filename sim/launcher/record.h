@@ -1,6 +1,7 @@
 // The record of a run: what libk4sim.so reports, sorted into files.
 #pragma once
 
+#include "sim/launcher/demand.h"
 #include "sim/launcher/record_folder.h"
 #include "sim/models/panel/oled.h"
 #include "sim/models/surroundings.h"
@@ -62,7 +63,7 @@ struct Observation {
 class Record {
 public:
     // As RecordFolder; it throws UsageError.
-    explicit Record(const std::string& folder);
+    explicit Record(const std::string& folder, const std::vector<Demand>& demands = {});
 
     // A line as libk4sim.so wrote it. One that is no report, such as the last of a program
     // that died while it wrote, is dropped.
@@ -83,17 +84,23 @@ public:
 
     const Observation& observation() const { return observation_; }
 
+    // What came of each demand, in their order.
+    std::vector<DemandResult> demands() const;
+
 private:
-    void console(std::string_view text);
+    void console(Microseconds t, std::string_view text);
     void note_strike(const std::string& source, const std::string& what);
     void note_end(const Json& event, const std::string& what);
     void note_power(const Json& event, const std::string& what);
     void note_on(const std::string& what, bool on);
     void look_at(const Picture& picture, Microseconds t);
+    template <class See>
+    void watch(See see);
     std::string keep(const Picture& picture, std::string_view event);
 
     RecordFolder folder_;
     Observation observation_;
+    std::vector<DemandWatch> demands_;
     std::vector<Microseconds> times_;          // of the lines of events.jsonl
     std::string planned_;                      // what of the setup came last
     std::map<std::string, std::string> armed_; // by the event that proves it: what of the setup

@@ -17,7 +17,7 @@ constexpr std::size_t size_max = 1024 * 1024;
 constexpr int patience_ms = 1000; // until a named pipe has a writer
 
 [[noreturn]] void refuse(const std::string& path, const std::string& why) {
-    throw UsageError("--scenario: " + path + " " + why);
+    throw UsageError("scenario " + path + " " + why);
 }
 
 class Source {

@@ -1,6 +1,7 @@
 #include "sim/launcher/verdict.h"
 
 #include "sim/launcher/json.h"
+#include "sim/models/nearest.h"
 
 #include <algorithm>
 #include <array>
@@ -84,6 +85,17 @@ Json death_of(const Observation::Death& death) {
         .set("place", death.place);
 }
 
+Json demands_of(const std::vector<DemandResult>& demands) {
+    Json list = Json::array();
+    for (const DemandResult& demand : demands)
+        list.add(Json::object()
+                     .set("place", demand.place)
+                     .set("demand", demand.words)
+                     .set("met", demand.met)
+                     .set("at", seconds(demand.at_us)));
+    return list;
+}
+
 Json unit_of(const Observation::Row& row) {
     Json texts = Json::array();
     for (const Observation::Text& text : row.texts)
@@ -107,6 +119,7 @@ std::string json_report(const Record& record, const Outcome& outcome) {
         .set("record", record.gap().empty() ? "complete" : "cut")
         .set(end.by_signal ? "signal" : "status", end.code);
     if (end.by_signal && seen.death) report.set("death", death_of(*seen.death));
+    if (!outcome.demands.empty()) report.set("demands", demands_of(outcome.demands));
     return report.set("seconds", seconds(seen.duration_us))
                .set("left_safe", seen.unsafe().empty())
                .set("left_on", list_of(seen.on))
@@ -126,7 +139,8 @@ bool any_failed(const std::vector<Case>& cases) {
     return std::ranges::any_of(cases, [](const Case& unit) { return !unit.failure.empty(); });
 }
 
-std::vector<Case> cases_of(const Observation& seen, Verdict verdict) {
+std::vector<Case> cases_of(const Observation& seen, Verdict verdict,
+                           const std::vector<DemandResult>& demands) {
     std::vector<Case> cases;
     for (const Observation::Row& row : seen.rows) {
         const std::string text = row.status().empty() ? "no status text" : row.status();
@@ -137,11 +151,15 @@ std::vector<Case> cases_of(const Observation& seen, Verdict verdict) {
     if (cases.empty() || (!passed && !any_failed(cases)))
         cases.push_back(
             {"run", seconds(seen.duration_us), passed ? "" : std::string(verdict_name(verdict))});
+    for (const DemandResult& demand : demands)
+        cases.push_back(
+            {demand.place + ": " + demand.words, seconds(demand.at_us), demand.failure});
     return cases;
 }
 
-std::string xml_report(const Observation& seen, Verdict verdict) {
-    const std::vector<Case> cases = cases_of(seen, verdict);
+std::string xml_report(const Observation& seen, Verdict verdict,
+                       const std::vector<DemandResult>& demands) {
+    const std::vector<Case> cases = cases_of(seen, verdict, demands);
     std::ostringstream xml;
     xml << "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
         << "<testsuite name=\"k4selftest\" tests=\"" << cases.size() << "\" failures=\""
@@ -157,6 +175,12 @@ std::string xml_report(const Observation& seen, Verdict verdict) {
     }
     xml << "  <system-out>" << escaped(seen.console) << "</system-out>\n</testsuite>\n";
     return xml.str();
+}
+
+std::vector<std::string_view> verdict_words() {
+    std::vector<std::string_view> words;
+    std::ranges::transform(names, std::back_inserter(words), &Name::word);
+    return words;
 }
 
 } // namespace
@@ -189,15 +213,21 @@ std::optional<Verdict> verdict_from_name(std::string_view name) {
     return static_cast<Verdict>(found - names.begin());
 }
 
-std::vector<std::string_view> verdict_words() {
-    std::vector<std::string_view> words;
-    std::ranges::transform(names, std::back_inserter(words), &Name::word);
-    return words;
+std::vector<Verdict> verdicts_of(const std::string& list,
+                                 const std::function<void(const std::string& why)>& refuse) {
+    std::vector<Verdict> verdicts;
+    std::istringstream words(list + ",");
+    for (std::string word; std::getline(words, word, ',');) {
+        const auto verdict = verdict_from_name(word);
+        if (!verdict) refuse(no_such("verdict", word, verdict_words()));
+        verdicts.push_back(verdict.value());
+    }
+    return verdicts;
 }
 
 void write_reports(Record& record, const Outcome& outcome) {
     const Observation& seen = record.observation();
-    record.write_file("report.xml", xml_report(seen, reported(record, outcome)));
+    record.write_file("report.xml", xml_report(seen, reported(record, outcome), outcome.demands));
     record.write_file("report.json", json_report(record, outcome));
 }
 

@@ -1,8 +1,10 @@
 // What a run was worth, as an outside witness sees it.
 #pragma once
 
+#include "sim/launcher/demand.h"
 #include "sim/launcher/record.h"
 
+#include <functional>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -35,8 +37,9 @@ std::string_view verdict_name(Verdict verdict);
 // Its name back, in any case, with a blank, "-" or "_" between words; empty for none of them.
 std::optional<Verdict> verdict_from_name(std::string_view name);
 
-// The names as they are written in a command line: "passed", "not-started" ...
-std::vector<std::string_view> verdict_words();
+// The verdicts of "VERDICT[,VERDICT]". A wrong name is told to `refuse`, which throws.
+std::vector<Verdict> verdicts_of(const std::string& list,
+                                 const std::function<void(const std::string& why)>& refuse);
 
 // A run as it came out.
 struct Outcome {
@@ -45,12 +48,13 @@ struct Outcome {
     ProcessEnd end;
     std::vector<std::string> never_struck; // faults and steps of the setup
     double real_s = 0;
+    std::vector<DemandResult> demands{};
 };
 
 // report.xml and report.json in the record's folder. JUnit: one case a status row, failed
 // when its last text is not "OK"; its time is that from its first text to this one. Where no row
-// was ever seen, or none tells why the run did not pass, the run itself is a case. Of a record that
-// has a gap no pass is reported.
+// was ever seen, or none tells why the run did not pass, the run itself is a case. So is each
+// demand. Of a record that has a gap no pass is reported.
 void write_reports(Record& record, const Outcome& outcome);
 
 } // namespace k4sim

@@ -117,13 +117,13 @@ std::string value_error(const Fault& fault, std::string_view value) {
            fault_example(fault);
 }
 
+} // namespace
+
 std::vector<std::string_view> fault_names() {
     std::vector<std::string_view> names;
     std::ranges::transform(fault_list(), std::back_inserter(names), &Fault::name);
     return names;
 }
-
-} // namespace
 
 std::string fault_example(const Fault& fault) {
     std::string example(fault.name);

@@ -41,6 +41,8 @@ std::span<const Fault> fault_list();
 // Null for an unknown name.
 const Fault* find_fault(std::string_view name);
 
+std::vector<std::string_view> fault_names();
+
 // NAME, or NAME=VALUE with its example.
 std::string fault_example(const Fault& fault);
 

@@ -18,6 +18,10 @@ TEST(Options, SetUpTheRun) {
     std::ofstream(file) << R"(board = "plain"
         operator = "none"
         seed = 9
+        arguments = ["a", "b c"]
+        limit = 2.5
+        pace = 3
+        expect = ["passed", "not-run,died"]
         step = [{at = 2, do = "press  7"},
                 {when = "console:Key 7", after = 0.25, do = "turn 1 -1000"},
                 {when = "screen:OK", do = "fault key-dead=E"},
@@ -26,9 +30,11 @@ TEST(Options, SetUpTheRun) {
                               "step 1 250000 Key%207 turn%201%20-1000\n"
                               "step 2 0 OK fault%20key-dead=E\n"
                               "step 3 1000000 - unplug%20digital\n";
+    using Verdicts = std::vector<Verdict>;
     const struct {
         std::vector<std::string> words;
         std::string setup;
+        Verdicts expected{};
     } cases[] = {
         {{}, "board aes\noperator auto\nseed 1\nlimit 3600000000\nstall 20000000\nreport -1\n"},
         {{"--board=i2c", "--operator", "none", "--seed=18446744073709551615", "--schedule=random",
@@ -39,12 +45,16 @@ TEST(Options, SetUpTheRun) {
          "stall 3000000\nreport -1\nfault no-privilege - 0\nfault key-dead 8 2500000\n"},
         {{"--scenario", file, "--pace=max", "--limit=1e9"},
          "board plain\noperator none\nseed 9\nlimit 1000000000000000\nstall 20000000\nreport -1\n" +
-             steps},
+             steps,
+         {Verdict::passed, Verdict::not_run, Verdict::died}},
         // The command line goes before the file, wherever it stands.
-        {{"--board", "aes", "--operator=auto", "--scenario", file, "--seed", "3"},
-         "board aes\noperator auto\nseed 3\nlimit 3600000000\nstall 20000000\nreport -1\n" + steps},
+        {{"--board", "aes", "--operator=auto", "--scenario", file, "--seed", "3",
+          "--expect=Aborted"},
+         "board aes\noperator auto\nseed 3\npace 3\nlimit 2500000\nstall 20000000\nreport -1\n" +
+             steps,
+         {Verdict::aborted}},
     };
-    for (const auto& [words, setup] : cases) {
+    for (const auto& [words, setup, expected] : cases) {
         std::vector<std::string> line = {"run", "--record=r"};
         line.insert(line.end(), words.begin(), words.end());
         line.insert(line.end(), {"--", "--board", "x"});
@@ -52,7 +62,10 @@ TEST(Options, SetUpTheRun) {
         EXPECT_EQ(encode(options.setup), setup);
         EXPECT_EQ(options.record, "r");
         EXPECT_EQ(options.program, (std::vector<std::string>{"--board", "x"}));
+        EXPECT_EQ(options.expected, expected);
     }
+    const Options options = parse_options({"run", "--scenario", file, "x"});
+    EXPECT_EQ(options.program, (std::vector<std::string>{"x", "a", "b c"}));
 }
 
 TEST(Setup, SurvivesTheWayToTheProgram) {

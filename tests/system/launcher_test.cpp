@@ -121,7 +121,7 @@ TEST_F(Launcher, AScenarioIsAsLongAsItsFileMayBe) {
 
 TEST_F(Launcher, NamesTheLineOfAScenarioThatItRefuses) {
     const std::pair<const char*, const char*> cases[] = {
-        {"board = \n", ":1: "},
+        {"board = \n", "s.toml:1: "},
         {"\nboard = 'aex'\n", ":2: there is no board \"aex\"; choose aes, plain, i2c, engine or "
                               "none; did you mean aes?"},
         {"board = 1\n", ":1: board must be a text"},
@@ -138,14 +138,39 @@ TEST_F(Launcher, NamesTheLineOfAScenarioThatItRefuses) {
         {"[[step]]\nat = -1\ndo = 'press 7'\n", ":2: at must be a number"},
         {"[[step]]\nat = '1'\ndo = 'press 7'\n", ":2: at must be a number"},
         {"[[step]]\nwhen = 'beep'\nafter = 2e9\ndo = 'press 7'\n", ":3: after must be"},
-        {"[[step]]\nwhen = 'console:'\ndo = 'press 7'\n", ":2: when must be"},
         {"[[step]]\nwhen = 'screen:'\ndo = 'press 7'\n", ":2: when must be"},
         {"[[step]]\nat = 1\ndo = 'fault gremlin'\n", ":3: unknown fault gremlin"},
+        {"[[step]]\nwhen = 'scren:OK'\ndo = 'press 7'\n", "; did you mean screen?"},
+        {"sed = 1\n", ":1: unknown key sed; known are board, operator, seed, arguments, limit, "
+                      "pace, expect or step; did you mean seed?"},
+        {"arguments = 'run'\n", ":1: arguments must be a list"},
+        {"arguments = [1]\n", ":1: an argument must be a text"},
+        {"limit = 0\n", ":1: limit: a run needs"},
+        {"pace = 'slow'\n", ":1: pace must be"},
+        {"pace = 0\n", ":1: pace must be"},
+        {"expect = 'pased'\n", ":1: there is no verdict \"pased\"; choose passed, aborted,"},
+        {"expect = 1\n", ":1: expect must be a verdict"},
+        {"expect = ['passed', 1]\n", ":1: expect must be a list"},
+        {"[[expect]]\nverdict = 'passed'\nnever = true\n", ":2: verdict goes with nothing"},
+        {"[[expect]]\nscreen = 'OK'\n", ":1: an expect needs within = SECONDS"},
+        {"[[expect]]\nscreen = ''\nnever = true\n", ":2: screen must not be empty"},
+        {"[[expect]]\nnever = true\n", ":1: an expect needs one of screen"},
+        {"[[expect]]\nscreen = 'a'\nconsole = 'a'\nwithin = 1\n", ":1: an expect needs one of"},
+        {"[[expect]]\nscreen = 'OK'\nnever = false\n", ":3: never must be true"},
+        {"[[expect]]\nscreen = 'OK'\nwithin = -1\n", ":3: within must be a number"},
+        {"[[expect]]\nscreen = 'OK'\nwithin = 1\nafter = 'Key'\n", ":4: after must be"},
+        {"[[expect]]\nscreen = 'OK'\nwithin = 1\nwith = {t = 1}\n", ":4: with goes with event"},
+        {"[[expect]]\nevent = 'speeker tone'\nnever = true\n", "; did you mean speaker?"},
+        {"[[expect]]\nevent = 'speaker tune'\nnever = true\n", "; did you mean tone?"},
+        {"[[expect]]\nevent = 'operator press'\nwith = {keys = '5'}\nnever = true\n",
+         ":3: unknown key keys of operator; known are key, encoder, step or cable; did you mean "
+         "key?"},
+        {"[[expect]]\nevent = 'operator press'\nwith = {key = []}\nnever = true\n",
+         ":3: key must be a text"},
     };
     const auto expect_refusal = [&](const std::string& text, const std::string& must_say) {
         write("s.toml", text);
-        expect_refused(launch("run --record record --scenario s.toml -- " K4_PROGRAM),
-                       "s.toml" + must_say);
+        expect_refused(launch("check s.toml"), must_say);
     };
     for (const auto& [text, must_say] : cases)
         expect_refusal(text, must_say);
@@ -155,7 +180,90 @@ TEST_F(Launcher, NamesTheLineOfAScenarioThatItRefuses) {
         expect_refusal("[[step]]\nat = 1\ndo = '" + action + "'\n",
                        ":3: \"" + action + "\" can't be done");
     write("s.toml", "[[step]]\nat = 1\ndo = 'pres e'\n");
-    expect_refused(launch("run --scenario s.toml -- " K4_PROGRAM), "; did you mean press E?");
+    expect_refused(launch("run --record record --scenario s.toml -- " K4_PROGRAM),
+                   "; did you mean press E?");
+    expect_refused(launch("check"), "one FILE");
+}
+
+// Whatever the schema of a record knows, and with each of its members.
+TEST_F(Launcher, AScenarioMayDemandAnyEvent) {
+    std::ifstream file(K4_RECORD_SCHEMA);
+    const auto schema = nlohmann::json::parse(file);
+    std::string demands;
+    for (const auto& kind : schema["$defs"]["event"]["oneOf"]) {
+        nlohmann::json members = kind["properties"];
+        const std::string source = members["source"]["const"];
+        std::string with;
+        for (const auto& [name, type] : members.items())
+            if (name != "t" && name != "source" && name != "event") with += ", " + name + " = 1";
+        for (const auto& name : members["event"].value("enum", nlohmann::json::array({"key-dead"})))
+            demands += "[[expect]]\nnever = true\nevent = '" + source + " " +
+                       name.get<std::string>() + "'\nwith = {" +
+                       (with.empty() ? "" : with.substr(2)) + "}\n";
+    }
+    write("s.toml", demands);
+    const CommandResult result = launch("check - <s.toml");
+    EXPECT_EQ(result.error, "");
+    EXPECT_TRUE(result.out.ends_with("\n0 steps, 62 demands\n"));
+}
+
+TEST_F(Launcher, AScenarioIsAWholeCase) {
+    const std::string head = "board = 'plain'\narguments = ['run', 'noanalog']\nlimit = 30\n"
+                             "operator = 'none'\n[[step]]\nat = 5\ndo = 'press 5'\n"
+                             "[[expect]]\nverdict = 'undecided'\n";
+    const struct {
+        const char* demand; // from line 10 on
+        const char* words;
+        const char* failure = ""; // of one that is met: empty
+        const char* options = "";
+    } cases[] = {
+        {"screen = 'USB Ports OK'\nwithin = 9", "screen \"USB Ports OK\" within 9 s"},
+        {"screen = 'USB Ports OK'\nwithin = 1", "screen \"USB Ports OK\" within 1 s",
+         "not seen by 1 s, but at [78]\\.[0-9]+ s"},
+        {"screen = 'USB Ports OK'\nwithin = 0\nafter = 20",
+         "screen \"USB Ports OK\" within 0 s after 20 s"}, // still
+        {"screen = 'USB Ports In'\nnever = true\nafter = 20",
+         "never screen \"USB Ports In\" after 20 s"}, // no longer
+        {"screen = 'Frontpanel 012346'\nnever = true\nafter = 'console:Key 5'",
+         "never screen \"Frontpanel 012346\" after console \"Key 5\"", "seen at 6\\.[0-9]+ s"},
+        {"console = 'Key 5'\nwithin = 0.1\nafter = 'console:Key'",
+         "console \"Key 5\" within 0.1 s after console \"Key\""},
+        {"console = 'Key 6'\nwithin = 40", "console \"Key 6\" within 40 s",
+         "not seen by 30 s, the end of the run"},
+        {"console = 'Key 5'\nwithin = 4\nnever = true", "never console \"Key 5\" within 4 s"},
+        {"console = 'Key 5'\nwithin = 6\nnever = true", "never console \"Key 5\" within 6 s",
+         "seen at 5\\.[0-9]+ s"},
+        {"event = 'operator press'\nwith = {key = '[45]'}\nwithin = 5",
+         "event \"operator press\" key=[45] within 5 s"},
+        {"event = 'speaker tone'\nwith = {hz = 1}\nnever = true",
+         "never event \"speaker tone\" hz=1"},
+        {"event = 'link up'\nwithin = 9\nafter = 'beep'", "event \"link up\" within 9 s after beep",
+         "not seen by [0-9.]+ s"},
+        {"event = 'link up'\nnever = true\nafter = 'screen:ready'",
+         "never event \"link up\" after screen \"ready\"", "screen \"ready\" was never seen"},
+        {"verdict = 'aborted'", "", "", "--expect undecided"}, // which goes before the file
+    };
+    for (const auto& [demand, words, failure, options] : cases) {
+        SCOPED_TRACE(demand);
+        const bool met = *failure == '\0';
+        std::string text = head;
+        if (*options != '\0') text.replace(text.find("'undecided'"), 11, "'passed'");
+        write("s.toml", text + "[[expect]]\n" + demand + "\n");
+        const CommandResult result = launch("run --record record --scenario s.toml " +
+                                            std::string(options) + " -- " + K4_PROGRAM);
+        EXPECT_EQ(result.status, met ? 0 : 3);
+        EXPECT_THAT(result.error, testing::ContainsRegex(
+                                      met ? "^k4sim: UNDECIDED: [^;]*\n$"
+                                          : "^k4sim: s\\.toml:10: .*: " + std::string(failure) +
+                                                "\nk4sim: UNDECIDED: .*; 1 of 1 demands "
+                                                "failed; not as expected\n$"));
+        if (*words == '\0') continue;
+        EXPECT_EQ(report().at("demands").at(0).at("demand"), words);
+        EXPECT_EQ(report().at("demands").at(0).at("met"), met);
+        EXPECT_THAT(recorded("report.xml"),
+                    testing::ContainsRegex(met ? "name=\"s.toml:10: [^>]*></testcase>"
+                                               : "name=\"s.toml:10: [^>]*><failure message"));
+    }
 }
 
 // The shipped program with a few bytes changed.
@@ -286,13 +394,14 @@ TEST_F(Launcher, ARecordIsAsItsSchemaSays) {
         return run_command({"/usr/bin/python3", "-m", "jsonschema", "-i",
                             folder_.file("record.json"), K4_RECORD_SCHEMA});
     };
+    write("s.toml", "[[expect]]\nconsole = 'no'\nwithin = 1\n");
     nlohmann::json record;
     for (const std::string run :
          {K4_PROGRAM " run",
           "--board plain --fault serial-byte-lost=9 --fault link-flapping=eth0 "
           "--fault parallel-open=3 --fault signal=INT@20 " K4_PROGRAM " run",
           "--board i2c --fault key-dead=5@9 --limit 8 " K4_PROGRAM " run",
-          "--board none /bin/sh -c 'kill -SEGV $$'"}) {
+          "--scenario s.toml " K4_PROGRAM " run", "--board none /bin/sh -c 'kill -SEGV $$'"}) {
         launch("run --quiet --record record " + run);
         record = {{"report", report()}, {"events", nlohmann::json::array()}};
         std::istringstream lines(recorded("events.jsonl"));
