@@ -10,6 +10,7 @@ class KLTastrdevext : public KLTout {
 public:
     explicit KLTastrdevext(KLTastr& text) : text_(text) {}
     int ochar(int c) override;
+    int oblock(const void* data, int n) override;
     int ostring(const char* text) override;
     int ofull() override { return 0; }
 

@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <bit>
+#include <charconv>
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
@@ -24,12 +25,13 @@ thread_local char dblBuf[doubleBufferSize];
 
 // Digits of `bits` bits each, from the highest down, without leading zeros but at least one.
 // Returns their number.
-int digitsOf(uint64_t value, int bits, bool upper, char* buffer) {
-    const char* characters = upper ? "0123456789ABCDEF" : "0123456789abcdef";
+template <int bits>
+int digitsOf(uint64_t value, bool upper, char* buffer) {
+    const char* const characters = upper ? "0123456789ABCDEF" : "0123456789abcdef";
     const int significant = std::max(1, static_cast<int>(std::bit_width(value)));
     const int count = (significant + bits - 1) / bits;
-    for (int i = 0; i < count; ++i)
-        buffer[i] = characters[value >> (count - 1 - i) * bits & ((1U << bits) - 1)];
+    for (char* digit = buffer + count; digit != buffer; value >>= bits)
+        *--digit = characters[value & ((1U << bits) - 1)];
     return count;
 }
 
@@ -38,12 +40,36 @@ char doubleLetter(char format) {
     return format != '\0' && strchr("eEfFgGaA", format) != nullptr ? format : 'g';
 }
 
+// What printf would write to dblBuf, with its NUL; returns the length. The three letters that are
+// printed nearly always need no format that is read at run time.
+int formatDouble(double value, char letter, int precision) {
+    if (std::isfinite(value) && (letter == 'f' || letter == 'e' || letter == 'g')) {
+        const auto format = letter == 'f'   ? std::chars_format::fixed
+                            : letter == 'e' ? std::chars_format::scientific
+                                            : std::chars_format::general;
+        char* const end =
+            std::to_chars(dblBuf, dblBuf + doubleBufferSize, value, format, precision).ptr;
+        *end = '\0';
+        return static_cast<int>(end - dblBuf);
+    }
+    const char format[] = {'%', '.', '*', letter, '\0'};
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wformat-nonliteral"
+    return snprintf(dblBuf, sizeof dblBuf, format, precision, value);
+#pragma GCC diagnostic pop
+}
+
 } // namespace
 
 KLTprint::~KLTprint() { freemem(); }
 
 KLTprint& KLTprint::operator<<(const char* text) {
-    return *this << KLTastrc(text != nullptr ? text : "(null)");
+    if (text == nullptr) text = "(null)";
+    if (flags_.width != 0) return *this << KLTastrc(text);
+    if (*text == '\0') return *this;
+    sink_->ostring(text); // not counted before
+    nextflags();
+    return *this;
 }
 
 KLTprint& KLTprint::operator<<(const KLTastrc& text) {
@@ -75,12 +101,8 @@ KLTprint& KLTprint::operator<<(const void* pointer) {
 }
 
 KLTprint& KLTprint::operator<<(const double& value) {
-    const char format[] = {'%', '.', '*', doubleLetter(flags_.dblFormat), '\0'};
     const int precision = std::clamp(flags_.dblPrecision, 0, precisionMax);
-#pragma GCC diagnostic push
-#pragma GCC diagnostic ignored "-Wformat-nonliteral"
-    const int length = snprintf(dblBuf, sizeof dblBuf, format, precision, value);
-#pragma GCC diagnostic pop
+    const int length = formatDouble(value, doubleLetter(flags_.dblFormat), precision);
     if (flags_.dblPoint != '.')
         if (char* point = strchr(dblBuf, '.')) *point = static_cast<char>(flags_.dblPoint);
     const bool negative = std::signbit(value); // also of -0
@@ -115,10 +137,10 @@ KLTprint& KLTprint::prtint(long long value, int size, bool isSigned) {
     const uint64_t bits = KLFlowBytes(static_cast<uint64_t>(value), size);
     switch (flags_.base) {
     case 16:
-        number(0, digits_, digitsOf(bits, 4, flags_.upper, digits_));
+        number(0, digits_, digitsOf<4>(bits, flags_.upper, digits_));
         break;
     case 8:
-        number(0, digits_, digitsOf(bits, 3, false, digits_));
+        number(0, digits_, digitsOf<3>(bits, false, digits_));
         break;
     case 2:
         prtbinary(bits);
@@ -151,8 +173,9 @@ void KLTprint::normal() {
 }
 
 void KLTprint::repeat(int n, int character) {
+    if (n < 1) return;
     char chunk[paddingChunk];
-    memset(chunk, character, sizeof chunk);
+    memset(chunk, character, static_cast<size_t>(std::min(n, paddingChunk)));
     for (int left = n; left > 0; left -= paddingChunk)
         sink_->oblock(chunk, std::min(left, paddingChunk));
 }
@@ -225,7 +248,7 @@ void KLTprint::prtdecimal(long long value, int size, bool isSigned) {
 // Up to 64 digits, more than the buffer holds.
 void KLTprint::prtbinary(uint64_t value) {
     char digits[binaryDigitsMax];
-    number(0, digits, digitsOf(value, 1, false, digits));
+    number(0, digits, digitsOf<1>(value, false, digits));
 }
 
 void KLTprint::resetModifiers() {

@@ -13,8 +13,9 @@
 
 namespace {
 
+// Often nothing, and then without a call.
 void copy(char* to, const char* from, int count) {
-    std::memcpy(to, from, static_cast<std::size_t>(count));
+    if (count > 0) std::memcpy(to, from, static_cast<std::size_t>(count));
 }
 
 int lengthUpTo(const char* text, int limit) {
@@ -23,9 +24,11 @@ int lengthUpTo(const char* text, int limit) {
 
 } // namespace
 
-KLTastr::KLTastr(const char* source) : KLTastr(KLTastrc(source)) {}
+KLTastr::KLTastr() : KLTastrc(empty, 0) {}
 
-KLTastr::KLTastr(const KLTastrc& source) { assign(source); }
+KLTastr::KLTastr(const char* source) : KLTastr() { append(source, INT_MAX); }
+
+KLTastr::KLTastr(const KLTastrc& source) : KLTastr() { append(source.text(), source.length()); }
 
 KLTastr::KLTastr(const KLTastr& source) : KLTastrc(source), node_(source.node_) {
     if (node_) ++node_->references;
@@ -77,6 +80,45 @@ KLTastr& KLTastr::assign(const KLTastrc& source, int pos, int n) {
     const int start = std::clamp(pos, 0, source.length());
     splice(0, length_, source.text() + start, std::min(n, source.length() - start));
     checkKrnl2(__LINE__);
+    return *this;
+}
+
+// A gap of count characters, more than none, at the end.
+inline char* KLTastr::openEnd(int count) {
+    const bool hasRoom = node_ && node_->references == 1 && count < node_->capacity - length_;
+    if (!hasRoom) return moveEnd(count);
+    char* const end = node_->text() + length_;
+    length_ += count;
+    end[count] = '\0';
+    return end;
+}
+
+// The same where the text has to move.
+char* KLTastr::moveEnd(int count) {
+    if (node_) return open(length_, 0, count);
+    adopt(HN::allocate(count), count);
+    node_->text()[count] = '\0';
+    return node_->text();
+}
+
+// Text of another owner, n characters without a NUL, behind this one.
+void KLTastr::put(const char* source, int n) {
+    if (n > 0) std::memcpy(openEnd(n), source, static_cast<std::size_t>(n));
+}
+
+KLTastr& KLTastr::append(const char* source, int n) {
+    if (!source) return *this;
+    n = lengthUpTo(source, n);
+    if (hasOverlap(source)) return spliceOwn(length_, 0, source, n);
+    put(source, n);
+    return *this;
+}
+
+KLTastr& KLTastr::append(const KLTastrc& source) { return append(source.text(), source.length()); }
+
+KLTastr& KLTastr::append(int c, int count) {
+    if (count != 1) return fill(length_, c, count);
+    if ((c & 0xFF) != 0) *openEnd(1) = static_cast<char>(c);
     return *this;
 }
 
@@ -152,7 +194,7 @@ char* KLTastr::open(int pos, int removed, int inserted) {
         copy(node->text() + pos + inserted, tail, tailLength);
         release();
         node_ = node;
-    } else {
+    } else if (tailLength > 0) {
         std::memmove(node_->text() + pos + inserted, tail, static_cast<std::size_t>(tailLength));
     }
     adopt(node_, length);
@@ -165,14 +207,21 @@ KLTastr& KLTastr::splice(int pos, int removed, const char* source, int n) {
     n = lengthUpTo(source, n);
     if (removed == 0 && n == 0) return *this;
     if (removed == length_ && n == 0) return clr();
-    // One more sharer keeps the old text, and so the source, alive and in place.
-    const KLTastr keeper = hasOverlap(source) ? *this : KLTastr();
+    if (hasOverlap(source)) return spliceOwn(pos, removed, source, n);
     copy(open(pos, removed, n), source, n);
     return *this;
 }
 
-// c, count times, at pos.
-KLTastr& KLTastr::fill(int pos, int c, int count) {
+// One more sharer keeps the old text, and so the source, alive and in place.
+KLTastr& KLTastr::spliceOwn(int pos, int removed, const char* source, int n) {
+    if (removed == 0 && n == 0) return *this;
+    const KLTastr keeper = *this;
+    copy(open(pos, removed, n), source, n);
+    return *this;
+}
+
+// c, count times, at pos. Not drawn into append(), which is done with one character by itself.
+[[gnu::noinline]] KLTastr& KLTastr::fill(int pos, int c, int count) {
     if (count <= 0 || (c & 0xFF) == 0) return *this;
     std::memset(open(pos, 0, count), c & 0xFF, static_cast<std::size_t>(count));
     return *this;

@@ -32,7 +32,7 @@ struct KLTastrInfo {
 // characters; the string is then as it was.
 class KLTastr : public KLTastrc {
 public:
-    KLTastr() = default;
+    KLTastr();
     KLTastr(const char* source);
     // Copies the text into a node of its own.
     KLTastr(const KLTastrc& source);
@@ -130,7 +130,11 @@ private:
     void adopt(HN* node, int length);
     [[nodiscard]] bool mustMove(int length) const;
     char* open(int pos, int removed, int inserted);
+    char* openEnd(int count);
+    char* moveEnd(int count);
+    void put(const char* source, int n);
     KLTastr& splice(int pos, int removed, const char* source, int n);
+    KLTastr& spliceOwn(int pos, int removed, const char* source, int n);
     KLTastr& fill(int pos, int c, int count);
     template <class Change>
     KLTastr& changeEach(Change change);

@@ -3,10 +3,12 @@
 #include "baselib/text/astr.h"
 
 #include "baselib/text/astr_node.h"
+#include "baselib/text/character_set.h"
 #include "baselib/text/latin1.h"
 #include "baselib/text/number.h"
 
 #include <algorithm>
+#include <utility>
 
 // Replaces every character by change(character), which must not give NUL.
 template <class Change>
@@ -17,16 +19,6 @@ KLTastr& KLTastr::changeEach(Change change) {
                    [change](char c) { return static_cast<char>(change(c)); });
     return *this;
 }
-
-KLTastr& KLTastr::append(const KLTastrc& source) {
-    return splice(length_, 0, source.text(), source.length());
-}
-
-KLTastr& KLTastr::append(const char* source, int n) {
-    return source ? splice(length_, 0, source, n) : *this;
-}
-
-KLTastr& KLTastr::append(int c, int count) { return fill(length_, c, count); }
 
 KLTastr& KLTastr::insert2(int pos, int c, int count) {
     return fill(std::clamp(pos, 0, length_), c, count);
@@ -51,28 +43,35 @@ int KLTastr::replaceFirst(const KLTastrc& from, const KLTastrc& to, bool caseSen
 }
 
 int KLTastr::replaceAll(const KLTastrc& from, const KLTastrc& to) {
-    if (from.length() == 0) return 0;
+    int pos = from.length() > 0 ? findStr(from) : -1;
+    if (pos < 0) return 0;
+    const int length = to.trueLen();
     int count = 0;
     int start = 0;
     KLTastr result;
-    for (int pos = findStr(from); pos >= 0; pos = findStr(from, true, start)) {
-        result.append(text_ + start, pos - start).append(to);
+    for (; pos >= 0; pos = findStr(from, true, start)) {
+        result.put(text_ + start, pos - start);
+        result.put(to.text(), length);
         start = pos + from.length();
         ++count;
     }
-    if (count > 0) *this = result.append(text_ + start, length_ - start);
+    result.put(text_ + start, length_ - start);
+    *this = std::move(result);
     return count;
 }
 
 int KLTastr::replaceAll(const KLTastrc& set, int c) {
     if ((c & 0xFF) == 0) return deleteAll(set);
-    // A copy, as set may be a part of the text that changes.
-    const KLTastr searched(set);
+    const int first = findChr(set);
+    if (first < 0) return 0;
+    const KLTcharacterSet replaced(set);
+    char* const text = cleanCopy(length_).node_->text();
     int count = 0;
-    for (int pos = findChr(searched); pos >= 0; pos = findChr(searched, pos + 1)) {
-        cleanCopy(length_).node_->text()[pos] = static_cast<char>(c);
-        ++count;
-    }
+    for (int pos = first; pos < length_; ++pos)
+        if (replaced.contains(text[pos])) {
+            text[pos] = static_cast<char>(c);
+            ++count;
+        }
     return count;
 }
 
@@ -102,15 +101,17 @@ KLTastr& KLTastr::reverse() {
 KLTastr& KLTastr::itos(long long value, char pad, int width, char sign, int base) {
     const auto bits = static_cast<uint64_t>(value);
     char buffer[KLNnumber::textSize];
-    const KLTastrc digits = KLNnumber::digits(value < 0 ? 0 - bits : bits, base, buffer);
+    const int digits = KLNnumber::digits(value < 0 ? 0 - bits : bits, base, buffer);
     const char shownSign = value < 0 ? '-' : sign;
-    const int missing = std::max(width, 0) - digits.length() - (shownSign ? 1 : 0);
-    KLTastr shown; // so that this one stays as it was when there is no memory
-    if (pad != '0') shown.append(pad, missing);
-    shown.append(shownSign);
-    if (pad == '0') shown.append(pad, missing);
-    shown.append(digits);
-    return *this = std::move(shown);
+    const int signLength = shownSign ? 1 : 0;
+    const int missing = pad ? std::max(width - signLength - digits, 0) : 0;
+    const int blanks = pad == '0' ? 0 : missing;
+    char* next = open(0, length_, missing + signLength + digits);
+    next = std::fill_n(next, blanks, pad);
+    if (shownSign) *next++ = shownSign;
+    next = std::fill_n(next, missing - blanks, pad);
+    std::copy_n(buffer, digits, next);
+    return *this;
 }
 
 KLTastr& KLTastr::itosb(long long value, int base, int width) {
@@ -118,14 +119,14 @@ KLTastr& KLTastr::itosb(long long value, int base, int width) {
 }
 
 int KLTastr::deleteAll(const KLTastrc& set) {
-    KLTastr kept;
-    for (int pos = findChrOther(set); pos >= 0;) {
-        const int end = findChr(set, pos);
-        const int count = (end < 0 ? length_ : end) - pos;
-        kept.append(text_ + pos, count);
-        pos = findChrOther(set, pos + count);
-    }
-    const int deleted = length_ - kept.length();
-    if (deleted > 0) *this = kept;
+    const int first = findChr(set);
+    if (first < 0) return 0;
+    const KLTcharacterSet unwanted(set);
+    char* const text = cleanCopy(length_).node_->text();
+    char* const end = text + length_;
+    char* const kept =
+        std::remove_if(text + first, end, [&unwanted](char c) { return unwanted.contains(c); });
+    const auto deleted = static_cast<int>(end - kept);
+    dellast(deleted);
     return deleted;
 }

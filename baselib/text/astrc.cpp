@@ -18,9 +18,26 @@ int difference(char a, char b, bool caseSensitive) {
 
 int sign(int value) { return (value > 0) - (value < 0); }
 
+// Equal parts are passed over by memcmp, which compares many characters at once.
+constexpr int comparedSingly = 16;
+
+bool same(const char* a, const char* b, int count) {
+    return std::memcmp(a, b, static_cast<std::size_t>(count)) == 0;
+}
+
 // How many characters two texts have in common at their beginning, at most count.
 int commonLength(const char* a, const char* b, int count, bool caseSensitive) {
     int common = 0;
+    if (caseSensitive && count > comparedSingly) {
+        if (same(a, b, count)) return count;
+        while (count - common > comparedSingly) {
+            const int half = (count - common) / 2;
+            if (same(a + common, b + common, half))
+                common += half;
+            else
+                count = common + half;
+        }
+    }
     while (common < count && difference(a[common], b[common], caseSensitive) == 0)
         ++common;
     return common;
@@ -43,8 +60,7 @@ int KLTastrc::into(int pos) const {
 }
 
 bool KLTastrc::operator==(const KLTastrc& other) const {
-    return length_ == other.length_ &&
-           std::memcmp(text_, other.text_, static_cast<std::size_t>(length_)) == 0;
+    return length_ == other.length_ && same(text_, other.text_, length_);
 }
 
 int KLTastrc::compare(const KLTastrc& other, bool caseSensitive) const {

@@ -127,6 +127,9 @@ public:
     int pathCompDir(const KLTastrc& other, bool caseSensitive = true) const;
 
 protected:
+    // Views characters whose number is known.
+    KLTastrc(const char* characters, int count) : text_(characters), length_(count) {}
+
     // The shared empty text.
     static const char empty[1];
 

@@ -90,13 +90,12 @@ int KLNnumber::parse(const char* text, int length, double& result) {
     return KLTnumberOk;
 }
 
-const char* KLNnumber::digits(uint64_t value, int base, char (&buffer)[textSize]) {
-    const auto divisor = static_cast<uint64_t>(isBase(base) ? base : 10);
-    char* first = buffer + textSize - 1;
-    *first = '\0';
-    do {
-        *--first = "0123456789abcdefghijklmnopqrstuvwxyz"[value % divisor];
-        value /= divisor;
-    } while (value != 0);
-    return first;
+int KLNnumber::digits(uint64_t value, int base, char (&buffer)[textSize]) {
+    const int valid = isBase(base) ? base : 10;
+    char* const end = buffer + textSize;
+    // A division of 64 bits is a call on a 32-bit processor.
+    const auto written = value <= UINT32_MAX
+                             ? std::to_chars(buffer, end, static_cast<uint32_t>(value), valid)
+                             : std::to_chars(buffer, end, value, valid);
+    return static_cast<int>(written.ptr - buffer);
 }

@@ -26,12 +26,12 @@ struct Integer {
 template <class Number>
 [[nodiscard]] int parseAs(const char* text, int length, int base, Number& result);
 
-// Digits of the largest number in base 2, a sign and a NUL.
-constexpr int textSize = 66;
+// Digits of the largest number in base 2.
+constexpr int textSize = 64;
 
-// Writes value in base 2..36 (any other: 10), lower-case digits, right-aligned into buffer.
-// Returns where the digits begin; they end with NUL.
-const char* digits(uint64_t value, int base, char (&buffer)[textSize]);
+// Writes value in base 2..36 (any other: 10), lower-case digits, without a NUL, to buffer.
+// Returns their number.
+int digits(uint64_t value, int base, char (&buffer)[textSize]);
 
 } // namespace KLNnumber
 
