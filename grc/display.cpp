@@ -4,8 +4,6 @@
 
 namespace {
 
-constexpr unsigned int greyMask = 0xF;
-
 bool isValid(int extent) { return extent >= 1 && extent <= GRCdisplay::extentMax; }
 
 std::size_t words(GRCsize size) {
@@ -29,14 +27,19 @@ void GRCdisplay::put(long long x, long long y, unsigned int grey) {
 
 void GRCdisplay::fill(const GRCrect& wanted, unsigned int grey) {
     const GRCrect visible = intersection(wanted, area());
-    const auto [x, y] = visible.position;
-    for (int line = 0; line < visible.extent.height; ++line)
-        std::fill_n(pixels_ + rowStart(y + line) + x, visible.extent.width, grey & greyMask);
-    changed_ = bounding(changed_, visible);
+    if (visible.empty()) return;
+    unsigned int* line = edit(visible);
+    for (int left = visible.extent.height; left > 0; --left, line += size_.width)
+        std::fill_n(line, visible.extent.width, grey & GRCgreyMask);
+}
+
+unsigned int* GRCdisplay::edit(const GRCrect& area) {
+    changed_ = bounding(changed_, area);
+    return pixels_ + rowStart(area.position.y) + area.position.x;
 }
 
 unsigned int GRCdisplay::grey(int x, int y) const {
-    return contains(x, y) ? row(y)[x] & greyMask : 0;
+    return contains(x, y) ? row(y)[x] & GRCgreyMask : 0;
 }
 
 const unsigned int* GRCdisplay::row(int y) const { return pixels_ + rowStart(y); }

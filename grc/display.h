@@ -5,6 +5,9 @@
 
 #include "grc/geometry.h"
 
+// What counts of the word of a pixel.
+inline constexpr unsigned int GRCgreyMask = 0xF;
+
 // The pixel memory of a grey-level display, and the area of it that was drawn on since
 // the last transfer to the hardware.
 //
@@ -37,6 +40,11 @@ public:
 
     // Sets all pixels of an area that lie on the display.
     void fill(const GRCrect& area, unsigned int grey);
+
+    // For drawing of other kinds: the pixel word at the top left corner of an area that lies on
+    // the display and is not empty; rows are size().width words apart. The area counts as drawn
+    // on. Only the low 4 bits of what is written there may be set.
+    unsigned int* edit(const GRCrect& area);
 
     GRCsize size() const { return size_; }
     GRCrect area() const { return {{0, 0}, size_}; }

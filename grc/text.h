@@ -40,6 +40,7 @@ public:
 
 private:
     long long advance(const GRCglyph& glyph) const;
+    void drawStrokes(GRCdisplay& display, const GRCglyph& glyph, long long left) const;
     void drawCell(GRCdisplay& display, const GRCglyph& glyph, long long left) const;
 
     const GRCfont* font_ = nullptr;

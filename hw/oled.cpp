@@ -1,5 +1,7 @@
 #include "hw/oled.h"
 
+#include "grc/display.h"
+
 #include <algorithm>
 #include <array>
 
@@ -85,8 +87,8 @@ bool isOnDisplay(const GRCrect& area) {
 }
 
 unsigned int packed(const unsigned int* twoPixels) {
-    return (twoPixels[0] & CHGenericOLEDController::greyMask) << leftPixelShift |
-           (twoPixels[1] & CHGenericOLEDController::greyMask) << rightPixelShift;
+    return (twoPixels[0] & GRCgreyMask) << leftPixelShift | (twoPixels[1] & GRCgreyMask)
+                                                                << rightPixelShift;
 }
 
 unsigned int percentOf(unsigned int range, unsigned char percent) {

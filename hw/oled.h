@@ -9,8 +9,6 @@
 // 32-bit forms high byte first). No operation reports bus errors.
 class CHGenericOLEDController {
 public:
-    static constexpr unsigned int greyMask = 0xF; // of a pixel
-
     virtual void put_cmd(unsigned char command) = 0;
     virtual void put_cmd(unsigned short commands) = 0;
     virtual void put_cmd(unsigned int commands) = 0;

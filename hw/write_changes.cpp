@@ -1,8 +1,30 @@
 #include "hw/write_changes.h"
 
+#include <cstring>
+
 namespace {
 
 constexpr std::uint8_t unknownGrey = 0xFF;
+constexpr int pixelsAtOnce = 4;
+
+std::uint8_t greyOf(unsigned int pixel) { return static_cast<std::uint8_t>(pixel & GRCgreyMask); }
+
+// Where a span first differs from what is shown, right if it does not. Most do not: four pixels
+// are compared at once.
+int firstChange(const unsigned int* row, const std::uint8_t* shown, int left, int right) {
+    int x = left;
+    for (; right - x >= pixelsAtOnce; x += pixelsAtOnce) {
+        const unsigned int greys = (row[x] & GRCgreyMask) | (row[x + 1] & GRCgreyMask) << 8 |
+                                   (row[x + 2] & GRCgreyMask) << 16 |
+                                   (row[x + 3] & GRCgreyMask) << 24;
+        unsigned int shownGreys;
+        std::memcpy(&shownGreys, shown + x, sizeof shownGreys);
+        if (greys != shownGreys) break;
+    }
+    while (x < right && greyOf(row[x]) == shown[x])
+        ++x;
+    return x;
+}
 
 } // namespace
 
@@ -22,14 +44,13 @@ void CHgenericWriteChanges::transfer(const GRCdisplay& display, const GRCrect& a
 void CHgenericWriteChanges::transferSpan(const unsigned int* row, int y, int left, int right) {
     std::uint8_t* const shown =
         &shadow_[static_cast<std::size_t>(y * controller_->displaySize().width)];
-    int first = -1;
-    int last = -1;
-    for (int x = left; x < right; ++x) {
-        const auto grey = static_cast<std::uint8_t>(row[x] & CHGenericOLEDController::greyMask);
-        if (grey == shown[x]) continue;
+    const int first = firstChange(row, shown, left, right);
+    if (first == right) return;
+    int last = first;
+    for (int x = first; x < right; ++x) {
+        const std::uint8_t grey = greyOf(row[x]);
+        if (grey != shown[x]) last = x;
         shown[x] = grey;
-        last = x;
-        if (first < 0) first = x;
     }
-    if (first >= 0) controller_->update(first, y, last - first + 1, 1, row + first);
+    controller_->update(first, y, last - first + 1, 1, row + first);
 }
