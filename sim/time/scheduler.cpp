@@ -54,6 +54,7 @@ void Scheduler::explore(std::uint64_t seed) {
 }
 
 void Scheduler::point() {
+    if (is_one_too_many()) return spend(calls_without_time);
     if (!exploration_) return;
     Thread& self = *current();
     if (exploration_->changes()) self.priority = exploration_->priority();
@@ -64,6 +65,7 @@ void Scheduler::point() {
 }
 
 WakeReason Scheduler::wait(const void* object, Microseconds deadline, Cancellation cancellation) {
+    if (is_one_too_many()) spend(calls_without_time);
     Thread& self = *current();
     wait_for_turn(self, object, deadline, cancellation);
     const WakeReason reason = self.reason;
@@ -315,7 +317,10 @@ void Scheduler::take_turn(Thread& self) {
     pulse_.runner = self.system_id;
 }
 
+bool Scheduler::is_one_too_many() { return ++calls_ > calls_without_time; }
+
 void Scheduler::set_now(Microseconds time) {
+    if (time != now_) calls_ = 0;
     now_ = time;
     pulse_.time.store(static_cast<std::uint32_t>(time), std::memory_order_relaxed);
 }

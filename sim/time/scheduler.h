@@ -34,6 +34,10 @@ inline constexpr Microseconds slice_us = 1000;
 
 // `interrupted`: a signal for the thread was handled. `restarted`: the same, and its handler
 // lets calls go on that the system can begin anew (SA_RESTART).
+// So many calls of the device in a row take no time; then they have taken a microsecond each. So a
+// program that calls without end comes to the end of its time.
+inline constexpr int calls_without_time = 10'000;
+
 enum class WakeReason { woken, timed_out, cancelled, interrupted, restarted };
 
 // Whether a wait ends when the thread is cancelled.
@@ -91,7 +95,8 @@ public:
     // thread runs until it waits or its slice is over, and who was ready first goes on.
     void explore(std::uint64_t seed);
 
-    // A call of the device, at which an exploration may let another thread go on.
+    // A call of the device, at which an exploration may let another thread go on, and which may
+    // be one of too many (calls_without_time).
     void point();
 
     // Waits for a wake-up on `object` (null: none can come) until `deadline`. A deadline
@@ -194,11 +199,13 @@ private:
     void hand_over(Thread& self);
     void take_turn(Thread& self);
     void begin_slice(Thread& thread);
+    bool is_one_too_many();
     void set_now(Microseconds time);
     void hold_pace(Microseconds time);
 
     Microseconds now_ = 0;
     int next_id_ = 0;
+    int calls_ = 0; // since time passed
     std::uint64_t next_turn_ = 0;
     std::uint64_t next_timer_ = 0;
     std::vector<std::unique_ptr<Thread>> threads_; // a handful: searched, not sorted

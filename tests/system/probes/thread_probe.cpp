@@ -1,11 +1,15 @@
-// thread_probe WAY: a thread that virtual time never passes in, or two ("writers") that write
-// lines of two pieces each.
+// thread_probe WAY: a thread that virtual time never passes in, one that makes some call without
+// end, or two ("writers") that write lines of two pieces each.
 #include <csignal>
 #include <cstdio>
 #include <cstring>
+#include <ctime>
+#include <mutex>
+#include <poll.h>
 #include <pthread.h>
 #include <thread>
 #include <unistd.h>
+#include <utility>
 
 // Found by name.
 extern "C" [[gnu::noinline]] void spin_for_good() {
@@ -18,8 +22,28 @@ static void write_line() {
     std::fputs("line\n", stdout);
 }
 
+// Calls without end.
+static void call_for_good(void (*call)()) {
+    for (;;)
+        call();
+}
+
+static const std::pair<const char*, void (*)()> calls[] = {
+    {"clock", [] { std::time(nullptr); }},
+    {"mutex",
+     [] {
+         static std::mutex mutex;
+         const std::lock_guard lock(mutex);
+     }},
+    {"poll", [] { poll(nullptr, 0, 0); }},
+    {"sleep", [] { usleep(0); }},
+    {"flush", [] { std::fflush(stdout); }},
+};
+
 int main(int, char** argv) {
     const char* const way = argv[1];
+    for (const auto& [name, call] : calls)
+        if (std::strcmp(way, name) == 0) call_for_good(call);
     if (std::strcmp(way, "writers") == 0) {
         std::thread other(write_line);
         write_line();
