@@ -6,8 +6,13 @@
 #include "sim/machine/machine.h"
 #include "sim/time/keep_errno.h"
 #include "sim/time/scheduler.h"
+#include "sim/time/signals.h"
+#include "sim/time/system_call.h"
 
+#include <algorithm>
 #include <array>
+#include <sys/syscall.h>
+#include <unistd.h>
 
 namespace k4sim {
 
@@ -17,31 +22,72 @@ using SigactionFunction = int(int, const struct sigaction*, struct sigaction*);
 
 struct Watched {
     int signal;
+    bool
+        from_within; // else its default is what counts: a handler, or none, is the program's affair
     struct sigaction former;
 };
-std::array<Watched, 6> watched{
-    {{SIGABRT, {}}, {SIGBUS, {}}, {SIGFPE, {}}, {SIGILL, {}}, {SIGSYS, {}}, {SIGTRAP, {}}}};
+std::array watched = std::to_array<Watched>(
+    {{SIGABRT, true, {}},   {SIGBUS, true, {}},   {SIGFPE, true, {}},   {SIGILL, true, {}},
+     {SIGSYS, true, {}},    {SIGTRAP, true, {}},  {SIGHUP, false, {}},  {SIGINT, false, {}},
+     {SIGQUIT, false, {}},  {SIGTERM, false, {}}, {SIGALRM, false, {}}, {SIGUSR1, false, {}},
+     {SIGUSR2, false, {}},  {SIGPIPE, false, {}}, {SIGIO, false, {}},   {SIGPWR, false, {}},
+     {SIGXCPU, false, {}},  {SIGXFSZ, false, {}}, {SIGPROF, false, {}}, {SIGVTALRM, false, {}},
+     {SIGSTKFLT, false, {}}});
 SigactionFunction* libc_sigaction = nullptr;
 
-// The former handling, and the signal once more: a bad instruction comes again by itself, the
-// one that trapped or made a call is over.
+Watched* find(int signal) {
+    const auto found = std::ranges::find(watched, signal, &Watched::signal);
+    return found == watched.end() ? nullptr : &*found;
+}
+
+// What an instruction did comes again by itself.
+bool comes_again(const siginfo_t& info) {
+    constexpr int faults[] = {SIGBUS, SIGFPE, SIGILL};
+    return info.si_code > 0 && std::ranges::find(faults, info.si_signo) != std::end(faults);
+}
+
+// A signal that was sent to the process may come to any thread. The device is for the one that has
+// its turn to look at. False when that is this one, or is deaf.
+bool is_handed_on(int signal) {
+    const int runner = scheduler().pulse().runner;
+    if (runner == system_call()(SYS_gettid) || blocks(runner, signal)) return false;
+    return system_call()(SYS_tgkill, getpid(), runner, signal) == 0;
+}
+
+// The former handling, and the signal once more.
 void on_death(int signal, siginfo_t* info, void* context) {
     const KeepErrno keep_errno;
+    Watched& one = *find(signal);
+    if (!one.from_within && is_handed_on(signal)) return;
+    libc_sigaction(signal, &one.former, nullptr);
     report_death(*info, context);
-    for (const Watched& one : watched)
-        if (one.signal == signal) libc_sigaction(signal, &one.former, nullptr);
-    if (info->si_code <= 0 || signal == SIGTRAP || signal == SIGSYS) raise(signal);
+    if (!comes_again(*info)) raise(signal);
+}
+
+void watch(Watched& one) {
+    struct sigaction action {};
+    action.sa_sigaction = on_death;
+    action.sa_flags = SA_SIGINFO | SA_ONSTACK;
+    libc_sigaction(one.signal, &action, nullptr);
 }
 
 } // namespace
 
 void watch_for_death() {
     libc_sigaction = libc_function<SigactionFunction>("sigaction");
-    struct sigaction action {};
-    action.sa_sigaction = on_death;
-    action.sa_flags = SA_SIGINFO;
-    for (Watched& one : watched)
-        libc_sigaction(one.signal, &action, &one.former);
+    for (Watched& one : watched) {
+        libc_sigaction(one.signal, nullptr, &one.former);
+        if (one.from_within || one.former.sa_handler == SIG_DFL) watch(one);
+    }
+}
+
+bool is_death_watch(const struct sigaction& action) { return action.sa_sigaction == on_death; }
+
+void watch_default(int signal) {
+    Watched* const one = find(signal);
+    if (one == nullptr) return;
+    one->former = {};
+    watch(*one);
 }
 
 void report_death(const siginfo_t& info, const void* context) {
@@ -53,7 +99,8 @@ void report_death(const siginfo_t& info, const void* context) {
     const CodePlace place = code_place(death.address);
     death.file = place.file;
     death.offset = place.offset;
-    if (info.si_code > 0) death.accessed = reinterpret_cast<std::uintptr_t>(info.si_addr);
+    if (info.si_code > 0 && info.si_code != SI_KERNEL)
+        death.accessed = reinterpret_cast<std::uintptr_t>(info.si_addr);
     machine().report_death(death);
 }
 

@@ -87,8 +87,8 @@ void on_fault(int signal, siginfo_t* info, void* context) {
         if (const char* what = unplayed_port_access(code_at(registers), privileged))
             end_unplayed(what, code_at(registers));
     }
-    report_death(*info, context);
     libc_sigaction(SIGSEGV, &former_action, nullptr);
+    report_death(*info, context);
     // An instruction faults again by itself; what was sent must be sent again.
     if (sent) raise(signal);
 }
@@ -100,7 +100,8 @@ void install_port_trap() {
     libc_sigaction = libc_function<SigactionFunction>("sigaction");
     struct sigaction action {};
     action.sa_sigaction = on_fault;
-    action.sa_flags = SA_SIGINFO;
+    // While an access takes its time, a handler of the program may make another.
+    action.sa_flags = SA_SIGINFO | SA_ONSTACK | SA_NODEFER;
     libc_sigaction(SIGSEGV, &action, &former_action);
 }
 

@@ -9,6 +9,7 @@
 #include "sim/host/preload.h"
 #include "sim/host/real.h"
 #include "sim/host/serial_file.h"
+#include "sim/host/signal_stack.h"
 #include "sim/host/signal_timers.h"
 #include "sim/host/speaker_file.h"
 #include "sim/host/threads.h"
@@ -128,6 +129,8 @@ __attribute__((constructor)) void start(int, char** arguments, char** environmen
     descriptors().add_device("/dev/console", open_speaker);
     add_serial_devices();
     pthread_atfork(nullptr, in_parent, in_child);
+    static const auto* const signal_stack = new SignalStack; // of the first thread, for good
+    (void)signal_stack;
     install_port_trap();
     watch_for_death();
     configure_alsa();

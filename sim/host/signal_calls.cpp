@@ -1,7 +1,8 @@
-// Stand-ins for the wait for a signal, in virtual time, and for signals to the program itself. The
-// symbol's name stands in quotes.
+// Stand-ins for the wait for a signal, in virtual time, for signals to the program itself, and for
+// what is done about one. The symbol's name stands in quotes.
 #include "sim/host/children.h"
 #include "sim/host/deadline.h"
+#include "sim/host/death_watch.h"
 #include "sim/host/real.h"
 #include "sim/host/result.h"
 #include "sim/host/signal_mask.h"
@@ -129,6 +130,29 @@ int stand_in_sigsuspend(const sigset_t* set) {
     if (!at_call()) return real_function<decltype(stand_in_sigsuspend)>("sigsuspend")(set);
     const Masked masked(set);
     return masked.interrupted() ? libc_result(-EINTR) : pause_for_signal(*set);
+}
+
+// Where the program has the default, it is watched for its death.
+int stand_in_sigaction(int number, const struct sigaction* action,
+                       struct sigaction* former) asm("sigaction");
+int stand_in_sigaction(int number, const struct sigaction* action, struct sigaction* former) {
+    static auto* const real_sigaction = real_function<decltype(stand_in_sigaction)>("sigaction");
+    const bool by_default = action != nullptr && action->sa_handler == SIG_DFL;
+    const int result = real_sigaction(number, action, former);
+    if (result == 0 && by_default) watch_default(number);
+    if (result == 0 && former != nullptr && is_death_watch(*former)) *former = {};
+    return result;
+}
+
+using Handler = void (*)(int);
+
+Handler stand_in_signal(int number, Handler handler) asm("signal");
+Handler stand_in_signal(int number, Handler handler) {
+    struct sigaction former {};
+    const bool known = stand_in_sigaction(number, nullptr, &former) == 0;
+    const Handler result = real_function<decltype(stand_in_signal)>("signal")(number, handler);
+    if (result != SIG_ERR && handler == SIG_DFL) watch_default(number);
+    return result != SIG_ERR && known ? former.sa_handler : result;
 }
 
 int stand_in_kill(pid_t process, int number) asm("kill");

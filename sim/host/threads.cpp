@@ -1,6 +1,7 @@
 #include "sim/host/threads.h"
 
 #include "sim/host/real.h"
+#include "sim/host/signal_stack.h"
 #include "sim/machine/machine.h"
 #include "sim/time/unobserved.h"
 
@@ -38,6 +39,7 @@ Start take(void* argument) {
 }
 
 void* run_thread(void* argument) {
+    const SignalStack signal_stack;
     scheduler().enter(static_cast<Start*>(argument)->thread);
     const Start start = take(argument);
     const Leaving leaving(start.thread);

@@ -108,14 +108,12 @@ siginfo_t made_signal(int number, int code) {
 Thread* acceptor_of(int number) {
     for (const auto& thread : scheduler().threads())
         if (thread->state != Thread::State::ended && thread->system_id != 0 &&
-            !blocks(*thread, number))
+            !blocks(thread->system_id, number))
             return thread.get();
     return nullptr;
 }
 
-bool blocks(const Thread& thread, int number) {
-    return (blocked_by(thread.system_id) >> (number - 1) & 1) != 0;
-}
+bool blocks(int system_id, int number) { return (blocked_by(system_id) >> (number - 1) & 1) != 0; }
 
 bool signal_process(const siginfo_t& signal) {
     if (Thread* const thread = acceptor_of(signal.si_signo)) return signal_thread(*thread, signal);
@@ -125,7 +123,7 @@ bool signal_process(const siginfo_t& signal) {
 
 bool signal_thread(Thread& thread, const siginfo_t& signal) {
     const int number = signal.si_signo;
-    if (thread.system_id != 0 && blocks(thread, number)) {
+    if (thread.system_id != 0 && blocks(thread.system_id, number)) {
         leave_to_system(signal, thread.system_id);
         return true;
     }

@@ -19,7 +19,8 @@ siginfo_t made_signal(int number, int code);
 // all do.
 Thread* acceptor_of(int number);
 
-bool blocks(const Thread& thread, int number);
+// Whether the thread of that number of the system does. From a signal handler as well.
+bool blocks(int system_id, int number);
 
 // To the process: when all of its threads block the signal, it stays pending with the system, for
 // who waits for one. False when it is merged with an equal one that is not handled yet.

@@ -509,6 +509,28 @@ TEST_F(Launcher, EndsAProgramThatGoesOnForGood) {
         }
 }
 
+TEST_F(Launcher, TellsWhereAProgramDiesByWhicheverSignal) {
+    const struct {
+        const char* way;
+        const char* must_say;
+    } cases[] = {
+        {"stack", "signal 11 .* in thread 0 at thread_probe.*\\(use_up_stack\\)"},
+        {"stack-of-thread", "signal 11 .* in thread 1 at thread_probe.*\\(use_up_stack\\)"},
+        {"kill", "signal 15 .Terminated. in thread 0 at "},
+        {"abort", "signal 6 .Aborted. in thread 0 at "},
+        {"alarm", "signal 14 .Alarm clock. in thread 0 at "},
+        {"default-again", "signal 2 .Interrupt. in thread 0 at "},
+        {"from-outside", "signal 15 .Terminated. in thread 0 at "}};
+    for (const std::string& bits : word_sizes)
+        for (const auto& [way, must_say] : cases) {
+            const CommandResult result =
+                launch("run --record record " + (K4_THREAD_PROBE + bits) + " " + way);
+            EXPECT_EQ(result.status, 125) << way;
+            EXPECT_THAT(result.error, testing::ContainsRegex(must_say)) << bits;
+            EXPECT_TRUE(fs::exists(folder_.file("record/oled-final.png"))) << way;
+        }
+}
+
 #ifndef __SANITIZE_THREAD__ // which holds a signal back while the launcher reads
 
 // What is ignored stays so.

@@ -2,6 +2,7 @@
 // end, or two ("writers") that write lines of two pieces each.
 #include <csignal>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <ctime>
 #include <mutex>
@@ -22,7 +23,12 @@ static void write_line() {
     std::fputs("line\n", stdout);
 }
 
-// Calls without end.
+extern "C" [[gnu::noinline]] int use_up_stack(int depth) {
+    volatile char room[1000] = {};
+    return depth < 0 ? room[0] : use_up_stack(depth + 1) + room[depth % 1000];
+}
+
+// Ways to die, and calls without end.
 static void call_for_good(void (*call)()) {
     for (;;)
         call();
@@ -38,6 +44,21 @@ static const std::pair<const char*, void (*)()> calls[] = {
     {"poll", [] { poll(nullptr, 0, 0); }},
     {"sleep", [] { usleep(0); }},
     {"flush", [] { std::fflush(stdout); }},
+    {"stack", [] { use_up_stack(0); }},
+    {"stack-of-thread", [] { std::thread([] { use_up_stack(0); }).join(); }},
+    {"kill", [] { kill(getpid(), SIGTERM); }},
+    {"abort", [] { pthread_kill(pthread_self(), SIGABRT); }},
+    {"alarm", [] { ualarm(1000, 0), pause(); }},
+    {"default-again",
+     [] {
+         std::signal(SIGINT, [](int) {});
+         if (std::signal(SIGINT, SIG_DFL) != SIG_DFL) std::raise(SIGINT);
+     }},
+    {"from-outside",
+     [] {
+         if (system("kill -TERM $PPID") != 0) _exit(9);
+         spin_for_good();
+     }},
 };
 
 int main(int, char** argv) {
