@@ -21,6 +21,7 @@ struct FaultSetting {
     std::string name;
     std::string value;      // empty where the fault takes none
     std::int64_t at_us = 0; // 0: from the start
+    bool cleared = false;   // by a step: it is over
 };
 
 // One step of a scenario: when it is due, and what is done.
@@ -35,7 +36,7 @@ struct ScenarioStep {
     std::int64_t at_us = 0; // Trigger::time: since the start; else: delay after the trigger
     std::string text;       // what to look for (console, screen)
     std::string action;     // "press 7", "hold E", "release E", "turn 1 -3", "plug analog",
-                            // "unplug digital", "fault NAME[=VALUE]"
+                            // "unplug digital", "fault NAME[=VALUE]", "clear NAME[=VALUE]"
 };
 
 struct Setup {

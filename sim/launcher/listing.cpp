@@ -99,6 +99,7 @@ Json json_of(const Fault& fault) {
         json.set("low", fault.low).set("high", fault.high);
     return json.set("boards", boards_of(fault))
         .set("example", fault_example(fault))
+        .set("clears", !fault.passes)
         .set("sight", sight_text(fault.sight))
         .set("breaks", fault.breaks)
         .set("verdict", fault.verdict);

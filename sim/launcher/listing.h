@@ -15,7 +15,8 @@ struct Options;
 std::vector<const Fault*> matching_faults(const std::string& pattern);
 
 // For people, and for programs: a JSON list of objects with "name", "value" (as in the text),
-// "low" and "high" of a number or decimal, "boards" (a list), "example", "sight", "breaks" and
+// "low" and "high" of a number or decimal, "boards" (a list), "example", "clears" (or it
+// passes by itself), "sight", "breaks" and
 // "verdict".
 std::string faults_as_text(const std::vector<const Fault*>& faults);
 std::string faults_as_json(const std::vector<const Fault*>& faults);

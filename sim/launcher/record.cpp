@@ -95,7 +95,7 @@ void Record::line(const std::string& text) {
         observation_.struck.insert(planned_);
         return; // what it does is an event of its own
     }
-    note_strike(*source, *what);
+    if (!event->has("cleared")) note_strike(*source, *what);
     watch([&](Sightings& sight) { sight.see_event(*t, *source, *what, *event); });
     if (*source == "console") console(*t, event->text("text").value_or(""));
     if (*source == "sound") note_power(*event, *what);

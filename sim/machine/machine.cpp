@@ -104,14 +104,19 @@ void Machine::port_out(std::uint16_t port, std::uint8_t value) {
 
 void Machine::apply_fault(const FaultSetting& fault) {
     if (fault.name == "thread-create")
-        set_thread_create_failure(static_cast<int>(fault_number(fault.value)));
+        set_thread_create_failure(fault.cleared ? 0 : static_cast<int>(fault_number(fault.value)));
     else if (fault.name == "no-privilege")
-        set_privilege_refused(true);
+        set_privilege_refused(!fault.cleared);
     else if (fault.name == "signal")
         send_signal(fault.value);
+    else if (fault.cleared)
+        device_->clear_fault(fault.name, fault.value);
     else
         device_->set_fault(fault.name, fault.value);
-    event("fault", fault.name, {{"value", std::string_view(fault.value)}});
+    if (fault.cleared)
+        event("fault", fault.name, {{"value", std::string_view(fault.value)}, {"cleared", true}});
+    else
+        event("fault", fault.name, {{"value", std::string_view(fault.value)}});
 }
 
 bool Machine::thread_create_fails() {

@@ -64,7 +64,7 @@ public:
     std::uint8_t port_in(std::uint16_t port);
     void port_out(std::uint16_t port, std::uint8_t value);
 
-    // A fault by name: one of the stand-ins ("thread-create", "no-privilege") or one of
+    // A fault by name, or its end: one of the stand-ins ("thread-create", "no-privilege") or one of
     // the device.
     void apply_fault(const FaultSetting& fault);
 

@@ -1,4 +1,4 @@
-// How a part of the device carries out its faults: a table of breakers by name.
+// How a part of the device carries out its faults and clears them: a table of breakers by name.
 #pragma once
 
 #include <algorithm>
@@ -11,15 +11,21 @@ template <class Model>
 struct Breaker {
     std::string_view name;
     void (*strike)(Model& model, std::string_view value);
+    void (*mend)(Model& model, std::string_view value) = nullptr; // null: it passes by itself
 };
 
-// Carries the fault out; false when the table has none of that name.
+enum class Work { strike, mend };
+
+// Carries the fault out, or clears it as if it had not been; false when the table has none of that
+// name, or nothing to clear.
 template <class Table, class Model>
-bool strike_by_name(const Table& breakers, Model& model, std::string_view name,
-                    std::string_view value) {
+bool work_by_name(const Table& breakers, Work work, Model& model, std::string_view name,
+                  std::string_view value) {
     const auto found = std::ranges::find(breakers, name, [](const auto& one) { return one.name; });
     if (found == std::end(breakers)) return false;
-    found->strike(model, value);
+    const auto act = work == Work::strike ? found->strike : found->mend;
+    if (act == nullptr) return false;
+    act(model, value);
     return true;
 }
 

@@ -68,23 +68,32 @@ std::uint8_t byte_of(std::string_view value) {
 
 // fault_error() has seen to it that the board has what is broken, and that the value fits.
 constexpr Breaker<Device> breakers[] = {
-    {"cpld-id", [](Device& device, auto value) { device.cpld()->set_id(byte_of(value)); }},
-    {"cpld-version",
-     [](Device& device, auto value) { device.cpld()->set_version(byte_of(value)); }},
+    {"cpld-id", [](Device& device, auto value) { device.cpld()->set_id(byte_of(value)); },
+     [](Device& device, auto) { device.cpld()->restore_id(); }},
+    {"cpld-version", [](Device& device, auto value) { device.cpld()->set_version(byte_of(value)); },
+     [](Device& device, auto) { device.cpld()->restore_version(); }},
     {"encoder-dead",
-     [](Device& device, auto value) { device.keys()->set_encoder_dead(byte_of(value)); }},
-    {"key-dead", [](Device& device, auto value) { device.keys()->set_dead(value[0]); }},
-    {"key-held", [](Device& device, auto value) { device.keys()->set_held(value[0]); }},
+     [](Device& device, auto value) { device.keys()->set_encoder_dead(byte_of(value), true); },
+     [](Device& device, auto value) { device.keys()->set_encoder_dead(byte_of(value), false); }},
+    {"key-dead", [](Device& device, auto value) { device.keys()->set_dead(value[0], true); },
+     [](Device& device, auto value) { device.keys()->set_dead(value[0], false); }},
+    {"key-held", [](Device& device, auto value) { device.keys()->set_held(value[0], true); },
+     [](Device& device, auto value) { device.keys()->set_held(value[0], false); }},
     {"key-word-invalid",
      [](Device& device, auto value) {
          device.keys()->set_invalid(static_cast<unsigned>(fault_number(value)));
-     }},
-    {"panel-dead", [](Device& device, auto) { device.panel()->set_dead(); }},
+     },
+     [](Device& device, auto) { device.keys()->set_invalid(0); }},
+    {"panel-dead", [](Device& device, auto) { device.panel()->set_dead(true); },
+     [](Device& device, auto) { device.panel()->set_dead(false); }},
     {"panel-type",
-     [](Device& device, auto value) { device.panel()->set_reported_type(byte_of(value)); }},
+     [](Device& device, auto value) { device.panel()->set_reported_type(byte_of(value)); },
+     [](Device& device, auto) { device.panel()->restore_reported_type(); }},
     {"sda-stuck",
-     [](Device& device, auto value) { device.i2c_bus().set_sda_stuck(byte_of(value) == 1); }},
-    {"speaker-absent", [](Device& device, auto) { device.speaker().set_present(false); }},
+     [](Device& device, auto value) { device.i2c_bus().set_sda_stuck(byte_of(value) == 1); },
+     [](Device& device, auto) { device.i2c_bus().release_sda(); }},
+    {"speaker-absent", [](Device& device, auto) { device.speaker().set_present(false); },
+     [](Device& device, auto) { device.speaker().set_present(true); }},
 };
 
 } // namespace
@@ -110,10 +119,19 @@ void Device::out(std::uint16_t port, std::uint8_t value) {
 }
 
 bool Device::set_fault(std::string_view name, std::string_view value) {
+    return work_on_fault(Work::strike, name, value);
+}
+
+bool Device::clear_fault(std::string_view name, std::string_view value) {
+    return work_on_fault(Work::mend, name, value);
+}
+
+bool Device::work_on_fault(Work work, std::string_view name, std::string_view value) {
     if (!fault_error(board_, name, value).empty()) return false;
-    return strike_by_name(breakers, *this, name, value) ||
-           strike_sound_card(sound_card_, name, value) || strike_loopback(loopback_, name, value) ||
-           strike_links(links_, name, value) || strike_serial(serial_, name, value);
+    return work_by_name(breakers, work, *this, name, value) ||
+           work_on_sound_card(work, sound_card_, name, value) ||
+           work_on_loopback(work, loopback_, name, value) ||
+           work_on_links(work, links_, name, value) || work_on_serial(work, serial_, name, value);
 }
 
 bool Device::cpld_answers(std::uint16_t port) const {

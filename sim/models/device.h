@@ -12,6 +12,7 @@
 
 #include "sim/models/board/cpld.h"
 #include "sim/models/board/parallel_loopback.h"
+#include "sim/models/breaker.h"
 #include "sim/models/bus/i2c_bus.h"
 #include "sim/models/bus/port_space.h"
 #include "sim/models/lines/network_links.h"
@@ -69,8 +70,13 @@ public:
     // changed, when fault_error() objects or the host layer must carry it out.
     bool set_fault(std::string_view name, std::string_view value);
 
+    // What set_fault() did is over. False, and nothing is changed, also of one that passes by
+    // itself.
+    bool clear_fault(std::string_view name, std::string_view value);
+
 private:
     bool cpld_answers(std::uint16_t port) const;
+    bool work_on_fault(Work work, std::string_view name, std::string_view value);
 
     Board board_;
     std::uint16_t base_ = 0;

@@ -174,6 +174,12 @@ std::string fault_error(Board board, std::string_view name, std::string_view val
     return value_error(*fault, value);
 }
 
+std::string clear_error(Board board, std::string_view name, std::string_view value) {
+    const std::string error = fault_error(board, name, value);
+    if (!error.empty() || !find_fault(name)->passes) return error;
+    return "fault " + std::string(name) + " passes by itself: there is nothing to clear";
+}
+
 std::int64_t fault_number(std::string_view value) { return parse_number(value).value_or(0); }
 
 double fault_decimal(std::string_view value) { return parse_decimal(value).value_or(0); }

@@ -23,6 +23,7 @@ constexpr Fault faults[] = {
     {.name = "aes-lock-lost",
      .needs = Needs::aes,
      .sight = Sight::depends,
+     .passes = true,
      .breaks = "the receiver loses its lock for 0.3 s",
      .verdict = "as without the fault, 5 s later: \"Lost lock\" on the console where it strikes "
                 "while the lock is waited for; else not seen"},
@@ -74,6 +75,7 @@ constexpr Fault faults[] = {
                 "the same tone, so swapped sides can't be told"},
     {.name = "analog-crackle",
      .sight = Sight::depends,
+     .passes = true,
      .breaks = "both inputs crackle for 10 ms",
      .verdict = "as without the fault: in the silence phase the count of quiet cycles begins "
                 "again, later it is not seen"},
@@ -245,6 +247,7 @@ constexpr Fault faults[] = {
      .value_syntax = "eth0|usb0",
      .value = Value::word,
      .sight = Sight::depends,
+     .passes = true,
      .breaks = "the network link is down for 0.6 s",
      .verdict = "as without the fault: the count of good readings begins again when it strikes "
                 "while they are counted; else not seen"},
@@ -414,6 +417,7 @@ constexpr Fault faults[] = {
      .value = Value::number,
      .high = 9,
      .sight = Sight::unseen,
+     .passes = true,
      .breaks = "serial adapter 1 is plugged again and becomes /dev/ttyUSBN; when adapter 2 has "
                "that number, the two change places",
      .verdict = "as without the fault: the test finds an adapter under any number"},
@@ -424,6 +428,7 @@ constexpr Fault faults[] = {
      .low = 1,
      .high = 3600,
      .sight = Sight::depends,
+     .passes = true,
      .breaks = "both serial adapters are plugged in only so many seconds later",
      .verdict = "as without the fault: the USB row shows \"Missing USBs: 2\" until then"},
     {.name = "serial-output-refused",
@@ -442,6 +447,7 @@ constexpr Fault faults[] = {
      .value = Value::number,
      .high = 9,
      .sight = Sight::unseen,
+     .passes = true,
      .breaks = "serial adapter 2 is plugged again and becomes /dev/ttyUSBN; when adapter 1 has "
                "that number, the two change places",
      .verdict = "as without the fault: the test finds an adapter under any number"},
@@ -469,6 +475,7 @@ constexpr Fault faults[] = {
      .value = Value::word,
      .site = Site::host,
      .sight = Sight::seen,
+     .passes = true,
      .breaks = "the program gets this signal: its terminal is closed (HUP), Ctrl-C is pressed "
                "(INT), or it is asked to terminate (TERM)",
      .verdict = "ABORTED: the units are stopped and joined, the inputs made safe; a second signal "

@@ -31,6 +31,7 @@ struct Fault {
     Site site = Site::device;
     Needs needs = Needs::nothing;
     Sight sight = Sight::depends;
+    bool passes = false;        // by itself, so that it can't be cleared
     std::string_view breaks{};  // what it breaks
     std::string_view verdict{}; // the verdict of a run of the self-test with this fault
 };
@@ -55,6 +56,9 @@ std::vector<std::string_view> fault_boards(const Fault& fault);
 // Why `name` with `value` (empty: none given) can't be had on `board`: one line without
 // a line end that says what and how to mend it. Empty when all is well.
 std::string fault_error(Board board, std::string_view name, std::string_view value);
+
+// The same for one that is to be cleared, with the value that it was set with.
+std::string clear_error(Board board, std::string_view name, std::string_view value);
 
 // The value of a number fault that fault_error() has nothing against: decimal, or
 // hexadecimal with 0x.

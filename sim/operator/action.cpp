@@ -50,9 +50,9 @@ std::optional<Action> parse_cable(Action::Kind kind, std::string_view cable) {
     return action;
 }
 
-Action parse_fault(std::string_view setting) {
+Action parse_fault(Action::Kind kind, std::string_view setting) {
     Action action;
-    action.kind = Action::Kind::fault;
+    action.kind = kind;
     const std::size_t equals = setting.find('=');
     action.name = setting.substr(0, equals);
     if (equals != std::string_view::npos) action.value = setting.substr(equals + 1);
@@ -72,8 +72,9 @@ std::vector<std::string_view> arguments_of(std::string_view verb) {
 // With the nearest verb and argument; empty when that can't be done either.
 std::string nearest_action(std::vector<std::string_view> words) {
     if (words.size() < 2) return "";
-    words[0] = nearest(words[0], {"press", "hold", "release", "turn", "plug", "unplug", "fault"});
-    if (words[0] != "fault")
+    words[0] =
+        nearest(words[0], {"press", "hold", "release", "turn", "plug", "unplug", "fault", "clear"});
+    if (words[0] != "fault" && words[0] != "clear")
         if (const auto argument = nearest(words[1], arguments_of(words[0])); !argument.empty())
             words[1] = argument;
     std::string line;
@@ -93,7 +94,8 @@ std::optional<Action> parse_action(std::string_view line) {
     if (words[0] == "release") return parse_key(Action::Kind::release, words[1]);
     if (words[0] == "plug") return parse_cable(Action::Kind::plug, words[1]);
     if (words[0] == "unplug") return parse_cable(Action::Kind::unplug, words[1]);
-    if (words[0] == "fault") return parse_fault(words[1]);
+    if (words[0] == "fault") return parse_fault(Action::Kind::fault, words[1]);
+    if (words[0] == "clear") return parse_fault(Action::Kind::clear, words[1]);
     return std::nullopt;
 }
 
@@ -106,10 +108,11 @@ std::string action_error(Board board, std::string_view line) {
         error.append(key_characters);
         return error
             .append(", turn 1 or 2 by a number of steps, plug or unplug analog or "
-                    "digital, or fault NAME=VALUE")
+                    "digital, fault or clear NAME=VALUE")
             .append(meant.empty() ? "" : "; did you mean " + meant + "?");
     }
     if (action->kind == Action::Kind::fault) return fault_error(board, action->name, action->value);
+    if (action->kind == Action::Kind::clear) return clear_error(board, action->name, action->value);
     return {};
 }
 

@@ -3,7 +3,7 @@
 //     press KEY, hold KEY, release KEY     keys of key_characters
 //     turn ENCODER STEPS                   encoder 1 or 2; negative steps to the left
 //     plug CABLE, unplug CABLE             the loopback cable analog or digital
-//     fault NAME[=VALUE]
+//     fault NAME[=VALUE], clear NAME[=VALUE]   a fault begins, or is over
 #pragma once
 
 #include "sim/setup.h"
@@ -15,14 +15,14 @@
 namespace k4sim {
 
 struct Action {
-    enum class Kind { press, hold, release, turn, plug, unplug, fault };
+    enum class Kind { press, hold, release, turn, plug, unplug, fault, clear };
     enum class Cable { analog, digital };
     Kind kind = Kind::press;
     char key = 0;    // press, hold, release
     int encoder = 0; // turn
     int steps = 0;
     Cable cable = Cable::analog; // plug, unplug
-    std::string name;            // fault
+    std::string name;            // fault, clear
     std::string value;
 };
 

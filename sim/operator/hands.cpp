@@ -29,7 +29,10 @@ void Hands::act(const Action& action) {
         plug(action.cable, false);
         break;
     case Action::Kind::fault:
-        apply_fault_({action.name, action.value, 0});
+        apply_fault_({action.name, action.value, 0, false});
+        break;
+    case Action::Kind::clear:
+        apply_fault_({action.name, action.value, 0, true});
         break;
     }
 }

@@ -20,7 +20,7 @@ TEST_F(AudioInputsTest, AnotherObjectWritesAgainWhatWasRefused) {
     inputs.makeSafe();
     EXPECT_TRUE(phantom[0] && phantom[1]);
     card.set_controls_refused(false);
-    card.set_control_missing("Line Out");
+    card.set_control_missing("Line Out", true);
     last.reopen();
     last.makeSafe();
     EXPECT_FALSE(phantom[0] || phantom[1]);

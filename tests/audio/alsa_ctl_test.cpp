@@ -151,9 +151,9 @@ TEST_F(AlsaCtl, TellsALockChangeAndLeavesWhatItCannotTell) {
     }
     k4sim::machine().apply_fault({"aes-measured-rate", "0", 0});
     EXPECT_EQ(read(false, false), (Reading{0, 48000, true, true}));
-    card().remove_receiver();
+    card().set_receiver_missing(true);
     EXPECT_EQ(read(true, true), (Reading{1, 2, true, false}));
-    card().remove();
+    card().set_present(false);
     EXPECT_EQ(read(true, true, -1), (Reading{1, 2, true, true}));
     EXPECT_EQ(control.set(48000, 48000, false), -1);
     EXPECT_EQ(control.lock_change(change, true), -1);
@@ -166,7 +166,7 @@ TEST_F(AlsaCtl, InitSwitchesOnWhatIsOpen) {
     EXPECT_TRUE(control.isOpen() && !line().transmitter_on());
     EXPECT_EQ(control.init(), 0);
     EXPECT_TRUE(line().transmitter_on() && line().processing());
-    card().remove_receiver();
+    card().set_receiver_missing(true);
     EXPECT_EQ(control.init(), -1);
     EXPECT_FALSE(control.isOpen());
 }

@@ -19,7 +19,7 @@ protected:
     // Opens the mixer of a board as it is after power-on.
     int open(Board board, const char* missing = nullptr) {
         use_board(board);
-        if (missing) card().set_control_missing(missing);
+        if (missing) card().set_control_missing(missing, true);
         return mixer.openMixer(board == Board::aes, "default");
     }
     static k4sim::SoundCard& card() { return k4sim::machine().device().sound_card(); }

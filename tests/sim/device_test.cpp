@@ -20,6 +20,10 @@ TEST(FaultsTest, EachTakesTheExampleOfItsErrorWhereItsSiteIsTheDevice) {
         EXPECT_EQ(fault_error(board, fault.name, example), "");
         EXPECT_EQ(device.set_fault(fault.name, example), fault.site == Fault::Site::device)
             << fault.name;
+        EXPECT_EQ(device.clear_fault(fault.name, example),
+                  fault.site == Fault::Site::device && !fault.passes)
+            << fault.name;
+        EXPECT_EQ(clear_error(board, fault.name, example).empty(), !fault.passes);
         EXPECT_FALSE(fault.breaks.empty() || fault.verdict.empty()) << fault.name;
         EXPECT_EQ(find_fault(fault.name), &fault);
     }

@@ -240,4 +240,30 @@ constexpr FaultCase digital_faults[] = {
 };
 INSTANTIATE_TEST_SUITE_P(Digital, Fault, testing::ValuesIn(digital_faults), name_of);
 
+// All of a board's faults at once, each over again before the program does anything.
+TEST(ClearedFaults, LeaveNothingBehind) {
+    const auto faults = nlohmann::json::parse(run_command({K4_SIM, "faults", "--json"}).out);
+    for (const std::string board : {"aes", "engine"}) {
+        RunPlan plan;
+        plan.board = board;
+        plan.automatic_operator = true;
+        const RunResult healthy = run_on_virtual_k4(plan);
+        int count = 0;
+        for (const auto& fault : faults) {
+            if (!fault.at("clears") || fault.at("boards").dump().find(board) == std::string::npos)
+                continue;
+            for (const std::string verb : {"fault ", "clear "})
+                plan.scenario += "[[step]]\nat = 0\ndo = '" + verb +
+                                 fault.at("example").get<std::string>() + "'\n";
+            ++count;
+        }
+        const RunResult mended = run_on_virtual_k4(plan);
+        EXPECT_GT(count, 30);
+        EXPECT_EQ(mended.count_events("fault"), 2 * count) << mended.error;
+        EXPECT_EQ(mended.console, healthy.console);
+        EXPECT_EQ(mended.pictures, healthy.pictures);
+        EXPECT_EQ(mended.events.back(), healthy.events.back());
+    }
+}
+
 } // namespace

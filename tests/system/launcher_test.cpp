@@ -204,7 +204,7 @@ TEST_F(Launcher, AScenarioMayDemandAnyEvent) {
     write("s.toml", demands);
     const CommandResult result = launch("check - <s.toml");
     EXPECT_EQ(result.error, "");
-    EXPECT_TRUE(result.out.ends_with("\n0 steps, 62 demands\n"));
+    EXPECT_TRUE(result.out.ends_with("\n0 steps, 63 demands\n"));
 }
 
 TEST_F(Launcher, AScenarioIsAWholeCase) {
@@ -264,6 +264,11 @@ TEST_F(Launcher, AScenarioIsAWholeCase) {
                     testing::ContainsRegex(met ? "name=\"s.toml:10: [^>]*></testcase>"
                                                : "name=\"s.toml:10: [^>]*><failure message"));
     }
+    // Written in two pieces. Without a verdict the status is the program's own.
+    write("s.toml", "[[expect]]\nconsole = 'bc'\nwithin = 1\n");
+    const std::string shell = "run --scenario s.toml -- /bin/sh -c ";
+    EXPECT_EQ(launch(shell + "'printf ab; printf cd; exit 7'").status, 7);
+    EXPECT_EQ(launch(shell + "'printf cb; exit 7'").status, 3);
 }
 
 // The shipped program with a few bytes changed.

@@ -29,6 +29,8 @@ public:
     // Another identification than its own. What the registers do stays.
     void set_id(std::uint8_t id) { id_ = id; }
     void set_version(std::uint8_t version) { version_ = version; }
+    void restore_id() { id_ = own_id_; }
+    void restore_version() { version_ = own_version_; }
 
     std::uint8_t peek_id() const { return id_; }
     std::uint8_t peek_version() const { return version_; }
@@ -38,11 +40,14 @@ public:
     virtual std::uint32_t protocol_errors() const { return 0; }
 
 protected:
-    Cpld(std::uint8_t id, std::uint8_t version) : id_(id), version_(version) {}
+    Cpld(std::uint8_t id, std::uint8_t version)
+        : own_id_(id), own_version_(version), id_(id), version_(version) {}
 
     static constexpr std::uint8_t absent = 0xFF;
 
 private:
+    std::uint8_t own_id_;
+    std::uint8_t own_version_;
     std::uint8_t id_;
     std::uint8_t version_;
     ParallelLoopback* loopback_ = nullptr;

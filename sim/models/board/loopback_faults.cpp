@@ -8,9 +8,14 @@ namespace k4sim {
 
 namespace {
 
+template <ParallelLoopback::Defect defect, bool there>
+void set(ParallelLoopback& loopback, std::string_view line) {
+    loopback.set(defect, static_cast<unsigned>(fault_number(line)), there);
+}
+
 template <ParallelLoopback::Defect defect>
-void spoil(ParallelLoopback& loopback, std::string_view line) {
-    loopback.set(defect, static_cast<unsigned>(fault_number(line)));
+constexpr Breaker<ParallelLoopback> line_defect(std::string_view name) {
+    return {name, set<defect, true>, set<defect, false>};
 }
 
 using Defect = ParallelLoopback::Defect;
@@ -20,19 +25,23 @@ constexpr Breaker<ParallelLoopback> breakers[] = {
      [](ParallelLoopback& loopback, auto value) {
          const auto [line, readings] = fault_pair(value);
          loopback.set_flaky(static_cast<unsigned>(line), static_cast<unsigned>(readings));
+     },
+     [](ParallelLoopback& loopback, auto value) {
+         loopback.set_flaky(static_cast<unsigned>(fault_pair(value).first), 0);
      }},
-    {"parallel-high", spoil<Defect::high>},
-    {"parallel-inverted", spoil<Defect::inverted>},
-    {"parallel-low", spoil<Defect::low>},
-    {"parallel-open", spoil<Defect::open>},
-    {"parallel-tied-high", spoil<Defect::tied_high>},
-    {"parallel-tied-low", spoil<Defect::tied_low>},
+    line_defect<Defect::high>("parallel-high"),
+    line_defect<Defect::inverted>("parallel-inverted"),
+    line_defect<Defect::low>("parallel-low"),
+    line_defect<Defect::open>("parallel-open"),
+    line_defect<Defect::tied_high>("parallel-tied-high"),
+    line_defect<Defect::tied_low>("parallel-tied-low"),
 };
 
 } // namespace
 
-bool strike_loopback(ParallelLoopback& loopback, std::string_view name, std::string_view value) {
-    return strike_by_name(breakers, loopback, name, value);
+bool work_on_loopback(Work work, ParallelLoopback& loopback, std::string_view name,
+                      std::string_view value) {
+    return work_by_name(breakers, work, loopback, name, value);
 }
 
 } // namespace k4sim

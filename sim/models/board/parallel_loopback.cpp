@@ -10,6 +10,11 @@ std::uint8_t ParallelLoopback::read() {
     return inputs;
 }
 
+void ParallelLoopback::set(Defect defect, unsigned line, bool there) {
+    const unsigned bit = 1U << line;
+    with(defect) = static_cast<std::uint8_t>(there ? with(defect) | bit : with(defect) & ~bit);
+}
+
 std::uint8_t ParallelLoopback::levels() {
     unsigned levels = outputs_;
     // Shorts side by side join all their lines: a level travels along them, up or down.

@@ -38,8 +38,8 @@ public:
     std::uint8_t read();
 
     // Faults of one line each; those of a short are of this line and the next.
-    void set(Defect defect, unsigned line) { with(defect) |= static_cast<std::uint8_t>(1 << line); }
-    // One reading in each run of `readings` is wrong, which one is left to chance.
+    void set(Defect defect, unsigned line, bool there);
+    // One reading in each run of `readings` is wrong, which one is left to chance; 0: none.
     void set_flaky(unsigned line, unsigned readings) { flaky_[line] = {readings, 0, 0}; }
 
 private:

@@ -19,6 +19,7 @@ public:
 
     // The data line is held low (false) or high (true).
     void set_sda_stuck(bool level) { sda_stuck_ = level; }
+    void release_sda() { sda_stuck_.reset(); }
     std::optional<bool> sda_stuck() const { return sda_stuck_; }
 
     // Start condition and address byte. True when a slave acknowledged.

@@ -12,18 +12,22 @@ constexpr Microseconds flap_down_us = 1'000'000;
 constexpr Microseconds flap_up_us = 4'000'000; // shorter than a link must stay up to pass
 
 constexpr Breaker<NetworkLinks> link_breakers[] = {
-    {"link-absent", [](NetworkLinks& links, auto name) { links.find(name)->remove(); }},
-    {"link-down", [](NetworkLinks& links, auto name) { links.find(name)->disconnect(); }},
+    {"link-absent", [](NetworkLinks& links, auto name) { links.find(name)->set_present(false); },
+     [](NetworkLinks& links, auto name) { links.find(name)->set_present(true); }},
+    {"link-down", [](NetworkLinks& links, auto name) { links.find(name)->disconnect(); },
+     [](NetworkLinks& links, auto name) { links.find(name)->reconnect(); }},
     {"link-dropped", [](NetworkLinks& links, auto name) { links.find(name)->drop(drop_us); }},
     {"link-flapping",
-     [](NetworkLinks& links, auto name) { links.find(name)->flap(flap_down_us, flap_up_us); }},
-    {"link-refused", [](NetworkLinks& links, auto name) { links.find(name)->set_refusing(); }},
+     [](NetworkLinks& links, auto name) { links.find(name)->flap(flap_down_us, flap_up_us); },
+     [](NetworkLinks& links, auto name) { links.find(name)->steady(); }},
+    {"link-refused", [](NetworkLinks& links, auto name) { links.find(name)->set_refusing(true); },
+     [](NetworkLinks& links, auto name) { links.find(name)->set_refusing(false); }},
 };
 
 } // namespace
 
-bool strike_links(NetworkLinks& links, std::string_view name, std::string_view value) {
-    return strike_by_name(link_breakers, links, name, value);
+bool work_on_links(Work work, NetworkLinks& links, std::string_view name, std::string_view value) {
+    return work_by_name(link_breakers, work, links, name, value);
 }
 
 } // namespace k4sim

@@ -22,14 +22,31 @@ void NetworkLink::drop(Microseconds duration) {
     surroundings_.at(surroundings_.now() + duration, [this] { connect(true); });
 }
 
-void NetworkLink::flap(Microseconds down, Microseconds up) {
-    drop(down);
-    surroundings_.at(surroundings_.now() + down + up, [this, down, up] { flap(down, up); });
+void NetworkLink::reconnect() {
+    cable_out_ = false;
+    connect(true);
 }
 
-void NetworkLink::remove() {
-    present_ = false;
-    surroundings_.event("link", "absent", {{"interface", name_}});
+void NetworkLink::flap(Microseconds down, Microseconds up) { flap_on(++flaps_, down, up); }
+
+void NetworkLink::flap_on(std::uint32_t flap, Microseconds down, Microseconds up) {
+    if (flap != flaps_) return;
+    connect(false);
+    surroundings_.at(surroundings_.now() + down, [this, flap] {
+        if (flap == flaps_) connect(true);
+    });
+    surroundings_.at(surroundings_.now() + down + up,
+                     [this, flap, down, up] { flap_on(flap, down, up); });
+}
+
+void NetworkLink::steady() {
+    ++flaps_;
+    connect(true);
+}
+
+void NetworkLink::set_present(bool present) {
+    present_ = present;
+    surroundings_.event("link", present ? "present" : "absent", {{"interface", name_}});
 }
 
 void NetworkLink::connect(bool connected) {

@@ -38,21 +38,25 @@ public:
     bool refuses();
 
     // Faults. Each change of the connection is an event.
-    void disconnect();                             // for good
+    void disconnect(); // until reconnect()
+    void reconnect();
     void drop(Microseconds duration);              // once
     void flap(Microseconds down, Microseconds up); // from now on, down first
-    void remove();
-    void set_refusing() { refusing_ = true; }
+    void steady();                                 // flap() is over, and the link up
+    void set_present(bool present);
+    void set_refusing(bool refusing) { refusing_ = refusing; }
 
 private:
     void connect(bool connected);
+    void flap_on(std::uint32_t flap, Microseconds down, Microseconds up);
 
     std::string_view name_;
     std::array<std::uint8_t, 6> mac_;
     Surroundings& surroundings_;
     bool present_ = true;
     bool connected_ = true;
-    bool cable_out_ = false; // and stays so
+    bool cable_out_ = false;  // and stays so
+    std::uint32_t flaps_ = 0; // tells the latest flap() from those before
     bool up_ = true;
     bool refusing_ = false;
     std::uint32_t refusals_ = 0;

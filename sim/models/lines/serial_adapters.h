@@ -36,7 +36,7 @@ public:
     // Both are gone now and plugged in after `time_us`.
     void come_late(Microseconds time_us);
 
-    // The nth byte that crosses the cable from now on (1: the next) is lost, or its lowest
+    // The nth byte that crosses the cable from now on (1: the next; 0: none) is lost, or its lowest
     // bit is wrong. Events "byte-lost" and "byte-flipped".
     void lose_byte(int nth) { until_lost_ = nth; }
     void flip_byte(int nth) { until_flipped_ = nth; }

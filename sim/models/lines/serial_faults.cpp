@@ -13,16 +13,19 @@ namespace {
 int number_of(std::string_view value) { return static_cast<int>(fault_number(value)); }
 
 constexpr Breaker<SerialAdapters> serial_breakers[] = {
-    {"serial-absent",
-     [](SerialAdapters& serial, auto value) { serial[number_of(value)].unplug(); }},
+    {"serial-absent", [](SerialAdapters& serial, auto value) { serial[number_of(value)].unplug(); },
+     [](SerialAdapters& serial, auto value) { serial[number_of(value)].plug(); }},
     {"serial-byte-flipped",
-     [](SerialAdapters& serial, auto value) { serial.flip_byte(number_of(value)); }},
+     [](SerialAdapters& serial, auto value) { serial.flip_byte(number_of(value)); },
+     [](SerialAdapters& serial, auto) { serial.flip_byte(0); }},
     {"serial-byte-lost",
-     [](SerialAdapters& serial, auto value) { serial.lose_byte(number_of(value)); }},
+     [](SerialAdapters& serial, auto value) { serial.lose_byte(number_of(value)); },
+     [](SerialAdapters& serial, auto) { serial.lose_byte(0); }},
     {"serial-cable",
      [](SerialAdapters& serial, auto value) {
          serial.set_cable(value == "looped" ? SerialCable::looped : SerialCable::none);
-     }},
+     },
+     [](SerialAdapters& serial, auto) { serial.set_cable(SerialCable::crossed); }},
     {"serial-first-number",
      [](SerialAdapters& serial, auto value) { serial.set_device_number(1, number_of(value)); }},
     {"serial-late",
@@ -30,21 +33,29 @@ constexpr Breaker<SerialAdapters> serial_breakers[] = {
          serial.come_late(std::llround(fault_decimal(value) * us_per_second));
      }},
     {"serial-output-refused",
-     [](SerialAdapters& serial, auto value) { serial[number_of(value)].set_output_refused(true); }},
+     [](SerialAdapters& serial, auto value) { serial[number_of(value)].set_output_refused(true); },
+     [](SerialAdapters& serial, auto value) {
+         serial[number_of(value)].set_output_refused(false);
+     }},
     {"serial-second-number",
      [](SerialAdapters& serial, auto value) { serial.set_device_number(2, number_of(value)); }},
     {"serial-settings-refused",
      [](SerialAdapters& serial, auto value) {
          serial[number_of(value)].set_settings_refused(true);
+     },
+     [](SerialAdapters& serial, auto value) {
+         serial[number_of(value)].set_settings_refused(false);
      }},
     {"serial-speed-wrong",
-     [](SerialAdapters& serial, auto value) { serial[number_of(value)].set_slow(true); }},
+     [](SerialAdapters& serial, auto value) { serial[number_of(value)].set_slow(true); },
+     [](SerialAdapters& serial, auto value) { serial[number_of(value)].set_slow(false); }},
 };
 
 } // namespace
 
-bool strike_serial(SerialAdapters& serial, std::string_view name, std::string_view value) {
-    return strike_by_name(serial_breakers, serial, name, value);
+bool work_on_serial(Work work, SerialAdapters& serial, std::string_view name,
+                    std::string_view value) {
+    return work_by_name(serial_breakers, work, serial, name, value);
 }
 
 } // namespace k4sim

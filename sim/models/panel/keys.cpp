@@ -60,21 +60,21 @@ bool Keys::turn(int encoder, int steps) {
     return true;
 }
 
-bool Keys::set_held(char key) {
-    held_ |= key_bit(key);
+bool Keys::set_held(char key, bool held) {
+    held_ = held ? held_ | key_bit(key) : held_ & ~key_bit(key);
     update_word();
     return key_bit(key) != 0;
 }
 
-bool Keys::set_dead(char key) {
-    dead_ |= key_bit(key);
+bool Keys::set_dead(char key, bool dead) {
+    dead_ = dead ? dead_ | key_bit(key) : dead_ & ~key_bit(key);
     update_word();
     return key_bit(key) != 0;
 }
 
-bool Keys::set_encoder_dead(int encoder) {
+bool Keys::set_encoder_dead(int encoder, bool dead) {
     if (!is_encoder(encoder)) return false;
-    encoders_dead_[encoder - 1] = true;
+    encoders_dead_[encoder - 1] = dead;
     return true;
 }
 

@@ -31,9 +31,9 @@ public:
     bool turn(int encoder, int steps);
 
     // Faults, until reset().
-    bool set_held(char key);            // pressed from now on, whatever the operator does
-    bool set_dead(char key);            // never reported as pressed
-    bool set_encoder_dead(int encoder); // its counter stands still
+    bool set_held(char key, bool held); // pressed from now on, whatever the operator does
+    bool set_dead(char key, bool dead); // never reported as pressed
+    bool set_encoder_dead(int encoder, bool dead); // its counter stands still
     // The next `words` words read have bit 30 set and garbage elsewhere.
     void set_invalid(unsigned words) { invalid_words_ = words; }
 

@@ -39,8 +39,9 @@ public:
 
     // The panel reports another type than the one it has.
     void set_reported_type(std::uint8_t type) { reported_type_ = type; }
+    void restore_reported_type() { reported_type_ = type_; }
     // The panel answers nothing any more; its glass keeps what it shows.
-    void set_dead() { dead_ = true; }
+    void set_dead(bool dead) { dead_ = dead; }
 
     // The wires of the parallel port. Not to be called for a dead panel.
     void oled_command(std::uint8_t byte) { oled_->command(byte); }
@@ -69,6 +70,7 @@ private:
 
     Surroundings& surroundings_;
     std::uint8_t version_;
+    std::uint8_t type_;
     std::uint8_t reported_type_;
     bool dead_ = false;
     std::unique_ptr<Oled> oled_;

@@ -128,7 +128,7 @@ public:
     // Breaks the running stream off as if the program had been late.
     void interrupt();
 
-    void remove() { present_ = false; }
+    void set_present(bool present) { present_ = present; }
     void set_busy(bool busy) { busy_ = busy; }
     void set_parameters_refused(bool refused) { parameters_refused_ = refused; }
     // Called with the new rate when parameters are set, with 0 when they are forgotten.

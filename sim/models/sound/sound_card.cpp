@@ -141,11 +141,11 @@ void SoundCard::crackle() {
     codec_.crackle();
 }
 
-void SoundCard::remove() {
-    present_ = false;
+void SoundCard::set_present(bool present) {
+    present_ = present;
     for (unsigned device = 0; device < pcm_count(); ++device) {
-        pcm(device)->playback().remove();
-        pcm(device)->capture().remove();
+        pcm(device)->playback().set_present(present);
+        pcm(device)->capture().set_present(present);
     }
 }
 
@@ -161,18 +161,15 @@ void SoundCard::set_parameters_refused(bool refused) {
 
 void SoundCard::set_controls_refused(bool refused) { controls_refused_ = refused; }
 
-void SoundCard::set_control_missing(std::string_view name) {
+void SoundCard::set_control_missing(std::string_view name, bool missing) {
     for (std::size_t index = 0; index < rows_.size(); ++index)
         if (!rows_[index].digital() && simple_name(controls_[index].name) == name)
-            missing_[index] = true;
+            missing_[index] = missing;
 }
 
-void SoundCard::remove_receiver() { remove_digital(true); }
-
-void SoundCard::remove_transmitter() { remove_digital(false); }
-
 void SoundCard::set_interruptions(PcmStream::Direction direction, Microseconds period_us) {
-    interrupt_every(analog_.stream(direction), period_us);
+    const std::uint32_t order = ++interruption_orders_[static_cast<std::size_t>(direction)];
+    if (period_us > 0) interrupt_every(direction, order, period_us);
 }
 
 void SoundCard::change(const CodecSettings& settings) {
@@ -253,18 +250,20 @@ void SoundCard::fit_digital_cable() {
     surroundings_.event("sound", "digital-cable", {{"plugged", plugged}});
 }
 
-void SoundCard::remove_digital(bool receiver) {
+void SoundCard::set_digital_missing(bool receiver, bool missing) {
     PcmStream& stream = receiver ? digital_->capture() : digital_->playback();
-    stream.remove();
+    stream.set_present(!missing);
     for (std::size_t index = 0; index < rows_.size(); ++index)
         if (rows_[index].digital() && rows_[index].of_receiver() == receiver)
-            missing_[index] = true;
+            missing_[index] = missing;
 }
 
-void SoundCard::interrupt_every(PcmStream& stream, Microseconds period_us) {
-    surroundings_.at(surroundings_.now() + period_us, [this, &stream, period_us] {
-        stream.interrupt();
-        interrupt_every(stream, period_us);
+void SoundCard::interrupt_every(PcmStream::Direction direction, std::uint32_t order,
+                                Microseconds period_us) {
+    surroundings_.at(surroundings_.now() + period_us, [this, direction, order, period_us] {
+        if (order != interruption_orders_[static_cast<std::size_t>(direction)]) return;
+        analog_.stream(direction).interrupt();
+        interrupt_every(direction, order, period_us);
     });
 }
 

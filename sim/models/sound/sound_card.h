@@ -18,6 +18,7 @@
 #include "sim/models/surroundings.h"
 #include "sim/setup.h"
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <memory>
@@ -73,14 +74,16 @@ public:
     void set(const CodecFaults& faults);
     void set(const AesEbuFaults& faults); // board aes
     void crackle();
-    void remove();                                          // present() no more
-    void set_busy(bool busy);                               // PCM device 0
-    void set_parameters_refused(bool refused);              // PCM device 0
-    void set_controls_refused(bool refused);                // every write to a mixer element
-    void set_control_missing(std::string_view simple_name); // "Line Out": all its elements
-    void remove_receiver();    // of the digital line: capture stream and elements
-    void remove_transmitter(); // playback stream and elements
-    // The stream of device 0 breaks off every `period_us` while it runs.
+    void set_present(bool present);            // open streams stay dead
+    void set_busy(bool busy);                  // PCM device 0
+    void set_parameters_refused(bool refused); // PCM device 0
+    void set_controls_refused(bool refused);   // every write to a mixer element
+    // "Line Out": all its elements.
+    void set_control_missing(std::string_view simple_name, bool missing);
+    // Of the digital line: capture stream and elements, playback stream and elements.
+    void set_receiver_missing(bool missing) { set_digital_missing(true, missing); }
+    void set_transmitter_missing(bool missing) { set_digital_missing(false, missing); }
+    // The stream of device 0 breaks off every `period_us` while it runs; 0: no more.
     void set_interruptions(PcmStream::Direction direction, Microseconds period_us);
 
 private:
@@ -92,8 +95,9 @@ private:
     void store(const ControlRow& row, std::span<const std::int32_t> values);
     void fit_analog_cable();
     void fit_digital_cable();
-    void remove_digital(bool receiver);
-    void interrupt_every(PcmStream& stream, Microseconds period_us);
+    void set_digital_missing(bool receiver, bool missing);
+    void interrupt_every(PcmStream::Direction direction, std::uint32_t order,
+                         Microseconds period_us);
 
     Surroundings& surroundings_;
     std::vector<ControlRow> rows_;
@@ -105,6 +109,7 @@ private:
     std::unique_ptr<PcmDevice> digital_;
     bool present_ = true;
     bool controls_refused_ = false;
+    std::array<std::uint32_t, 2> interruption_orders_{}; // by direction, the latest
     bool analog_plugged_ = false;
     bool analog_lost_ = false;
     AnalogCable analog_shape_ = AnalogCable::straight;
