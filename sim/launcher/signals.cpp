@@ -11,6 +11,7 @@ namespace {
 
 std::atomic<pid_t> running_child{0};
 std::atomic<bool> handed_on{false};
+std::atomic<const GroupWitness*> group_witness{nullptr};
 static_assert(std::atomic<pid_t>::is_always_lock_free, "for use in a signal handler");
 
 bool in_foreground_of_terminal() {
@@ -24,11 +25,13 @@ bool in_foreground_of_terminal() {
 void on_signal(int number, siginfo_t* info, void*) {
     const int error = errno;
     const pid_t child = running_child;
-    const bool from_terminal = info->si_code == SI_KERNEL; // which tells the program as well
-    if (child != 0 && !(from_terminal && number == SIGHUP)) {
+    const GroupWitness* const witness = group_witness;
+    const bool has_it = witness != nullptr && witness->has_got(number);
+    const bool hung_up = number == SIGHUP && info->si_code == SI_KERNEL; // comes more than once
+    if (child != 0 && !hung_up) {
         if (handed_on.exchange(true))
             kill(child, SIGKILL);
-        else if (!from_terminal)
+        else if (!has_it)
             kill(child, number);
     }
     errno = error;
@@ -55,6 +58,7 @@ RunSignals::RunSignals() : in_foreground_(in_foreground_of_terminal()) {
 }
 
 RunSignals::~RunSignals() {
+    group_witness = nullptr;
     for (std::size_t i = 0; i < numbers.size(); ++i)
         sigaction(numbers[i], &former_[i], nullptr);
     sigprocmask(SIG_SETMASK, &former_mask_, nullptr);
@@ -69,6 +73,7 @@ void RunSignals::release_in_child() const {
 
 void RunSignals::release_in_launcher(pid_t child) {
     running_child = child;
+    if (in_foreground_) group_witness = &witness_.emplace();
     sigprocmask(SIG_SETMASK, &former_mask_, nullptr);
 }
 

@@ -2,8 +2,11 @@
 // is complete: it gets the first one, and a second one ends it at once.
 #pragma once
 
+#include "sim/launcher/witness.h"
+
 #include <array>
 #include <csignal>
+#include <optional>
 #include <sys/types.h>
 
 namespace k4sim {
@@ -24,6 +27,7 @@ public:
     void release_in_child() const;
 
     // In the launcher: hands on to this child from now on.
+    // A program of the launcher's group gets nothing from it that the group was sent.
     void release_in_launcher(pid_t child);
 
     // The child is gone.
@@ -33,6 +37,7 @@ private:
     static constexpr std::array<int, 4> numbers{SIGINT, SIGQUIT, SIGTERM, SIGHUP};
 
     bool in_foreground_;
+    std::optional<GroupWitness> witness_; // where the program is of the launcher's group
     sigset_t former_mask_{};
     std::array<struct sigaction, numbers.size()> former_{};
 };

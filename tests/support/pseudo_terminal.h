@@ -27,6 +27,9 @@ public:
 
     std::string path() const { return ptsname(far_end_); }
 
+    // Inherited by what a test executes.
+    int far_end() const { return far_end_; }
+
     // As the line is set now.
     termios settings() const {
         termios settings{};

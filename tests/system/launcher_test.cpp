@@ -1,5 +1,6 @@
 // What k4sim says to a command line that can't be carried out, and how it ends when the
 // program does not, or when someone breaks it off from outside.
+#include "support/pseudo_terminal.h"
 #include "virtual_run.h"
 
 #include <algorithm>
@@ -552,8 +553,9 @@ protected:
 
     // In a session of the launcher's own. The limit of processor time ends a script that waits
     // in vain.
-    CommandResult run_alone(const std::string& script) const {
-        return shell("exec setsid " K4_SIM " run --record record -- /bin/sh -c 'ulimit -S -t 20; "
+    CommandResult run_alone(const std::string& script, const std::string& setsid = "setsid") const {
+        return shell("exec " + setsid +
+                     " " K4_SIM " run --record record -- /bin/sh -c 'ulimit -S -t 20; "
                      "group() { cut -d\" \" -f5 /proc/$1/stat; }; " +
                      script + "'");
     }
@@ -575,6 +577,37 @@ TEST_F(LauncherSignals, ReachTheProgramOnce) {
             EXPECT_EQ(result.status, 3) << result.error;
             EXPECT_EQ(recorded("console.txt"), "apart\n" + name + "\n");
         }
+}
+
+// The program is of the launcher's group there. Whoever has read so much of its console that no
+// pipe can hold it has also handled the signal.
+TEST_F(LauncherSignals, ReachTheProgramOnceAtATerminal) {
+    const PseudoTerminal terminal;
+    ASSERT_LT(terminal.far_end(), 10) << "a shell names a descriptor by a digit";
+    const std::string typing = ">&" + std::to_string(terminal.far_end());
+    const std::tuple<const char*, const char*, std::string> cases[] = {
+        {"INT", "its key", "printf \"\\003\" " + typing},
+        {"QUIT", "its key", "printf \"\\034\" " + typing},
+        {"TERM", "kill", "kill -TERM $PPID"},
+        {"TERM", "kill of all", "kill -TERM -$(group $PPID)"},
+        {"INT", "kill of all", "kill -INT -$(group $PPID)"}};
+    for (const auto& [name, by, send] : cases) {
+        SCOPED_TRACE(std::string(name) + " by " + by);
+        const CommandResult result = run_alone(
+            "[ $(group $PPID) = $(group $$) ] && echo together;"
+            "got=; trap \"echo " +
+                std::string(name) + "; got=1\" " + name + "; " + send +
+                "; while [ -z \"$got\" ]; do :; done; i=0;"
+                "while [ $i -lt 4000 ]; do i=$((i+1)); printf \"%80s\\n\" .; done; exit 3",
+            "setsid -c <" + terminal.path());
+        EXPECT_EQ(result.status, 3) << result.error;
+        std::string console = recorded("console.txt");
+        std::erase_if(console, [](char c) { return c != '\n' && (c <= ' ' || c == '.'); });
+        console.erase(std::unique(console.begin(), console.end(),
+                                  [](char a, char b) { return a == '\n' && b == '\n'; }),
+                      console.end());
+        EXPECT_EQ(console, std::string("together\n") + name + "\n");
+    }
 }
 
 TEST_F(LauncherSignals, TheSecondEndsBoth) {
