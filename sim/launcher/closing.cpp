@@ -11,8 +11,6 @@ namespace k4sim {
 
 namespace {
 
-constexpr double us_per_s = 1e6;
-
 // The unit that the program's status -1, -2 ... tells of.
 constexpr std::array<std::string_view, 5> units{"parallel-port", "Ethernet", "USB", "front-panel",
                                                 "audio or AES/EBU"};
@@ -24,14 +22,14 @@ std::string joined(const std::vector<std::string>& texts) {
     return all;
 }
 
-std::string seconds(double duration, int decimals) {
+std::string in_tenths(double number) {
     std::array<char, 40> text{};
-    std::snprintf(text.data(), text.size(), "%.*f", decimals, duration);
+    std::snprintf(text.data(), text.size(), "%.1f", number);
     return text.data();
 }
 
 std::string virtual_seconds(const Observation& seen) {
-    return seconds(static_cast<double>(seen.duration_us) / us_per_s, 1) + " virtual seconds";
+    return in_tenths(in_seconds(seen.duration_us)) + " virtual seconds";
 }
 
 std::string rows_ok(const Observation& seen) {
@@ -82,7 +80,7 @@ std::string reason(const Outcome& outcome, const Observation& seen, const Setup&
     switch (outcome.verdict) {
     case Verdict::passed:
         return rows_ok(seen) + " after " + virtual_seconds(seen) + " (" +
-               seconds(outcome.real_s, 1) + " s)";
+               in_tenths(outcome.real_s) + " s)";
     case Verdict::aborted:
         return rows_left(seen);
     case Verdict::not_started:

@@ -1,6 +1,7 @@
 #include "sim/launcher/options.h"
 
 #include "sim/launcher/scenario.h"
+#include "sim/launcher/short_number.h"
 #include "sim/models/faults.h"
 #include "sim/models/nearest.h"
 #include "sim/setup_choices.h"
@@ -16,9 +17,6 @@ namespace k4sim {
 
 namespace {
 
-constexpr double us_per_s = 1e6;
-constexpr double seconds_max = 1e9;
-
 template <class Number>
 std::optional<Number> whole_text_number(const std::string& text) {
     Number number{};
@@ -28,11 +26,11 @@ std::optional<Number> whole_text_number(const std::string& text) {
 }
 
 std::int64_t microseconds(const std::string& option, const std::string& text) {
-    const auto seconds = whole_text_number<double>(text);
-    if (!seconds || !(*seconds >= 0) || *seconds > seconds_max)
+    const auto duration = from_seconds(whole_text_number<double>(text));
+    if (!duration)
         throw UsageError(option + ": \"" + text +
                          "\" is no number of seconds; say for example 600");
-    return std::llround(*seconds * us_per_s);
+    return *duration;
 }
 
 template <class Choices>

@@ -69,7 +69,7 @@ bool set_content(int descriptor, std::string_view text) {
 
 std::string reason() { return std::string(" (") + std::strerror(errno) + ")"; }
 
-[[noreturn]] void refuse(const std::string& path, const std::string& why) {
+[[noreturn]] void refuse_folder(const std::string& path, const std::string& why) {
     throw UsageError("--record: " + path + " " + why + "; name another folder");
 }
 
@@ -80,12 +80,12 @@ RecordFolder::RecordFolder(std::string path) : path_(std::move(path)) {
     std::error_code error;
     fs::create_directories(path_, error);
     if (error || !fs::is_directory(path_, error))
-        refuse(path_, "can't be made a folder (" + error.message() + ")");
+        refuse_folder(path_, "can't be made a folder (" + error.message() + ")");
     const std::string marker = path_ + "/" + std::string(marker_name);
     if (!fs::is_regular_file(fs::symlink_status(marker, error)) && !fs::is_empty(path_, error))
-        refuse(path_, "holds files, but no record");
+        refuse_folder(path_, "holds files, but no record");
     marker_.number = open(marker.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, file_mode);
-    if (marker_.number < 0) refuse(path_, "can't be written" + reason());
+    if (marker_.number < 0) refuse_folder(path_, "can't be written" + reason());
     claim();
     clear();
     if (!set_content(marker_.number, "incomplete\n")) note_failure();
@@ -121,7 +121,8 @@ RecordFolder::Descriptor::~Descriptor() {
 
 void RecordFolder::claim() {
     if (flock(marker_.number, LOCK_EX | LOCK_NB) == 0) return;
-    refuse(path_, errno == EWOULDBLOCK ? "is in use by another run" : "can't be locked" + reason());
+    refuse_folder(path_,
+                  errno == EWOULDBLOCK ? "is in use by another run" : "can't be locked" + reason());
 }
 
 void RecordFolder::clear() const {
@@ -129,7 +130,7 @@ void RecordFolder::clear() const {
     for (const auto& entry : fs::directory_iterator(path_, error))
         if (belongs_to_record(entry.path().filename().string()))
             if (!fs::remove(entry.path(), error) || error)
-                refuse(path_, "can't be emptied (" + error.message() + ")");
+                refuse_folder(path_, "can't be emptied (" + error.message() + ")");
 }
 
 void RecordFolder::note_failure() {

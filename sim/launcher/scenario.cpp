@@ -3,6 +3,7 @@
 #include "sim/launcher/event_kinds.h"
 #include "sim/launcher/options.h"
 #include "sim/launcher/scenario_file.h"
+#include "sim/launcher/short_number.h"
 #include "sim/models/nearest.h"
 #include "sim/operator/action.h"
 #include "sim/setup_choices.h"
@@ -20,9 +21,6 @@ namespace k4sim {
 namespace {
 
 using Trigger = ScenarioStep::Trigger;
-
-constexpr double us_per_s = 1e6;
-constexpr double seconds_max = 1e9;
 
 using Words = std::vector<std::string_view>;
 
@@ -106,10 +104,9 @@ private:
     }
 
     std::int64_t microseconds_of(const toml::node& node, std::string_view key) const {
-        const auto seconds = node.is_number() ? node.value<double>() : std::nullopt;
-        if (!seconds || !(*seconds >= 0) || *seconds > seconds_max)
-            fail(node, std::string(key) + " must be a number of seconds from 0 on");
-        return std::llround(*seconds * us_per_s);
+        const auto duration = from_seconds(node.is_number() ? node.value<double>() : std::nullopt);
+        if (!duration) fail(node, std::string(key) + " must be a number of seconds from 0 on");
+        return *duration;
     }
 
     void top_level(const toml::key& key, const toml::node& node) {

@@ -1,9 +1,16 @@
 #include "sim/launcher/short_number.h"
 
 #include <array>
+#include <cmath>
 #include <cstdio>
 
 namespace k4sim {
+
+namespace {
+
+constexpr double seconds_max = 1e9;
+
+} // namespace
 
 std::string short_number(double number) {
     std::array<char, 40> text{};
@@ -11,8 +18,15 @@ std::string short_number(double number) {
     return text.data();
 }
 
-std::string short_seconds(std::int64_t time_us) {
-    return short_number(static_cast<double>(time_us) / 1e6);
+double in_seconds(Microseconds time) {
+    return static_cast<double>(time) / static_cast<double>(us_per_second);
+}
+
+std::string short_seconds(Microseconds time) { return short_number(in_seconds(time)); }
+
+std::optional<Microseconds> from_seconds(std::optional<double> seconds) {
+    if (!seconds || !(*seconds >= 0) || *seconds > seconds_max) return std::nullopt;
+    return std::llround(*seconds * static_cast<double>(us_per_second));
 }
 
 } // namespace k4sim

@@ -1,7 +1,9 @@
-// Numbers for people.
+// Numbers as people read and write them.
 #pragma once
 
-#include <cstdint>
+#include "sim/models/surroundings.h"
+
+#include <optional>
 #include <string>
 
 namespace k4sim {
@@ -9,7 +11,11 @@ namespace k4sim {
 // Without needless digits: "0.75", "600".
 std::string short_number(double number);
 
-// A virtual time in seconds.
-std::string short_seconds(std::int64_t time_us);
+// A virtual time in seconds, as a number and as such a text.
+double in_seconds(Microseconds time);
+std::string short_seconds(Microseconds time);
+
+// Empty for what is no number, or not within 0 to a thousand million seconds.
+std::optional<Microseconds> from_seconds(std::optional<double> seconds);
 
 } // namespace k4sim

@@ -1,6 +1,7 @@
 #include "sim/launcher/verdict.h"
 
 #include "sim/launcher/json.h"
+#include "sim/launcher/short_number.h"
 #include "sim/models/nearest.h"
 
 #include <algorithm>
@@ -31,8 +32,6 @@ constexpr std::array<Name, 6> names{{
 constexpr int status_aborted = 256 - 6;
 constexpr int status_not_started_first = 256 - 5;
 constexpr int status_not_started_last = 256 - 1;
-constexpr double us_per_s = 1e6;
-
 // The program's closing line for an exit status.
 bool announced(const std::string& console, int status) {
     const int code = status < 128 ? status : status - 256;
@@ -63,8 +62,6 @@ std::string escaped(std::string_view text) {
     return xml;
 }
 
-double seconds(Microseconds duration) { return static_cast<double>(duration) / us_per_s; }
-
 Json list_of(const auto& texts) {
     Json list = Json::array();
     for (const std::string& text : texts)
@@ -92,39 +89,39 @@ Json demands_of(const std::vector<DemandResult>& demands) {
                      .set("place", demand.place)
                      .set("demand", demand.words)
                      .set("met", demand.met)
-                     .set("at", seconds(demand.at_us)));
+                     .set("at", in_seconds(demand.at_us)));
     return list;
 }
 
 Json unit_of(const Observation::Row& row) {
     Json texts = Json::array();
     for (const Observation::Text& text : row.texts)
-        texts.add(Json::object().set("at", seconds(text.at_us)).set("text", text.text));
+        texts.add(Json::object().set("at", in_seconds(text.at_us)).set("text", text.text));
     return Json::object()
         .set("name", row.label)
         .set("status", row.status())
-        .set("first_change", seconds(row.texts.front().at_us))
-        .set("last_change", seconds(row.texts.back().at_us))
+        .set("first_change", in_seconds(row.texts.front().at_us))
+        .set("last_change", in_seconds(row.texts.back().at_us))
         .set("texts", texts);
 }
 
 std::string json_report(const Record& record, const Outcome& outcome) {
     const Observation& seen = record.observation();
     const ProcessEnd end = outcome.end;
-    Json units = Json::array();
+    Json rows = Json::array();
     for (const Observation::Row& row : seen.rows)
-        units.add(unit_of(row));
+        rows.add(unit_of(row));
     Json report = Json::object();
     report.set("verdict", verdict_name(reported(record, outcome)))
         .set("record", record.gap().empty() ? "complete" : "cut")
         .set(end.by_signal ? "signal" : "status", end.code);
     if (end.by_signal && seen.death) report.set("death", death_of(*seen.death));
     if (!outcome.demands.empty()) report.set("demands", demands_of(outcome.demands));
-    return report.set("seconds", seconds(seen.duration_us))
+    return report.set("seconds", in_seconds(seen.duration_us))
                .set("left_safe", seen.unsafe().empty())
                .set("left_on", list_of(seen.on))
                .set("never_struck", list_of(outcome.never_struck))
-               .set("units", units)
+               .set("units", rows)
                .dump(2) +
            "\n";
 }
@@ -145,15 +142,15 @@ std::vector<Case> cases_of(const Observation& seen, Verdict verdict,
     for (const Observation::Row& row : seen.rows) {
         const std::string text = row.status().empty() ? "no status text" : row.status();
         const Microseconds span = row.texts.back().at_us - row.texts.front().at_us;
-        cases.push_back({row.label, seconds(span), text == "OK" ? "" : text});
+        cases.push_back({row.label, in_seconds(span), text == "OK" ? "" : text});
     }
     const bool passed = verdict == Verdict::passed;
     if (cases.empty() || (!passed && !any_failed(cases)))
-        cases.push_back(
-            {"run", seconds(seen.duration_us), passed ? "" : std::string(verdict_name(verdict))});
+        cases.push_back({"run", in_seconds(seen.duration_us),
+                         passed ? "" : std::string(verdict_name(verdict))});
     for (const DemandResult& demand : demands)
         cases.push_back(
-            {demand.place + ": " + demand.words, seconds(demand.at_us), demand.failure});
+            {demand.place + ": " + demand.words, in_seconds(demand.at_us), demand.failure});
     return cases;
 }
 
@@ -164,7 +161,7 @@ std::string xml_report(const Observation& seen, Verdict verdict,
     xml << "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
         << "<testsuite name=\"k4selftest\" tests=\"" << cases.size() << "\" failures=\""
         << std::ranges::count_if(cases, [](const Case& unit) { return !unit.failure.empty(); })
-        << "\" time=\"" << seconds(seen.duration_us) << "\">\n"
+        << "\" time=\"" << in_seconds(seen.duration_us) << "\">\n"
         << "  <properties><property name=\"verdict\" value=\"" << verdict_name(verdict)
         << "\"/></properties>\n";
     for (const Case& unit : cases) {
