@@ -1,12 +1,9 @@
-// Whole runs, line by line: what was said and what happened, when and in which order. A wanted
-// change is written down by `make golden`, and reviewed as the difference of the files.
+// Whole runs, line by line: what was said and what happened, when and in which order.
+#include "golden.h"
 #include "virtual_run.h"
 
-#include <cstdlib>
-#include <fstream>
 #include <gmock/gmock.h>
 #include <regex>
-#include <sstream>
 
 namespace {
 
@@ -61,16 +58,6 @@ std::string record_of(const GoldenRun& golden) {
     if (!plan.automatic_operator) plan.scenario = one_a_second({golden.operation, "press E"});
     return std::regex_replace(text_of(run_on_virtual_k4(plan)),
                               std::regex("[A-Z][a-z]{2} [ 0-9]\\d \\d{4}"), "BUILD-DATE");
-}
-
-void expect_as_written_down(const std::string& name, const std::string& record) {
-    const std::string path = K4_GOLDEN "/" + name + ".txt";
-    if (std::getenv("K4_RENEW_GOLDEN") != nullptr) {
-        ASSERT_TRUE(std::ofstream(path) << record);
-    }
-    std::stringstream golden;
-    golden << std::ifstream(path).rdbuf();
-    EXPECT_EQ(record, golden.str());
 }
 
 class Golden : public testing::TestWithParam<GoldenRun> {};
