@@ -48,6 +48,16 @@ TEST_F(AlsaControlTest, EachElementTakesItsValuesAndNoOthers) {
     EXPECT_EQ(Element("Line In Level Capture Volume").read(), 0);
 }
 
+TEST_F(AlsaControlTest, TheCardSaysWhoItIs) {
+    snd_ctl_card_info_t* info = nullptr;
+    snd_ctl_card_info_alloca(&info);
+    ASSERT_EQ(snd_ctl_card_info(Control("hw:0", 0), info), 0);
+    EXPECT_STREQ(snd_ctl_card_info_get_driver(info), "k4sim");
+    EXPECT_STREQ(snd_ctl_card_info_get_name(info), "K/4");
+    EXPECT_STREQ(snd_ctl_card_info_get_longname(info), "Sound card of the virtual K/4");
+    EXPECT_EQ(snd_ctl_card_info_get_card(info), 0);
+}
+
 // As with a card of the kernel's: its number is dead, and the others keep theirs.
 TEST_F(AlsaControlTest, AnElementThatGoesAwayLeavesItsNumberToNoOther) {
     use_board(Board::plain);

@@ -45,6 +45,21 @@ TEST(CpldTest, TheParallelLinkIsBusyAfterEachByteAndLosesWhatComesMeanwhile) {
     EXPECT_EQ(bench.in(5), 0xFFU);
 }
 
+TEST(CpldTest, TheMicrophonesSwitchesAndTheWatchdogTellEachChangeOnce) {
+    Bench bench(Board::aes);
+    for (const unsigned value : {0x2D, 0x2D, 0x10})
+        bench.out(0xB, value);
+    EXPECT_EQ(bench.in(0xB), 0x10U);
+    for (const unsigned value : {0, 0, 7})
+        bench.out(0xC, value);
+    EXPECT_THAT(bench.surroundings.events,
+                ElementsAre("cpld microphone boost=13 phantom=2", "sound boost input=1 on=true",
+                            "sound phantom input=2 on=true", "cpld microphone boost=0 phantom=1",
+                            "sound boost input=1 on=false", "sound phantom input=1 on=true",
+                            "sound phantom input=2 on=false", "cpld watchdog value=0",
+                            "cpld watchdog value=7"));
+}
+
 TEST(KeysTest, TheBytesOfAWordBelongTogetherAndHoldEachKeyAndEncoder) {
     Bench bench(Board::plain);
     k4sim::Keys& keys = *bench.device.keys();
