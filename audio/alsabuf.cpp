@@ -1,32 +1,21 @@
 #include "audio/alsabuf.h"
 
 #include "audio/sine.h"
+#include "audio/sums.h"
 
 #include <array>
 #include <cmath>
 #include <limits>
 #include <numbers>
+#include <type_traits>
 
 namespace {
 
 constexpr int lowestRate_hz = 1000;
 constexpr int maskBits = 32;
 constexpr double randMax = 2147483647.0;
+constexpr double rounding = 1e-14; // of a sum about 1
 constexpr double fullTurn = 2 * std::numbers::pi;
-
-// The accumulator of squares must hold 2^31 of them; those of 32 bits fit no integer.
-template <class Sample>
-struct Format;
-template <>
-struct Format<int16_t> {
-    using Squares = int64_t;
-    static Squares square(int sample) { return static_cast<uint32_t>(sample * sample); }
-};
-template <>
-struct Format<int32_t> {
-    using Squares = double;
-    static Squares square(int sample) { return static_cast<double>(sample) * sample; }
-};
 
 template <class Sample>
 constexpr int highest = std::numeric_limits<Sample>::max();
@@ -59,17 +48,20 @@ Sample clippedSample(double value) {
     return toSample<Sample>(std::min(numberOrZero(value), 1.0));
 }
 
-// Turns the first count values of a sine into samples; whether one was clipped.
 template <class Sample>
-bool convert(const KLTalsaSine::Block& sines, int count, double height, double dc,
-             Sample* samples) {
-    bool clipped = false;
-    for (int i = 0; i < count; ++i) {
-        const double value = height * sines[i] + dc;
-        clipped |= std::abs(value) > 1.0;
-        samples[i] = toSample<Sample>(std::clamp(value, -1.0, 1.0));
-    }
-    return clipped;
+KLTalsaAinfo infoOf(const KLTalsaSums<Sample>& sums, int count) {
+    const double dc = static_cast<double>(sums.sum) / count / fullScale<Sample>;
+    const double power =
+        static_cast<double>(sums.squares) / count / (fullScale<Sample> * fullScale<Sample>);
+    KLTalsaAinfo info;
+    info.rmsTotal = std::sqrt(power);
+    info.dc = dc;
+    info.rms = std::sqrt(std::max(power - dc * dc, 0.0));
+    info.clip = static_cast<double>(sums.fullScale) / count;
+    info.min = sums.min / fullScale<Sample>;
+    info.max = sums.max / fullScale<Sample>;
+    info.swing = (info.max - info.min) * 0.5;
+    return info;
 }
 
 int framesOf(int64_t rate, int channels, int64_t msec) {
@@ -129,27 +121,50 @@ void KLTalsaBuf<Sample>::fillNoise(double level) {
 template <class Sample>
 void KLTalsaBuf<Sample>::info(KLTalsaAinfo* out, int count) const {
     count = std::min(count, frames_);
-    for (int channel = 0; channel < channels_; ++channel)
-        out[channel] = count < 1 ? KLTalsaAinfo{} : channelInfo(channel, count);
+    std::fill_n(out, channels_, KLTalsaAinfo{});
+    if (count < 1) return;
+    if constexpr (std::is_same_v<Sample, int16_t>)
+        if (channels_ == 2) {
+            KLTalsaSums<int16_t> sums[2];
+            KLFaddPair(data_.get(), count, sums);
+            out[0] = infoOf(sums[0], count);
+            out[1] = infoOf(sums[1], count);
+            return;
+        }
+    for (int channel = 0; channel < channels_; ++channel) {
+        KLTalsaSums<Sample> sums;
+        KLFaddChannel(data_.get() + channel, channels_, count, sums);
+        out[channel] = infoOf(sums, count);
+    }
 }
 
 template <class Sample>
 bool KLTalsaBuf<Sample>::fillWave(double freq, double level, double& phase, double dc, int mask) {
-    const double step = fullTurn * freq / rate_;
-    const double end = frames_ * step + phase;
-    const bool isFinite = std::isfinite(end);
+    const bool isFinite = std::isfinite(frames_ * (fullTurn * freq / rate_) + phase);
+    const KLTalsaSine sine(isFinite ? freq : 0.0, rate_, isFinite ? phase : 0.0);
     const double height = amplitude(level);
-    const KLTalsaSine sine(isFinite ? step : 0.0, isFinite ? phase : 0.0);
-    KLTalsaSine::Block values;
+    const double offset = numberOrZero(dc);
+    // Nearly always no value needs a look at the limits.
+    const bool isInside = height + std::abs(offset) <= 1.0 - 1.0 / fullScale<Sample>;
     std::array<Sample, KLTalsaSine::blockFrames> samples;
     bool clipped = false;
+    const auto takeInside = [&samples](int i, double value) {
+        samples[i] = static_cast<Sample>(std::lrint(value));
+    };
+    const auto takeAny = [&samples, &clipped](int i, double value) {
+        clipped |= std::abs(value) > 1.0 + rounding;
+        samples[i] = toSample<Sample>(std::clamp(value, -1.0, 1.0));
+    };
     for (int first = 0, count; first < frames_; first += count) {
         count = std::min(KLTalsaSine::blockFrames, frames_ - first);
-        sine.read(first, values);
-        clipped |= convert(values, count, height, numberOrZero(dc), samples.data());
+        if (isInside)
+            sine.read(first, count, height * fullScale<Sample>, offset * fullScale<Sample> + 0.5,
+                      takeInside);
+        else
+            sine.read(first, count, height, offset, takeAny);
         fillMasked(mask, first, samples.data(), count);
     }
-    phase = isFinite ? withinTurn(end) : 0.0;
+    phase = isFinite ? withinTurn(sine.angle(frames_)) : 0.0;
     setFrameLimit(frames_);
     return clipped;
 }
@@ -157,44 +172,14 @@ bool KLTalsaBuf<Sample>::fillWave(double freq, double level, double& phase, doub
 template <class Sample>
 void KLTalsaBuf<Sample>::fillChannel(int channel, int first, const Sample* samples, int count) {
     Sample* target = data_.get() + offset(first) + channel;
-    for (int i = 0; i < count; ++i)
-        target[offset(i)] = samples[i];
+    for (int i = 0; i < count; ++i, target += channels_)
+        *target = samples[i];
 }
 
 template <class Sample>
 void KLTalsaBuf<Sample>::fillMasked(int mask, int first, const Sample* samples, int count) {
     for (int channel = 0; channel < std::min<int>(channels_, maskBits); ++channel)
         if (static_cast<uint32_t>(mask) >> channel & 1) fillChannel(channel, first, samples, count);
-}
-
-template <class Sample>
-KLTalsaAinfo KLTalsaBuf<Sample>::channelInfo(int channel, int count) const {
-    int min = highest<Sample>;
-    int max = -highest<Sample>;
-    int fullScaleCount = 0;
-    int64_t sum = 0;
-    typename Format<Sample>::Squares squares = 0;
-    const Sample* source = data_.get() + channel;
-    for (int i = 0; i < count; ++i) {
-        const int sample = source[offset(i)];
-        min = std::min(min, sample);
-        max = std::max(max, sample);
-        fullScaleCount += sample >= highest<Sample> || sample <= -highest<Sample>;
-        sum += sample;
-        squares += Format<Sample>::square(sample);
-    }
-    const double dc = static_cast<double>(sum) / count / fullScale<Sample>;
-    const double power =
-        static_cast<double>(squares) / count / (fullScale<Sample> * fullScale<Sample>);
-    KLTalsaAinfo info;
-    info.rmsTotal = std::sqrt(power);
-    info.dc = dc;
-    info.rms = std::sqrt(std::max(power - dc * dc, 0.0));
-    info.clip = static_cast<double>(fullScaleCount) / count;
-    info.min = min / fullScale<Sample>;
-    info.max = max / fullScale<Sample>;
-    info.swing = (info.max - info.min) * 0.5;
-    return info;
 }
 
 template class KLTalsaBuf<int16_t>;

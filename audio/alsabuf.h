@@ -93,7 +93,6 @@ private:
     }
     void fillChannel(int channel, int first, const Sample* samples, int count);
     void fillMasked(int mask, int first, const Sample* samples, int count);
-    KLTalsaAinfo channelInfo(int channel, int count) const;
 
     int32_t rate_;
     int32_t channels_;
@@ -112,8 +111,7 @@ public:
     using KLTalsaBuf::KLTalsaBuf;
 };
 
-// 32-bit samples. fillSine and fillSineDC are right to one step up to angles of some 1e6
-// (a minute at half the sample rate); beyond, a double does not hold the angle better.
+// 32-bit samples. fillSine and fillSineDC are right to one step, also after hours of buffers.
 class KLTalsaBuf32 : public KLTalsaBuf<int32_t> {
 public:
     using KLTalsaBuf::KLTalsaBuf;

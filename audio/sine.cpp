@@ -1,20 +1,21 @@
 #include "audio/sine.h"
 
-#include <algorithm>
 #include <cmath>
+#include <numbers>
 
-KLTalsaSine::KLTalsaSine(double step, double phase) : step_(step), phase_(phase) {
+KLTalsaSine::KLTalsaSine(double frequency, int rate, double phase)
+    : frequency_(frequency), rate_(rate), phase_(phase) {
     for (int i = 0; i < blockFrames; ++i) {
-        sine_[i] = std::sin(i * step);
-        cosine_[i] = std::cos(i * step);
+        const double angle = advance(i);
+        sine_[i] = std::sin(angle);
+        cosine_[i] = std::cos(angle);
     }
 }
 
-void KLTalsaSine::read(int first, Block& values) const {
-    const double angle = first * step_ + phase_;
-    const double sine = std::sin(angle);
-    const double cosine = std::cos(angle);
-    // Rounding may pass 1, which a caller would take for clipping.
-    for (int i = 0; i < blockFrames; ++i)
-        values[i] = std::clamp(sine * cosine_[i] + cosine * sine_[i], -1.0, 1.0);
+// Whole turns go while the product is still exact to more digits than a double has: the angle of
+// a late frame is as good as that of an early one.
+double KLTalsaSine::advance(int frame) const {
+    constexpr long double fullTurn = 2 * std::numbers::pi_v<long double>;
+    const long double cycles = static_cast<long double>(frequency_) * frame;
+    return static_cast<double>(fullTurn * (std::fmod(cycles, rate_) / rate_));
 }

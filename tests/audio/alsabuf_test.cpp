@@ -190,6 +190,17 @@ TEST_F(AlsaBuf32, ClipsTheSineWithDC) {
     }
 }
 
+TEST_F(AlsaBuf32, KeepsItsPhaseThroughThousandsOfBuffers) {
+    constexpr int seconds = 7200;
+    constexpr double tone_hz = 12000.3;
+    KLTalsaBuf32 buffer(48000, 1, 1000);
+    double phase = 1.0;
+    for (int second = 0; second < seconds; ++second)
+        buffer.fillSine(tone_hz, 1.0, phase, 0);
+    const long double turns = std::fmod(static_cast<long double>(tone_hz) * seconds, 1.0L);
+    EXPECT_NEAR(phase, std::fmod(1.0 + turn * static_cast<double>(turns), turn), 0.5 / full);
+}
+
 TYPED_TEST(AlsaBuf, FillsAValueOrTheNoiseOfRand) {
     for (const double value : {0.25, 1.0, 1e300, -0.25, -1.0, -1.0001, -infinite, nan}) {
         TypeParam buffer(1000, 3, 600);
@@ -212,26 +223,30 @@ TYPED_TEST(AlsaBuf, FillsAValueOrTheNoiseOfRand) {
     }
 }
 
+// Two channels are added up in another way than others.
 TYPED_TEST(AlsaBuf, AnalysesAsAPlainLoop) {
-    TypeParam buffer(48000, 5, 1000);
-    this->scribble(buffer);
-    for (int frame = 0; frame < buffer.frames(); ++frame) {
-        auto* const samples = buffer.data() + std::ptrdiff_t{frame} * 5;
-        samples[1] = this->highest; // not above full scale, so that the minimum is 1
-        samples[2] = this->lowest;  // beyond full scale; the maximum starts at -1
-        samples[3] = frame % 3 == 0 ? -this->highest : frame % 3 - 1;
-    }
-    for (const int count : {1, 2, 47999, 48000, 50000, huge, 0, -1, -huge - 1}) {
-        std::array<KLTalsaAinfo, 5> infos;
-        infos.fill({1, 2, 3, 4, 5, 6, 7});
-        buffer.info(infos.data(), count);
-        for (int channel = 0; channel < 5; ++channel) {
-            const auto& [total, dc, rms, clip, min, max, swing] =
-                infos[static_cast<std::size_t>(channel)];
-            const auto plain = this->plain_numbers(buffer, channel, std::min(count, 48000));
-            EXPECT_THAT((std::array{total, dc, rms * rms, clip, min, max, swing}),
-                        testing::Pointwise(testing::DoubleNear(1e-11), plain))
-                << count << " frames, channel " << channel;
+    for (const auto& [channels, first_kind] : {std::pair{5, 0}, {2, 0}, {2, 2}}) {
+        TypeParam buffer(48000, channels, 1500);
+        this->scribble(buffer);
+        for (int i = 0; i < buffer.samples(); ++i) {
+            const int frame = i / channels;
+            const int kind = i % channels + first_kind;
+            if (kind == 1) buffer.data()[i] = frame % 3 == 0 ? -this->highest : frame % 3 - 1;
+            if (kind == 2) buffer.data()[i] = this->highest; // so that the minimum is 1
+            if (kind == 3) buffer.data()[i] = this->lowest;  // beyond; the maximum starts at -1
+        }
+        for (const int count : {1, 2, 47999, 71999, 80000, huge, 0, -1, -huge - 1}) {
+            std::array<KLTalsaAinfo, 5> infos;
+            infos.fill({1, 2, 3, 4, 5, 6, 7});
+            buffer.info(infos.data(), count);
+            for (int channel = 0; channel < channels; ++channel) {
+                const auto& [total, dc, rms, clip, min, max, swing] =
+                    infos[static_cast<std::size_t>(channel)];
+                const auto plain = this->plain_numbers(buffer, channel, std::min(count, 72000));
+                EXPECT_THAT((std::array{total, dc, rms * rms, clip, min, max, swing}),
+                            testing::Pointwise(testing::DoubleNear(1e-11), plain))
+                    << count << " frames, channel " << channel << " of " << channels;
+            }
         }
     }
 }
