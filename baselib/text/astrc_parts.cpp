@@ -6,8 +6,9 @@
 #include <algorithm>
 
 KLTastr KLTastrc::substr(int pos, int n) const {
+    const int start = std::clamp(pos, 0, length_);
     KLTastr result;
-    result.assign(*this, pos, n);
+    result.append(text_ + start, std::min(n, length_ - start));
     return result;
 }
 

@@ -1,6 +1,7 @@
 // KLTastrc and KLTastr: paths.
 
 #include "baselib/text/astr.h"
+#include "baselib/text/astr_node.h"
 
 #include <algorithm>
 
@@ -48,11 +49,9 @@ KLTastr& KLTastr::pathRemDelim() {
 
 KLTastr& KLTastr::pathCorrDelim() {
     replace('\\', delimiter);
-    int kept = findStr("//");
-    while (kept >= 0) {
-        const int end = findChrOther(delimiters, kept);
-        delRange(kept + 1, end < 0 ? length_ : end);
-        kept = findStr("//", true, kept);
-    }
-    return *this;
+    if (findStr("//") < 0) return *this;
+    char* const first = cleanCopy(length_).node_->text();
+    char* const end = std::unique(first, first + length_,
+                                  [](char a, char b) { return a == delimiter && b == delimiter; });
+    return dellast(length_ - static_cast<int>(end - first));
 }
