@@ -134,16 +134,16 @@ KLTprint& KLTprint::operator<<(const KLTtextarray& texts) {
 
 KLTprint& KLTprint::prtint(long long value, int size, bool isSigned) {
     if (size < 1 || size > 8) KLFfatal("integer of no size", __LINE__, "print", "1..8 bytes");
-    const uint64_t bits = KLFlowBytes(static_cast<uint64_t>(value), size);
+    const auto bits = [value, size] { return KLFlowBytes(static_cast<uint64_t>(value), size); };
     switch (flags_.base) {
     case 16:
-        number(0, digits_, digitsOf<4>(bits, flags_.upper, digits_));
+        number(0, digits_, digitsOf<4>(bits(), flags_.upper, digits_));
         break;
     case 8:
-        number(0, digits_, digitsOf<3>(bits, false, digits_));
+        number(0, digits_, digitsOf<3>(bits(), false, digits_));
         break;
     case 2:
-        prtbinary(bits);
+        prtbinary(bits());
         break;
     default:
         prtdecimal(value, size, isSigned);
@@ -225,8 +225,13 @@ void KLTprint::field(const char* characters, int length) {
 }
 
 // A number in its field: the sign (0 for none) counts for numwidth where that is larger
-// than the digits need, and for the width otherwise. Without digits the caller writes them.
+// than the digits need, and for the width otherwise.
 void KLTprint::number(char sign, const char* digits, int count) {
+    if (flags_.width == 0 && flags_.numwidth == 0) { // as most numbers: no field
+        if (sign != 0) sink_->ochar(sign);
+        sink_->oblock(digits, count);
+        return;
+    }
     const bool filled = flags_.numwidth > count;
     const int signLength = sign != 0 ? 1 : 0;
     const int padding =
@@ -234,7 +239,7 @@ void KLTprint::number(char sign, const char* digits, int count) {
     if (flags_.width > 0) pad(padding);
     if (sign != 0) sink_->ochar(sign);
     repeat(flags_.numwidth - count - signLength, '0');
-    if (digits != nullptr) sink_->oblock(digits, count);
+    sink_->oblock(digits, count);
     if (flags_.width < 0) pad(padding);
 }
 
