@@ -50,10 +50,14 @@ protected:
     OperatorTest() { commands({0xFD, 0x12, 0xA0, 0xC3, 0xAB, 0x01, 0xAF}); }
 
     void begin(OperatorKind kind, std::vector<ScenarioStep> steps = {}) {
+        begin(device_, kind, std::move(steps));
+    }
+
+    void begin(Device& device, OperatorKind kind, std::vector<ScenarioStep> steps) {
         k4sim::Setup setup;
         setup.operator_kind = kind;
         setup.steps = std::move(steps);
-        person_ = make_operator(setup, device_, surroundings_, [this](const FaultSetting& fault) {
+        person_ = make_operator(setup, device, surroundings_, [this](const FaultSetting& fault) {
             surroundings_.event("operator", fault.name, {{"=", std::string_view(fault.value)}});
         });
         person_->start();
@@ -87,6 +91,15 @@ protected:
     Device device_{Board::aes, surroundings_};
     std::unique_ptr<Operator> person_;
 };
+
+TEST_F(OperatorTest, WithoutAPanelThereIsNothingToPressOrTurn) {
+    Device bare(Board::none, surroundings_);
+    std::vector<ScenarioStep> steps;
+    for (const char* action : {"press 1", "hold 2", "release 2", "turn 1 2"})
+        steps.push_back({Trigger::time, 0, "", action});
+    begin(bare, OperatorKind::none, steps);
+    EXPECT_EQ(actions_for(second), "");
+}
 
 TEST_F(OperatorTest, AStepOfAScenarioIsDoneOnceWhenItIsDue) {
     begin(OperatorKind::none, {{Trigger::console, second / 2, "init error", "press 1"},

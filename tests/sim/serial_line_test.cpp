@@ -100,6 +100,20 @@ TEST_F(SerialLine, ASideMakesOfBytesWhatTheKernelDoes) {
         }
 }
 
+// Although the program reads nothing.
+TEST_F(SerialLine, StopsAndGoesOnAsTheOtherSideSays) {
+    begin_anew([](termios& settings) {
+        raw(settings);
+        settings.c_iflag |= IXON;
+    });
+    send(first_, "\x13");
+    usleep(5000);
+    const std::jthread writer([this] { send(second_, "x"); }); // which waits
+    EXPECT_EQ(received(first_), "");
+    send(first_, "\x11");
+    EXPECT_EQ(received(first_), "x");
+}
+
 TEST_F(SerialLine, AChildOfAForkHasNeitherThreadsNorLinesOfItsParent) {
     const std::jthread other([] { usleep(500); });
     const pid_t child = fork();
