@@ -2,6 +2,7 @@
 
 #include "sim/host/descriptors.h"
 #include "sim/host/real.h"
+#include "sim/host/result.h"
 #include "sim/time/keep_errno.h"
 
 #include <algorithm>
@@ -28,8 +29,6 @@ ino_t pipe_inode(int descriptor) {
                        S_ISCHR(status.st_mode) || S_ISDIR(status.st_mode);
     return other ? 0 : status.st_ino;
 }
-
-ssize_t with_error(ssize_t result) { return result < 0 ? -errno : result; }
 
 } // namespace
 

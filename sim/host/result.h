@@ -13,4 +13,10 @@ Result libc_result(Result result) {
     return -1;
 }
 
+// The other way round.
+template <typename Result>
+Result with_error(Result result) {
+    return result < 0 ? static_cast<Result>(-errno) : result;
+}
+
 } // namespace k4sim

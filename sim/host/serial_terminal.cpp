@@ -3,6 +3,7 @@
 #include "sim/host/clocks.h"
 #include "sim/host/descriptors.h"
 #include "sim/host/real.h"
+#include "sim/host/result.h"
 #include "sim/host/run.h"
 #include "sim/machine/machine.h"
 #include "sim/machine/report.h"
@@ -47,8 +48,6 @@ void system_close(int& descriptor) {
     static auto* const function = libc_function<int(int)>("close");
     if (descriptor >= 0) function(std::exchange(descriptor, -1));
 }
-
-ssize_t with_error(ssize_t result) { return result < 0 ? -errno : result; }
 
 std::size_t number_of(const void* argument) { return reinterpret_cast<std::uintptr_t>(argument); }
 
