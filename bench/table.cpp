@@ -9,7 +9,7 @@ namespace {
 
 constexpr int repetitions = 7;
 constexpr double leastSeconds = 0.02;
-constexpr int instructionRounds = 100;
+constexpr int instructionRounds = 4;
 
 // Collects every round by the name of its benchmark.
 class Collector : public benchmark::BenchmarkReporter {
