@@ -23,8 +23,10 @@
 #include "sim/time/signals.h"
 
 #include <csignal>
+#include <cstddef>
 #include <cstdio>
 #include <cstdlib>
+#include <new>
 #include <pthread.h>
 #include <string>
 #include <sys/mman.h>
@@ -129,8 +131,8 @@ __attribute__((constructor)) void start(int, char** arguments, char** environmen
     descriptors().add_device("/dev/console", open_speaker);
     add_serial_devices();
     pthread_atfork(nullptr, in_parent, in_child);
-    static const auto* const signal_stack = new SignalStack; // of the first thread, for good
-    (void)signal_stack;
+    alignas(SignalStack) static std::byte of_first_thread[sizeof(SignalStack)];
+    new (of_first_thread) SignalStack; // for good
     install_port_trap();
     watch_for_death();
     configure_alsa();
