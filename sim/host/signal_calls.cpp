@@ -132,11 +132,12 @@ int stand_in_sigsuspend(const sigset_t* set) {
     return masked.interrupted() ? libc_result(-EINTR) : pause_for_signal(*set);
 }
 
-// Where the program has the default, it is watched for its death.
+// Where the program has the default, it is watched for its death. A sanitizer that starts comes
+// here, too: it would not survive the guard of a static variable.
 int stand_in_sigaction(int number, const struct sigaction* action,
                        struct sigaction* former) asm("sigaction");
 int stand_in_sigaction(int number, const struct sigaction* action, struct sigaction* former) {
-    static auto* const real_sigaction = real_function<decltype(stand_in_sigaction)>("sigaction");
+    auto* const real_sigaction = real_function<decltype(stand_in_sigaction)>("sigaction");
     const bool by_default = action != nullptr && action->sa_handler == SIG_DFL;
     const int result = real_sigaction(number, action, former);
     if (result == 0 && by_default) watch_default(number);
