@@ -50,12 +50,14 @@ int pause_for_signal(const sigset_t& blocked) {
     return libc_result(-EINTR);
 }
 
+bool is_number(int number) { return number > 0 && number < NSIG; }
+
 // To a thread that is not the caller: it handles the signal when it has its turn. What the caller
 // sends to itself, what is only to be probed, and what stops or kills, is the system's to do.
 bool is_ours_to_send(const Thread* target, int number) {
     return target != nullptr && target != Scheduler::current() &&
-           target->state != Thread::State::ended && number > 0 && number < NSIG &&
-           number != SIGKILL && number != SIGSTOP;
+           target->state != Thread::State::ended && is_number(number) && number != SIGKILL &&
+           number != SIGSTOP;
 }
 
 // By `send` of the system, which may leave it pending.
@@ -77,8 +79,6 @@ siginfo_t queued(int number, const sigval& value) {
 }
 
 bool is_to_itself(pid_t process) { return belongs_to_program() && process == getpid(); }
-
-bool is_number(int number) { return number > 0 && number < NSIG; }
 
 } // namespace
 

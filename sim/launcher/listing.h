@@ -1,4 +1,4 @@
-// What k4sim can tell without a run: the faults, and the keys.
+// What k4sim can tell without a run: the faults, the keys, and what stands in a scenario.
 #pragma once
 
 #include "sim/models/faults.h"
@@ -15,9 +15,8 @@ struct Options;
 std::vector<const Fault*> matching_faults(const std::string& pattern);
 
 // For people, and for programs: a JSON list of objects with "name", "value" (as in the text),
-// "low" and "high" of a number or decimal, "boards" (a list), "example", "clears" (or it
-// passes by itself), "sight", "breaks" and
-// "verdict".
+// "low" and "high" of a number or decimal, "boards" (a list), "example", "clears" (or it passes
+// by itself), "sight", "breaks" and "verdict".
 std::string faults_as_text(const std::vector<const Fault*>& faults);
 std::string faults_as_json(const std::vector<const Fault*>& faults);
 

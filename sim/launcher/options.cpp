@@ -7,11 +7,8 @@
 #include "sim/setup_choices.h"
 
 #include <algorithm>
-#include <array>
 #include <charconv>
-#include <cmath>
 #include <iterator>
-#include <sstream>
 
 namespace k4sim {
 
@@ -51,7 +48,7 @@ void set_pace(Setup& setup, const std::string& value) {
     setup.pace.reset();
     if (value == "max") return;
     setup.pace = whole_text_number<double>(value);
-    if (!setup.pace || !std::isfinite(*setup.pace) || !(*setup.pace > 0))
+    if (!is_factor(setup.pace))
         throw UsageError("--pace: \"" + value +
                          "\" is no pace; say max, or a factor above 0 such as 1");
 }

@@ -9,7 +9,6 @@
 #include "sim/setup_choices.h"
 
 #include <algorithm>
-#include <cmath>
 #include <iterator>
 #include <tuple>
 
@@ -141,8 +140,7 @@ private:
     std::optional<double> pace_of(const toml::node& node) const {
         if (node.value_exact<std::string>() == "max") return std::nullopt;
         const auto pace = node.is_number() ? node.value<double>() : std::nullopt;
-        if (!pace || !std::isfinite(*pace) || !(*pace > 0))
-            fail(node, "pace must be \"max\", or a factor above 0 such as 1");
+        if (!is_factor(pace)) fail(node, "pace must be \"max\", or a factor above 0 such as 1");
         return pace;
     }
 

@@ -24,6 +24,10 @@ double in_seconds(Microseconds time) {
 
 std::string short_seconds(Microseconds time) { return short_number(in_seconds(time)); }
 
+bool is_factor(std::optional<double> number) {
+    return number && std::isfinite(*number) && *number > 0;
+}
+
 std::optional<Microseconds> from_seconds(std::optional<double> seconds) {
     if (!seconds || !(*seconds >= 0) || *seconds > seconds_max) return std::nullopt;
     return std::llround(*seconds * static_cast<double>(us_per_second));

@@ -15,6 +15,9 @@ std::string short_number(double number);
 double in_seconds(Microseconds time);
 std::string short_seconds(Microseconds time);
 
+// Whether it is a number above 0, and a finite one.
+bool is_factor(std::optional<double> number);
+
 // Empty for what is no number, or not within 0 to a thousand million seconds.
 std::optional<Microseconds> from_seconds(std::optional<double> seconds);
 

@@ -243,9 +243,13 @@ INSTANTIATE_TEST_SUITE_P(Digital, Fault, testing::ValuesIn(digital_faults), name
 // All of a board's faults at once, each over again before the program does anything.
 TEST(ClearedFaults, LeaveNothingBehind) {
     const auto faults = nlohmann::json::parse(run_command({K4_SIM, "faults", "--json"}).out);
-    for (const std::string board : {"aes", "engine"}) {
+    // What is heard is broken and mended on one board; the other one's run is the shorter without.
+    const std::pair<std::string, std::vector<std::string>> runs[] = {
+        {"aes", {"run"}}, {"engine", {"run", "noanalog"}}};
+    for (const auto& [board, keywords] : runs) {
         RunPlan plan;
         plan.board = board;
+        plan.keywords = keywords;
         plan.automatic_operator = true;
         const RunResult healthy = run_on_virtual_k4(plan);
         int count = 0;
