@@ -1,6 +1,7 @@
 #include "baselib/device/lxiodev.h"
 
 #include "baselib/thread/thread.h"
+#include "baselib/thread/timespec.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -11,7 +12,6 @@
 
 namespace {
 
-constexpr long long microsecondsPerSecond = 1'000'000;
 constexpr int nonBlockingBit = 0x800;
 constexpr int notReadable = 0; // answers of select
 constexpr int selectFailed = -1;

@@ -66,7 +66,7 @@ snd_ctl_elem_iface_t interface_of(const ControlElement& element) {
     return element.device == 0 ? SND_CTL_ELEM_IFACE_MIXER : SND_CTL_ELEM_IFACE_PCM;
 }
 
-void close(snd_ctl_ext_t* handle) { delete &plugin_of(handle); }
+void close_ctl(snd_ctl_ext_t* handle) { delete &plugin_of(handle); }
 
 int count(snd_ctl_ext_t* handle) { return static_cast<int>(plugin_of(handle).listed.size()); }
 
@@ -178,9 +178,9 @@ int decibel_scale(snd_ctl_ext_t*, snd_ctl_ext_key_t key, int operation, unsigned
     return 0;
 }
 
-constexpr snd_ctl_ext_callback_t callbacks = [] {
+constexpr snd_ctl_ext_callback_t ctl_callbacks = [] {
     snd_ctl_ext_callback_t table{};
-    table.close = callback<close>;
+    table.close = callback<close_ctl>;
     table.elem_count = callback<count>;
     table.elem_list = callback<list>;
     table.find_elem = callback<find>;
@@ -208,7 +208,7 @@ void describe_card(CtlPlugin& plugin) {
     copy_text(handle.longname, "Sound card of the virtual K/4");
     copy_text(handle.mixername, "K/4");
     handle.poll_fd = -1;
-    handle.callback = &callbacks;
+    handle.callback = &ctl_callbacks;
     handle.private_data = &plugin;
     handle.tlv.c = callback<decibel_scale>;
     for (std::size_t index = 0; index < card().controls().size(); ++index)

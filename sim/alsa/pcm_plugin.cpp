@@ -151,18 +151,18 @@ int ready_events(snd_pcm_ioplug_t* handle, pollfd* states, unsigned, unsigned sh
     return 0;
 }
 
-int close(snd_pcm_ioplug_t* handle) {
+int close_pcm(snd_pcm_ioplug_t* handle) {
     delete &plugin_of(handle);
     return 0;
 }
 
-constexpr snd_pcm_ioplug_callback_t callbacks = [] {
+constexpr snd_pcm_ioplug_callback_t pcm_callbacks = [] {
     snd_pcm_ioplug_callback_t table{};
     table.start = callback<start>;
     table.stop = callback<stop>;
     table.pointer = callback<position>;
     table.transfer = callback<transfer>;
-    table.close = callback<close>;
+    table.close = callback<close_pcm>;
     table.hw_params = callback<set_hardware>;
     table.hw_free = callback<free_hardware>;
     table.sw_params = callback<set_software>;
@@ -224,7 +224,7 @@ void describe(PcmPlugin& plugin, int mode) {
     handle.flags = SND_PCM_IOPLUG_FLAG_MONOTONIC | SND_PCM_IOPLUG_FLAG_BOUNDARY_WA;
     handle.poll_fd = plugin.port.descriptor();
     handle.poll_events = plugin.port.direction() == Direction::playback ? POLLOUT : POLLIN;
-    handle.callback = &callbacks;
+    handle.callback = &pcm_callbacks;
     handle.private_data = &plugin;
     handle.nonblock = mode & SND_PCM_NONBLOCK; // libasound tells only what changes
 }
@@ -241,7 +241,7 @@ int open_stream(snd_pcm_t** result, const char* name, snd_config_t* node, snd_pc
     describe(*plugin, mode);
     if (const int error = snd_pcm_ioplug_create(&plugin->handle, name, stream, mode); error < 0)
         return error;
-    PcmPlugin& created = *plugin.release(); // the handle's from now on: see close
+    PcmPlugin& created = *plugin.release(); // the handle's from now on: see close_pcm
     const int error = set_limits(&created.handle, created.port.stream()->limits());
     if (error < 0)
         snd_pcm_ioplug_delete(&created.handle);

@@ -38,16 +38,16 @@ int set_alarm(const char* name, int which, const TimerSetting<Time>* setting,
         return real_function<int(int, const TimerSetting<Time>*, TimerSetting<Time>*)>(name)(
             which, setting, former);
     const TimerSetting<Time> wanted = setting != nullptr ? *setting : TimerSetting<Time>{};
-    if (!is_valid(wanted, microseconds)) return libc_result(-EINVAL);
-    tell(former, alarm_clock(), microseconds);
-    arm(alarm_clock(), wanted, microseconds);
+    if (!is_valid(wanted, in_microseconds)) return libc_result(-EINVAL);
+    tell(former, alarm_clock(), in_microseconds);
+    arm(alarm_clock(), wanted, in_microseconds);
     return 0;
 }
 
 template <typename Time>
 int get_alarm(const char* name, int which, TimerSetting<Time>* setting) {
     if (!is_ours(which)) return real_function<int(int, TimerSetting<Time>*)>(name)(which, setting);
-    tell(setting, alarm_clock(), microseconds);
+    tell(setting, alarm_clock(), in_microseconds);
     return 0;
 }
 

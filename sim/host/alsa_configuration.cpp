@@ -8,7 +8,7 @@ namespace k4sim {
 
 namespace {
 
-constexpr char file_name[] = "k4sim-alsa.conf";
+constexpr char configuration_name[] = "k4sim-alsa.conf";
 
 // libasound wants absolute paths; the loader may know the library by another one.
 std::filesystem::path own_path() {
@@ -23,7 +23,7 @@ std::filesystem::path own_path() {
 void configure_alsa() {
     const std::filesystem::path library = own_path();
     setenv("K4SIM_ALSA_LIBRARY", library.c_str(), 1);
-    setenv("ALSA_CONFIG_PATH", library.parent_path().append(file_name).c_str(), 1);
+    setenv("ALSA_CONFIG_PATH", library.parent_path().append(configuration_name).c_str(), 1);
 }
 
 } // namespace k4sim

@@ -18,8 +18,6 @@ namespace k4sim {
 
 namespace {
 
-using SigactionFunction = int(int, const struct sigaction*, struct sigaction*);
-
 struct Watched {
     int signal;
     bool
@@ -33,7 +31,6 @@ std::array watched = std::to_array<Watched>(
      {SIGUSR2, false, {}},  {SIGPIPE, false, {}}, {SIGIO, false, {}},   {SIGPWR, false, {}},
      {SIGXCPU, false, {}},  {SIGXFSZ, false, {}}, {SIGPROF, false, {}}, {SIGVTALRM, false, {}},
      {SIGSTKFLT, false, {}}});
-SigactionFunction* libc_sigaction = nullptr;
 
 Watched* find(int signal) {
     const auto found = std::ranges::find(watched, signal, &Watched::signal);
@@ -74,7 +71,6 @@ void watch(Watched& one) {
 } // namespace
 
 void watch_for_death() {
-    libc_sigaction = libc_function<SigactionFunction>("sigaction");
     for (Watched& one : watched) {
         libc_sigaction(one.signal, nullptr, &one.former);
         if (one.from_within || one.former.sa_handler == SIG_DFL) watch(one);

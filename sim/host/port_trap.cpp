@@ -15,8 +15,6 @@ namespace k4sim {
 
 namespace {
 
-using SigactionFunction = int(int, const struct sigaction*, struct sigaction*);
-
 #ifdef __i386__
 constexpr int data_register = REG_EDX;
 constexpr int accumulator = REG_EAX;
@@ -41,9 +39,8 @@ constexpr PortInstruction port_instructions[] = {
 };
 
 struct sigaction former_action;
-SigactionFunction* libc_sigaction = nullptr;
 
-const PortInstruction* decode(const std::uint8_t* code) {
+const PortInstruction* instruction_at(const std::uint8_t* code) {
     for (const PortInstruction& instruction : port_instructions)
         if (instruction.opcode == *code) return &instruction;
     return nullptr;
@@ -82,7 +79,7 @@ void on_fault(int signal, siginfo_t* info, void* context) {
     const bool sent = info->si_code <= 0; // by a process, not by an instruction
     if (!sent && may_be_port_access(registers)) {
         const bool privileged = Scheduler::current()->io_privilege;
-        const PortInstruction* instruction = decode(code_at(registers));
+        const PortInstruction* instruction = instruction_at(code_at(registers));
         if (privileged && instruction != nullptr) return carry_out(*instruction, registers);
         if (const char* what = unplayed_port_access(code_at(registers), privileged))
             end_unplayed(what, code_at(registers));
@@ -95,9 +92,7 @@ void on_fault(int signal, siginfo_t* info, void* context) {
 
 } // namespace
 
-// libc's own sigaction: a sanitizer's would wrap the handler.
 void install_port_trap() {
-    libc_sigaction = libc_function<SigactionFunction>("sigaction");
     struct sigaction action {};
     action.sa_sigaction = on_fault;
     // While an access takes its time, a handler of the program may make another.

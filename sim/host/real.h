@@ -1,6 +1,7 @@
 // The functions behind the stand-ins.
 #pragma once
 
+#include <csignal>
 #include <dlfcn.h>
 
 namespace k4sim {
@@ -17,6 +18,14 @@ template <typename Function>
 Function* libc_function(const char* name) {
     static void* const libc = dlopen("libc.so.6", RTLD_LAZY | RTLD_NOLOAD);
     return reinterpret_cast<Function*>(dlsym(libc, name));
+}
+
+// libc's own sigaction: a sanitizer's would wrap the handler. For a handler to use, too, once it
+// was called outside of one.
+inline int libc_sigaction(int signal, const struct sigaction* action, struct sigaction* former) {
+    static auto* const function =
+        libc_function<int(int, const struct sigaction*, struct sigaction*)>("sigaction");
+    return function(signal, action, former);
 }
 
 } // namespace k4sim

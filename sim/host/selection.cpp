@@ -12,7 +12,7 @@ namespace k4sim {
 namespace {
 
 // What select's three sets ask for and what answers them, as poll says it.
-constexpr short wanted[3] = {POLLIN, POLLOUT, POLLPRI};
+constexpr short wanted_events[3] = {POLLIN, POLLOUT, POLLPRI};
 constexpr short answers[3] = {POLLIN | POLLHUP | POLLERR, POLLOUT | POLLERR, POLLPRI};
 
 using Sets = fd_set* [3];
@@ -22,7 +22,8 @@ std::vector<pollfd> states_of(int count, const Sets& sets) {
     for (int descriptor = 0; descriptor < count; ++descriptor) {
         pollfd state{descriptor, 0, 0};
         for (int i = 0; i < 3; ++i)
-            if (sets[i] != nullptr && FD_ISSET(descriptor, sets[i])) state.events |= wanted[i];
+            if (sets[i] != nullptr && FD_ISSET(descriptor, sets[i]))
+                state.events |= wanted_events[i];
         if (state.events != 0) states.push_back(state);
     }
     return states;
@@ -34,7 +35,8 @@ int answer(const std::vector<pollfd>& states, int kind, fd_set* set) {
     FD_ZERO(set);
     int ready = 0;
     for (const pollfd& state : states) {
-        if ((state.events & wanted[kind]) == 0 || (state.revents & answers[kind]) == 0) continue;
+        if ((state.events & wanted_events[kind]) == 0 || (state.revents & answers[kind]) == 0)
+            continue;
         FD_SET(state.fd, set);
         ++ready;
     }

@@ -68,10 +68,10 @@ SignalTimer* signal_timer(timer_t id) {
 
 bool has_signal(int kind) { return kind == SIGEV_SIGNAL || kind == SIGEV_THREAD_ID; }
 
-int make_signal_timer(clockid_t clock, const sigevent* wanted, timer_t* id) {
+int make_signal_timer(clockid_t clock, const sigevent* notice, timer_t* id) {
     sigevent event{}; // by default SIGALRM
     event.sigev_signo = SIGALRM;
-    if (wanted != nullptr) event = *wanted;
+    if (notice != nullptr) event = *notice;
     const int kind = event.sigev_notify;
     if (has_signal(kind) && (event.sigev_signo < 1 || event.sigev_signo >= NSIG))
         return libc_result(-EINVAL);
@@ -94,10 +94,10 @@ int set_signal_timer(const char* name, timer_t id, int flags, const TimerSetting
     if (timer == nullptr)
         return real_function<int(timer_t, int, const TimerSetting<Time>*, TimerSetting<Time>*)>(
             name)(id, flags, setting, former);
-    if (!is_valid(*setting, nanoseconds)) return libc_result(-EINVAL);
-    tell(former, timer->timer(), nanoseconds);
+    if (!is_valid(*setting, in_nanoseconds)) return libc_result(-EINVAL);
+    tell(former, timer->timer(), in_nanoseconds);
     const bool absolute = (flags & TIMER_ABSTIME) != 0;
-    arm(timer->timer(), *setting, nanoseconds,
+    arm(timer->timer(), *setting, in_nanoseconds,
         absolute ? std::optional(timer->clock()) : std::nullopt);
     return 0;
 }
@@ -107,7 +107,7 @@ int get_signal_timer(const char* name, timer_t id, TimerSetting<Time>* setting) 
     SignalTimer* const timer = signal_timer(id);
     if (timer == nullptr)
         return real_function<int(timer_t, TimerSetting<Time>*)>(name)(id, setting);
-    tell(setting, timer->timer(), nanoseconds);
+    tell(setting, timer->timer(), in_nanoseconds);
     return 0;
 }
 

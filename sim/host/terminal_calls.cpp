@@ -13,7 +13,9 @@ namespace k4sim {
 
 namespace {
 
-bool owned(int descriptor) { return belongs_to_program() && descriptors().owns(descriptor); }
+bool owned_terminal(int descriptor) {
+    return belongs_to_program() && descriptors().owns(descriptor);
+}
 
 // A request's argument that is a number takes the place of an address.
 void* number(int value) {
@@ -27,7 +29,7 @@ extern "C" {
 
 int stand_in_tcsetattr(int descriptor, int when, const termios* settings) asm("tcsetattr");
 int stand_in_tcsetattr(int descriptor, int when, const termios* settings) {
-    if (!owned(descriptor))
+    if (!owned_terminal(descriptor))
         return real_function<decltype(stand_in_tcsetattr)>("tcsetattr")(descriptor, when, settings);
     if (when < TCSANOW || when > TCSAFLUSH) {
         errno = EINVAL;
@@ -40,14 +42,15 @@ int stand_in_tcsetattr(int descriptor, int when, const termios* settings) {
 
 int stand_in_tcflush(int descriptor, int queue) asm("tcflush");
 int stand_in_tcflush(int descriptor, int queue) {
-    if (!owned(descriptor))
+    if (!owned_terminal(descriptor))
         return real_function<decltype(stand_in_tcflush)>("tcflush")(descriptor, queue);
     return descriptors().control(descriptor, TCFLSH, number(queue));
 }
 
 int stand_in_tcdrain(int descriptor) asm("tcdrain");
 int stand_in_tcdrain(int descriptor) {
-    if (!owned(descriptor)) return real_function<decltype(stand_in_tcdrain)>("tcdrain")(descriptor);
+    if (!owned_terminal(descriptor))
+        return real_function<decltype(stand_in_tcdrain)>("tcdrain")(descriptor);
     return descriptors().control(descriptor, TCSBRK, number(1));
 }
 

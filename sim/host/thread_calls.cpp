@@ -135,10 +135,10 @@ int plain_clocklock(pthread_mutex_t* mutex, clockid_t clock, const PlainTime* ti
     return lock_by_clock("pthread_mutex_clocklock", mutex, clock, time);
 }
 
-int stand_in_wait(pthread_cond_t* condition, pthread_mutex_t* mutex) asm("pthread_cond_wait");
-int stand_in_wait(pthread_cond_t* condition, pthread_mutex_t* mutex) {
+int stand_in_cond_wait(pthread_cond_t* condition, pthread_mutex_t* mutex) asm("pthread_cond_wait");
+int stand_in_cond_wait(pthread_cond_t* condition, pthread_mutex_t* mutex) {
     if (at_call()) return wait_condition(condition, mutex, never);
-    return real_function<decltype(stand_in_wait)>("pthread_cond_wait")(condition, mutex);
+    return real_function<decltype(stand_in_cond_wait)>("pthread_cond_wait")(condition, mutex);
 }
 
 int plain_timedwait(pthread_cond_t* condition, pthread_mutex_t* mutex,
@@ -154,16 +154,16 @@ int plain_clockwait(pthread_cond_t* condition, pthread_mutex_t* mutex, clockid_t
     return wait_by_clock("pthread_cond_clockwait", condition, mutex, clock, time);
 }
 
-int stand_in_signal(pthread_cond_t* condition) asm("pthread_cond_signal");
-int stand_in_signal(pthread_cond_t* condition) {
+int stand_in_cond_signal(pthread_cond_t* condition) asm("pthread_cond_signal");
+int stand_in_cond_signal(pthread_cond_t* condition) {
     if (belongs_to_program()) return then_point(signal_condition(condition));
-    return real_function<decltype(stand_in_signal)>("pthread_cond_signal")(condition);
+    return real_function<decltype(stand_in_cond_signal)>("pthread_cond_signal")(condition);
 }
 
-int stand_in_broadcast(pthread_cond_t* condition) asm("pthread_cond_broadcast");
-int stand_in_broadcast(pthread_cond_t* condition) {
+int stand_in_cond_broadcast(pthread_cond_t* condition) asm("pthread_cond_broadcast");
+int stand_in_cond_broadcast(pthread_cond_t* condition) {
     if (belongs_to_program()) return then_point(broadcast_condition(condition));
-    return real_function<decltype(stand_in_broadcast)>("pthread_cond_broadcast")(condition);
+    return real_function<decltype(stand_in_cond_broadcast)>("pthread_cond_broadcast")(condition);
 }
 
 #ifdef __i386__

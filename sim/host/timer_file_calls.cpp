@@ -68,12 +68,12 @@ int set_timer_file(const char* name, int descriptor, int flags, const TimerSetti
         return real_function<int(int, int, const TimerSetting<Time>*, TimerSetting<Time>*)>(name)(
             descriptor, flags, setting, former);
     constexpr int known_flags = TFD_TIMER_ABSTIME | TFD_TIMER_CANCEL_ON_SET;
-    if ((flags & ~known_flags) != 0 || !is_valid(*setting, nanoseconds))
+    if ((flags & ~known_flags) != 0 || !is_valid(*setting, in_nanoseconds))
         return libc_result(-EINVAL);
-    tell(former, file->timer(), nanoseconds);
+    tell(former, file->timer(), in_nanoseconds);
     file->clear();
     const bool absolute = (flags & TFD_TIMER_ABSTIME) != 0;
-    arm(file->timer(), *setting, nanoseconds,
+    arm(file->timer(), *setting, in_nanoseconds,
         absolute ? std::optional(file->clock()) : std::nullopt);
     return 0;
 }
@@ -83,7 +83,7 @@ int get_timer_file(const char* name, int descriptor, TimerSetting<Time>* setting
     TimerFile* const file = timer_file(descriptor);
     if (file == nullptr)
         return real_function<int(int, TimerSetting<Time>*)>(name)(descriptor, setting);
-    tell(setting, file->timer(), nanoseconds);
+    tell(setting, file->timer(), in_nanoseconds);
     return 0;
 }
 

@@ -16,8 +16,8 @@ struct TimerSetting {
 };
 
 // How many of the unit of a time's fraction are a microsecond.
-inline constexpr std::int64_t nanoseconds = ns_per_us;
-inline constexpr std::int64_t microseconds = 1;
+inline constexpr std::int64_t in_nanoseconds = ns_per_us;
+inline constexpr std::int64_t in_microseconds = 1;
 
 template <typename Time>
 Microseconds span_of(const Time& time, std::int64_t fractions_per_us) {

@@ -107,8 +107,7 @@ void start_watchdog(Microseconds patience) {
     struct sigaction action {};
     action.sa_sigaction = on_stall;
     action.sa_flags = SA_SIGINFO;
-    libc_function<int(int, const struct sigaction*, struct sigaction*)>("sigaction")(
-        signal_number(), &action, nullptr);
+    libc_sigaction(signal_number(), &action, nullptr);
     // The program's signals are for its threads.
     sigset_t all, former;
     sigfillset(&all);

@@ -11,12 +11,12 @@ namespace {
 constexpr struct {
     std::string_view name;
     int number;
-} signals[] = {{"HUP", SIGHUP}, {"INT", SIGINT}, {"TERM", SIGTERM}};
+} sendable_signals[] = {{"HUP", SIGHUP}, {"INT", SIGINT}, {"TERM", SIGTERM}};
 
 } // namespace
 
 void send_signal(std::string_view name) {
-    for (const auto& signal : signals)
+    for (const auto& signal : sendable_signals)
         if (signal.name == name) signal_process(made_signal(signal.number, SI_USER));
 }
 
