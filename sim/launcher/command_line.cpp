@@ -1,4 +1,5 @@
-// k4sim: runs a program on the virtual K/4.
+#include "sim/launcher/command_line.h"
+
 #include "sim/launcher/closing.h"
 #include "sim/launcher/elf_check.h"
 #include "sim/launcher/listing.h"
@@ -12,9 +13,9 @@
 #include <exception>
 #include <filesystem>
 
-namespace {
+namespace k4sim {
 
-using namespace k4sim;
+namespace {
 
 constexpr int status_unusable = 2;
 constexpr int status_unexpected = 3;
@@ -82,7 +83,7 @@ int run(const Options& options) {
 
 } // namespace
 
-int main(int argc, char** argv) {
+int carry_out(int argc, char** argv) {
     try {
         const Options options = parse_options({argv + 1, argv + argc});
         if (options.command == Command::faults) return list_faults(options);
@@ -96,3 +97,5 @@ int main(int argc, char** argv) {
         return status_unusable;
     }
 }
+
+} // namespace k4sim
