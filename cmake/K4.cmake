@@ -71,8 +71,7 @@ if(K4_READ_ONCE)
   file(CONFIGURE OUTPUT ${CMAKE_BINARY_DIR}/standard_library.cpp CONTENT "")
   add_library(k4_standard_library OBJECT ${CMAKE_BINARY_DIR}/standard_library.cpp)
   target_precompile_headers(k4_standard_library PRIVATE <algorithm> <array> <cmath> <cstdlib>
-      <cstring> <filesystem> <fstream> <functional> <map> <memory> <optional> <sstream> <string>
-      <string_view> <variant> <vector>)
+      <cstring> <functional> <map> <memory> <optional> <string> <string_view> <vector>)
 endif()
 
 function(k4_read_once target)
@@ -81,12 +80,15 @@ function(k4_read_once target)
   endif()
 endfunction()
 
-# k4_whole_rooms(TARGET ROOMS...): the files of each of these folders, which belong to the
-# target, are one file for the compiler, so that names which are local to a file must differ.
+# k4_whole_rooms(TARGET ROOMS...): the files of these folders, together, which belong to the
+# target, are one file for the compiler, so that names which are local to a file must differ, and
+# none may stand before a function of libc that another file calls: alsa's read() and write()
+# would take host's calls.
 function(k4_whole_rooms target)
+  list(GET ARGN 0 first)
   foreach(room ${ARGN})
     file(GLOB sources CONFIGURE_DEPENDS ${room}/*.cpp)
-    set_source_files_properties(${sources} PROPERTIES UNITY_GROUP ${room})
+    set_source_files_properties(${sources} PROPERTIES UNITY_GROUP ${first})
   endforeach()
   set_target_properties(${target} PROPERTIES UNITY_BUILD ${K4_READ_ONCE} UNITY_BUILD_MODE GROUP)
 endfunction()
