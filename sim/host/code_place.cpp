@@ -11,11 +11,6 @@ namespace k4sim {
 
 namespace {
 
-void* pointer_to(std::uintptr_t address) {
-    // NOLINTNEXTLINE(performance-no-int-to-ptr): a register held it
-    return reinterpret_cast<void*>(address);
-}
-
 // The program itself has no name among what is loaded.
 std::string_view program_path() {
     static std::array<char, 4096> path{};

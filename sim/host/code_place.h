@@ -14,6 +14,11 @@ inline constexpr int instruction_register = REG_EIP;
 inline constexpr int instruction_register = REG_RIP;
 #endif
 
+inline void* pointer_to(std::uintptr_t address) {
+    // NOLINTNEXTLINE(performance-no-int-to-ptr): a register held it
+    return reinterpret_cast<void*>(address);
+}
+
 // The instruction that a signal came at, by what the handler got as its context.
 std::uintptr_t interrupted_address(const void* context);
 

@@ -2,6 +2,7 @@
 
 #include "sim/host/code_place.h"
 #include "sim/host/death_watch.h"
+#include "sim/host/interlude.h"
 #include "sim/host/real.h"
 #include "sim/host/unplayed.h"
 #include "sim/machine/machine.h"
@@ -70,17 +71,29 @@ void carry_out(const PortInstruction& instruction, greg_t* registers) {
     registers[instruction_register] += instruction.port_follows ? 2 : 1;
 }
 
+// And what follows up to the next port instruction, and that, too, as long as they are known: a
+// trap takes as long as some hundred instructions that are played.
+void carry_out_from(const PortInstruction* instruction, ucontext_t& context) {
+    greg_t* const registers = context.uc_mcontext.gregs;
+    Interlude interlude(context);
+    do
+        carry_out(*instruction, registers);
+    while (interlude.play() && (instruction = instruction_at(code_at(registers))) != nullptr);
+}
+
 // Not an ordinary handler: it runs only in place of a port instruction, which the
 // program never executes while it is inside malloc or stdio. So the models behind it
 // may use memory, and the scheduler may hand over to another thread from here.
 void on_fault(int signal, siginfo_t* info, void* context) {
-    greg_t* registers = static_cast<ucontext_t*>(context)->uc_mcontext.gregs;
+    auto& program = *static_cast<ucontext_t*>(context);
+    greg_t* registers = program.uc_mcontext.gregs;
     const KeepErrno keep_errno;
     const bool sent = info->si_code <= 0; // by a process, not by an instruction
+    if (!sent) Interlude::give_up(interrupted_address(context));
     if (!sent && may_be_port_access(registers)) {
         const bool privileged = Scheduler::current()->io_privilege;
         const PortInstruction* instruction = instruction_at(code_at(registers));
-        if (privileged && instruction != nullptr) return carry_out(*instruction, registers);
+        if (privileged && instruction != nullptr) return carry_out_from(instruction, program);
         if (const char* what = unplayed_port_access(code_at(registers), privileged))
             end_unplayed(what, code_at(registers));
     }

@@ -291,21 +291,21 @@ TEST_F(Launcher, EndsAProgramThatGoesOnForGood) {
     const struct {
         const char* way;
         const char* must_say;
+        std::string bound = "--stall 0.1";
         int status = 125;
     } cases[] = {{"spinner", "thread 1 (spinner) stands at spin_for_good+0x"},
                  {"reader", "thread 1 (reader) stands at "},
                  {"deaf", "thread (deaf) answers to no signal"},
-                 {"clock", "reached its limit of 0.5 virtual", 124},
-                 {"mutex", "reached its limit of 0.5 virtual", 124},
-                 {"poll", "reached its limit of 0.5 virtual", 124},
-                 {"sleep", "reached its limit of 0.5 virtual", 124},
-                 {"flush", "reached its limit of 0.5 virtual", 124}};
+                 {"clock", "reached its limit of 0.5 virtual", "--limit 0.5", 124},
+                 {"mutex", "reached its limit of 0.5 virtual", "--limit 0.5", 124},
+                 {"poll", "reached its limit of 0.5 virtual", "--limit 0.5", 124},
+                 {"sleep", "reached its limit of 0.5 virtual", "--limit 0.5", 124},
+                 {"flush", "reached its limit of 0.5 virtual", "--limit 0.5", 124}};
     for (const std::string& bits : word_sizes)
-        for (const auto& [way, must_say, status] : cases) {
-            const CommandResult result =
-                shell("[ -p pipe ] || mkfifo pipe; exec 3<>pipe; exec " K4_SIM
-                      " run --limit 0.5 --stall 0.5 --record record -- " +
-                      (K4_THREAD_PROBE + bits) + " " + way + " <&3");
+        for (const auto& [way, must_say, bound, status] : cases) {
+            const CommandResult result = shell(
+                "[ -p pipe ] || mkfifo pipe; exec 3<>pipe; exec " K4_SIM " run --record record " +
+                bound + " -- " + (K4_THREAD_PROBE + bits) + " " + way + " <&3");
             EXPECT_EQ(result.status, status) << bits << way;
             EXPECT_NE(result.error.find(must_say), std::string::npos) << bits << result.error;
             EXPECT_EQ(report().value("verdict", ""), status == 125 ? "DIED" : "UNDECIDED");
@@ -319,6 +319,7 @@ TEST_F(Launcher, TellsWhereAProgramDiesByWhicheverSignal) {
     } cases[] = {
         {"stack", "signal 11 .* in thread 0 at thread_probe.*\\(use_up_stack\\)"},
         {"stack-of-thread", "signal 11 .* in thread 1 at thread_probe.*\\(use_up_stack\\)"},
+        {"after-port", "signal 11 .* in thread 0 at thread_probe.*\\(fail_after_port\\)"},
         {"kill", "signal 15 .Terminated. in thread 0 at "},
         {"abort", "signal 6 .Aborted. in thread 0 at "},
         {"alarm", "signal 14 .Alarm clock. in thread 0 at "},

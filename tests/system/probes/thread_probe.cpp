@@ -8,6 +8,7 @@
 #include <mutex>
 #include <poll.h>
 #include <pthread.h>
+#include <sys/io.h>
 #include <thread>
 #include <unistd.h>
 #include <utility>
@@ -28,6 +29,13 @@ extern "C" [[gnu::noinline]] int use_up_stack(int depth) {
     return depth < 0 ? room[0] : use_up_stack(depth + 1) + room[depth % 1000];
 }
 
+// At an instruction shortly after one that reaches a port.
+extern "C" [[gnu::noinline]] void fail_after_port() {
+    static int* volatile nowhere = nullptr;
+    iopl(3);
+    *nowhere = inb(0x100);
+}
+
 // Ways to die, and calls without end.
 static void call_for_good(void (*call)()) {
     for (;;)
@@ -46,6 +54,7 @@ static const std::pair<const char*, void (*)()> calls[] = {
     {"flush", [] { std::fflush(stdout); }},
     {"stack", [] { use_up_stack(0); }},
     {"stack-of-thread", [] { std::thread([] { use_up_stack(0); }).join(); }},
+    {"after-port", fail_after_port},
     {"kill", [] { kill(getpid(), SIGTERM); }},
     {"abort", [] { pthread_kill(pthread_self(), SIGABRT); }},
     {"alarm", [] { ualarm(1000, 0), pause(); }},
