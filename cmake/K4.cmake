@@ -67,11 +67,15 @@ function(k4_instrument target)
   endif()
 endfunction()
 
+# Of what runs on the machine that builds it and not on the device.
+set(K4_SIM_OPTIONS -msse2 -mfpmath=sse -fno-semantic-interposition)
+
 if(K4_READ_ONCE)
   file(CONFIGURE OUTPUT ${CMAKE_BINARY_DIR}/standard_library.cpp CONTENT "")
   add_library(k4_standard_library OBJECT ${CMAKE_BINARY_DIR}/standard_library.cpp)
   target_precompile_headers(k4_standard_library PRIVATE <algorithm> <array> <cmath> <cstdlib>
       <cstring> <functional> <map> <memory> <optional> <string> <string_view> <vector>)
+  target_compile_options(k4_standard_library PRIVATE ${K4_SIM_OPTIONS})
 endif()
 
 function(k4_read_once target)
