@@ -21,9 +21,8 @@ char digit_of(std::uint8_t grey) { return "0123456789abcdef"[grey & 15]; }
 // One hexadecimal digit a pixel, row by row. Without a panel there is nothing to see.
 std::string picture_text(Device& device) {
     const Picture picture = device.oled() ? device.oled()->picture() : Picture{};
-    std::string text;
-    for (const std::uint8_t grey : picture)
-        text += digit_of(grey);
+    std::string text(picture.size(), '0');
+    std::ranges::transform(picture, text.begin(), digit_of);
     return text;
 }
 
