@@ -53,6 +53,7 @@ int Descriptors::open(std::string_view path, int flags) {
 }
 
 ssize_t Descriptors::read(int descriptor, void* data, std::size_t size) {
+    if (size < files_[descriptor].file->least_read()) return libc_result(-EINVAL);
     if (!wait_until(descriptor, &OpenFile::readable)) return -1;
     return libc_result(files_[descriptor].file->read(data, size));
 }
@@ -92,11 +93,11 @@ int Descriptors::add(std::string name, int flags, std::unique_ptr<OpenFile> file
 
 void Descriptors::add_pipe(const int ends[2]) {
     for (const int end : {ends[0], ends[1]})
-        add_counter(end);
+        look_after(end, std::make_unique<PipeEnd>(end));
 }
 
 void Descriptors::add_counter(int descriptor) {
-    look_after(descriptor, std::make_unique<PipeEnd>(descriptor));
+    look_after(descriptor, std::make_unique<EventCounter>(descriptor));
 }
 
 void Descriptors::look_after(int descriptor, std::unique_ptr<OpenFile> file) {

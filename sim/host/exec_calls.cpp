@@ -55,15 +55,27 @@ int execute_as_script(const std::string& path, Variables arguments, Variables va
     return execute_file("/bin/sh", words.data(), variables);
 }
 
-int search_and_execute(const char* name, Variables arguments, Variables variables) {
+// The first path of that name at which `attempt` gives 0, or an error that ends the search; the
+// result is the error. One that may not be executed is told of, where no other could be.
+template <typename Attempt>
+int search(std::string_view name, Attempt attempt) {
+    const bool is_path = name.find('/') != std::string_view::npos;
     bool denied = false;
-    for (const std::string& path : paths_of(name)) {
-        execute_file(path.c_str(), arguments, variables);
-        if (errno == ENOEXEC) return execute_as_script(path, arguments, variables);
-        if (!is_not_meant(errno)) return -1;
-        denied = denied || errno == EACCES;
+    int error = ENOENT;
+    for (const std::string& path : paths_of(std::string(name))) {
+        error = attempt(path);
+        if (error == 0 || is_path || !is_not_meant(error)) return error;
+        denied = denied || error == EACCES;
     }
-    errno = denied ? EACCES : ENOENT;
+    return denied ? EACCES : error;
+}
+
+int search_and_execute(const char* name, Variables arguments, Variables variables) {
+    errno = search(name, [&](const std::string& path) {
+        execute_file(path.c_str(), arguments, variables);
+        if (errno == ENOEXEC) execute_as_script(path, arguments, variables);
+        return errno;
+    });
     return -1;
 }
 
@@ -195,12 +207,9 @@ int stand_in_spawnp(pid_t* child, const char* name, const posix_spawn_file_actio
                     Variables variables) asm("posix_spawnp");
 int stand_in_spawnp(pid_t* child, const char* name, const posix_spawn_file_actions_t* actions,
                     const posix_spawnattr_t* attributes, Variables arguments, Variables variables) {
-    int error = ENOENT;
-    for (const std::string& path : paths_of(name)) {
-        error = stand_in_spawn(child, path.c_str(), actions, attributes, arguments, variables);
-        if (!is_not_meant(error)) break;
-    }
-    return error;
+    return search(name, [&](const std::string& path) {
+        return stand_in_spawn(child, path.c_str(), actions, attributes, arguments, variables);
+    });
 }
 
 int stand_in_system(const char* command) asm("system");

@@ -70,7 +70,8 @@ bool belongs_to_run(int descriptor) {
 
 bool can_execute(const std::string& path) {
     const std::string program = program_of(path);
-    if (access(program.c_str(), X_OK) != 0) return true;
+    // What the system itself can't execute it may say so of.
+    if (access(program.c_str(), X_OK) != 0 || !is_elf(program)) return true;
     std::string obstacle = obstacle_to_device(program);
     if (obstacle.empty() && device_library(library_folder, *elf_word_size(program)).empty())
         obstacle = "finds no library of its word size beside k4sim";

@@ -32,6 +32,9 @@ public:
     // When time alone will make it true; by default never.
     virtual Microseconds ready_at() const { return std::numeric_limits<Microseconds>::max(); }
 
+    // Fewer bytes than that can't be read at all.
+    virtual std::size_t least_read() const { return 0; }
+
     // Called only when readable or writable. The count of bytes, or an error number,
     // negative.
     virtual ssize_t read(void* data, std::size_t size);

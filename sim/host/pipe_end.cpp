@@ -58,4 +58,9 @@ ssize_t PipeEnd::write(const void* data, std::size_t size) {
     return result;
 }
 
+int PipeEnd::control(unsigned long request, void* argument) {
+    static auto* const real_control = real_function<int(int, unsigned long, ...)>("ioctl");
+    return static_cast<int>(with_error(real_control(descriptor_, request, argument)));
+}
+
 } // namespace k4sim

@@ -1,8 +1,10 @@
-// One end of a pipe of the program, or its event counter. It is a real one; only waiting for it is
+// One end of a pipe of the program, or its event counter (eventfd). It is a real one; only waiting for it is
 // done in virtual time.
 #pragma once
 
 #include "sim/host/open_file.h"
+
+#include <cstdint>
 
 namespace k4sim {
 
@@ -18,10 +20,18 @@ public:
     ssize_t read(void* data, std::size_t size) override;
     // At most what a pipe takes in one piece; wakes who waits for the other end.
     ssize_t write(const void* data, std::size_t size) override;
+    int control(unsigned long request, void* argument) override;
 
 private:
     int descriptor_;
     ino_t inode_;
+};
+
+class EventCounter : public PipeEnd {
+public:
+    using PipeEnd::PipeEnd;
+
+    std::size_t least_read() const override { return sizeof(std::uint64_t); }
 };
 
 } // namespace k4sim

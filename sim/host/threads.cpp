@@ -72,6 +72,13 @@ int real_try(pthread_mutex_t* mutex) {
     return trylock(mutex);
 }
 
+// As libc keeps it: PTHREAD_MUTEX_ERRORCHECK among its bits, and who has it.
+bool is_checked_and_own(const pthread_mutex_t& mutex) {
+    constexpr int kind_bits = 3;
+    return (mutex.__data.__kind & kind_bits) == PTHREAD_MUTEX_ERRORCHECK &&
+           mutex.__data.__owner == gettid();
+}
+
 } // namespace
 
 bool belongs_to_program() { return Scheduler::current() != nullptr; }
@@ -126,7 +133,8 @@ int create_thread(pthread_t* handle, const pthread_attr_t* attributes, void* (*r
 int join_thread(pthread_t handle, void** result) {
     static auto* const join = real_function<int(pthread_t, void**)>("pthread_join");
     Thread* thread = scheduler().find(handle);
-    if (thread == nullptr || thread == Scheduler::current()) return join(handle, result);
+    if (thread == nullptr || thread == Scheduler::current() || thread->detached)
+        return join(handle, result); // the thread is gone, or it is an error
     test_cancel();
     while (thread->state != Thread::State::ended)
         wait_cancellable(thread, never);
@@ -155,6 +163,7 @@ int lock_mutex(pthread_mutex_t* mutex, Microseconds deadline) {
     for (;;) {
         const int result = real_try(mutex);
         if (result != EBUSY) return result;
+        if (is_checked_and_own(*mutex)) return EDEADLK;
         if (scheduler().now() >= deadline) return ETIMEDOUT;
         scheduler().wait(mutex, deadline);
     }

@@ -20,10 +20,10 @@ namespace k4sim {
 namespace {
 
 // It is a real event counter, to which expiries are added.
-class TimerFile final : public PipeEnd {
+class TimerFile final : public EventCounter {
 public:
     TimerFile(int descriptor, clockid_t clock)
-        : PipeEnd(descriptor), clock_(clock), timer_([descriptor] {
+        : EventCounter(descriptor), clock_(clock), timer_([descriptor] {
               static auto* const real_write =
                   real_function<ssize_t(int, const void*, std::size_t)>("write");
               const std::uint64_t once = 1;
@@ -48,7 +48,8 @@ private:
 };
 
 int make_timer_file(int clock, int flags) {
-    if (!clock_start(clock)) return libc_result(-EINVAL);
+    if (!clock_start(clock) || (flags & ~(TFD_NONBLOCK | TFD_CLOEXEC)) != 0)
+        return libc_result(-EINVAL);
     static_assert(int{TFD_NONBLOCK} == int{EFD_NONBLOCK} && int{TFD_CLOEXEC} == int{EFD_CLOEXEC});
     const int descriptor = real_function<int(unsigned, int)>("eventfd")(0, flags);
     if (descriptor >= 0)

@@ -48,13 +48,18 @@ bool has_own_rights(const std::string& path) {
 
 } // namespace
 
+bool is_elf(const std::string& path) {
+    std::array<char, SELFMAG> magic{};
+    std::ifstream file(path, std::ios::binary);
+    return file.read(magic.data(), magic.size()) &&
+           std::string_view(magic.data(), magic.size()) == ELFMAG;
+}
+
 std::optional<WordSize> elf_word_size(const std::string& path) {
     Elf32_Ehdr header{}; // begins like its 64-bit form up to the machine
     std::ifstream file(path, std::ios::binary);
     if (!file.read(reinterpret_cast<char*>(&header), sizeof header)) return std::nullopt;
-    if (std::string_view(reinterpret_cast<const char*>(header.e_ident), SELFMAG) != ELFMAG)
-        return std::nullopt;
-    if (header.e_type != ET_EXEC && header.e_type != ET_DYN) return std::nullopt;
+    if (!is_elf(path) || (header.e_type != ET_EXEC && header.e_type != ET_DYN)) return std::nullopt;
     const unsigned char elf_class = header.e_ident[EI_CLASS];
     if (elf_class == ELFCLASS32 && header.e_machine == EM_386) return WordSize::bits32;
     if (elf_class == ELFCLASS64 && header.e_machine == EM_X86_64) return WordSize::bits64;

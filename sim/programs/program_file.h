@@ -8,6 +8,9 @@ namespace k4sim {
 
 enum class WordSize { bits32, bits64 };
 
+// An ELF file, for whichever machine.
+bool is_elf(const std::string& path);
+
 // The word size of an i386 or x86-64 ELF program or library; empty for any other file.
 std::optional<WordSize> elf_word_size(const std::string& path);
 

@@ -320,6 +320,16 @@ TEST_F(Launcher, EndsAProgramThatGoesOnForGood) {
         }
 }
 
+// What the kernel and libc answer is what a program must get on the virtual device, too.
+TEST_F(Launcher, AnswersOddCallsAsTheSystemDoes) {
+    for (const std::string& bits : word_sizes) {
+        const std::string probe = K4_CALL_PROBE + bits;
+        const CommandResult system = shell(probe);
+        EXPECT_GT(std::ranges::count(system.out, '\n'), 300) << system.error;
+        EXPECT_EQ(launch("run " + probe).out, system.out) << bits;
+    }
+}
+
 TEST_F(Launcher, TellsWhereAProgramDiesByWhicheverSignal) {
     const struct {
         const char* way;
