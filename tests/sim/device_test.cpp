@@ -60,6 +60,20 @@ TEST(FaultsTest, AnErrorNamesTheFaultAndTheWayOut) {
     EXPECT_EQ(fault_decimal("-3.1"), -3.1);
 }
 
+// One fault is cleared while another still breaks the same.
+TEST(FaultsTest, AMendedCardStillLacksItsDigitalParts) {
+    FakeSurroundings surroundings;
+    Device device(Board::aes, surroundings);
+    for (const char* name : {"aes-receiver-absent", "card-absent"})
+        EXPECT_TRUE(device.set_fault(name, ""));
+    EXPECT_TRUE(device.clear_fault("card-absent", ""));
+    PcmDevice& digital = *device.sound_card().pcm(1);
+    EXPECT_EQ(digital.capture().open(), PcmStream::OpenResult::absent);
+    EXPECT_EQ(digital.playback().open(), PcmStream::OpenResult::opened);
+    EXPECT_TRUE(device.clear_fault("aes-receiver-absent", ""));
+    EXPECT_EQ(digital.capture().open(), PcmStream::OpenResult::opened);
+}
+
 TEST(FaultsTest, AFlappingLinkIsDownAndUpForItsTimes) {
     FakeSurroundings surroundings;
     Device device(Board::none, surroundings);

@@ -143,10 +143,7 @@ void SoundCard::crackle() {
 
 void SoundCard::set_present(bool present) {
     present_ = present;
-    for (unsigned device = 0; device < pcm_count(); ++device) {
-        pcm(device)->playback().set_present(present);
-        pcm(device)->capture().set_present(present);
-    }
+    fit_streams();
 }
 
 void SoundCard::set_busy(bool busy) {
@@ -250,9 +247,17 @@ void SoundCard::fit_digital_cable() {
     surroundings_.event("sound", "digital-cable", {{"plugged", plugged}});
 }
 
+void SoundCard::fit_streams() {
+    analog_.playback().set_present(present_);
+    analog_.capture().set_present(present_);
+    if (!digital_) return;
+    digital_->playback().set_present(present_ && !transmitter_missing_);
+    digital_->capture().set_present(present_ && !receiver_missing_);
+}
+
 void SoundCard::set_digital_missing(bool receiver, bool missing) {
-    PcmStream& stream = receiver ? digital_->capture() : digital_->playback();
-    stream.set_present(!missing);
+    (receiver ? receiver_missing_ : transmitter_missing_) = missing;
+    fit_streams();
     for (std::size_t index = 0; index < rows_.size(); ++index)
         if (rows_[index].digital() && rows_[index].of_receiver() == receiver)
             missing_[index] = missing;

@@ -95,6 +95,7 @@ private:
     void store(const ControlRow& row, std::span<const std::int32_t> values);
     void fit_analog_cable();
     void fit_digital_cable();
+    void fit_streams();
     void set_digital_missing(bool receiver, bool missing);
     void interrupt_every(PcmStream::Direction direction, std::uint32_t order,
                          Microseconds period_us);
@@ -108,6 +109,8 @@ private:
     std::unique_ptr<AesEbu> aes_;
     std::unique_ptr<PcmDevice> digital_;
     bool present_ = true;
+    bool receiver_missing_ = false;
+    bool transmitter_missing_ = false;
     bool controls_refused_ = false;
     std::array<std::uint32_t, 2> interruption_orders_{}; // by direction, the latest
     bool analog_plugged_ = false;
