@@ -8,6 +8,7 @@
 
 #include <array>
 #include <atomic>
+#include <csignal>
 #include <dlfcn.h>
 #include <link.h>
 #include <pthread.h>
