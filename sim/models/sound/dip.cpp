@@ -5,6 +5,16 @@
 
 namespace k4sim {
 
+namespace {
+
+// What is left of a signal that dies away, in steps of a sample, comes to an end: with numbers near
+// the smallest that there are a processor takes a hundred times as long.
+constexpr double inaudible = 1e-9;
+
+double settled(double state) { return std::abs(state) < inaudible ? 0 : state; }
+
+} // namespace
+
 // The second-order peaking equaliser of the bilinear transform, with quality 1.
 void Dip::tune(double frequency_hz, double rate_hz) {
     frequency_hz_ = frequency_hz;
@@ -23,8 +33,8 @@ void Dip::tune(double frequency_hz, double rate_hz) {
 
 double Dip::filter(double sample) {
     const double result = in_0_ * sample + state_1_;
-    state_1_ = in_1_ * sample - out_1_ * result + state_2_;
-    state_2_ = in_2_ * sample - out_2_ * result;
+    state_1_ = settled(in_1_ * sample - out_1_ * result + state_2_);
+    state_2_ = settled(in_2_ * sample - out_2_ * result);
     return result;
 }
 
