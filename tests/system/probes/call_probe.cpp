@@ -126,6 +126,7 @@ void clocks() {
 }
 
 void timers() {
+    std::signal(SIGALRM, SIG_IGN);
     timer_t timer{};
     itimerspec former{};
     sigevent event{};
@@ -143,6 +144,12 @@ void timers() {
     });
     say("timer_gettime", [&] { return timer_gettime(timer, &former); });
     say("left", [&] { return (former.it_value.tv_sec + 1) / 10 + former.it_interval.tv_sec; });
+    const itimerspec begun{{0, 0}, {1, 0}}; // a second after the start of the system, or from now
+    for (const int flags : {0, TIMER_ABSTIME}) {
+        timer_settime(timer, flags, &begun, nullptr);
+        timer_gettime(timer, &former);
+        say("runs", [&] { return former.it_value.tv_sec + former.it_value.tv_nsec > 0; });
+    }
     say("timer_getoverrun", [&] { return timer_getoverrun(timer); });
     say("timer_delete", [&] { return timer_delete(timer); });
 

@@ -9,6 +9,7 @@
 #include <ctime>
 #include <functional>
 #include <future>
+#include <limits>
 #include <linux/futex.h>
 #include <mutex>
 #include <poll.h>
@@ -179,6 +180,12 @@ int expire(int notification) {
 
 const Row rows[] = {
     {"sem_wait", 0, [] { return error_of(sem_wait(&semaphore)); }, [] { sem_post(&semaphore); }},
+    {"sem_timedwait, for good", 0,
+     [] {
+         const timespec end{std::numeric_limits<time_t>::max(), 0};
+         return error_of(sem_timedwait(&semaphore, &end));
+     },
+     [] { sem_post(&semaphore); }},
     {"sem_timedwait", ETIMEDOUT, [] { return error_of(timed<sem_timedwait>(&semaphore)); }},
     {"sem_clockwait", ETIMEDOUT,
      [] { return error_of(by_clock<sem_clockwait, CLOCK_MONOTONIC>(&semaphore)); }},
@@ -262,10 +269,12 @@ const Row rows[] = {
      }},
     {"timerfd that is set anew, or never", 1,
      [] {
-         const int timer = timer_file();
-         usleep(pause_us / 2);
+         const int timer = timerfd_create(CLOCK_MONOTONIC, 0);
          itimerspec former{};
+         const itimerspec sooner{{0, 0}, {0, pause_us * 750}};
          const itimerspec later{{0, 0}, {0, pause_us * 500}}, no_more{};
+         timerfd_settime(timer, 0, &sooner, nullptr);
+         usleep(pause_us / 2);
          timerfd_settime(timer, 0, &later, &former);
          const int expiries = count_of(timer);
          timerfd_settime(timer, 0, &no_more, &former);
