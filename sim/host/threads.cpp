@@ -73,10 +73,10 @@ int real_try(pthread_mutex_t* mutex) {
 }
 
 // As libc keeps it: PTHREAD_MUTEX_ERRORCHECK among its bits, and who has it.
-bool is_checked_and_own(const pthread_mutex_t& mutex) {
+bool is_checked_and_own(const pthread_mutex_t* mutex) {
     constexpr int kind_bits = 3;
-    return (mutex.__data.__kind & kind_bits) == PTHREAD_MUTEX_ERRORCHECK &&
-           mutex.__data.__owner == gettid();
+    return (mutex->__data.__kind & kind_bits) == PTHREAD_MUTEX_ERRORCHECK &&
+           mutex->__data.__owner == gettid();
 }
 
 } // namespace
@@ -163,7 +163,7 @@ int lock_mutex(pthread_mutex_t* mutex, Microseconds deadline) {
     for (;;) {
         const int result = real_try(mutex);
         if (result != EBUSY) return result;
-        if (is_checked_and_own(*mutex)) return EDEADLK;
+        if (is_checked_and_own(mutex)) return EDEADLK;
         if (scheduler().now() >= deadline) return ETIMEDOUT;
         scheduler().wait(mutex, deadline);
     }
