@@ -117,6 +117,7 @@ int stand_in_cnd_broadcast(cnd_t* condition) {
     return result_of(pthread_cond_broadcast(posix(condition)));
 }
 
+// NOLINTBEGIN(bugprone-macro-parentheses): types, not expressions
 #define TIMED(prefix, Time, sleep_name, lock_name, wait_name)                                      \
     int prefix##_thrd_sleep(const Time* time, Time* left) asm(sleep_name);                         \
     int prefix##_thrd_sleep(const Time* time, Time* left) { return sleep_for(time, left); }        \
@@ -135,6 +136,7 @@ TIMED(wide, WideTime, "__thrd_sleep64", "__mtx_timedlock64", "__cnd_timedwait64"
 #endif
 
 #undef TIMED
+// NOLINTEND(bugprone-macro-parentheses)
 
 } // extern "C"
 
