@@ -320,6 +320,12 @@ TEST_F(Launcher, EndsAProgramThatGoesOnForGood) {
         }
 }
 
+// Real time passes, but the run stands by its own pace.
+TEST_F(Launcher, ASlowPaceIsNoStandstill) {
+    const CommandResult result = launch("run --pace 2 --stall 0.1 /bin/sleep 0.8");
+    EXPECT_EQ(result.status, 0) << result.error;
+}
+
 // What the kernel and libc answer is what a program must get on the virtual device, too.
 TEST_F(Launcher, AnswersOddCallsAsTheSystemDoes) {
     for (const std::string& bits : word_sizes) {

@@ -48,6 +48,7 @@ sem_t semaphore;
 pthread_rwlock_t lock;
 pthread_barrier_t barrier;
 pthread_spinlock_t spin_lock;
+int woken = 0;
 std::atomic<int> word;
 std::promise<void> promised;
 std::once_flag flag;
@@ -243,6 +244,14 @@ const Row rows[] = {
          word = 1;
          word.notify_one();
      }},
+    {"futex, and who was woken", 1,
+     [] {
+         syscall(SYS_futex, &word, FUTEX_WAIT, 0, nullptr);
+         usleep(1);
+         return woken;
+     },
+     [] { woken = static_cast<int>(syscall(SYS_futex, &word, FUTEX_WAKE, 5)); },
+     [] { word = woken = 0; }},
     {"future", 0,
      [] {
          promised.get_future().wait();
