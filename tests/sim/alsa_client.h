@@ -7,6 +7,7 @@
 #include "sim/models/device.h"
 
 #include <alsa/asoundlib.h>
+#include <optional>
 #include <string>
 #include <unistd.h>
 #include <utility>
@@ -77,13 +78,19 @@ public:
                       : static_cast<int>(snd_ctl_elem_value_get_integer(values_, i));
     }
 
-    bool has_decibels() {
-        const Opened<snd_ctl_elem_info_t, snd_ctl_elem_info_malloc, snd_ctl_elem_info_free> info;
+    // Of that value, in hundredths; none where the element has no such scale. `number`: its place
+    // in the list of the card's elements, from 1, by which libasound asks for a scale.
+    std::optional<long> decibels(unsigned number, int value, int highest) {
+        unsigned scale[16] = {};
+        long hundredths = 0;
         snd_ctl_elem_id_t* id = nullptr;
         snd_ctl_elem_id_alloca(&id);
         snd_ctl_elem_value_get_id(values_, id);
-        snd_ctl_elem_info_set_id(info, id);
-        return snd_ctl_elem_info(control_, info) == 0 && snd_ctl_elem_info_is_tlv_readable(info);
+        snd_ctl_elem_id_set_numid(id, number);
+        if (snd_ctl_elem_tlv_read(control_, id, scale, sizeof scale) < 0 ||
+            snd_tlv_convert_to_dB(scale, 0, highest, value, &hundredths) < 0)
+            return std::nullopt;
+        return hundredths;
     }
 
 private:
