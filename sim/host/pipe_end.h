@@ -1,5 +1,5 @@
-// One end of a pipe of the program, or its event counter (eventfd). It is a real one; only waiting for it is
-// done in virtual time.
+// One end of a pipe of the program, or its event counter (eventfd). It is a real one; only waiting
+// for it is done in virtual time.
 #pragma once
 
 #include "sim/host/open_file.h"
