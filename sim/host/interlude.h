@@ -16,9 +16,9 @@ class Interlude {
 public:
     explicit Interlude(ucontext_t& program) : program_(program) {}
 
-    // Plays the program up to its next port instruction of any kind: true. False when something
-    // else must be left to the processor before: an instruction that is not known, code outside the
-    // program's file, or so much of it that a trap is no loss.
+    // Plays the program up to an instruction that is none of the ordinary ones: true, and it may be
+    // the next port instruction. False when the processor must go on before: in code outside the
+    // program's file, after so much of it that a trap is no loss, or at a fault.
     bool play();
 
     // For the handler of a fault at `code`. If playing caused it, it does not return, and the
@@ -26,11 +26,11 @@ public:
     static void give_up(std::uintptr_t code);
 
 private:
-    bool play_to_port();
+    bool play_to_unknown();
 
     ucontext_t& program_;
     Registers registers_;
-    bool at_port_ = false;
+    bool at_unknown_ = false;
     sigjmp_buf after_fault_;
 };
 

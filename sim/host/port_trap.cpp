@@ -72,7 +72,7 @@ void carry_out(const PortInstruction& instruction, greg_t* registers) {
 }
 
 // And what follows up to the next port instruction, and that, too, as long as they are known: a
-// trap takes as long as some hundred instructions that are played.
+// trap takes as long as a hundred instructions that are played.
 void carry_out_from(const PortInstruction* instruction, ucontext_t& context) {
     greg_t* const registers = context.uc_mcontext.gregs;
     Interlude interlude(context);

@@ -2,6 +2,7 @@
 
 #include "sim/processor/arithmetic.h"
 
+#include <algorithm>
 #include <cstring>
 
 namespace k4sim {
@@ -137,12 +138,23 @@ bool whole(Step& s) {
     return s.word == 4 && player(s);
 }
 
-// `target` changes last, so that a page fault leaves all as it was.
-void calculate_into(Step& s, Operation operation, Operand target, std::uint32_t b, int size) {
+// `operation` makes of the former value and flags the new ones. The flags change last, so that a
+// page fault leaves all as it was.
+template <typename Change>
+void change(Step& s, Operand target, int size, Change operation) {
     std::uint32_t flags = s.r.flags;
-    const std::uint32_t result = calculate(operation, s.read(target, size), b, size, flags);
-    if (operation != Operation::cmp) s.write(target, size, result);
+    s.write(target, size, operation(s.read(target, size), flags));
     s.r.flags = flags;
+}
+
+void calculate_into(Step& s, Operation operation, Operand target, std::uint32_t b, int size) {
+    if (operation == Operation::cmp) {
+        calculate(operation, s.read(target, size), b, size, s.r.flags);
+        return;
+    }
+    change(s, target, size, [&](std::uint32_t a, std::uint32_t& flags) {
+        return calculate(operation, a, b, size, flags);
+    });
 }
 
 bool arithmetic(Step& s) {
@@ -182,9 +194,9 @@ bool test_accumulator(Step& s) {
 }
 
 bool increase_register(Step& s) {
-    const Operand target{s.opcode & 7};
-    const auto change = (s.opcode & 8) == 0 ? increase : decrease;
-    s.write(target, s.word, change(s.read(target, s.word), s.word, s.r.flags));
+    change(s, {s.opcode & 7}, s.word, [&](std::uint32_t a, std::uint32_t& flags) {
+        return ((s.opcode & 8) == 0 ? increase : decrease)(a, s.word, flags);
+    });
     return true;
 }
 
@@ -306,9 +318,9 @@ bool shift_operand(Step& s) {
         count = s.byte();
     else if (s.opcode >= 0xD2)
         count = s.read({ecx}, 1);
-    std::uint32_t flags = s.r.flags;
-    s.write(target, s.size(), shift(kind, s.read(target, s.size()), count, s.size(), flags));
-    s.r.flags = flags;
+    change(s, target, s.size(), [&](std::uint32_t a, std::uint32_t& flags) {
+        return shift(kind, a, count, s.size(), flags);
+    });
     return true;
 }
 
@@ -321,9 +333,9 @@ bool test_or_negate(Step& s) {
     } else if (s.field == 2) {
         s.write(target, size, ~value & mask_of(size));
     } else if (s.field == 3) {
-        std::uint32_t flags = s.r.flags;
-        s.write(target, size, calculate(Operation::sub, 0, value, size, flags));
-        s.r.flags = flags;
+        change(s, target, size, [size](std::uint32_t a, std::uint32_t& flags) {
+            return calculate(Operation::sub, 0, a, size, flags);
+        });
     } else {
         return false; // multiplication and division
     }
@@ -333,14 +345,14 @@ bool test_or_negate(Step& s) {
 bool increase_or_call(Step& s) {
     const Operand target = s.operand();
     const int size = s.size();
-    const std::uint32_t value = s.read(target, size);
     if (s.field <= 1) {
-        std::uint32_t flags = s.r.flags;
-        s.write(target, size, (s.field == 0 ? increase : decrease)(value, size, flags));
-        s.r.flags = flags;
+        change(s, target, size, [&](std::uint32_t a, std::uint32_t& flags) {
+            return (s.field == 0 ? increase : decrease)(a, size, flags);
+        });
         return true;
     }
     if (size != 4) return false;
+    const std::uint32_t value = s.read(target, size);
     if (s.field == 6) {
         s.push(value);
         return true;
@@ -382,50 +394,57 @@ struct Players {
     Player two[256];
 };
 
+struct Row {
+    int first, last;
+    Player player;
+};
+constexpr Row one_byte[] = {
+    {0x40, 0x4F, increase_register},
+    {0x50, 0x57, whole<push_register>},
+    {0x58, 0x5F, whole<pop_register>},
+    {0x68, 0x68, whole<push_number>},
+    {0x6A, 0x6A, whole<push_number>},
+    {0x70, 0x7F, whole<jump_short_if>},
+    {0x80, 0x83, arithmetic_with_number},
+    {0x84, 0x85, test},
+    {0x88, 0x8B, move},
+    {0x8D, 0x8D, load_address},
+    {0x90, 0x90, nothing},
+    {0x98, 0x99, extend_accumulator},
+    {0xA0, 0xA3, move_accumulator},
+    {0xA8, 0xA9, test_accumulator},
+    {0xB0, 0xBF, move_number_to_register},
+    {0xC0, 0xC1, shift_operand},
+    {0xC2, 0xC3, whole<give_back>},
+    {0xC6, 0xC7, move_number},
+    {0xC9, 0xC9, whole<leave>},
+    {0xD0, 0xD3, shift_operand},
+    {0xE8, 0xE8, whole<call>},
+    {0xE9, 0xE9, whole<jump>},
+    {0xEB, 0xEB, whole<jump>},
+    {0xF6, 0xF7, test_or_negate},
+    {0xFE, 0xFF, increase_or_call},
+};
+constexpr Row two_bytes[] = {
+    {0x1F, 0x1F, nothing_at_operand}, {0x40, 0x4F, move_if},
+    {0x80, 0x8F, whole<jump_if>},     {0x90, 0x9F, set_if},
+    {0xB6, 0xB7, move_extended},      {0xBE, 0xBF, move_extended},
+    {0xC8, 0xCF, whole<turn_bytes>},
+};
+
 constexpr Players players = [] {
     Players table{};
-    for (Player& player : table.one)
-        player = unknown;
-    for (Player& player : table.two)
-        player = unknown;
-    const auto fill = [](Player* row, int first, int last, Player player) {
-        for (int opcode = first; opcode <= last; ++opcode)
-            row[opcode] = player;
+    std::ranges::fill(table.one, unknown);
+    std::ranges::fill(table.two, unknown);
+    const auto put = [](Player* table_of, const Row& row) {
+        std::fill(table_of + row.first, table_of + row.last + 1, row.player);
     };
     for (int operation = 0; operation < 8; ++operation)
-        fill(table.one, 8 * operation, 8 * operation + 5, arithmetic);
-    fill(table.one, 0x40, 0x4F, increase_register);
-    fill(table.one, 0x50, 0x57, whole<push_register>);
-    fill(table.one, 0x58, 0x5F, whole<pop_register>);
-    fill(table.one, 0x68, 0x68, whole<push_number>);
-    fill(table.one, 0x6A, 0x6A, whole<push_number>);
-    fill(table.one, 0x70, 0x7F, whole<jump_short_if>);
-    fill(table.one, 0x80, 0x83, arithmetic_with_number);
-    fill(table.one, 0x84, 0x85, test);
-    fill(table.one, 0x88, 0x8B, move);
-    fill(table.one, 0x8D, 0x8D, load_address);
-    fill(table.one, 0x90, 0x90, nothing);
-    fill(table.one, 0x98, 0x99, extend_accumulator);
-    fill(table.one, 0xA0, 0xA3, move_accumulator);
-    fill(table.one, 0xA8, 0xA9, test_accumulator);
-    fill(table.one, 0xB0, 0xBF, move_number_to_register);
-    fill(table.one, 0xC0, 0xC1, shift_operand);
-    fill(table.one, 0xC2, 0xC3, whole<give_back>);
-    fill(table.one, 0xC6, 0xC7, move_number);
-    fill(table.one, 0xC9, 0xC9, whole<leave>);
-    fill(table.one, 0xD0, 0xD3, shift_operand);
-    fill(table.one, 0xE8, 0xE8, whole<call>);
-    fill(table.one, 0xE9, 0xE9, whole<jump>);
-    fill(table.one, 0xEB, 0xEB, whole<jump>);
-    fill(table.one, 0xF6, 0xF7, test_or_negate);
-    fill(table.one, 0xFE, 0xFF, increase_or_call);
-    fill(table.two, 0x1F, 0x1F, nothing_at_operand);
-    fill(table.two, 0x40, 0x4F, move_if);
-    fill(table.two, 0x80, 0x8F, whole<jump_if>);
-    fill(table.two, 0x90, 0x9F, set_if);
-    fill(table.two, 0xB6, 0xB7, move_extended);
-    fill(table.two, 0xBE, 0xBF, move_extended);
-    fill(table.two, 0xC8, 0xCF, whole<turn_bytes>);
+        put(table.one, {8 * operation, 8 * operation + 5, arithmetic});
+    for (const Row& row : one_byte)
+        put(table.one, row);
+    for (const Row& row : two_bytes)
+        put(table.two, row);
     return table;
 }();
 

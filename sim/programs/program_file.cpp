@@ -14,6 +14,8 @@ namespace k4sim {
 
 namespace {
 
+bool has_magic(const char* begin) { return std::string_view(begin, SELFMAG) == ELFMAG; }
+
 template <class Value>
 bool read_at(std::ifstream& file, std::uint64_t offset, Value& value) {
     file.seekg(static_cast<std::streamoff>(offset));
@@ -49,17 +51,18 @@ bool has_own_rights(const std::string& path) {
 } // namespace
 
 bool is_elf(const std::string& path) {
-    std::array<char, SELFMAG> magic{};
+    std::array<char, SELFMAG> begin{};
     std::ifstream file(path, std::ios::binary);
-    return file.read(magic.data(), magic.size()) &&
-           std::string_view(magic.data(), magic.size()) == ELFMAG;
+    return file.read(begin.data(), begin.size()) && has_magic(begin.data());
 }
 
 std::optional<WordSize> elf_word_size(const std::string& path) {
     Elf32_Ehdr header{}; // begins like its 64-bit form up to the machine
     std::ifstream file(path, std::ios::binary);
     if (!file.read(reinterpret_cast<char*>(&header), sizeof header)) return std::nullopt;
-    if (!is_elf(path) || (header.e_type != ET_EXEC && header.e_type != ET_DYN)) return std::nullopt;
+    if (!has_magic(reinterpret_cast<const char*>(header.e_ident)) ||
+        (header.e_type != ET_EXEC && header.e_type != ET_DYN))
+        return std::nullopt;
     const unsigned char elf_class = header.e_ident[EI_CLASS];
     if (elf_class == ELFCLASS32 && header.e_machine == EM_386) return WordSize::bits32;
     if (elf_class == ELFCLASS64 && header.e_machine == EM_X86_64) return WordSize::bits64;
