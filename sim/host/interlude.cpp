@@ -17,7 +17,7 @@ namespace k4sim {
 
 namespace {
 
-// As many take about as long as a trap (measured: 2.5 us; 10 to 28 ns each).
+// As many take about as long as a trap (measured: 2.5 us; 28 ns each in code that works on memory).
 constexpr int steps_max = 100;
 
 // By GeneralRegister.
