@@ -37,13 +37,18 @@ public:
         return settings;
     }
 
-    // What has arrived at the far end.
+    // What has arrived at the far end. The kernel hands it over piece by piece; a poll that finds
+    // nothing has waited for all of it.
     std::string take() const {
-        pollfd waiting{far_end_, POLLIN, 0};
+        std::string text;
         char data[256];
-        if (::poll(&waiting, 1, 0) != 1 || (waiting.revents & POLLIN) == 0) return {};
-        const ssize_t count = read(far_end_, data, sizeof data);
-        return {data, count > 0 ? static_cast<std::size_t>(count) : 0};
+        for (pollfd state{far_end_, POLLIN, 0};
+             ::poll(&state, 1, 0) == 1 && state.revents & POLLIN;) {
+            const ssize_t count = read(far_end_, data, sizeof data);
+            if (count <= 0) break;
+            text.append(data, static_cast<std::size_t>(count));
+        }
+        return text;
     }
 
     // Sends from the far end.
