@@ -108,7 +108,10 @@ TEST(EngineTest, WhatComesTooEarlyOrIsTooLongIsAnError) {
     bench.out(5, 2);
     for (const unsigned byte : {0x78, 0x50, 0x11}) // the third is too early
         bench.out(6, byte);
-    EXPECT_EQ(bench.surroundings.events.size(), 2U);
+    const std::string error = "cpld protocol-error why=";
+    EXPECT_THAT(bench.surroundings.events,
+                ElementsAre(error + "read before a byte was ready count=1",
+                            error + "byte sent while another waits count=2"));
     k4sim::Panel& panel = *bench.device.panel();
     panel.begin_write();
     EXPECT_TRUE(panel.write_byte(0x50) && panel.write_byte(0x2A));

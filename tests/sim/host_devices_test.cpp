@@ -86,6 +86,8 @@ TEST_F(ConsoleDevice, IsARealDescriptor) {
     EXPECT_EQ(write(console, "text", 4), 4);
     EXPECT_EQ(ioctl(console, KIOCSOUND, 1193), 0);
     EXPECT_EQ(count_events("speaker", "sound"), 1);
+    EXPECT_EQ(ioctl(console, KDMKTONE, 100 << 16 | 2386), 0);
+    EXPECT_EQ(count_events("speaker", "tone"), 1);
     EXPECT_EQ(ioctl(console, KDGKBTYPE, nullptr), -1);
     EXPECT_EQ(errno, ENOTTY);
     close(console);

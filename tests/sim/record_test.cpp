@@ -156,6 +156,7 @@ TEST(Verdict, BelievesOnlyAClosingLineThatFitsTheStatus) {
         {closing + "0\nmore\n", {false, 0}, Verdict::not_run},
         {closing + "-7\n", {false, 249}, Verdict::died},
         {closing + "127\n", {false, 127}, Verdict::died},
+        {closing + "-128\n", {false, 128}, Verdict::died},
         {closing + "0\n", {false, 250}, Verdict::died},
     };
     for (const auto& [console, end, verdict] : cases) {

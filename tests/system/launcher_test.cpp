@@ -284,6 +284,7 @@ TEST_F(Launcher, TellsOfAnEndThatIsNotThePrograms) {
                       "\n");
     const std::pair<const char*, const char*> cases[] = {
         {"kill -SEGV $$", "died by signal 11"},
+        {"kill -FPE $$", "died by signal 8"}, // sent, so no instruction brings it again
         {"cat deadlock >/proc/$$/fd/100; exit 9", "can never go on"},
     };
     for (const auto& [script, must_say] : cases) {
