@@ -66,7 +66,7 @@ int run(const Options& options) {
     const Outcome outcome{
         options.program[0],  judge(seen, end), end, never_struck(options.setup, seen),
         stopwatch.seconds(), record.demands()};
-    record.sort_events();
+    record.tidy_events();
     write_reports(record, outcome);
     record.finish();
     const std::string gap = options.record.empty() ? "" : record.gap();

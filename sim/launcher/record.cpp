@@ -1,6 +1,7 @@
 #include "sim/launcher/record.h"
 
 #include "sim/launcher/json.h"
+#include "sim/launcher/repeats.h"
 #include "sim/launcher/symbols.h"
 #include "sim/operator/screen_reader.h"
 
@@ -116,7 +117,7 @@ void Record::line(const std::string& text) {
 }
 
 void Record::write_file(const std::string& name, const std::string& content) {
-    folder_.write(name, {content});
+    folder_.write(name, content);
 }
 
 std::string Record::gap() const {
@@ -124,21 +125,18 @@ std::string Record::gap() const {
     return observation_.ended ? "" : "the device library was cut off";
 }
 
-void Record::sort_events() {
-    if (!folder_.failure().empty() || std::ranges::is_sorted(times_)) return;
+void Record::tidy_events() {
+    if (!folder_.failure().empty() || times_.empty()) return;
     const std::string text = folder_.content(events_file);
-    std::vector<std::pair<Microseconds, std::string_view>> lines;
+    std::vector<EventLine> lines;
     std::string_view rest = text;
     for (const Microseconds t : times_) {
-        lines.emplace_back(t, rest.substr(0, rest.find('\n') + 1));
-        rest.remove_prefix(lines.back().second.size());
+        lines.push_back({t, rest.substr(0, rest.find('\n') + 1)});
+        rest.remove_prefix(lines.back().text.size());
     }
-    if (lines.back().second.empty()) return; // no longer what was written
-    std::ranges::stable_sort(lines, {}, [](const auto& line) { return line.first; });
-    std::vector<std::string_view> sorted;
-    std::ranges::transform(lines, std::back_inserter(sorted),
-                           [](const auto& line) { return line.second; });
-    folder_.write(events_file, sorted);
+    if (lines.back().text.empty()) return; // no longer what was written
+    std::ranges::stable_sort(lines, {}, &EventLine::t);
+    folder_.write(events_file, fold_repeats(lines));
 }
 
 std::vector<DemandResult> Record::demands() const {
@@ -183,10 +181,8 @@ void Record::note_strike(const std::string& source, const std::string& what) {
             observation_.struck.erase(planned_);
             armed_[std::string(proof)] = planned_;
         }
-    if (const auto armed = armed_.find(happened); armed != armed_.end()) {
+    if (const auto armed = armed_.find(happened); armed != armed_.end())
         observation_.struck.insert(armed->second);
-        armed_.erase(armed);
-    }
 }
 
 // A program that dies tells so first and draws its last pictures then, as far as it comes.
@@ -242,7 +238,7 @@ std::string Record::keep(const Picture& picture, std::string_view event) {
         std::snprintf(file.data(), file.size(), "oled-final.png");
     else
         std::snprintf(file.data(), file.size(), "oled-%04d.png", ++pictures_);
-    folder_.write(file.data(), {png_of(picture)});
+    folder_.write(file.data(), png_of(picture));
     return file.data();
 }
 

@@ -75,9 +75,10 @@ public:
     // What is missing of the record, such as "No space left on device"; empty: nothing.
     std::string gap() const;
 
-    // No line comes any more: puts events.jsonl in the order of time. While the run goes on it
-    // is that of their coming, in which a picture is half a second late.
-    void sort_events();
+    // No line comes any more: puts events.jsonl in the order of time, and what repeats itself
+    // there once. While the run goes on the order is that of their coming, in which a picture is
+    // half a second late.
+    void tidy_events();
 
     // Nothing more is written: marks a record that has no gap as complete.
     void finish();

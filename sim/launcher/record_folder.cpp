@@ -37,25 +37,10 @@ bool belongs_to_record(std::string_view name) {
            all_digits(name.substr(head.size(), name.size() - head.size() - tail.size()));
 }
 
-using Pieces = std::vector<std::string_view>;
-
-// Not each by a call of its own.
-bool write_pieces(int descriptor, const Pieces& pieces) {
-    constexpr std::size_t enough = 65536;
-    std::string buffer;
-    for (const std::string_view piece : pieces) {
-        buffer += piece;
-        if (buffer.size() < enough) continue;
-        if (!write_all(descriptor, buffer)) return false;
-        buffer.clear();
-    }
-    return write_all(descriptor, buffer);
-}
-
-bool write_file(const std::string& path, int flags, const Pieces& pieces) {
+bool write_file(const std::string& path, int flags, std::string_view bytes) {
     const int file = open(path.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC | flags, file_mode);
     if (file < 0) return false;
-    const bool written = write_pieces(file, pieces);
+    const bool written = write_all(file, bytes);
     const int error = errno;
     if (close(file) != 0) return false;
     errno = error;
@@ -93,14 +78,14 @@ RecordFolder::RecordFolder(std::string path) : path_(std::move(path)) {
 
 void RecordFolder::append(const std::string& name, std::string_view bytes) {
     if (!keeps() || !failure_.empty()) return;
-    if (!write_file(path_ + "/" + name, O_APPEND, {bytes})) note_failure();
+    if (!write_file(path_ + "/" + name, O_APPEND, bytes)) note_failure();
 }
 
-void RecordFolder::write(const std::string& name, const std::vector<std::string_view>& pieces) {
+void RecordFolder::write(const std::string& name, std::string_view bytes) {
     if (!keeps()) return;
     const std::string whole = path_ + "/" + name;
     const std::string part = whole + std::string(part_suffix);
-    if (write_file(part, O_TRUNC, pieces) && std::rename(part.c_str(), whole.c_str()) == 0) return;
+    if (write_file(part, O_TRUNC, bytes) && std::rename(part.c_str(), whole.c_str()) == 0) return;
     note_failure();
     unlink(part.c_str());
 }

@@ -3,7 +3,6 @@
 
 #include <string>
 #include <string_view>
-#include <vector>
 
 namespace k4sim {
 
@@ -25,8 +24,8 @@ public:
     // More of a file. Nothing comes behind a piece that could not be written.
     void append(const std::string& name, std::string_view bytes);
 
-    // A whole file of these pieces: it is there with all of them, or not at all.
-    void write(const std::string& name, const std::vector<std::string_view>& pieces);
+    // A whole file: it is there with all its bytes, or not at all.
+    void write(const std::string& name, std::string_view bytes);
 
     // What a file holds.
     std::string content(const std::string& name) const;

@@ -3,14 +3,17 @@
 
 #include "status_picture.h"
 #include "support/scratch_folder.h"
+#include "support/unfolded_events.h"
 
 #include "sim/launcher/options.h"
+#include "sim/launcher/repeats.h"
 #include "sim/launcher/verdict.h"
 #include "sim/machine/report.h"
 
 #include <fstream>
 #include <gmock/gmock.h>
 #include <nlohmann/json.hpp>
+#include <random>
 #include <sstream>
 #include <utility>
 
@@ -71,10 +74,36 @@ TEST_F(RecordTest, ReplacesAnEarlierOneAndNothingElse) {
                                   R"({"t":8,"source":"a","event":"c"})"};
     for (const std::string& event : events)
         record.line(event);
-    record.sort_events();
+    record.tidy_events();
     EXPECT_EQ(read("events.jsonl"), events[2] + "\n" + events[0] + "\n" + events[1] + "\n");
     record.finish();
     EXPECT_EQ(read("k4sim-record"), "complete\n");
+}
+
+TEST(Repeats, AreWrittenOnceAndLoseNothing) {
+    std::mt19937 random(1);
+    const auto below = [&](unsigned limit) { return random() % limit; };
+    std::size_t written = 0;
+    for (int round = 0; round < 300; ++round) {
+        std::vector<std::string> lines;
+        std::vector<EventLine> events;
+        std::string text;
+        Microseconds t = 0;
+        const unsigned length = 1 + below(20), every = below(3);
+        for (unsigned i = 0; i < 100; ++i) {
+            t += i % length == 0 && below(20) == 0 ? 7 : every;
+            const auto number = std::int64_t{below(200) == 0 ? i : i % length % 4};
+            lines.push_back(report_line(t, "a", "b", {{"number", number}}) + "\n");
+            events.push_back({t, {}});
+            text += lines.back();
+        }
+        for (std::size_t i = 0; i < lines.size(); ++i)
+            events[i].text = lines[i];
+        const std::string folded = fold_repeats(events);
+        ASSERT_EQ(unfolded_events(folded), unfolded_events(text));
+        written += static_cast<std::size_t>(std::ranges::count(folded, '\n'));
+    }
+    EXPECT_LT(written, 300 * 100 * 2 / 3);
 }
 
 TEST_F(RecordTest, DropsWhatIsNoReport) {

@@ -1,5 +1,7 @@
 #include "virtual_run.h"
 
+#include "support/unfolded_events.h"
+
 #include "baselib/text/astr.h"
 #include "grc/display.h"
 #include "grc/font.h"
@@ -90,10 +92,8 @@ void draw(GRCdisplay& display, int x, std::string_view characters) {
 void read_record(const std::filesystem::path& record, RunResult& result) {
     result.console = read_file(record / "console.txt");
     result.events_text = read_file(record / "events.jsonl");
-    std::istringstream lines(result.events_text);
-    for (std::string line; std::getline(lines, line);) {
-        result.events.push_back(nlohmann::json::parse(line));
-        const nlohmann::json& event = result.events.back();
+    result.events = unfolded_events(result.events_text);
+    for (const nlohmann::json& event : result.events) {
         const std::string what = event.value("event", "");
         if (what != "picture" && what != "final-picture") continue;
         const Picture picture = read_picture(record / event.at("file").get<std::string>());
