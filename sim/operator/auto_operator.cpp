@@ -111,9 +111,9 @@ void AutoOperator::look() {
     const Picture picture = device_.oled()->picture();
     if (picture != last_picture_) {
         last_picture_ = picture;
-        const std::vector<ScreenRow> rows = read_screen(picture);
-        plug_when_asked(rows);
-        notice(words_on(rows));
+        rows_ = read_screen(picture);
+        plug_when_asked();
+        notice(words_on(rows_));
     }
     const Microseconds pause = decide();
     if (pause > 0) surroundings_.at(surroundings_.now() + pause, [this] { look(); });
@@ -123,22 +123,21 @@ void AutoOperator::look() {
 Microseconds AutoOperator::decide() {
     switch (phase_) {
     case Phase::waits_for_lamp_test:
-        return wait_for_lamp_test(last_picture_);
+        return wait_for_lamp_test();
     case Phase::operates:
         return operate();
     case Phase::watches:
-        return watch(read_screen(last_picture_));
+        return watch();
     case Phase::aborts:
         break;
     }
     return operate();
 }
 
-Microseconds AutoOperator::wait_for_lamp_test(const Picture& picture) {
-    const bool lit =
-        std::all_of(picture.begin(), picture.end(), [](std::uint8_t grey) { return grey == 15; });
+Microseconds AutoOperator::wait_for_lamp_test() {
+    const bool lit = std::ranges::all_of(last_picture_, [](auto grey) { return grey == 15; });
     // A key that was down at the start ends the lamp test before anyone can see it.
-    if (lit || !read_screen(picture).empty()) {
+    if (lit || !rows_.empty()) {
         plan_everything();
         phase_ = Phase::operates;
     }
@@ -156,20 +155,20 @@ Microseconds AutoOperator::operate() {
     return pause_us + static_cast<Microseconds>(random_() % pause_jitter_us);
 }
 
-Microseconds AutoOperator::watch(const std::vector<ScreenRow>& rows) {
-    if (nothing_more_can_come(rows)) {
+Microseconds AutoOperator::watch() {
+    if (nothing_more_can_come()) {
         plan_ = {press(escape_key), press(escape_key)};
         phase_ = Phase::aborts;
         return operate();
     }
-    plan_what_is_asked(rows);
+    plan_what_is_asked();
     if (plan_.empty()) return look_us;
     phase_ = Phase::operates;
     return operate();
 }
 
-void AutoOperator::plug_when_asked(const std::vector<ScreenRow>& rows) {
-    const bool asked = std::any_of(rows.begin(), rows.end(), [](const ScreenRow& row) {
+void AutoOperator::plug_when_asked() {
+    const bool asked = std::ranges::any_of(rows_, [](const ScreenRow& row) {
         return row.status.find(digital_request) != std::string::npos;
     });
     if (!asked || digital_plugged_) return;
@@ -199,11 +198,9 @@ void AutoOperator::plan_everything() {
     std::shuffle(plan_.begin(), plan_.end(), random_);
 }
 
-void AutoOperator::plan_what_is_asked(const std::vector<ScreenRow>& rows) {
-    const auto row = std::find_if(rows.begin(), rows.end(), [](const ScreenRow& candidate) {
-        return candidate.label == panel_label;
-    });
-    if (row == rows.end() || settled(*row)) return;
+void AutoOperator::plan_what_is_asked() {
+    const auto row = std::ranges::find(rows_, panel_label, &ScreenRow::label);
+    if (row == rows_.end() || settled(*row)) return;
     if (row->status.starts_with("Missing ")) {
         for (const std::string_view word : words_of(std::string_view(row->status).substr(8)))
             for (const Request& request : knob_requests())
@@ -214,10 +211,10 @@ void AutoOperator::plan_what_is_asked(const std::vector<ScreenRow>& rows) {
     }
 }
 
-bool AutoOperator::nothing_more_can_come(const std::vector<ScreenRow>& rows) const {
+bool AutoOperator::nothing_more_can_come() const {
     if (surroundings_.now() - last_change_ >= patience_us) return true;
-    return !rows.empty() && std::all_of(rows.begin(), rows.end(), settled) &&
-           !std::all_of(rows.begin(), rows.end(), passed);
+    return !rows_.empty() && std::ranges::all_of(rows_, settled) &&
+           !std::ranges::all_of(rows_, passed);
 }
 
 } // namespace k4sim

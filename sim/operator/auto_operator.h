@@ -37,15 +37,15 @@ private:
 
     void look();
     Microseconds decide();
-    Microseconds wait_for_lamp_test(const Picture& picture);
+    Microseconds wait_for_lamp_test();
     Microseconds operate();
-    Microseconds watch(const std::vector<ScreenRow>& rows);
-    void plug_when_asked(const std::vector<ScreenRow>& rows);
+    Microseconds watch();
+    void plug_when_asked();
     void plug(Action::Cable cable);
     void notice(std::string words);
     void plan_everything();
-    void plan_what_is_asked(const std::vector<ScreenRow>& rows);
-    bool nothing_more_can_come(const std::vector<ScreenRow>& rows) const;
+    void plan_what_is_asked();
+    bool nothing_more_can_come() const;
 
     Device& device_;
     Surroundings& surroundings_;
@@ -56,6 +56,7 @@ private:
     bool digital_plugged_ = false;
     bool analog_plugged_ = false;
     Picture last_picture_{};
+    std::vector<ScreenRow> rows_;      // of the last picture
     std::set<std::string> seen_words_; // all that the table ever read
     Microseconds last_change_ = 0;     // when it read something new
 };

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <numbers>
+#include <utility>
 
 namespace k4sim {
 
@@ -29,7 +30,8 @@ constexpr double crackle_db = -20;
 constexpr unsigned crackle_frames = 480;
 constexpr double hum_hz = 50;
 
-constexpr double gain_max = 2000; // keeps a product within 64 bits
+constexpr double gain_max = 2000;
+constexpr double gain_steps = 1 << 20; // of a factor of one
 
 double factor(double level_db) { return std::pow(10.0, level_db / 20.0); }
 
@@ -38,15 +40,31 @@ std::int32_t amplitude(double level_db) {
 }
 
 // The peak of even noise of that RMS.
-std::int64_t noise_peak(double rms) { return std::llround(rms * std::numbers::sqrt3 * full_scale); }
-
-std::int32_t clip(std::int64_t value) {
-    return static_cast<std::int32_t>(std::clamp<std::int64_t>(value, -full_scale, full_scale - 1));
+std::int32_t noise_peak(double rms) {
+    return static_cast<std::int32_t>(std::lround(rms * std::numbers::sqrt3 * full_scale));
 }
 
-void add(Frame& frame, std::int64_t left, std::int64_t right) {
-    frame.left = clip(frame.left + left);
-    frame.right = clip(frame.right + right);
+template <class Number>
+std::int32_t clip(Number value) {
+    return static_cast<std::int32_t>(std::clamp<Number>(value, -full_scale, full_scale - 1));
+}
+
+// Of what is within some times full scale, so that a sum is within 32 bits.
+inline void add(Frame& frame, std::int32_t left, std::int32_t right) {
+    frame = {clip(frame.left + left), clip(frame.right + right)};
+}
+
+// Rounded down, as a shift does. What is not clipped is exact: a sample and a gain have fewer bits
+// than the mantissa, and the conversion cuts off what is not negative.
+std::int32_t amplified(std::int32_t sample, double gain) {
+    constexpr double lowest = -full_scale, highest = full_scale - 1;
+    const double level = std::max(std::min(sample * gain, highest), lowest);
+    return static_cast<std::int32_t>(level - lowest) - full_scale;
+}
+
+// Even noise of a random number from -32768 to 32767; the product is one instruction.
+std::int32_t noise_of(std::int32_t number, std::int32_t peak) {
+    return static_cast<std::int32_t>((std::int64_t{number} * peak) >> 15);
 }
 
 } // namespace
@@ -93,7 +111,8 @@ void Codec::crackle() { crackle_frames_left_ = crackle_frames; }
 void Codec::update() {
     for (unsigned input = 0; input < analog_inputs; ++input)
         paths_[input] = {std::max(source_of(input), 0),
-                         std::llround(std::min(loop_gain(input), gain_max) * (1 << gain_bits))};
+                         std::round(std::min(loop_gain(input), gain_max) * gain_steps) /
+                             gain_steps};
     const std::int32_t dc = faults_.dc_db > silence_db ? amplitude(faults_.dc_db) : 0;
     dc_ = {converter_dc_.left + dc, converter_dc_.right + dc};
     noise_ = noise_peak(std::hypot(factor(converter_noise_db), factor(faults_.noise_db)));
@@ -142,12 +161,14 @@ double Codec::input_gain_db(unsigned input) const {
 
 void Codec::through_cable(std::span<const Frame> sent, std::span<Frame> arriving) {
     for (std::size_t index = 0; index < sent.size(); ++index) {
-        Frame& under_way = transit_[transit_next_];
-        const std::int32_t outputs[] = {under_way.left, under_way.right};
-        under_way = sent[index];
+        arriving[index] = std::exchange(transit_[transit_next_], sent[index]);
         if (++transit_next_ == latency_frames) transit_next_ = 0;
-        arriving[index] = {clip((outputs[paths_[0].source] * paths_[0].gain) >> gain_bits),
-                           clip((outputs[paths_[1].source] * paths_[1].gain) >> gain_bits)};
+    }
+    const auto [left, right] = paths_;
+    for (Frame& frame : arriving) {
+        const std::int32_t outputs[] = {frame.left, frame.right};
+        frame = {amplified(outputs[left.source], left.gain),
+                 amplified(outputs[right.source], right.gain)};
     }
 }
 
@@ -162,8 +183,8 @@ void Codec::droop(unsigned rate_hz, std::span<Frame> frames) {
 
 void Codec::add_converter(std::span<Frame> frames) {
     for (Frame& frame : frames) {
-        const std::int64_t left = (random() * noise_) >> 15;
-        const std::int64_t right = (random() * noise_) >> 15;
+        const std::int32_t left = noise_of(random(), noise_);
+        const std::int32_t right = noise_of(random(), noise_);
         add(frame, left + dc_.left, right + dc_.right);
     }
 }
@@ -173,16 +194,17 @@ void Codec::add_hum(std::int64_t first, unsigned rate_hz, std::span<Frame> frame
     const std::int32_t peak = amplitude(faults_.hum_db);
     std::int64_t index = first % rate_hz;
     for (Frame& frame : frames) {
-        const auto hum = std::lround(peak * std::sin(step * static_cast<double>(index++)));
+        const auto hum = static_cast<std::int32_t>(
+            std::lround(peak * std::sin(step * static_cast<double>(index++))));
         add(frame, hum, hum);
     }
 }
 
 void Codec::add_crackle(std::span<Frame> frames) {
-    const std::int64_t peak = noise_peak(factor(crackle_db));
+    const std::int32_t peak = noise_peak(factor(crackle_db));
     const std::size_t length = std::min<std::size_t>(frames.size(), crackle_frames_left_);
     for (Frame& frame : frames.first(length)) {
-        const std::int64_t noise = (random() * peak) >> 15;
+        const std::int32_t noise = noise_of(random(), peak);
         add(frame, noise, noise);
     }
     crackle_frames_left_ -= static_cast<unsigned>(length);

@@ -75,12 +75,11 @@ public:
     void crackle();
 
 private:
-    // What a frame is multiplied with on its way to one input: 1 << gain_bits is 0 dB.
+    // What a frame is multiplied with on its way to one input.
     struct Path {
         int source = 0; // output channel
-        std::int64_t gain = 0;
+        double gain = 0;
     };
-    static constexpr int gain_bits = 20;
 
     void update();
     int source_of(unsigned input) const;
@@ -104,7 +103,7 @@ private:
     // Derived from the settings, the cable and the faults.
     std::array<Path, analog_inputs> paths_;
     Frame dc_;
-    std::int64_t noise_ = 0;
+    std::int32_t noise_ = 0; // peak
     // The signal under way.
     std::array<Frame, latency_frames> transit_{};
     unsigned transit_next_ = 0;

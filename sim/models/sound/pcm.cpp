@@ -90,10 +90,11 @@ unsigned PcmStream::write(const void* interleaved, unsigned frames) {
     const std::size_t frame_bytes =
         std::size_t{configuration_.channels} * sample_bytes(configuration_.format);
     const auto* place = static_cast<const std::byte*>(interleaved);
-    for_runs(count, [&](std::span<Frame> run) {
+    for_runs(application_, count, [&](std::span<Frame> run) {
         decode_samples(place, configuration_.format, configuration_.channels, run);
         place += run.size() * frame_bytes;
     });
+    application_ += count;
     return count;
 }
 
@@ -102,10 +103,11 @@ unsigned PcmStream::read(void* interleaved, unsigned frames) {
     const std::size_t frame_bytes =
         std::size_t{configuration_.channels} * sample_bytes(configuration_.format);
     auto* place = static_cast<std::byte*>(interleaved);
-    for_runs(count, [&](std::span<Frame> run) {
+    for_runs(application_, count, [&](std::span<Frame> run) {
         encode_samples(run, configuration_.format, place);
         place += run.size() * frame_bytes;
     });
+    application_ += count;
     return count;
 }
 
@@ -148,45 +150,36 @@ void PcmStream::break_off() {
     device_.event(*this, direction_ == Direction::playback ? "underrun" : "overrun");
 }
 
-// Calls `use` for the next `count` frames at the application's position, in one or two
-// runs through the buffer.
+// Calls `use` for `count` frames of the buffer from this position on, in runs to the buffer's end.
 template <class Use>
-void PcmStream::for_runs(unsigned count, Use use) {
+void PcmStream::for_runs(std::int64_t position, std::size_t count, Use use) {
+    std::size_t slot = static_cast<std::size_t>(position) % buffer_.size();
     while (count > 0) {
-        const std::size_t slot = slot_of(application_);
-        const std::size_t length = std::min<std::size_t>(count, buffer_.size() - slot);
+        const std::size_t length = std::min(count, buffer_.size() - slot);
         use(std::span(buffer_).subspan(slot, length));
-        application_ += static_cast<std::int64_t>(length);
-        count -= static_cast<unsigned>(length);
+        slot = 0;
+        count -= length;
     }
 }
 
-std::size_t PcmStream::slot_of(std::int64_t position) const {
-    return static_cast<std::size_t>(position) % buffer_.size();
-}
-
-void PcmStream::fetch(std::int64_t first, std::span<Frame> frames) const {
+void PcmStream::fetch(std::int64_t first, std::span<Frame> frames) {
     std::ranges::fill(frames, Frame{});
     if (!started() && state_ != State::xrun) return;
     const auto count = static_cast<std::int64_t>(frames.size());
     const std::int64_t end = std::min(first - base_ + count, application_);
     const std::int64_t begin = std::max<std::int64_t>(first - base_, 0);
     if (begin >= end) return;
-    std::size_t slot = slot_of(begin);
-    Frame* frame = &frames[static_cast<std::size_t>(begin - (first - base_))];
-    for (std::int64_t left = end - begin; left > 0; --left) {
-        *frame++ = buffer_[slot];
-        if (++slot == buffer_.size()) slot = 0;
-    }
+    auto place = frames.begin() + (begin - (first - base_));
+    for_runs(begin, static_cast<std::size_t>(end - begin),
+             [&](std::span<Frame> run) { place = std::ranges::copy(run, place).out; });
 }
 
 void PcmStream::append(std::span<const Frame> frames) {
-    std::size_t slot = slot_of(moved_);
-    for (const Frame& frame : frames) {
-        buffer_[slot] = frame;
-        if (++slot == buffer_.size()) slot = 0;
-    }
-    moved_ += static_cast<std::int64_t>(frames.size());
+    auto place = frames.begin();
+    for_runs(moved_, frames.size(), [&](std::span<Frame> run) {
+        place = std::ranges::copy_n(place, std::ssize(run), run.begin()).in;
+    });
+    moved_ += std::ssize(frames);
 }
 
 PcmDevice::PcmDevice(unsigned number, PcmLimits playback, PcmLimits capture, Line& line,

@@ -145,9 +145,8 @@ private:
     void prepare_now();
     void break_off();
     template <class Use>
-    void for_runs(unsigned count, Use use);
-    std::size_t slot_of(std::int64_t position) const;
-    void fetch(std::int64_t first, std::span<Frame> frames) const; // by the clock's number
+    void for_runs(std::int64_t position, std::size_t count, Use use);
+    void fetch(std::int64_t first, std::span<Frame> frames); // by the clock's number
     void append(std::span<const Frame> frames);
 
     PcmDevice& device_;
