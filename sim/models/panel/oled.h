@@ -1,8 +1,8 @@
 // An OLED controller with its 256 x 64 glass of 16 greys: bytes in, a picture out.
 // Ssd1362 and Ssd1322 are the two chips.
 //
-// Not modelled: brightness (the contrast can be peeked, the greys of the picture do not
-// depend on it), the time that the panel needs to light up, reading the RAM back.
+// Not modelled: brightness (the greys of the picture depend on no contrast, which can be peeked,
+// and on no grey table), the time that the panel needs to light up, reading the RAM back.
 #pragma once
 
 #include "sim/models/panel/oled_command.h"
@@ -64,9 +64,6 @@ public:
         return registers_[command][index];
     }
 
-    // Pulse width of grey 0 to 15 in display clocks.
-    unsigned peek_pulse_width(unsigned grey) const { return pulse_widths_[grey]; }
-
     // Bytes that break the chip's rules: unknown commands, values out of range, bytes
     // with the wrong D/C, RAM access where there is none. The chip ignores them, and with
     // a bad parameter the whole command. An event tells the 1st, 2nd, 4th, 8th ... error.
@@ -74,7 +71,6 @@ public:
 
 protected:
     using Parameters = std::span<const std::uint8_t>;
-    using PulseWidths = std::array<std::uint8_t, 16>;
 
     // `contrast` is the command that sets the contrast, `ram_size` in bytes. The chip's
     // constructor calls reset().
@@ -98,7 +94,6 @@ protected:
     void set_on(bool on);
     void set_mode(Mode mode);
     void set_locked(bool locked) { locked_ = locked; }
-    void set_pulse_widths(const PulseWidths& widths) { pulse_widths_ = widths; }
     void protocol_error(std::string_view why, std::uint8_t byte);
     // Something changed that shows as long as the RAM is what is seen.
     void ram_changed();
@@ -120,7 +115,6 @@ private:
     unsigned missing_parameters_ = 0;
     std::array<std::uint8_t, oled_parameters_max> parameters_{};
     std::array<std::array<std::uint8_t, 2>, 256> registers_{};
-    PulseWidths pulse_widths_{};
     bool on_ = false;
     Mode mode_ = Mode::normal;
     bool locked_ = false;

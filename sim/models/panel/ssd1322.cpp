@@ -56,7 +56,6 @@ constexpr unsigned rows = 128;
 constexpr unsigned segments = 4 * columns;
 constexpr unsigned first_segment_of_glass = (segments - glass_width) / 2;
 constexpr unsigned dual_commons = 64;
-constexpr unsigned linear_step = 8;
 
 // Parameters: lowest, highest, reset value, step, bits that are 0.
 constexpr OledCommand commands[] = {
@@ -132,14 +131,10 @@ void Ssd1322::after_reset() {
     window_.set_columns(0, columns - 1);
     window_.set_rows(0, rows - 1);
     writing_ = ignoring_ = second_byte_ = partial_ = false;
-    set_linear_greys();
 }
 
 void Ssd1322::execute(std::uint8_t code, Parameters parameters) {
     switch (code) {
-    case use_grey_table:
-        set_pulse_widths(staged_widths_);
-        break;
     case column_window:
         window_.set_columns(parameters[0], parameters[1]);
         second_byte_ = false;
@@ -178,12 +173,6 @@ void Ssd1322::execute(std::uint8_t code, Parameters parameters) {
         break;
     case wake:
         set_on(true);
-        break;
-    case grey_table:
-        stage_grey_table(parameters);
-        break;
-    case linear_greys:
-        set_linear_greys();
         break;
     case lock:
         set_locked(parameters[0] == lock_on);
@@ -232,18 +221,6 @@ void Ssd1322::store(std::uint8_t byte) {
 bool Ssd1322::line_shown(unsigned line) const {
     return !partial_ || (peek_parameter(partial_display, 0) <= line &&
                          line <= peek_parameter(partial_display, 1));
-}
-
-void Ssd1322::stage_grey_table(Parameters widths) {
-    std::ranges::copy(widths, staged_widths_.begin() + 1);
-}
-
-// Grey 1 is as dark as grey 0.
-void Ssd1322::set_linear_greys() {
-    PulseWidths table{};
-    for (unsigned grey = 1; grey < table.size(); ++grey)
-        table[grey] = static_cast<std::uint8_t>(linear_step * (grey - 1));
-    set_pulse_widths(table);
 }
 
 } // namespace k4sim

@@ -31,15 +31,12 @@ private:
     Picture ram_picture() const override;
     void store(std::uint8_t byte);
     bool line_shown(unsigned line) const;
-    void stage_grey_table(Parameters widths);
-    void set_linear_greys();
 
     OledWindow window_;
     bool writing_ = false;     // after 5C
     bool ignoring_ = false;    // what follows an ignored command is ignored with it
     bool second_byte_ = false; // of a column
     bool partial_ = false;
-    PulseWidths staged_widths_{}; // until command 00
 };
 
 } // namespace k4sim

@@ -50,7 +50,6 @@ constexpr unsigned rows = 64;
 constexpr unsigned segments = 256;
 constexpr unsigned segments_a_side = segments / 2;
 constexpr unsigned widest_grey_above = 140;
-constexpr unsigned linear_step = 12;
 
 // Parameters: lowest, highest, reset value, step, bits that are 0.
 constexpr OledCommand commands[] = {
@@ -125,7 +124,6 @@ void Ssd1362::data(std::uint8_t byte) {
 void Ssd1362::after_reset() {
     window_.set_columns(0, columns - 1);
     window_.set_rows(0, rows - 1);
-    set_linear_greys();
 }
 
 void Ssd1362::execute(std::uint8_t code, Parameters parameters) {
@@ -161,10 +159,8 @@ void Ssd1362::execute(std::uint8_t code, Parameters parameters) {
         set_on(true);
         break;
     case grey_table:
-        set_grey_table(parameters);
-        break;
-    case linear_greys:
-        set_linear_greys();
+        if (parameters.back() <= widest_grey_above)
+            protocol_error("grey 15 too narrow", parameters.back());
         break;
     case lock:
         set_locked(parameters[0] == lock_on);
@@ -187,29 +183,14 @@ Picture Ssd1362::ram_picture() const {
         if (common >= lines) continue;
         const unsigned line = bits & scan_upwards ? lines - 1 - common : common;
         const unsigned row = (line + peek_parameter(start_line)) % rows;
-        for (unsigned pixel = 0; pixel < segments; ++pixel) {
-            const unsigned byte = ram(columns * row + pixel / 2);
-            picture[y * glass_width + x_of[pixel]] = (byte >> (pixel % 2 * 4)) & 0x0F;
+        std::uint8_t* const greys = &picture[y * glass_width];
+        for (unsigned column = 0; column < columns; ++column) {
+            const unsigned byte = ram(columns * row + column);
+            greys[x_of[2 * column]] = byte & 0x0F;
+            greys[x_of[2 * column + 1]] = static_cast<std::uint8_t>(byte >> 4);
         }
     }
     return picture;
-}
-
-void Ssd1362::set_grey_table(Parameters widths) {
-    if (widths.back() <= widest_grey_above) {
-        protocol_error("grey 15 too narrow", widths.back());
-        return;
-    }
-    PulseWidths table{};
-    std::ranges::copy(widths, table.begin() + 1);
-    set_pulse_widths(table);
-}
-
-void Ssd1362::set_linear_greys() {
-    PulseWidths table{};
-    for (unsigned grey = 0; grey < table.size(); ++grey)
-        table[grey] = static_cast<std::uint8_t>(linear_step * grey);
-    set_pulse_widths(table);
 }
 
 } // namespace k4sim

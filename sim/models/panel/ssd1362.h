@@ -28,8 +28,6 @@ private:
     void after_reset() override;
     void execute(std::uint8_t code, Parameters parameters) override;
     Picture ram_picture() const override;
-    void set_grey_table(Parameters widths);
-    void set_linear_greys();
 
     OledWindow window_;
 };
