@@ -21,13 +21,13 @@ bool ready(int descriptor, short wanted) {
     return real_poll(&state, 1, 0) > 0;
 }
 
-// Unique among the open pipes of the system, and one for all event counters; 0 for what is
-// neither.
+// Unique among the open pipes of the system, and one for all event counters, which are of no type;
+// 0 for what is neither.
 ino_t pipe_inode(int descriptor) {
     struct stat status {};
-    const bool other = fstat(descriptor, &status) != 0 || S_ISREG(status.st_mode) ||
-                       S_ISCHR(status.st_mode) || S_ISDIR(status.st_mode);
-    return other ? 0 : status.st_ino;
+    const bool known = fstat(descriptor, &status) == 0;
+    return known && (S_ISFIFO(status.st_mode) || (status.st_mode & S_IFMT) == 0) ? status.st_ino
+                                                                                 : 0;
 }
 
 } // namespace

@@ -97,6 +97,21 @@ std::string take_variable(char** environment, std::string_view name) {
     return value;
 }
 
+// Takes this library, which stands first, out of what is preloaded. The user's own stay, for what
+// the program starts.
+void take_preload(char** environment) {
+    constexpr std::string_view assignment = "LD_PRELOAD=";
+    const std::string libraries = take_variable(environment, "LD_PRELOAD");
+    const std::size_t own_end = libraries.find(':');
+    if (own_end == std::string::npos) return;
+    static std::string& users = *new std::string(assignment); // for good
+    users.append(libraries, own_end + 1);
+    while (*environment != nullptr)
+        ++environment;
+    *environment = users.data(); // there is room where it was taken from
+    *++environment = nullptr;
+}
+
 // Empty when it is not there.
 std::string setup_of_run() {
     struct stat status {};
@@ -125,7 +140,7 @@ void start_run(const std::string& role) {
 __attribute__((constructor)) void start(int, char** arguments, char** environment) {
     put_in_front(arguments);
     const std::string role = take_variable(environment, role_variable);
-    if (!role.empty()) take_variable(environment, "LD_PRELOAD");
+    if (!role.empty()) take_preload(environment);
     scheduler().set_deadlock_action([] { end_process(status_deadlock, "deadlock"); });
     start_signals();
     descriptors().add_device("/dev/console", open_speaker);

@@ -170,8 +170,9 @@ private:
         const std::size_t colon = when.find(':');
         const std::string kind = when.substr(0, colon);
         const std::string text = colon == std::string::npos ? "" : when.substr(colon + 1);
-        if (kind == "console" && !text.empty()) return {Trigger::console, text};
-        if (kind == "screen" && !text.empty()) return {Trigger::screen, text};
+        const bool on_console = kind == "console";
+        if (!text.empty() && (on_console || kind == "screen"))
+            return {on_console ? Trigger::console : Trigger::screen, text};
         fail(node, key + " must be \"console:TEXT\", \"screen:TEXT\" or \"beep\"" +
                        did_you_mean(kind, {"console", "screen", "beep"}));
     }

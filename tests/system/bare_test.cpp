@@ -141,7 +141,7 @@ TEST_F(Bare, TheKernelKeepsPortsAndDeviceFilesFromIt) {
     expect("./k4sim run --quiet /bin/sh -c 'for name in null zero full random urandom ptmx fd/0 "
            "stdin; do"
            "  : </dev/$name || exit; done;"
-           "cd $(mktemp -d) && mkdir from to && : >from/file && mv from/file to &&"
+           "cd $(mktemp -d) && mkdir from to && : >from/file && ln from/file to &&"
            "ln to/file /dev/shm/k4-$$ 2>&1 | grep -c cross-device; rm -r $PWD'",
            0, "1\n");
     expect("./without_landlock ./k4sim run ./bare_probe ports", 0, "denied\n", "only seccomp");

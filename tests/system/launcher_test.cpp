@@ -125,6 +125,8 @@ TEST_F(Launcher, PassesAnyProgramsConsoleAndStatusThrough) {
               "err\nk4sim: DIED: /bin/sh ended with status 7 and no closing line that "
               "tells it, after 0.0 virtual seconds\n");
     EXPECT_EQ(recorded("console.txt"), "out\nerr\n");
+    const std::string preloads = "run --quiet sh -c 'LD_PRELOAD=one:two exec env 2>/dev/null'";
+    EXPECT_THAT(launch(preloads).out, testing::HasSubstr("\nLD_PRELOAD=one:two\n"));
 }
 
 TEST_F(Launcher, SaysWhatHappenedAndWhetherThatWasExpected) {
