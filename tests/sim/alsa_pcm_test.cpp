@@ -27,8 +27,9 @@ long duration_ms(Action action) {
 using AlsaPcmTest = AlsaTest;
 
 TEST_F(AlsaPcmTest, DevicesOpenUnderTheStockNamesForOneAtATime) {
-    EXPECT_EQ(Pcm("default").result, 0);
-    EXPECT_EQ(Pcm("hw:0,0,1").result, -EBUSY);
+    for (const auto& [name, result] :
+         {std::pair{"default", 0}, {"hw:0,0,1", -EBUSY}, {"hw:31", -ENOENT}, {"hw:32", -EINVAL}})
+        EXPECT_EQ(Pcm(name).result, result) << name;
     const Pcm first("hw:0");
     EXPECT_EQ(Pcm("hw:0").result, -EBUSY);
     EXPECT_EQ(Pcm("hw:0", capture).result, 0);

@@ -158,6 +158,8 @@ TEST_F(Scenario, IsAWholeCase) {
                     testing::ContainsRegex(met ? "name=\"s.toml:10: [^>]*></testcase>"
                                                : "name=\"s.toml:10: [^>]*><failure message"));
     }
+    write("s.toml", "seed = 7\n" + head + "[[expect]]\nconsole = 'x'\nwithin = 1\n");
+    expect_as_written_down("k4sim-check", launch("check - <s.toml").out);
     // Written in two pieces. Without a verdict the status is the program's own.
     write("s.toml", "[[expect]]\nconsole = 'bc'\nwithin = 1\n");
     const std::string shell = "run --scenario s.toml -- /bin/sh -c ";

@@ -27,6 +27,13 @@
 
 namespace {
 
+// With the times of this program, whatever its word size.
+#ifdef SYS_futex_time64
+constexpr long futex_call = SYS_futex_time64;
+#else
+constexpr long futex_call = SYS_futex;
+#endif
+
 constexpr long pause_us = 100'000;
 constexpr long slice_us = 1000; // of a thread that tries again and again
 
@@ -252,6 +259,11 @@ const Row rows[] = {
      },
      [] { woken = static_cast<int>(syscall(SYS_futex, &word, FUTEX_WAKE, 5)); },
      [] { word = woken = 0; }},
+    {"futex, in vain", ETIMEDOUT,
+     [] {
+         int value = 0;
+         return error_of(static_cast<int>(syscall(futex_call, &value, FUTEX_WAIT, 0, &pause_time)));
+     }},
     {"future", 0,
      [] {
          promised.get_future().wait();
