@@ -1,12 +1,14 @@
 // Every fault that the virtual K/4 lists, and what a run of the self-test comes to with it. On
 // the board plain, which can never pass, a run that nothing is wrong with ends by the operator's
 // abort.
+#include "golden.h"
 #include "virtual_run.h"
 
 #include <algorithm>
 #include <cctype>
 #include <gmock/gmock.h>
 #include <iterator>
+#include <map>
 #include <sstream>
 
 namespace {
@@ -72,6 +74,22 @@ std::string last_status(const RunResult& run, std::string_view label) {
     return "no such row";
 }
 
+// Which events came with which members, and how often; and when the last one came.
+std::string outline(const RunResult& run) {
+    std::map<std::string, int> counts;
+    for (const nlohmann::json& event : run.events) {
+        std::string kind = event.at("source").get<std::string>() + " ";
+        kind += event.at("event");
+        for (const auto& [name, value] : event.items())
+            if (name != "t" && name != "source" && name != "event") kind += ", " + name;
+        ++counts[kind];
+    }
+    std::string text;
+    for (const auto& [kind, count] : counts)
+        text += std::to_string(count) + " " + kind + "\n";
+    return text + "the last at " + run.events.back().at("t").dump() + " us\n";
+}
+
 class Fault : public testing::TestWithParam<FaultCase> {};
 
 TEST_P(Fault, CausesItsVerdict) {
@@ -88,6 +106,7 @@ TEST_P(Fault, CausesItsVerdict) {
     };
     EXPECT_EQ(count(one.event) > 0, *one.event != '\0') << one.event;
     EXPECT_EQ(count(one.never), 0) << one.never;
+    expect_as_written_down("faults/" + name_of({one, 0}), outline(run));
     if (*one.label == '\0') {
         EXPECT_TRUE(run.report.at("units").empty());
         return;
