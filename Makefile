@@ -53,6 +53,7 @@ fuzz: setup
 
 bench: build
 	@$(BUILD)/k4bench
+	@scripts/bench-runs
 	@scripts/instructions
 
 # The same sources give the same bytes, wherever they are built.

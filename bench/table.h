@@ -4,6 +4,7 @@
 #include <benchmark/benchmark.h>
 #include <functional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 // Keeps the compiler from leaving out what nobody reads.
@@ -76,3 +77,6 @@ void addPrintRows(Table& table);
 void addTextRows(Table& table);
 void addAudioRows(Table& table);
 void addPictureRows(Table& table);
+
+// A minute of audio, for processes that are compared whole: "fill" or "info". False: neither.
+bool doAudioMinute(std::string_view what);
