@@ -104,6 +104,17 @@ TEST(I2cTest, OnlyAStartWakesASlaveAndLinesThatChangeTogetherAreTakenSclFirst) {
 
 TEST(EngineTest, WhatComesTooEarlyOrIsTooLongIsAnError) {
     Bench bench(Board::engine);
+    const auto send = [&](unsigned control, unsigned byte) {
+        bench.out(5, control);
+        bench.out(6, byte);
+        bench.surroundings.advance(1000);
+    };
+    send(2, 0x78);
+    send(1, 0x01); // the version is wanted
+    send(3, 0x79); // a read that stops after its only byte
+    EXPECT_EQ(bench.in(5), 0U);
+    EXPECT_EQ(bench.in(7), 7U);
+    EXPECT_EQ(bench.in(5), 0x20U);
     bench.in(7); // nothing is ready
     bench.out(5, 2);
     for (const unsigned byte : {0x78, 0x50, 0x11}) // the third is too early

@@ -66,7 +66,8 @@ TEST_F(RecordTest, ReplacesAnEarlierOneAndNothingElse) {
     Record record(folder_.path());
     EXPECT_EQ(count(own), 0);
     EXPECT_EQ(count(foreign), 4);
-    EXPECT_THROW(Record(folder_.path()), UsageError) << "in use";
+    EXPECT_THAT([&] { Record(folder_.path()); },
+                testing::ThrowsMessage<UsageError>(HasSubstr("is in use by another run")));
     record.finish();
     EXPECT_EQ(read("k4sim-record"), "incomplete\n");
     const std::string events[] = {R"({"t":9,"source":"program","event":"end"})", // came first
