@@ -66,8 +66,10 @@ TEST_F(RecordTest, ReplacesAnEarlierOneAndNothingElse) {
     Record record(folder_.path());
     EXPECT_EQ(count(own), 0);
     EXPECT_EQ(count(foreign), 4);
+    record.write_file("report.json", "old");
     EXPECT_THAT([&] { Record(folder_.path()); },
                 testing::ThrowsMessage<UsageError>(HasSubstr("is in use by another run")));
+    EXPECT_EQ(count(own), 1) << "left to the other run";
     record.finish();
     EXPECT_EQ(read("k4sim-record"), "incomplete\n");
     const std::string events[] = {R"({"t":9,"source":"program","event":"end"})", // came first
