@@ -129,6 +129,8 @@ TEST(EngineTest, WhatComesTooEarlyOrIsTooLongIsAnError) {
     EXPECT_TRUE(panel.write_byte(0x50) && panel.write_byte(0x2A));
     EXPECT_FALSE(panel.write_byte(0x2B));
     EXPECT_EQ(panel.peek_led(), 0x2A);
+    bench.device.set_fault("panel-dead", "");
+    EXPECT_FALSE(panel.begin_write() || panel.write_byte(0x01) || panel.begin_read());
 }
 
 TEST(ParallelLoopbackTest, ShortsSideBySideJoinTheirLinesAndEventsTellFewerMismatches) {

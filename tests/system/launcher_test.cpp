@@ -324,9 +324,13 @@ TEST_F(Launcher, EndsAProgramThatGoesOnForGood) {
 }
 
 // Real time passes, but the run stands by its own pace.
-TEST_F(Launcher, ASlowPaceIsNoStandstill) {
-    const CommandResult result = launch("run --pace 2 --stall 0.1 /bin/sleep 0.8");
-    EXPECT_EQ(result.status, 0) << result.error;
+TEST_F(Launcher, NeitherASlowPaceNorALongRunIsAStandstill) {
+    for (const auto& [line, status] :
+         {std::pair{"run --pace 2 --stall 0.1 /bin/sleep 0.8", 0},
+          {"run --stall 0.2 --limit 3000 --operator none " K4_PROGRAM " run noanalog", 124}}) {
+        const CommandResult result = launch(line);
+        EXPECT_EQ(result.status, status) << result.error;
+    }
 }
 
 // What the kernel and libc answer is what a program must get on the virtual device, too.
