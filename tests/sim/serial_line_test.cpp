@@ -150,6 +150,13 @@ TEST_F(SerialLine, WaitsInVirtualTime) {
     EXPECT_EQ(tcsetattr(first_, TCSAFLUSH, std::make_unique<termios>().get()), 0); // waits
     EXPECT_EQ(since_start(), 908'334 + 25'000);
     EXPECT_EQ(count_events("serial", "speed-mismatch"), 1);
+    set(first_, raw, B1200);
+    send(first_, "x");
+    usleep(8000); // nearly all of it
+    machine().apply_fault({"serial-speed-wrong", "1", 0});
+    EXPECT_EQ(tcflush(second_, TCIFLUSH), 0);
+    EXPECT_TRUE(has_data(second_, 900)); // begun anew, at half the speed
+    EXPECT_EQ(since_start(), 908'334 + 25'000 + 8'000 + 16'667);
 }
 
 TEST_F(SerialLine, AFullTransmitterMakesAWriteWait) {
