@@ -68,7 +68,8 @@ function(k4_instrument target)
 endfunction()
 
 # Of what runs on the machine that builds it and not on the device.
-set(K4_SIM_OPTIONS -msse2 -mfpmath=sse -fno-semantic-interposition)
+# The library is there from the start of a program, so its thread variables have a fixed place.
+set(K4_SIM_OPTIONS -msse2 -mfpmath=sse -fno-semantic-interposition -ftls-model=initial-exec)
 
 if(K4_READ_ONCE)
   file(CONFIGURE OUTPUT ${CMAKE_BINARY_DIR}/standard_library.cpp CONTENT "")

@@ -1,44 +1,25 @@
 #include "sim/time/unobserved.h"
 
-#include <dlfcn.h>
+// The sanitizer's own; without it they are null. The runtime counts: as many ends as beginnings.
+extern "C" {
+[[gnu::weak]] void AnnotateIgnoreReadsBegin(const char* file, int line);
+[[gnu::weak]] void AnnotateIgnoreReadsEnd(const char* file, int line);
+[[gnu::weak]] void AnnotateIgnoreWritesBegin(const char* file, int line);
+[[gnu::weak]] void AnnotateIgnoreWritesEnd(const char* file, int line);
+}
 
 namespace k4sim {
 
-namespace {
-
-// The runtime counts: as many ends as beginnings.
-using Annotation = void (*)(const char* file, int line);
-
-struct Annotations {
-    Annotation begin_reads = find("AnnotateIgnoreReadsBegin");
-    Annotation end_reads = find("AnnotateIgnoreReadsEnd");
-    Annotation begin_writes = find("AnnotateIgnoreWritesBegin");
-    Annotation end_writes = find("AnnotateIgnoreWritesEnd");
-
-    static Annotation find(const char* name) {
-        return reinterpret_cast<Annotation>(dlsym(RTLD_DEFAULT, name));
-    }
-};
-
-const Annotations& annotations() {
-    static const Annotations found;
-    return found;
-}
-
-void call(Annotation annotation) {
-    if (annotation != nullptr) annotation(__FILE__, __LINE__);
-}
-
-} // namespace
-
 Unobserved::Unobserved() {
-    call(annotations().begin_reads);
-    call(annotations().begin_writes);
+    if (AnnotateIgnoreReadsBegin == nullptr) return;
+    AnnotateIgnoreReadsBegin(__FILE__, __LINE__);
+    AnnotateIgnoreWritesBegin(__FILE__, __LINE__);
 }
 
 Unobserved::~Unobserved() {
-    call(annotations().end_writes);
-    call(annotations().end_reads);
+    if (AnnotateIgnoreReadsBegin == nullptr) return;
+    AnnotateIgnoreWritesEnd(__FILE__, __LINE__);
+    AnnotateIgnoreReadsEnd(__FILE__, __LINE__);
 }
 
 } // namespace k4sim
