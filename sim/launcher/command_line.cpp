@@ -2,6 +2,7 @@
 
 #include "sim/launcher/closing.h"
 #include "sim/launcher/elf_check.h"
+#include "sim/launcher/help.h"
 #include "sim/launcher/listing.h"
 #include "sim/launcher/options.h"
 #include "sim/launcher/process.h"
@@ -26,15 +27,14 @@ std::string own_folder() {
     return std::filesystem::read_symlink("/proc/self/exe").parent_path().string();
 }
 
-int list_faults(const Options& options) {
-    const std::vector<const Fault*> faults = matching_faults(options.pattern);
-    std::fputs((options.json ? faults_as_json(faults) : faults_as_text(faults)).c_str(), stdout);
+int print(const std::string& text) {
+    std::fputs(text.c_str(), stdout);
     return 0;
 }
 
-int check(const Options& options) {
-    std::fputs(scenario_as_text(options).c_str(), stdout);
-    return 0;
+int list_faults(const Options& options) {
+    const std::vector<const Fault*> faults = matching_faults(options.pattern);
+    return print(options.json ? faults_as_json(faults) : faults_as_text(faults));
 }
 
 // Real time.
@@ -86,12 +86,19 @@ int run(const Options& options) {
 int carry_out(int argc, char** argv) {
     try {
         const Options options = parse_options({argv + 1, argv + argc});
-        if (options.command == Command::faults) return list_faults(options);
-        if (options.command == Command::run) return run(options);
-        if (options.command == Command::check) return check(options);
-        const bool keys = options.command == Command::keys;
-        std::fputs((keys ? keys_as_text() : usage()).c_str(), stdout);
-        return 0;
+        switch (options.command) {
+        case Command::run:
+            return run(options);
+        case Command::check:
+            return print(scenario_as_text(options));
+        case Command::faults:
+            return list_faults(options);
+        case Command::keys:
+            return print(keys_as_text());
+        case Command::help:
+            break;
+        }
+        return print(help(options.topic));
     } catch (const std::exception& error) {
         std::fprintf(stderr, "k4sim: %s\n", error.what());
         return status_unusable;

@@ -37,14 +37,12 @@ struct Options {
     std::string scenario;               // the file to check
     std::string pattern;                // of faults; empty: all
     bool json = false;                  // list them for a program
+    std::string topic;                  // the command to tell about; empty: all of them
 };
 
 // arguments: without the name of k4sim itself. Throws UsageError. A scenario file is read
 // here; what the command line says goes before what the file says. An option may be said
 // again: the last one counts, and faults add up.
 Options parse_options(const std::vector<std::string>& arguments);
-
-// The text of `k4sim --help`.
-std::string usage();
 
 } // namespace k4sim

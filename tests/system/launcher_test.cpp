@@ -273,10 +273,30 @@ TEST_F(Launcher, ListsTheFaultsThatAPatternMatches) {
     EXPECT_EQ(gain.at("boards").size(), 5);
 }
 
-TEST_F(Launcher, HelpIsGivenWhereverItIsAskedForBeforeTheProgram) {
-    const std::string help = launch("--help").out;
-    for (const char* arguments : {"-h", "help", "run --board aes --help x", "run -h"})
-        EXPECT_EQ(launch(arguments).out, help) << arguments;
+// With examples that are good command lines, if of a longer run.
+TEST_F(Launcher, HelpIsOfTheCommandThatItIsAskedOf) {
+    write("case.toml", "");
+    for (const std::string command : {"run", "check", "faults", "keys", "help"}) {
+        const std::string help = launch("help " + command).out;
+        EXPECT_TRUE(help.starts_with("k4sim " + command)) << help;
+        EXPECT_EQ(help.find("--board aes|") != std::string::npos, command == "run");
+        for (const std::string arguments : {" --help", " -h"}) {
+            const CommandResult result = launch(command + arguments);
+            EXPECT_EQ(result.out + result.error + std::to_string(result.status), help + "0");
+        }
+        EXPECT_THAT(launch("-h").out, testing::HasSubstr("  k4sim " + command));
+        std::istringstream lines(help);
+        int examples = 0;
+        for (std::string line; std::getline(lines, line);) {
+            if (!line.starts_with("  k4sim ")) continue;
+            ++examples;
+            line.replace(0, 8, "");
+            EXPECT_NE(launch(command == "run" ? line.insert(3, " --limit 0.1") : line).status, 2)
+                << line;
+        }
+        EXPECT_GT(examples, 0) << help;
+    }
+    EXPECT_EQ(launch("run --board aes --help x").out, launch("run --help").out);
     EXPECT_EQ(launch("run /bin/sh -c 'echo $1' x --help").out, "--help\n");
 }
 

@@ -1,0 +1,295 @@
+#include "sim/launcher/commands.h"
+
+#include "sim/launcher/scenario.h"
+#include "sim/launcher/short_number.h"
+#include "sim/models/faults.h"
+#include "sim/models/nearest.h"
+#include "sim/setup_choices.h"
+
+#include <algorithm>
+#include <charconv>
+#include <iterator>
+
+namespace k4sim {
+
+namespace {
+
+template <class Number>
+std::optional<Number> whole_text_number(const std::string& text) {
+    Number number{};
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
+    if (error != std::errc{} || end != text.data() + text.size()) return std::nullopt;
+    return number;
+}
+
+std::int64_t microseconds(const std::string& option, const std::string& text) {
+    const auto duration = from_seconds(whole_text_number<double>(text));
+    if (!duration)
+        throw UsageError(option + ": \"" + text +
+                         "\" is no number of seconds; say for example 600");
+    return *duration;
+}
+
+template <class Choices>
+auto choice_of(const std::string& kind, const std::string& name, const Choices& choices) {
+    const auto value = value_of(choices, name);
+    if (!value) throw UsageError("--" + kind + ": " + no_such(kind, name, names_of(choices)));
+    return *value;
+}
+
+void set_seed(Setup& setup, const std::string& value) {
+    const auto seed = whole_text_number<std::uint64_t>(value);
+    if (!seed)
+        throw UsageError("--seed: \"" + value + "\" is no seed; say a whole number from 0 on");
+    setup.seed = *seed;
+}
+
+void set_pace(Setup& setup, const std::string& value) {
+    setup.pace.reset();
+    if (value == "max") return;
+    setup.pace = whole_text_number<double>(value);
+    if (!is_factor(setup.pace))
+        throw UsageError("--pace: \"" + value +
+                         "\" is no pace; say max, or a factor above 0 such as 1");
+}
+
+std::int64_t some_time(const std::string& option, const std::string& value) {
+    const std::int64_t time_us = microseconds(option, value);
+    if (time_us == 0) throw UsageError(option + ": a run needs some time; say for example 600");
+    return time_us;
+}
+
+void set_record(Options& options, const std::string& value) {
+    if (value.empty()) throw UsageError("--record needs the name of a folder");
+    options.record = value;
+}
+
+// VERDICT[,VERDICT]
+void set_expected(Options& options, const std::string& value) {
+    options.expected =
+        verdicts_of(value, [](const std::string& why) { throw UsageError("--expect: " + why); });
+}
+
+// NAME[=VALUE][@SECONDS]
+void add_fault(Setup& setup, const std::string& text) {
+    FaultSetting fault;
+    const std::size_t at = text.rfind('@');
+    if (at != std::string::npos) fault.at_us = microseconds("--fault " + text, text.substr(at + 1));
+    const std::string setting = text.substr(0, at);
+    const std::size_t equals = setting.find('=');
+    fault.name = setting.substr(0, equals);
+    if (equals != std::string::npos) fault.value = setting.substr(equals + 1);
+    setup.faults.push_back(fault);
+}
+
+std::string bars(const std::vector<std::string_view>& names) {
+    std::string text;
+    for (const std::string_view name : names)
+        text.append(text.empty() ? "" : "|").append(name);
+    return text;
+}
+
+// What a scenario file says comes before what they set.
+const std::vector<Option>& run_options() {
+    static const std::vector<Option> options = {
+        {"--board", bars(names_of(boards)), "mainboard generation (aes)",
+         [](Options& o, auto& value) { o.setup.board = choice_of("board", value, boards); }},
+        {"--operator", bars(names_of(operators)), "who stands at the panel (auto)",
+         [](Options& o, auto& value) {
+             o.setup.operator_kind = choice_of("operator", value, operators);
+         }},
+        {"--scenario", "FILE.toml|-", "settings, steps and demands from a file (-: standard input)",
+         [](Options&, auto&) {}},
+        {"--fault", "NAME[=VALUE][@SECONDS]", "a fault, from the start or from a second on",
+         [](Options& o, auto& value) { add_fault(o.setup, value); }},
+        {"--seed", "N", "the same seed gives the same run (1)",
+         [](Options& o, auto& value) { set_seed(o.setup, value); }},
+        {"--schedule", bars(names_of(schedules)),
+         "which thread goes on: in turn, or as the seed has it (fair)",
+         [](Options& o, auto& value) {
+             o.setup.schedule = choice_of("schedule", value, schedules);
+         }},
+        {"--pace", "FACTOR|max", "1 is real time (max)",
+         [](Options& o, auto& value) { set_pace(o.setup, value); }},
+        {"--limit", "SECONDS", "virtual end of the run, status 124 (3600)",
+         [](Options& o, auto& value) { o.setup.limit_us = some_time("--limit", value); }},
+        {"--stall", "SECONDS", "real time without virtual time: the end, status 125 (20)",
+         [](Options& o, auto& value) { o.setup.stall_us = some_time("--stall", value); }},
+        {"--record", "DIR", "keep events, pictures, console and report there", set_record},
+        {"--expect", "VERDICT[,VERDICT]", "status 0 for one of these, 3 for any other run",
+         set_expected},
+        {"--quiet", "", "no closing line", [](Options& o, auto&) { o.quiet = true; }},
+    };
+    return options;
+}
+
+const std::vector<Option>& faults_options() {
+    static const std::vector<Option> options = {
+        {"--json", "", "for programs", [](Options& o, auto&) { o.json = true; }},
+    };
+    return options;
+}
+
+// The value that was said last; null: none was.
+const std::string* last_said(const std::vector<Said>& said, std::string_view name) {
+    const auto found = std::find_if(said.rbegin(), said.rend(),
+                                    [&](const Said& one) { return one.option->name == name; });
+    return found == said.rend() ? nullptr : &found->value;
+}
+
+// The file first, so that the command line goes before it; without either, an automatic operator.
+void settle(Options& options, const std::vector<Said>& said) {
+    options.setup.operator_kind = OperatorKind::automatic;
+    std::optional<Board> board;
+    if (const std::string* name = last_said(said, "--board"))
+        board = choice_of("board", *name, boards);
+    if (const std::string* file = last_said(said, "--scenario"))
+        read_scenario(*file, options, board);
+    for (const auto& [option, value] : said)
+        option->set(options, value);
+    for (const FaultSetting& fault : options.setup.faults) {
+        const std::string error = fault_error(options.setup.board, fault.name, fault.value);
+        if (!error.empty()) throw UsageError("--fault: " + error);
+    }
+}
+
+void take_run(Options& options, const std::vector<Said>& said,
+              const std::vector<std::string>& program) {
+    if (program.empty())
+        throw UsageError("no PROGRAM to run; say for example: k4sim run -- k4selftest run");
+    options.program = program;
+    settle(options, said);
+    if (program.size() == 1)
+        std::ranges::copy(options.arguments, std::back_inserter(options.program));
+}
+
+void take_check(Options& options, const std::vector<Said>&,
+                const std::vector<std::string>& operands) {
+    options.scenario = operands[0];
+    options.setup.operator_kind = OperatorKind::automatic;
+    read_scenario(options.scenario, options);
+}
+
+void take_faults(Options& options, const std::vector<Said>& said,
+                 const std::vector<std::string>& operands) {
+    for (const auto& [option, value] : said)
+        option->set(options, value);
+    if (!operands.empty()) options.pattern = operands[0];
+}
+
+void take_nothing(Options&, const std::vector<Said>&, const std::vector<std::string>&) {}
+
+void take_help(Options& options, const std::vector<Said>&,
+               const std::vector<std::string>& operands) {
+    if (operands.empty()) return;
+    if (find_command(operands[0]) == nullptr)
+        throw UsageError(no_such("command", operands[0], command_names()));
+    options.topic = operands[0];
+}
+
+constexpr std::string_view run_notes =
+    "Exit status: the program's own; 124 time limit, 125 the program died or can never go on,\n"
+    "2 this command line can't be carried out. With --expect 0, or 3 when the verdict is\n"
+    "another, or a fault or step never came. 3 when a demand of the scenario failed.\n";
+
+// A run has any number of operands.
+constexpr std::size_t any = std::string::npos;
+
+const std::vector<CommandForm>& commands() {
+    using Reading = CommandForm::Reading;
+    static const std::vector<CommandForm> forms = {
+        {Command::run,
+         "run",
+         "[--] PROGRAM [ARGUMENT]...",
+         "runs the program on a virtual K/4",
+         {&run_options()},
+         {{"run -- k4selftest run", "a whole run, the operator at the panel"},
+          {"run --board plain --pace 1 -- k4selftest run", "another mainboard, in real time"},
+          {"run --fault key-dead=5 --record r -- k4selftest run",
+           "key 5 is dead; what happened is kept in r/"},
+          {"run --fault analog-gain=-6@30 --expect aborted -- k4selftest run",
+           "the loop is 6 dB low from second 30 on, and that must be seen"}},
+         0,
+         any,
+         take_run,
+         Reading::program,
+         run_notes},
+        {Command::check,
+         "check",
+         "FILE.toml|-",
+         "reads a scenario without a run",
+         {},
+         {{"check case.toml", "what stands in it, or what is wrong and where"}},
+         1,
+         1,
+         take_check},
+        {Command::faults,
+         "faults",
+         "[PATTERN]",
+         "lists what can be broken",
+         {&faults_options()},
+         {{"faults", "all faults, and what comes of each"},
+          {"faults key", "those with \"key\" in their name"},
+          {"faults --json 'serial-*'", "those that match, for a program"}},
+         0,
+         1,
+         take_faults},
+        {Command::keys,
+         "keys",
+         "",
+         "lists the keys and knobs",
+         {},
+         {{"keys", "each with its code, its letter, and what a scenario does for it"}},
+         0,
+         0,
+         take_nothing},
+        {Command::help,
+         "help",
+         "[COMMAND]",
+         "tells about a command",
+         {},
+         {{"help run", "the same as k4sim run --help"}},
+         0,
+         1,
+         take_help},
+    };
+    return forms;
+}
+
+} // namespace
+
+std::span<const CommandForm> command_table() { return commands(); }
+
+const CommandForm* find_command(std::string_view name) {
+    const auto found = std::ranges::find(commands(), name, &CommandForm::name);
+    return found == commands().end() ? nullptr : &*found;
+}
+
+const Option* find_option(const CommandForm& form, std::string_view name) {
+    for (const std::vector<Option>* const options : form.options)
+        for (const Option& option : *options)
+            if (option.name == name) return &option;
+    return nullptr;
+}
+
+std::vector<std::string_view> command_names() {
+    std::vector<std::string_view> names;
+    for (const CommandForm& form : commands())
+        if (!form.what.empty()) names.push_back(form.name);
+    return names;
+}
+
+std::vector<std::string_view> option_names(const CommandForm& form) {
+    std::vector<std::string_view> names;
+    for (const std::vector<Option>* const options : form.options)
+        std::ranges::transform(*options, std::back_inserter(names), &Option::name);
+    return names;
+}
+
+std::string form_text(const CommandForm& form) {
+    std::string text = "k4sim " + std::string(form.name);
+    if (!form.options.empty()) text += " [OPTION]...";
+    return form.operands.empty() ? text : text.append(" ").append(form.operands);
+}
+
+} // namespace k4sim
