@@ -120,6 +120,9 @@ TEST_F(RecordTest, DropsWhatIsNoReport) {
     for (const char wrong : {'/', ':', '`', 'g'})
         record.line(picture_line(1, {}).replace(100, 1, 1, wrong));
     EXPECT_EQ(read("events.jsonl"), "");
+    for (const char right : {'0', '9', 'a', 'f'})
+        record.line(picture_line(1, {}).replace(100, 1, 1, right));
+    EXPECT_EQ(unfolded_events(read("events.jsonl")).size(), 4U);
 }
 
 TEST_F(RecordTest, ReportsTheTextsOfEachUnitAndWhenTheyCame) {
