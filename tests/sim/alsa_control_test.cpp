@@ -41,6 +41,9 @@ TEST_F(AlsaControlTest, EachElementTakesItsValuesAndNoOthers) {
     EXPECT_EQ(Element("Headphone Playback Switch").decibels(2, 1, 1), std::nullopt);
     EXPECT_EQ(Element("IEC958 Capture RXP Status").write({1}), -EPERM);
     EXPECT_EQ(Element("IEC958 Playback TXC Channel").write(std::vector(24, 255)), 1);
+    device().set_fault("aes-transmitter-refuses", "");
+    EXPECT_EQ(Element("IEC958 Playback TXC State").write({1}), -EIO);
+    EXPECT_EQ(Element("IEC958 Capture RXP Processing State").write({1}), 1);
     for (const char* missing : {"headphone", "line-in"})
         device().set_fault("card-element-missing", missing);
     EXPECT_EQ(Element("Headphone Playback Switch").read(), -ENOENT);
