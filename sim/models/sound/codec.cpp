@@ -177,8 +177,10 @@ void Codec::droop(unsigned rate_hz, std::span<Frame> frames) {
         if (dip.frequency_hz() != faults_.droop_hz || dip.rate_hz() != rate_hz)
             dip.tune(faults_.droop_hz, rate_hz);
     for (Frame& frame : frames)
-        frame = {clip(std::lround(dips_[0].filter(frame.left))),
-                 clip(std::lround(dips_[1].filter(frame.right)))};
+        frame = {clip(std::lrint(dips_[0].filter(frame.left))),
+                 clip(std::lrint(dips_[1].filter(frame.right)))};
+    for (Dip& dip : dips_)
+        dip.settle();
 }
 
 void Codec::add_converter(std::span<Frame> frames) {

@@ -5,16 +5,6 @@
 
 namespace k4sim {
 
-namespace {
-
-// What is left of a signal that dies away, in steps of a sample, comes to an end: with numbers near
-// the smallest that there are a processor takes a hundred times as long.
-constexpr double inaudible = 1e-9;
-
-double settled(double state) { return std::abs(state) < inaudible ? 0 : state; }
-
-} // namespace
-
 // The second-order peaking equaliser of the bilinear transform, with quality 1.
 void Dip::tune(double frequency_hz, double rate_hz) {
     frequency_hz_ = frequency_hz;
@@ -31,11 +21,10 @@ void Dip::tune(double frequency_hz, double rate_hz) {
     state_1_ = state_2_ = 0;
 }
 
-double Dip::filter(double sample) {
-    const double result = in_0_ * sample + state_1_;
-    state_1_ = settled(in_1_ * sample - out_1_ * result + state_2_);
-    state_2_ = settled(in_2_ * sample - out_2_ * result);
-    return result;
+void Dip::settle() {
+    constexpr double inaudible = 1e-9; // steps of a sample
+    for (double* const state : {&state_1_, &state_2_})
+        if (std::abs(*state) < inaudible) *state = 0;
 }
 
 } // namespace k4sim
