@@ -1,5 +1,5 @@
 # The commands of the README. Each installs what is missing, then builds with a CMake preset.
-.PHONY: run test golden build setup sanitize valgrind coverage fuzz bench reproducible format lint clean
+.PHONY: run test golden build completion setup sanitize valgrind coverage fuzz bench reproducible format lint clean
 
 BUILD := build/release
 RUN_RECORD := build/run
@@ -13,6 +13,12 @@ build: setup
 
 setup:
 	@scripts/setup
+
+# What bash completes for k4sim, for this user; as root PREFIX=/usr/local for all.
+PREFIX ?= $(HOME)/.local
+completion: setup
+	@cmake --preset release --log-level=WARNING >/dev/null
+	@cmake --install $(BUILD) --component completion --prefix $(PREFIX)
 
 # The real program on a virtual device, its console live, an automatic operator at the panel.
 # Builds no more than that. KEYWORDS: the program's; PACE: how many times as fast as real time.

@@ -1,6 +1,7 @@
 #include "sim/launcher/command_line.h"
 
 #include "sim/launcher/closing.h"
+#include "sim/launcher/completion.h"
 #include "sim/launcher/elf_check.h"
 #include "sim/launcher/help.h"
 #include "sim/launcher/listing.h"
@@ -95,6 +96,8 @@ int carry_out(int argc, char** argv) {
             return list_faults(options);
         case Command::keys:
             return print(keys_as_text());
+        case Command::complete:
+            return print(completions(options.words));
         case Command::help:
             break;
         }

@@ -179,6 +179,11 @@ void take_faults(Options& options, const std::vector<Said>& said,
 
 void take_nothing(Options&, const std::vector<Said>&, const std::vector<std::string>&) {}
 
+void take_words(Options& options, const std::vector<Said>&,
+                const std::vector<std::string>& operands) {
+    options.words = operands;
+}
+
 void take_help(Options& options, const std::vector<Said>&,
                const std::vector<std::string>& operands) {
     if (operands.empty()) return;
@@ -192,7 +197,7 @@ constexpr std::string_view run_notes =
     "2 this command line can't be carried out. With --expect 0, or 3 when the verdict is\n"
     "another, or a fault or step never came. 3 when a demand of the scenario failed.\n";
 
-// A run has any number of operands.
+// Number of operands.
 constexpr std::size_t any = std::string::npos;
 
 const std::vector<CommandForm>& commands() {
@@ -252,6 +257,7 @@ const std::vector<CommandForm>& commands() {
          0,
          1,
          take_help},
+        {Command::complete, "complete", "", "", {}, {}, 1, any, take_words, Reading::words},
     };
     return forms;
 }

@@ -23,7 +23,7 @@ private:
     std::string message_;
 };
 
-enum class Command { run, check, faults, keys, help };
+enum class Command { run, check, faults, keys, help, complete };
 
 struct Options {
     Command command = Command::help;
@@ -37,6 +37,7 @@ struct Options {
     std::string scenario;               // the file to check
     std::string pattern;                // of faults; empty: all
     bool json = false;                  // list them for a program
+    std::vector<std::string> words;     // to complete
     std::string topic;                  // the command to tell about; empty: all of them
 };
 

@@ -174,12 +174,6 @@ std::string xml_report(const Observation& seen, Verdict verdict,
     return xml.str();
 }
 
-std::vector<std::string_view> verdict_words() {
-    std::vector<std::string_view> words;
-    std::ranges::transform(names, std::back_inserter(words), &Name::word);
-    return words;
-}
-
 } // namespace
 
 Verdict judge(const Observation& observation, ProcessEnd end) {
@@ -208,6 +202,12 @@ std::optional<Verdict> verdict_from_name(std::string_view name) {
     const auto found = std::ranges::find(names, word, &Name::word);
     if (found == names.end()) return std::nullopt;
     return static_cast<Verdict>(found - names.begin());
+}
+
+std::vector<std::string_view> verdict_words() {
+    std::vector<std::string_view> words;
+    std::ranges::transform(names, std::back_inserter(words), &Name::word);
+    return words;
 }
 
 std::vector<Verdict> verdicts_of(const std::string& list,

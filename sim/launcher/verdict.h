@@ -37,6 +37,9 @@ std::string_view verdict_name(Verdict verdict);
 // Its name back, in any case, with a blank, "-" or "_" between words; empty for none of them.
 std::optional<Verdict> verdict_from_name(std::string_view name);
 
+// "passed", "aborted", "not-started" ..., as they are typed.
+std::vector<std::string_view> verdict_words();
+
 // The verdicts of "VERDICT[,VERDICT]". A wrong name is told to `refuse`, which throws.
 std::vector<Verdict> verdicts_of(const std::string& list,
                                  const std::function<void(const std::string& why)>& refuse);

@@ -300,6 +300,48 @@ TEST_F(Launcher, HelpIsOfTheCommandThatItIsAskedOf) {
     EXPECT_EQ(launch("run /bin/sh -c 'echo $1' x --help").out, "--help\n");
 }
 
+// In a real shell, which finds what was installed when Tab is pressed.
+TEST_F(Launcher, BashCompletesItsCommandLines) {
+    write("cases/pulled out.toml", "");
+    write("cases/notes.txt", "");
+    const std::pair<std::string, std::string> lines[] = {
+        {"ru", "<run>"},
+        {"run --bo", "<run><--board>"},
+        {"run --board en", "<run><--board><engine>"},
+        {"run --board=en", "<run><--board=engine>"},
+        {"run --fault key-d", "<run><--fault><key-dead=>"},
+        {"run --fault=analog-cable=cr", "<run><--fault=analog-cable=crossed>"},
+        {"run --fault parallel-flaky=3:", "<run><--fault><parallel-flaky=3:5>"},
+        {"run --expect passed,unde", "<run><--expect><passed,undecided>"},
+        {"run --scenario=cases/", "<run><--scenario=cases/pulled out.toml>"},
+        {"run --record cas", "<run><--record><cases/>"},
+        {"run --quiet -- k4selft", "<run><--quiet><--><k4selftest>"},
+        {"run -- /bin/sh cases/n", "<run><--></bin/sh><cases/notes.txt>"},
+        {"faults --js", "<faults><--json>"},
+        {"faults aes-loc", "<faults><aes-lock-lost>"},
+        {"check cases/pu", "<check><cases/pulled out.toml>"},
+        {"help fau", "<help><faults>"},
+    };
+    std::string typed = ". /usr/share/bash-completion/bash_completion\n";
+    for (const auto& [line, becomes] : lines) // from its begin on: to be printed, not done
+        typed += "k4sim " + line + "\t\x01printf '<%s>' \n";
+    write("typed", typed);
+    const std::string bin = fs::path(K4_SIM).parent_path();
+    const CommandResult result =
+        shell("cmake --install " + bin +
+              " --component completion --prefix $PWD/home >install.txt && "
+              "PATH=" +
+              bin +
+              ":$PATH BASH_COMPLETION_USER_DIR=$PWD/home/share/bash-completion "
+              "bash --norc -i <typed");
+    for (const auto& [line, becomes] : lines)
+        EXPECT_THAT(result.out, testing::HasSubstr("<k4sim>" + becomes)) << line << result.error;
+    // Nothing is forgotten.
+    const std::string faults = launch("complete run --fault ''").out;
+    EXPECT_EQ(std::ranges::count(faults, '\n'),
+              nlohmann::json::parse(launch("faults --json").out).size());
+}
+
 TEST_F(Launcher, TellsOfAnEndThatIsNotThePrograms) {
     // What the device would report.
     write("deadlock", R"({"t":7,"source":"program","event":"deadlock"})"
