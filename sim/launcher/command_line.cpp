@@ -7,6 +7,7 @@
 #include "sim/launcher/listing.h"
 #include "sim/launcher/options.h"
 #include "sim/launcher/process.h"
+#include "sim/launcher/progress.h"
 #include "sim/launcher/record.h"
 #include "sim/launcher/verdict.h"
 
@@ -54,6 +55,12 @@ int own_status(const Observation& seen, ProcessEnd end) {
     return seen.limit ? status_limit : end.code;
 }
 
+// The line of its progress is gone before another is written.
+ProcessEnd run_shown(const Program& program, const Options& options, Record& record) {
+    Progress progress(!options.quiet, options.setup.pace);
+    return run_process(program, options.setup, record, progress);
+}
+
 // All checks come before the record, so that a run which can't be leaves nothing behind.
 int run(const Options& options) {
     const std::string folder = own_folder();
@@ -61,8 +68,7 @@ int run(const Options& options) {
     const std::string library = library_name(folder, check_program(options.program[0], path));
     Record record(options.record, options.demands);
     const Stopwatch stopwatch;
-    const ProcessEnd end =
-        run_process({path, options.program, folder, library}, options.setup, record);
+    const ProcessEnd end = run_shown({path, options.program, folder, library}, options, record);
     const Observation& seen = record.observation();
     const Outcome outcome{
         options.program[0],  judge(seen, end), end, never_struck(options.setup, seen),

@@ -118,7 +118,8 @@ const std::vector<Option>& run_options() {
         {"--record", "DIR", "keep events, pictures, console and report there", set_record},
         {"--expect", "VERDICT[,VERDICT]", "status 0 for one of these, 3 for any other run",
          set_expected},
-        {"--quiet", "", "no closing line", [](Options& o, auto&) { o.quiet = true; }},
+        {"--quiet", "", "no closing line, no line of progress",
+         [](Options& o, auto&) { o.quiet = true; }},
     };
     return options;
 }

@@ -13,6 +13,7 @@
 #include <csignal>
 #include <cstring>
 #include <fcntl.h>
+#include <poll.h>
 #include <string_view>
 #include <sys/eventfd.h>
 #include <sys/mman.h>
@@ -111,8 +112,17 @@ void read_to_end(int fd, Take take) {
     }
 }
 
-void read_report(int fd, Record& record) {
+// Also when nothing comes for long.
+void show_while_waiting(int fd, const Record& record, Progress& progress) {
+    pollfd waiting{fd, POLLIN, 0};
+    do
+        progress.look(record.observation());
+    while (poll(&waiting, 1, progress.patience_ms()) == 0);
+}
+
+void read_report(int fd, Record& record, Progress& progress) {
     std::string pending;
+    show_while_waiting(fd, record, progress);
     read_to_end(fd, [&](std::string_view bytes) {
         pending.append(bytes);
         std::size_t begin = 0;
@@ -120,6 +130,7 @@ void read_report(int fd, Record& record) {
              begin = end + 1)
             record.line(pending.substr(begin, end - begin));
         pending.erase(0, begin);
+        show_while_waiting(fd, record, progress);
     });
 }
 
@@ -154,7 +165,8 @@ void fill_and_seal(int file, const std::string& text) {
 
 } // namespace
 
-ProcessEnd run_process(const Program& program, const Setup& setup, Record& record) {
+ProcessEnd run_process(const Program& program, const Setup& setup, Record& record,
+                       Progress& progress) {
     Pipe report;
     Pipe complaints;
     Setup childs_setup = setup;
@@ -176,7 +188,7 @@ ProcessEnd run_process(const Program& program, const Setup& setup, Record& recor
     const WatchedStart watched = watch_start(child);
     int status = watched.wait_status;
     throw_complaint(program, complaints.reading());
-    read_report(report.reading(), record);
+    read_report(report.reading(), record, progress);
     if (watched.how == Start::device_loaded)
         while (waitpid(child, &status, 0) < 0 && errno == EINTR) {
         }

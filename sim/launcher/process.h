@@ -1,6 +1,7 @@
 // The program's process, with the device library loaded into it.
 #pragma once
 
+#include "sim/launcher/progress.h"
 #include "sim/launcher/record.h"
 #include "sim/launcher/verdict.h"
 #include "sim/setup.h"
@@ -18,10 +19,11 @@ struct Program {
 };
 
 // Runs the program to its end; its console is the launcher's own, what the library reports
-// goes to the record. It gets no new rights by any execution, and dies with the launcher. It does
-// not begin without the library: such a one is killed, and the result is marked `bare`.
-// A request to end the run (see signals.h) is the program's to answer. Throws UsageError when the
-// program can't be started.
-ProcessEnd run_process(const Program& program, const Setup& setup, Record& record);
+// goes to the record, which `progress` is shown. It gets no new rights by any execution, and dies
+// with the launcher. It does not begin without the library: such a one is killed, and the result is
+// marked `bare`. A request to end the run (see signals.h) is the program's to answer. Throws
+// UsageError when the program can't be started.
+ProcessEnd run_process(const Program& program, const Setup& setup, Record& record,
+                       Progress& progress);
 
 } // namespace k4sim

@@ -342,6 +342,38 @@ TEST_F(Launcher, BashCompletesItsCommandLines) {
               nlohmann::json::parse(launch("faults --json").out).size());
 }
 
+// As a terminal of another make draws it: below what is written, which stays as it is.
+TEST_F(Launcher, ShowsOnATerminalHowFarALongRunIs) {
+    const std::string run = " run --limit 30 -- " K4_PROGRAM " run";
+    const CommandResult quick = launch(run);
+    const auto letters = [](std::string text) {
+        std::erase_if(text, [](unsigned char c) { return std::isspace(c) != 0; });
+        return text;
+    };
+    const auto on_terminal = [&](const std::string& columns, const std::string& options) {
+        return nlohmann::json::parse(shell("TERM=xterm /usr/bin/python3 " K4_TERMINAL " " +
+                                           columns + " " K4_SIM +
+                                           std::string(run).insert(4, " " + options))
+                                         .out);
+    };
+    for (const auto& [columns, row] :
+         {std::pair{"80", "[0-9.]+ s  Par OK  Eth OK  Fro .*  USB OK  Ana Loop .*  AES .*"},
+          {"200", "[0-9.]+ s  ParallelPrt OK  Ethernet OK  Frontpanel .*  USB Ports OK  "
+                  "AnalogAudio Loop .*  AES/EBU (Wait for .* Hz 'LOCK'|OK)"}}) {
+        const auto shown = on_terminal(columns, "--pace 20");
+        const std::string text = shown.at("text"), raw = shown.at("raw");
+        const std::vector<std::string> last_row = shown.at("last_row");
+        EXPECT_EQ(letters(text), letters(quick.out + quick.error));
+        EXPECT_THAT(last_row, testing::Contains(testing::MatchesRegex(row)));
+        EXPECT_LE(static_cast<double>(last_row.size()), 10 * shown.at("seconds").get<double>() - 7);
+    }
+    for (const std::string options : {"--pace max", "--pace 20 --quiet"}) {
+        const auto shown = on_terminal("80", options);
+        EXPECT_TRUE(shown.at("raw").get<std::string>().find('\033') == std::string::npos ||
+                    (options == "--pace max" && shown.at("seconds") > 1));
+    }
+}
+
 TEST_F(Launcher, TellsOfAnEndThatIsNotThePrograms) {
     // What the device would report.
     write("deadlock", R"({"t":7,"source":"program","event":"deadlock"})"
