@@ -275,7 +275,7 @@ TEST_F(Launcher, ListsTheFaultsThatAPatternMatches) {
 
 // With examples that are good command lines, if of a longer run.
 TEST_F(Launcher, HelpIsOfTheCommandThatItIsAskedOf) {
-    write("case.toml", "");
+    fs::create_directory_symlink(K4_SCENARIOS, folder_.file("scenarios"));
     for (const std::string command : {"run", "check", "faults", "keys", "help"}) {
         const std::string help = launch("help " + command).out;
         EXPECT_TRUE(help.starts_with("k4sim " + command)) << help;

@@ -167,4 +167,23 @@ TEST_F(Scenario, IsAWholeCase) {
     EXPECT_EQ(launch(shell + "'printf cb; exit 7'").status, 3);
 }
 
+// Each shows what it is there for, and is content with nothing else.
+TEST_F(Scenario, WorkedExamplesShowAFailureOfEachUnit) {
+    std::string all;
+    for (const auto& entry : fs::directory_iterator(K4_SCENARIOS)) {
+        if (entry.path().extension() != ".toml") continue;
+        std::stringstream text;
+        text << std::ifstream(entry.path()).rdbuf();
+        all += text.str();
+        const std::string run = "run --scenario - -- " K4_PROGRAM " <" + entry.path().string();
+        EXPECT_EQ(launch(run).status, 0) << launch(run).error;
+        const CommandResult sound =
+            shell("sed 's/^do = \"[fc][la].*/do = \"press 7\"/' " + entry.path().string() +
+                  " | " K4_SIM " run --scenario - -- " K4_PROGRAM);
+        EXPECT_EQ(sound.status, 3) << entry << sound.error;
+    }
+    for (const std::string label : row_labels)
+        EXPECT_THAT(all, testing::HasSubstr("screen = \"" + label)) << label;
+}
+
 } // namespace
