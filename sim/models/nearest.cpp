@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cctype>
+#include <iterator>
 #include <numeric>
 #include <utility>
 
@@ -11,6 +12,9 @@ namespace {
 
 // What is longer is no slip of a word.
 constexpr std::size_t longest = 100;
+// What is shorter is part of too many.
+constexpr std::size_t shortest_part = 3;
+constexpr std::size_t most_offers = 3;
 
 bool same(char a, char b) {
     return std::tolower(static_cast<unsigned char>(a)) ==
@@ -32,24 +36,43 @@ std::size_t changes(std::string_view from, std::string_view to) {
     return row.back();
 }
 
-} // namespace
-
-std::string_view nearest(std::string_view wrong, const std::vector<std::string_view>& candidates) {
-    std::string_view best;
+std::vector<std::string_view> with_fewest_changes(std::string_view wrong,
+                                                  const std::vector<std::string_view>& candidates) {
+    std::vector<std::string_view> best;
     std::size_t fewest = longest;
-    if (wrong.size() > longest) return best;
     for (const std::string_view candidate : candidates) {
         const std::size_t count = changes(wrong, candidate);
-        if (count > candidate.size() / 2 || count >= fewest) continue;
-        best = candidate;
+        if (count > candidate.size() / 2 || count > fewest) continue;
+        if (count < fewest) best.clear();
+        best.push_back(candidate);
         fewest = count;
     }
     return best;
 }
 
+} // namespace
+
+std::vector<std::string_view> nearest_ones(std::string_view wrong,
+                                           const std::vector<std::string_view>& candidates) {
+    std::vector<std::string_view> best;
+    if (wrong.size() > longest) return best;
+    if (wrong.size() >= shortest_part)
+        std::ranges::copy_if(candidates, std::back_inserter(best), [&](std::string_view candidate) {
+            return candidate.find(wrong) != std::string_view::npos;
+        });
+    if (best.empty()) best = with_fewest_changes(wrong, candidates);
+    best.resize(std::min(best.size(), most_offers));
+    return best;
+}
+
+std::string_view nearest(std::string_view wrong, const std::vector<std::string_view>& candidates) {
+    const std::vector<std::string_view> best = nearest_ones(wrong, candidates);
+    return best.empty() ? std::string_view() : best.front();
+}
+
 std::string did_you_mean(std::string_view wrong, const std::vector<std::string_view>& candidates) {
-    const std::string_view right = nearest(wrong, candidates);
-    return right.empty() ? "" : "; did you mean " + std::string(right) + "?";
+    const std::vector<std::string_view> right = nearest_ones(wrong, candidates);
+    return right.empty() ? "" : "; did you mean " + alternatives(right) + "?";
 }
 
 std::string alternatives(const std::vector<std::string_view>& words) {

@@ -7,11 +7,16 @@
 
 namespace k4sim {
 
-// The candidate that takes the fewest changes of a letter, upper or lower case being the same; of
-// several the first. Empty when every one takes more changes than half of its letters.
+// The candidates that `wrong` is a part of; without any, those that take the fewest changes of a
+// letter, upper or lower case being the same, and no more than half of their letters. The first
+// three of them.
+std::vector<std::string_view> nearest_ones(std::string_view wrong,
+                                           const std::vector<std::string_view>& candidates);
+
+// The first of them; empty when there is none.
 std::string_view nearest(std::string_view wrong, const std::vector<std::string_view>& candidates);
 
-// "; did you mean RIGHT?" with the nearest; empty without one.
+// "; did you mean A, B or C?" with the nearest ones; empty without any.
 std::string did_you_mean(std::string_view wrong, const std::vector<std::string_view>& candidates);
 
 // "A, B or C".
