@@ -2,8 +2,6 @@
 
 #include "sim/launcher/commands.h"
 
-#include <algorithm>
-
 namespace k4sim {
 
 namespace {
