@@ -425,7 +425,7 @@ TEST_F(Launcher, EndsAProgramThatGoesOnForGood) {
 TEST_F(Launcher, NeitherASlowPaceNorALongRunIsAStandstill) {
     for (const auto& [line, status] :
          {std::pair{"run --pace 2 --stall 0.1 /bin/sleep 0.8", 0},
-          {"run --stall 0.2 --limit 3000 --operator none " K4_PROGRAM " run noanalog", 124}}) {
+          {"run --stall 0.5 --limit 4000 --operator none " K4_PROGRAM " run noanalog", 124}}) {
         const CommandResult result = launch(line);
         EXPECT_EQ(result.status, status) << result.error;
     }
