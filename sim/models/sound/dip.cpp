@@ -1,6 +1,7 @@
 #include "sim/models/sound/dip.h"
 
 #include <cmath>
+#include <initializer_list>
 #include <numbers>
 
 namespace k4sim {
