@@ -114,6 +114,21 @@ function(k4_library name)
   k4_instrument(${name})
 endfunction()
 
+# k4_embed(TARGET FILES...): a source of the target has each of these files as a text by
+# #include "FOLDER/FILE.inc", with FILE's path in the project. It must not hold ")k4embed".
+function(k4_embed target)
+  set(root ${CMAKE_BINARY_DIR}/embedded)
+  foreach(file ${ARGN})
+    file(REAL_PATH ${file} path)
+    file(RELATIVE_PATH name ${CMAKE_SOURCE_DIR} ${path})
+    set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${path})
+    file(READ ${path} text)
+    file(WRITE ${root}/${name}.new "R\"k4embed(${text})k4embed\"\n")
+    file(COPY_FILE ${root}/${name}.new ${root}/${name}.inc ONLY_IF_DIFFERENT)
+  endforeach()
+  target_include_directories(${target} PRIVATE ${root})
+endfunction()
+
 function(k4_public_headers target folder)
   set(root ${CMAKE_BINARY_DIR}/include/${folder})
   file(MAKE_DIRECTORY ${root})

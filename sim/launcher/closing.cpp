@@ -1,6 +1,7 @@
 #include "sim/launcher/closing.h"
 
 #include "sim/launcher/short_number.h"
+#include "sim/story/reasons.h"
 
 #include <algorithm>
 #include <array>
@@ -37,15 +38,10 @@ std::string rows_ok(const Observation& seen) {
     return std::to_string(ok) + " of " + std::to_string(seen.rows.size()) + " rows OK";
 }
 
-// Each row that does not read "OK", and what it read.
-std::string rows_left(const Observation& seen) {
-    std::vector<std::string> left;
-    for (const Observation::Row& row : seen.rows)
-        if (!row.label.empty() && row.status() != "OK")
-            left.push_back(row.label + (row.status().empty()
-                                            ? " stayed empty"
-                                            : " stayed at \"" + row.status() + "\""));
-    if (!left.empty()) return joined(left);
+// Each row that does not read "OK", what it read, and why.
+std::string rows_left(const Outcome& outcome, const Observation& seen) {
+    const std::string left = rows_not_ok(seen.rows, outcome.ledger);
+    if (!left.empty()) return left;
     return seen.rows.empty() ? "no row was ever seen" : rows_ok(seen);
 }
 
@@ -69,33 +65,11 @@ std::string why_died(const Outcome& outcome, const Observation& seen) {
         how += " died by signal " + std::to_string(outcome.end.code) + " (" +
                strsignal(outcome.end.code) + ")" + where_died(seen);
     else if (!seen.hopeless.empty())
-        how += " " + seen.hopeless + ",";
+        how += " " + seen.hopeless;
     else
         how += " ended with status " + std::to_string(outcome.end.code) +
-               " and no closing line that tells it,";
-    return how + " after " + virtual_seconds(seen);
-}
-
-std::string reason(const Outcome& outcome, const Observation& seen, const Setup& setup) {
-    switch (outcome.verdict) {
-    case Verdict::passed:
-        return rows_ok(seen) + " after " + virtual_seconds(seen) + " (" +
-               in_tenths(outcome.real_s) + " s)";
-    case Verdict::aborted:
-        return rows_left(seen);
-    case Verdict::not_started:
-        return "the " + std::string(units[static_cast<std::size_t>(255 - outcome.end.code)]) +
-               " test could not be started";
-    case Verdict::not_run:
-        return why_not_run(seen);
-    case Verdict::died:
-        return why_died(outcome, seen);
-    case Verdict::undecided:
-        break;
-    }
-    if (!seen.limit) return "nothing more was heard of the device after " + virtual_seconds(seen);
-    return "the run reached its limit of " + short_seconds(setup.limit_us) +
-           " virtual seconds: " + rows_left(seen);
+               " and no closing line that tells it";
+    return how;
 }
 
 std::string name_of(const FaultSetting& fault) {
@@ -109,7 +83,36 @@ std::ptrdiff_t failures(const Outcome& outcome) {
     return std::ranges::count(outcome.demands, false, &DemandResult::met);
 }
 
+// The whole record, or what is missing of it.
+std::string record_told(std::string_view folder, std::string_view gap) {
+    std::string words;
+    if (!folder.empty()) words.append("; record in ").append(folder);
+    if (!gap.empty()) words.append("; the record is cut: ").append(gap);
+    return words;
+}
+
 } // namespace
+
+std::string why(const Outcome& outcome, const Observation& seen, const Setup& setup) {
+    switch (outcome.verdict) {
+    case Verdict::passed:
+        return rows_ok(seen);
+    case Verdict::aborted:
+        return rows_left(outcome, seen);
+    case Verdict::not_started:
+        return "the " + std::string(units[static_cast<std::size_t>(255 - outcome.end.code)]) +
+               " test could not be started";
+    case Verdict::not_run:
+        return why_not_run(seen);
+    case Verdict::died:
+        return why_died(outcome, seen);
+    case Verdict::undecided:
+        break;
+    }
+    if (!seen.limit) return "nothing more was heard of the device";
+    return "the run reached its limit of " + short_seconds(setup.limit_us) +
+           " virtual seconds: " + rows_left(outcome, seen);
+}
 
 std::vector<std::string> never_struck(const Setup& setup, const Observation& seen) {
     std::vector<std::string> missing;
@@ -137,10 +140,13 @@ std::vector<std::string> failed_demands(const Outcome& outcome) {
     return lines;
 }
 
-std::string closing_line(const Outcome& outcome, const Observation& seen, const Setup& setup,
+std::string closing_line(const Outcome& outcome, const Observation& seen, std::string_view folder,
                          std::string_view gap) {
-    std::string line =
-        std::string(verdict_name(outcome.verdict)) + ": " + reason(outcome, seen, setup);
+    std::string line = std::string(verdict_name(outcome.verdict)) + ": " + outcome.why +
+                       (outcome.verdict == Verdict::passed ? " after " : ", after ") +
+                       virtual_seconds(seen) + " (" + in_tenths(outcome.real_s) + " s)";
+    if (const Margin* margin = smallest(outcome.ledger))
+        line += "; smallest margin " + in_words(*margin);
     if (!seen.unsafe().empty())
         line += "; the device is not left safe: " + joined(seen.unsafe()) + " on";
     if (!outcome.never_struck.empty()) line += "; never struck: " + joined(outcome.never_struck);
@@ -150,8 +156,7 @@ std::string closing_line(const Outcome& outcome, const Observation& seen, const 
     if (!outcome.end.devices_guarded)
         line +=
             "; this kernel has no Landlock: only seccomp kept the program from the real machine";
-    if (!gap.empty()) line.append("; the record is cut: ").append(gap);
-    return line;
+    return line + record_told(folder, gap);
 }
 
 } // namespace k4sim

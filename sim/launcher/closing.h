@@ -24,10 +24,13 @@ bool as_expected(const Outcome& outcome, const std::vector<Verdict>& expected,
 // "s.toml:12: screen "OK" within 30 s: not seen by 30 s".
 std::vector<std::string> failed_demands(const Outcome& outcome);
 
-// The verdict and its reason in one line without line end: "PASSED: 6 of 6 rows OK after ...".
-// Then what else there is to know: a device that is not left safe, what never struck, and the
-// gap of the record.
-std::string closing_line(const Outcome& outcome, const Observation& seen, const Setup& setup,
+// Why the run came out so: "6 of 6 rows OK". Asks for verdict, end and ledger of the outcome.
+std::string why(const Outcome& outcome, const Observation& seen, const Setup& setup);
+
+// Verdict, reason, virtual and real seconds and the smallest margin in one line without line end:
+// "PASSED: 6 of 6 rows OK after ...". Then what else there is to know: a device that is not left
+// safe, what never struck, the folder of the record, and the gap of it. Either may be empty.
+std::string closing_line(const Outcome& outcome, const Observation& seen, std::string_view folder,
                          std::string_view gap);
 
 } // namespace k4sim

@@ -9,7 +9,9 @@
 #include "sim/launcher/process.h"
 #include "sim/launcher/progress.h"
 #include "sim/launcher/record.h"
+#include "sim/launcher/retelling.h"
 #include "sim/launcher/verdict.h"
+#include "sim/story/differences.h"
 
 #include <chrono>
 #include <cstdio>
@@ -20,6 +22,7 @@ namespace k4sim {
 
 namespace {
 
+constexpr int status_differs = 1;
 constexpr int status_unusable = 2;
 constexpr int status_unexpected = 3;
 constexpr int status_limit = 124;
@@ -37,6 +40,12 @@ int print(const std::string& text) {
 int list_faults(const Options& options) {
     const std::vector<const Fault*> faults = matching_faults(options.pattern);
     return print(options.json ? faults_as_json(faults) : faults_as_text(faults));
+}
+
+int differ(const Options& options) {
+    const Differences found = differences_of(options.files[0], options.files[1]);
+    print(found.text);
+    return found.any ? status_differs : 0;
 }
 
 // Real time.
@@ -70,9 +79,14 @@ int run(const Options& options) {
     const Stopwatch stopwatch;
     const ProcessEnd end = run_shown({path, options.program, folder, library}, options, record);
     const Observation& seen = record.observation();
-    const Outcome outcome{
-        options.program[0],  judge(seen, end), end, never_struck(options.setup, seen),
-        stopwatch.seconds(), record.demands()};
+    Outcome outcome{options.program[0],
+                    judge(seen, end),
+                    end,
+                    never_struck(options.setup, seen),
+                    stopwatch.seconds(),
+                    record.demands(),
+                    ledger_of(record.story())};
+    outcome.why = why(outcome, seen, options.setup);
     record.tidy_events();
     write_reports(record, outcome);
     record.finish();
@@ -81,7 +95,7 @@ int run(const Options& options) {
     if (!options.quiet) {
         for (const std::string& line : failed_demands(outcome))
             std::fprintf(stderr, "k4sim: %s\n", line.c_str());
-        const std::string line = closing_line(outcome, seen, options.setup, gap);
+        const std::string line = closing_line(outcome, seen, options.record, gap);
         std::fprintf(stderr, "k4sim: %s%s\n", line.c_str(), met ? "" : "; not as expected");
     }
     if (!met) return status_unexpected;
@@ -98,6 +112,10 @@ int carry_out(int argc, char** argv) {
             return run(options);
         case Command::check:
             return print(scenario_as_text(options));
+        case Command::report:
+            return print(write_page(options.files[0]) + "\n");
+        case Command::diff:
+            return differ(options);
         case Command::faults:
             return list_faults(options);
         case Command::keys:

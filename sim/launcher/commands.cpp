@@ -171,6 +171,11 @@ void take_check(Options& options, const std::vector<Said>&,
     read_scenario(options.scenario, options);
 }
 
+void take_files(Options& options, const std::vector<Said>&,
+                const std::vector<std::string>& operands) {
+    options.files = operands;
+}
+
 void take_faults(Options& options, const std::vector<Said>& said,
                  const std::vector<std::string>& operands) {
     for (const auto& [option, value] : said)
@@ -232,6 +237,25 @@ const std::vector<CommandForm>& commands() {
          1,
          1,
          take_check},
+        {Command::report,
+         "report",
+         "DIR|FILE",
+         "writes the page of a record, or of a saved console",
+         {},
+         {{"report build/run", "build/run/report.html anew, also of an older record"},
+          {"report tty.log", "tty.log.html, from what \"k4selftest run | tee tty.log\" kept"}},
+         1,
+         1,
+         take_files},
+        {Command::diff,
+         "diff",
+         "DIR DIR",
+         "tells where two runs part, with status 1 when they do",
+         {},
+         {{"diff build/one build/two", "the first different event, rows and margins"}},
+         2,
+         2,
+         take_files},
         {Command::faults,
          "faults",
          "[PATTERN]",

@@ -63,6 +63,25 @@ std::optional<bool> Json::flag(std::string_view name) const {
     return found->get<bool>();
 }
 
+std::optional<double> Json::number(std::string_view name) const {
+    const auto found = value_->json.find(name);
+    if (found == value_->json.end() || !found->is_number()) return std::nullopt;
+    return found->get<double>();
+}
+
+std::vector<Json> Json::list(std::string_view name) const {
+    std::vector<Json> values;
+    const auto found = value_->json.find(name);
+    if (found == value_->json.end() || !found->is_array()) return values;
+    for (const Library& value : *found)
+        values.push_back(Json(std::make_unique<Value>(value)));
+    return values;
+}
+
+std::string Json::as_text() const {
+    return value_->json.is_string() ? value_->json.get<std::string>() : "";
+}
+
 Json& Json::add(const Json& value) {
     value_->json.push_back(value.value_->json);
     return *this;

@@ -7,6 +7,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace k4sim {
 
@@ -38,6 +39,12 @@ public:
     std::optional<std::string> text(std::string_view name) const;
     std::optional<std::int64_t> integer(std::string_view name) const;
     std::optional<bool> flag(std::string_view name) const;
+    std::optional<double> number(std::string_view name) const;
+    // The values of an array; none when there is no such member.
+    std::vector<Json> list(std::string_view name) const;
+
+    // Empty when it is no text.
+    std::string as_text() const;
 
     // Of an array: one more value at its end.
     Json& add(const Json& value);

@@ -23,7 +23,7 @@ private:
     std::string message_;
 };
 
-enum class Command { run, check, faults, keys, help, complete };
+enum class Command { run, check, report, diff, faults, keys, help, complete };
 
 struct Options {
     Command command = Command::help;
@@ -35,6 +35,7 @@ struct Options {
     std::vector<std::string> program;   // with its arguments
     std::vector<std::string> arguments; // of a scenario: of a program that is given none
     std::string scenario;               // the file to check
+    std::vector<std::string> files;     // to report on, or to compare
     std::string pattern;                // of faults; empty: all
     bool json = false;                  // list them for a program
     std::vector<std::string> words;     // to complete

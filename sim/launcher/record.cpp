@@ -111,6 +111,7 @@ void Record::line(const std::string& text) {
         note_on("display", std::ranges::any_of(*picture, [](int grey) { return grey != 0; }));
         if (folder_.keeps()) event->set("file", keep(*picture, *what));
     }
+    story_.see(*t, *event);
     if (!folder_.keeps()) return;
     times_.push_back(*t);
     folder_.append(events_file, event->dump() + "\n");
@@ -144,6 +145,13 @@ std::vector<DemandResult> Record::demands() const {
     for (const DemandWatch& demand : demands_)
         results.push_back(demand.result(observation_.duration_us));
     return results;
+}
+
+Story Record::story() const {
+    Story story = story_;
+    story.rows = observation_.rows;
+    story.close();
+    return story;
 }
 
 void Record::finish() {

@@ -5,6 +5,7 @@
 #include "sim/launcher/record_folder.h"
 #include "sim/models/panel/oled.h"
 #include "sim/models/surroundings.h"
+#include "sim/story/story.h"
 
 #include <map>
 #include <optional>
@@ -34,18 +35,8 @@ struct Observation {
     };
     std::optional<Death> death;
     Microseconds duration_us = 0; // the latest time of an event
-    // A status row and every text that stood there, with the time when it came; at least one,
-    // which may be empty.
-    struct Text {
-        Microseconds at_us = 0;
-        std::string text;
-    };
-    struct Row {
-        std::string label;
-        std::vector<Text> texts;
-
-        const std::string& status() const { return texts.back().text; }
-    };
+    using Text = StatusText;
+    using Row = StatusRow;
     std::vector<Row> rows;
     // What is on, as the models saw it last: "phantom power of input 1", "boost of input 2",
     // "tone", "display".
@@ -80,6 +71,13 @@ public:
     // half a second late.
     void tidy_events();
 
+    // All that was seen until now, as it can be told.
+    Story story() const;
+
+    // What a file of the record holds.
+    std::string content(const std::string& name) const { return folder_.content(name); }
+    const std::string& folder() const { return folder_.path(); }
+
     // Nothing more is written: marks a record that has no gap as complete.
     void finish();
 
@@ -101,6 +99,7 @@ private:
 
     RecordFolder folder_;
     Observation observation_;
+    Story story_;
     std::vector<DemandWatch> demands_;
     std::vector<Microseconds> times_;          // of the lines of events.jsonl
     std::string planned_;                      // what of the setup came last

@@ -29,7 +29,7 @@ bool all_digits(std::string_view text) {
 bool belongs_to_record(std::string_view name) {
     if (name.ends_with(part_suffix)) name.remove_suffix(part_suffix.size());
     if (name == "events.jsonl" || name == "console.txt" || name == "report.json" ||
-        name == "report.xml" || name == "oled-final.png")
+        name == "report.xml" || name == "report.html" || name == "oled-final.png")
         return true;
     constexpr std::string_view head = "oled-", tail = ".png";
     return name.size() > head.size() + tail.size() && name.starts_with(head) &&
@@ -60,6 +60,16 @@ std::string reason() { return std::string(" (") + std::strerror(errno) + ")"; }
 
 } // namespace
 
+bool write_whole(const std::string& path, std::string_view bytes) {
+    const std::string part = path + std::string(part_suffix);
+    if (write_file(part, O_TRUNC, bytes) && std::rename(part.c_str(), path.c_str()) == 0)
+        return true;
+    const int error = errno;
+    unlink(part.c_str());
+    errno = error;
+    return false;
+}
+
 RecordFolder::RecordFolder(std::string path) : path_(std::move(path)) {
     if (!keeps()) return;
     std::error_code error;
@@ -83,11 +93,7 @@ void RecordFolder::append(const std::string& name, std::string_view bytes) {
 
 void RecordFolder::write(const std::string& name, std::string_view bytes) {
     if (!keeps()) return;
-    const std::string whole = path_ + "/" + name;
-    const std::string part = whole + std::string(part_suffix);
-    if (write_file(part, O_TRUNC, bytes) && std::rename(part.c_str(), whole.c_str()) == 0) return;
-    note_failure();
-    unlink(part.c_str());
+    if (!write_whole(path_ + "/" + name, bytes)) note_failure();
 }
 
 std::string RecordFolder::content(const std::string& name) const {

@@ -10,6 +10,9 @@ namespace k4sim {
 // after a launcher that was killed.
 inline constexpr std::string_view marker_name = "k4sim-record";
 
+// A whole file, with all its bytes or not at all; false, with errno, when it can't be written.
+bool write_whole(const std::string& path, std::string_view bytes);
+
 class RecordFolder {
 public:
     // Made with its parents if need be. The files of an earlier record in it go, and nothing

@@ -3,6 +3,7 @@
 #include "sim/launcher/json.h"
 #include "sim/launcher/short_number.h"
 #include "sim/models/nearest.h"
+#include "sim/story/sources.h"
 
 #include <algorithm>
 #include <array>
@@ -105,7 +106,7 @@ Json unit_of(const Observation::Row& row) {
         .set("texts", texts);
 }
 
-std::string json_report(const Record& record, const Outcome& outcome) {
+Json json_report(const Record& record, const Outcome& outcome) {
     const Observation& seen = record.observation();
     const ProcessEnd end = outcome.end;
     Json rows = Json::array();
@@ -113,17 +114,17 @@ std::string json_report(const Record& record, const Outcome& outcome) {
         rows.add(unit_of(row));
     Json report = Json::object();
     report.set("verdict", verdict_name(reported(record, outcome)))
+        .set("why", outcome.why)
         .set("record", record.gap().empty() ? "complete" : "cut")
         .set(end.by_signal ? "signal" : "status", end.code);
     if (end.by_signal && seen.death) report.set("death", death_of(*seen.death));
     if (!outcome.demands.empty()) report.set("demands", demands_of(outcome.demands));
     return report.set("seconds", in_seconds(seen.duration_us))
-               .set("left_safe", seen.unsafe().empty())
-               .set("left_on", list_of(seen.on))
-               .set("never_struck", list_of(outcome.never_struck))
-               .set("units", rows)
-               .dump(2) +
-           "\n";
+        .set("left_safe", seen.unsafe().empty())
+        .set("left_on", list_of(seen.on))
+        .set("never_struck", list_of(outcome.never_struck))
+        .set("units", rows)
+        .set("margins", as_json(outcome.ledger));
 }
 
 struct Case {
@@ -225,7 +226,13 @@ std::vector<Verdict> verdicts_of(const std::string& list,
 void write_reports(Record& record, const Outcome& outcome) {
     const Observation& seen = record.observation();
     record.write_file("report.xml", xml_report(seen, reported(record, outcome), outcome.demands));
-    record.write_file("report.json", json_report(record, outcome));
+    if (!record.folder().empty()) {
+        const auto file = [&record](const std::string& name) { return record.content(name); };
+        record.write_file("report.html",
+                          page_of(telling_of(record.folder(), json_report(record, outcome),
+                                             record.story(), file)));
+    }
+    record.write_file("report.json", json_report(record, outcome).dump(2) + "\n");
 }
 
 } // namespace k4sim

@@ -3,6 +3,7 @@
 
 #include "sim/launcher/demand.h"
 #include "sim/launcher/record.h"
+#include "sim/story/margins.h"
 
 #include <functional>
 #include <optional>
@@ -52,11 +53,13 @@ struct Outcome {
     std::vector<std::string> never_struck; // faults and steps of the setup
     double real_s = 0;
     std::vector<DemandResult> demands{};
+    std::vector<Margin> ledger{};
+    std::string why{}; // it came out so, in words
 };
 
-// report.xml and report.json in the record's folder. JUnit: one case a status row, failed
-// when its last text is not "OK"; its time is that from its first text to this one. Where no row
-// was ever seen, or none tells why the run did not pass, the run itself is a case. So is each
+// report.xml, report.html and report.json in the record's folder. JUnit: one case a status row,
+// failed when its last text is not "OK"; its time is that from its first text to this one. Where no
+// row was ever seen, or none tells why the run did not pass, the run itself is a case. So is each
 // demand. Of a record that has a gap no pass is reported.
 void write_reports(Record& record, const Outcome& outcome);
 

@@ -147,10 +147,10 @@ TEST_F(Scenario, IsAWholeCase) {
                                             std::string(options) + " -- " + K4_PROGRAM);
         EXPECT_EQ(result.status, met ? 0 : 3);
         EXPECT_THAT(result.error, testing::ContainsRegex(
-                                      met ? "^k4sim: UNDECIDED: [^;]*\n$"
+                                      met ? "^k4sim: UNDECIDED: [^\n]*; record in record\n$"
                                           : "^k4sim: s\\.toml:10: .*: " + std::string(failure) +
-                                                "\nk4sim: UNDECIDED: .*; 1 of 1 demands "
-                                                "failed; not as expected\n$"));
+                                                "\nk4sim: UNDECIDED: .*; 1 of 1 demands failed; "
+                                                "record in record; not as expected\n$"));
         if (*words == '\0') continue;
         EXPECT_EQ(report().at("demands").at(0).at("demand"), words);
         EXPECT_EQ(report().at("demands").at(0).at("met"), met);
