@@ -9,6 +9,7 @@
 #include "sim/launcher/repeats.h"
 #include "sim/launcher/verdict.h"
 #include "sim/machine/report.h"
+#include "sim/story/events.h"
 
 #include <fstream>
 #include <gmock/gmock.h>
@@ -104,6 +105,10 @@ TEST(Repeats, AreWrittenOnceAndLoseNothing) {
             events[i].text = lines[i];
         const std::string folded = fold_repeats(events);
         ASSERT_EQ(unfolded_events(folded), unfolded_events(text));
+        std::string told;
+        for (const Event& event : read_events(folded))
+            told += R"({"t":)" + std::to_string(event.t) + "," + event.what->text.substr(1) + "\n";
+        ASSERT_EQ(told, text);
         written += static_cast<std::size_t>(std::ranges::count(folded, '\n'));
     }
     EXPECT_LT(written, 300 * 100 * 2 / 3);
@@ -138,10 +143,11 @@ TEST_F(RecordTest, ReportsTheTextsOfEachUnitAndWhenTheyCame) {
     write_reports(record, {"x", Verdict::aborted, {true, 11}, {"step 2"}});
     nlohmann::json report = nlohmann::json::parse(read("report.json"));
     const nlohmann::json units = std::exchange(report.at("units"), nlohmann::json::array());
-    EXPECT_EQ(report, nlohmann::json::parse(R"({"verdict": "ABORTED", "record": "cut", "signal": 11,
+    EXPECT_EQ(report, nlohmann::json::parse(
+                          R"({"verdict": "ABORTED", "why": "", "record": "cut", "signal": 11,
                   "death": {"thread": 2, "address": "0x7", "place": "an unknown place"}, "seconds": 5.0,
                   "left_safe": true, "left_on": [], "never_struck": ["step 2"],
-                  "units": []})"));
+                  "units": [], "margins": []})"));
     EXPECT_EQ(units.size(), 6);
     EXPECT_EQ(units[0], nlohmann::json::parse(R"({"name": "ParallelPrt", "status": "OK",
                   "first_change": 1.0, "last_change": 2.0,
