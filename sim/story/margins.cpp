@@ -33,10 +33,14 @@ struct Account {
 
 double hundredths(double number) { return std::round(number * 100) / 100; }
 
+std::optional<double> hundredths(std::optional<double> number) {
+    return number ? std::optional(hundredths(*number)) : std::nullopt;
+}
+
 // `distance` from the limit is what is left of it: the worst is the smallest.
 struct Worst {
-    std::optional<double> value;
-    double limit = 0, distance = 0;
+    std::optional<double> value, limit;
+    double distance = 0;
     Microseconds at_us = 0;
 
     void see(double seen, double its_limit, double left, Microseconds t) {
@@ -220,8 +224,9 @@ std::set<int> good_sweeps(const Readings& readings) {
 // Its level is on no console, only whether it was there.
 void add_loop(Account& told) {
     const Readings& readings = told.readings;
-    Margin margin{"AnalogAudio", "tone over the cable", "dB",
-                  hundredths(readings.nominal_swing - loop_below_nominal_db)};
+    Margin margin{"AnalogAudio", "tone over the cable", "dB"};
+    if (readings.nominal_swing)
+        margin.limit = hundredths(*readings.nominal_swing - loop_below_nominal_db);
     if (readings.analysed)
         margin.state = State::met;
     else if (readings.asked_us)
@@ -240,7 +245,8 @@ void add_gain(Account& told) {
         add_counted(told, sweeps, static_cast<double>(good.size()), readings.tones.back().at_us);
     for (const double hertz : sweep_hz)
         for (std::size_t input = 0; input < 2; ++input) {
-            Worst worst{{}, readings.lowest};
+            Worst worst;
+            if (!readings.tones.empty()) worst.limit = readings.lowest;
             for (const Tone& tone : readings.tones) {
                 if (tone.hertz != hertz || (passed && !good.contains(tone.sweep))) continue;
                 const double level = tone.rms[input];
@@ -310,7 +316,7 @@ void add_locks(Account& told) {
 
 bool is_measured(const Margin& margin) { return margin.kind == Margin::Kind::measured; }
 
-double share(const Margin& margin) { return *margin.distance / margin.limit; }
+double share(const Margin& margin) { return *margin.distance / *margin.limit; }
 
 } // namespace
 
@@ -346,7 +352,7 @@ std::string in_words(const Margin& margin) {
     const std::string distance = short_number(margin.distance.value_or(0));
     if (is_measured(margin)) return distance + " " + margin.in + " (" + margin.quantity + ")";
     return distance + " (" + margin.quantity + ": " + short_number(margin.worst.value_or(0)) +
-           " of " + short_number(margin.limit) + ")";
+           " of " + short_number(margin.limit.value_or(0)) + ")";
 }
 
 std::string_view name_of(State state) {

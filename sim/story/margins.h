@@ -21,8 +21,8 @@ struct Margin {
 
     std::string unit; // the status row
     std::string quantity;
-    std::string in; // "dB", "s", or what is counted
-    double limit = 0;
+    std::string in;                // "dB", "s", or what is counted
+    std::optional<double> limit{}; // empty: not told, as what it is reckoned from was not
     State state = State::not_judged;
     std::optional<double> worst{};
     std::optional<double> distance{}; // of the worst value from the limit; negative: beyond it

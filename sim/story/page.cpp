@@ -321,8 +321,8 @@ Json as_json(const std::vector<Margin>& ledger) {
                          .set("unit", margin.unit)
                          .set("quantity", margin.quantity)
                          .set("in", margin.in)
-                         .set("limit", margin.limit)
                          .set("state", name_of(margin.state));
+        if (margin.limit) entry.set("limit", *margin.limit);
         if (margin.worst)
             entry.set("worst", *margin.worst)
                 .set("distance", *margin.distance)

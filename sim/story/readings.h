@@ -37,7 +37,7 @@ struct Readings {
     std::vector<Quiet> quiet;
     std::vector<Tone> tones;
     std::optional<Microseconds> asked_us; // for the cable of the loop: the silence was good
-    double nominal_swing = 0;             // of the loop
+    std::optional<double> nominal_swing;  // of the loop
     bool analysed = false;                // the loop: its tone was there
     double lowest = 0, highest = 0;       // of a good tone; of the last tones that were told
     std::vector<Microseconds> lost_locks;

@@ -5,6 +5,7 @@
 #include "sim/story/sources.h"
 
 #include <algorithm>
+#include <cmath>
 #include <gmock/gmock.h>
 #include <nlohmann/json.hpp>
 #include <sstream>
@@ -80,6 +81,7 @@ TEST(Margins, AreThoseOfTheTriesThatDecided) {
         {story_of(passed), "DC of input 2", "met -46.5 1.5 at 2"},
         {story_of({quiet(-80, -60), quiet(-70, -44)}), "DC of input 2", "missed -44 -1 at 2"},
         {story_of({"Silence: RMS= -inf"}), "noise of input 1", "not judged"},
+        {story_of({quiet(-INFINITY, -60)}), "noise of input 1", "met -200 122 at 1"},
         {story_of(passed), "quiet cycles in a row", "met 8 0 at 9"},
         {story_of({quiet(-80, -60), quiet(-80, -60), quiet(-70, -60), quiet(-80, -60)}),
          "quiet cycles in a row", "missed 2 -6 at 2"},
@@ -161,7 +163,7 @@ TEST(Page, OfALongRunIsSmallAndSaysWhatIsLeftOut) {
         story.pictures.push_back({t, "oled-" + std::to_string(i) + ".png"});
         story.locks.push_back({t, i});
     }
-    story.pictures.push_back({30'000 * second, "../oled-secret.png"});
+    story.pictures.push_back({30'000 * second, "oled-/../../secret.png"});
     story.rows = {{"USB Ports", std::vector<StatusText>(9'000, {0, "In progress: 1"})}};
     story.end_us = 30'000 * second;
     story.close();

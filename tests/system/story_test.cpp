@@ -122,6 +122,8 @@ TEST_F(StoryOfARun, IsComparedWithAnother) {
     for (const char* line : {"\n! verdict +PASSED +ABORTED\n", "\n  ParallelPrt +\"OK\" from",
                              "\n! Frontpanel: keys and steps.* 22 keys .* 21 keys \\(-1\\)\n"})
         EXPECT_THAT(result.out, ContainsRegex(line));
+    shell("cp -r b d; sed -i s/PASSED/ABORTED/ d/report.json");
+    EXPECT_EQ(launch("diff a d").status, 1); // though the events are the same
     shell("cp b/oled-0002.png b/oled-0005.png");
     result = launch("diff a b");
     EXPECT_EQ(result.status, 1);

@@ -83,11 +83,11 @@ let time_scale = (t) => t;
 let hand = null;
 
 function draw_row(row, y, drawing) {
-  const rows_end = run.end;
   drawing.append(svg("text", {x: 0, y: y + 15}, row.name));
   row.texts.forEach(([t, text], i) => {
     const last = i + 1 === row.texts.length;
-    const x = time_scale(t), width = time_scale(last ? rows_end : row.texts[i + 1][0]) - x;
+    const x = time_scale(t), next = time_scale(last ? run.end : row.texts[i + 1][0]);
+    const width = Math.max(next - x, last ? 6 : 0); // so that the last one is seen, however short
     if (text === "" || width <= 0) return;
     const ok = text === "OK";
     const colours = ok ? ["--ok", "--on-ok"] : last ? ["--bad", "--on-bad"] : ["--between", "--ink"];
