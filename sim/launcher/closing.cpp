@@ -40,7 +40,7 @@ std::string rows_ok(const Observation& seen) {
 
 // Each row that does not read "OK", what it read, and why.
 std::string rows_left(const Outcome& outcome, const Observation& seen) {
-    const std::string left = rows_not_ok(seen.rows, outcome.ledger);
+    std::string left = rows_not_ok(seen.rows, outcome.ledger);
     if (!left.empty()) return left;
     return seen.rows.empty() ? "no row was ever seen" : rows_ok(seen);
 }

@@ -27,7 +27,7 @@ bool may_replace(const std::string& name) {
 
 std::string write_page(const std::string& path) {
     const bool record = std::filesystem::is_directory(path);
-    const std::string name = path + (record ? "/report.html" : ".html");
+    std::string name = path + (record ? "/report.html" : ".html");
     const std::string page =
         page_of(record ? read_record(path) : read_console(path, read_file(path)));
     if (!may_replace(name))
