@@ -10,7 +10,6 @@
 
 namespace k4sim {
 
-inline constexpr std::int64_t ns_per_us = 1000;
 inline constexpr std::int64_t ns_per_second = 1'000'000'000;
 
 // The unit of times(): sysconf(_SC_CLK_TCK) is 100 on Linux.

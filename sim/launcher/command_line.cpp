@@ -11,6 +11,7 @@
 #include "sim/launcher/record.h"
 #include "sim/launcher/retelling.h"
 #include "sim/launcher/verdict.h"
+#include "sim/launcher/wire_file.h"
 #include "sim/story/differences.h"
 
 #include <chrono>
@@ -65,9 +66,9 @@ int own_status(const Observation& seen, ProcessEnd end) {
 }
 
 // The line of its progress is gone before another is written.
-ProcessEnd run_shown(const Program& program, const Options& options, Record& record) {
-    Progress progress(!options.quiet, options.setup.pace);
-    return run_process(program, options.setup, record, progress);
+ProcessEnd run_shown(const Program& program, const Setup& setup, bool quiet, Record& record) {
+    Progress progress(!quiet, setup.pace);
+    return run_process(program, setup, record, progress);
 }
 
 // All checks come before the record, so that a run which can't be leaves nothing behind.
@@ -75,9 +76,13 @@ int run(const Options& options) {
     const std::string folder = own_folder();
     const std::string path = find_program(options.program[0], folder);
     const std::string library = library_name(folder, check_program(options.program[0], path));
+    Setup setup = options.setup;
+    const WireFile wires(options.vcd, setup.board);
+    setup.wires_fd = wires.descriptor();
     Record record(options.record, options.demands);
     const Stopwatch stopwatch;
-    const ProcessEnd end = run_shown({path, options.program, folder, library}, options, record);
+    const ProcessEnd end =
+        run_shown({path, options.program, folder, library}, setup, options.quiet, record);
     const Observation& seen = record.observation();
     Outcome outcome{options.program[0],
                     judge(seen, end),

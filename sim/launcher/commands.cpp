@@ -59,6 +59,11 @@ std::int64_t some_time(const std::string& option, const std::string& value) {
     return time_us;
 }
 
+void set_vcd(Options& options, const std::string& value) {
+    if (value.empty()) throw UsageError("--vcd needs the name of a file");
+    options.vcd = value;
+}
+
 void set_record(Options& options, const std::string& value) {
     if (value.empty()) throw UsageError("--record needs the name of a folder");
     options.record = value;
@@ -116,6 +121,7 @@ const std::vector<Option>& run_options() {
         {"--stall", "SECONDS", "real time without virtual time: the end, status 125 (20)",
          [](Options& o, auto& value) { o.setup.stall_us = some_time("--stall", value); }},
         {"--record", "DIR", "keep events, pictures, console and report there", set_record},
+        {"--vcd", "FILE", "the wires as a Value Change Dump, for a viewer of signals", set_vcd},
         {"--expect", "VERDICT[,VERDICT]", "status 0 for one of these, 3 for any other run",
          set_expected},
         {"--quiet", "", "no closing line, no line of progress",

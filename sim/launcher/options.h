@@ -29,6 +29,7 @@ struct Options {
     Command command = Command::help;
     Setup setup;
     std::string record;                 // folder; empty: no record
+    std::string vcd;                    // file for the wires; empty: none
     std::vector<Verdict> expected;      // empty: the status is the program's own
     bool quiet = false;                 // no closing line
     std::vector<Demand> demands;        // of the scenario

@@ -64,6 +64,7 @@ struct Ends {
     int claim;
     int setup;
     int complaints;
+    int wires; // -1: none
 };
 
 // In the child. What is set here stays through every execution.
@@ -72,7 +73,8 @@ struct Ends {
                          const Guard& guard, pid_t launcher) {
     if (dup2(ends.report, report_descriptor) < 0 ||
         dup2(ends.folder, library_folder_descriptor) < 0 ||
-        dup2(ends.claim, claim_descriptor) < 0 || dup2(ends.setup, setup_descriptor) < 0)
+        dup2(ends.claim, claim_descriptor) < 0 || dup2(ends.setup, setup_descriptor) < 0 ||
+        (ends.wires >= 0 && dup2(ends.wires, wires_descriptor) < 0))
         fail(ends.complaints, "no descriptors for the virtual device");
     if (prctl(PR_SET_PDEATHSIG, SIGKILL) != 0) fail(ends.complaints, "it would outlive k4sim");
     if (getppid() != launcher) _exit(1); // which was gone before
@@ -171,6 +173,7 @@ ProcessEnd run_process(const Program& program, const Setup& setup, Record& recor
     Pipe complaints;
     Setup childs_setup = setup;
     childs_setup.report_fd = report_descriptor;
+    if (setup.wires_fd >= 0) childs_setup.wires_fd = wires_descriptor;
     const Descriptor folder(open(program.library_folder.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC),
                             program.library_folder);
     const Descriptor claim(eventfd(1, EFD_NONBLOCK | EFD_CLOEXEC), "the claim to the device");
@@ -179,9 +182,9 @@ ProcessEnd run_process(const Program& program, const Setup& setup, Record& recor
     fill_and_seal(sealed.number(), encode(childs_setup));
     const Guard guard;
     RunSignals signals;
-    const pid_t child = start(
-        program, signals, guard,
-        {report.writing(), folder.number(), claim.number(), sealed.number(), complaints.writing()});
+    const pid_t child = start(program, signals, guard,
+                              {report.writing(), folder.number(), claim.number(), sealed.number(),
+                               complaints.writing(), setup.wires_fd});
     signals.release_in_launcher(child);
     report.close_writing();
     complaints.close_writing();

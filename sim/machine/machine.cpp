@@ -126,6 +126,7 @@ bool Machine::thread_create_fails() {
 
 void Machine::record(const Setup& setup) {
     report_.open(setup.report_fd);
+    if (setup.wires_fd >= 0) wires_.open(setup.wires_fd, setup.board);
     reset(setup);
 }
 
@@ -141,6 +142,7 @@ bool Machine::claim() {
                                        "which is for one process\n");
         return false;
     }
+    wires_.write_on();
     if (!kept_report_.empty()) write_fully(report_.descriptor(), kept_report_);
     kept_report_.clear();
     return true;
@@ -148,6 +150,7 @@ bool Machine::claim() {
 
 void Machine::leave_record() {
     claim_.forget();
+    wires_.leave();
     first_ = false;
     kept_report_.clear();
     if (!claim_.shared()) report_.close();
@@ -169,6 +172,7 @@ void Machine::end_record(std::string_view how) {
     picture_watch_->end();
     event("oled", "final-picture", {{"pixels", picture_text(*device_)}});
     event("program", how);
+    wires_.end(now() * ns_per_us);
     report_.close();
 }
 
@@ -194,6 +198,7 @@ void Machine::report_death(const Death& death) {
     FixedLine picture(now(), "oled", "final-picture");
     picture.set_text("pixels", {pixels.data(), pixels.size()});
     picture.write_to(report_.descriptor());
+    wires_.end(now() * ns_per_us);
     report_.close();
 }
 

@@ -53,7 +53,7 @@ std::unique_ptr<Cpld> make_cpld(Board board, I2cBus& bus, Panel& panel, SoundCar
     case Board::plain:
         return std::make_unique<CpldHss>(panel, surroundings);
     case Board::i2c:
-        return std::make_unique<CpldI2c>(bus);
+        return std::make_unique<CpldI2c>(bus, surroundings);
     case Board::engine:
         return std::make_unique<CpldEngine>(bus, surroundings);
     case Board::none:

@@ -2,6 +2,8 @@
 // and a place to say what happened. Models make no operating-system call.
 #pragma once
 
+#include "sim/models/wires.h"
+
 #include <cstdint>
 #include <functional>
 #include <initializer_list>
@@ -14,6 +16,7 @@ namespace k4sim {
 using Microseconds = std::int64_t;
 
 inline constexpr Microseconds us_per_second = 1'000'000;
+inline constexpr Nanoseconds ns_per_us = 1000;
 
 // One named value of an event.
 struct Field {
@@ -36,6 +39,15 @@ public:
     // It becomes one line of events.jsonl.
     virtual void event(std::string_view source, std::string_view what,
                        std::initializer_list<Field> fields = {}) = 0;
+
+    // Who looks at the wires; null: nobody, and nothing need be told.
+    virtual Wires* wires() { return nullptr; }
+
+    // These are the levels from now on, or from a later time.
+    void wire(Wire wire, std::uint32_t levels) { this->wire(wire, levels, now()); }
+    void wire(Wire wire, std::uint32_t levels, Microseconds when) {
+        if (Wires* const watched = wires()) watched->set(wire, levels, when * ns_per_us);
+    }
 };
 
 } // namespace k4sim

@@ -10,7 +10,6 @@ namespace k4sim {
 namespace {
 
 constexpr Microseconds allowed_lead_us = 1000;
-constexpr long ns_per_us = 1000;
 constexpr int clock_monotonic = 1;
 
 // As the kernel's calls of this word size take it. The C library's functions of this
@@ -30,7 +29,7 @@ Microseconds real_now() {
 
 void real_sleep(Microseconds duration) {
     const KernelTime time{static_cast<long>(duration / us_per_second),
-                          static_cast<long>(duration % us_per_second) * ns_per_us};
+                          static_cast<long>(duration % us_per_second * ns_per_us)};
     syscall(SYS_nanosleep, &time, nullptr);
 }
 

@@ -63,35 +63,40 @@ void CpldEngine::transmit(std::uint8_t byte) {
         return;
     }
     transmitted_at_ = std::max(transmitted_at_, now) + byte_time_us;
-    if (start_next_)
-        start(byte);
-    else if (!jammed())
-        bus_.write(byte);
-    if (last_next_ && !receiving_) {
+    wave_.byte(transmitted_at_ - byte_time_us, byte, start_next_);
+    const bool acknowledged = start_next_ ? start(byte) : !jammed() && bus_.write(byte);
+    const bool last = last_next_ && !receiving_;
+    wave_.answer(transmitted_at_, acknowledged, last);
+    if (last) {
         last_next_ = false;
         bus_.stop();
     }
 }
 
-void CpldEngine::start(std::uint8_t address_byte) {
+bool CpldEngine::start(std::uint8_t address_byte) {
     start_next_ = false;
     bus_.stop();
-    if (!jammed()) bus_.start(address_byte);
+    const bool acknowledged = !jammed() && bus_.start(address_byte);
     receiving_ = (address_byte & i2c_read_bit) != 0;
     received_at_ = transmitted_at_;
     if (receiving_) receive();
+    return acknowledged;
 }
 
 void CpldEngine::receive() {
     received_ = jammed() ? (bus_.sda_stuck().value_or(true) ? 0xFF : 0x00) : bus_.read();
     received_at_ = std::max(received_at_, surroundings_.now()) + byte_time_us;
+    wave_.byte(received_at_ - byte_time_us, received_, false);
 }
 
 std::uint8_t CpldEngine::take_received() {
     const std::uint8_t byte = received_;
     if (!receiving_ || surroundings_.now() < received_at_) {
         protocol_error("read before a byte was ready");
-    } else if (last_next_) {
+        return byte;
+    }
+    wave_.answer(surroundings_.now(), !last_next_, last_next_);
+    if (last_next_) {
         last_next_ = receiving_ = false;
         bus_.stop();
     } else {

@@ -14,6 +14,7 @@
 #pragma once
 
 #include "sim/models/board/cpld_i2c.h"
+#include "sim/models/board/engine_wave.h"
 #include "sim/models/surroundings.h"
 
 #include <string_view>
@@ -26,7 +27,8 @@ public:
     static constexpr Microseconds byte_time_us = 9;
 
     CpldEngine(I2cBus& bus, Surroundings& surroundings)
-        : CpldI2c(1, 8, bus), bus_(bus), surroundings_(surroundings) {}
+        : CpldI2c(1, 8, bus, surroundings), bus_(bus), surroundings_(surroundings),
+          wave_(bus, surroundings) {}
 
     std::uint8_t in(std::uint16_t port) override;
     void out(std::uint16_t port, std::uint8_t value) override;
@@ -37,7 +39,7 @@ private:
     std::uint8_t status() const;
     void control(std::uint8_t value);
     void transmit(std::uint8_t byte);
-    void start(std::uint8_t address_byte);
+    bool start(std::uint8_t address_byte);
     void receive();
     std::uint8_t take_received();
     bool jammed() const;
@@ -45,6 +47,7 @@ private:
 
     I2cBus& bus_;
     Surroundings& surroundings_;
+    EngineWave wave_;
     bool start_next_ = false;
     bool last_next_ = false;
     bool receiving_ = false;

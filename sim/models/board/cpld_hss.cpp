@@ -14,6 +14,7 @@ constexpr unsigned last_key_byte = 10;
 
 constexpr std::uint8_t link_busy = 0x80;
 constexpr std::uint8_t reset_request = 0x01;
+constexpr Microseconds pulse_us = 1;
 constexpr Microseconds for_ever = std::numeric_limits<Microseconds>::max();
 
 } // namespace
@@ -38,6 +39,12 @@ void CpldHss::out(std::uint16_t port, std::uint8_t value) {
 bool CpldHss::busy() const { return surroundings_.now() < busy_until_; }
 
 std::uint8_t CpldHss::from_panel(unsigned place) {
+    const std::uint8_t byte = byte_from_panel(place);
+    tell_byte(place, byte, Wire::panel_read, pulse_us);
+    return byte;
+}
+
+std::uint8_t CpldHss::byte_from_panel(unsigned place) {
     if (panel_.dead()) return absent;
     if (place == data_or_type) return panel_.reported_type();
     if (place == command_or_version) return panel_.version();
@@ -50,7 +57,9 @@ void CpldHss::to_panel(unsigned place, std::uint8_t value) {
         protocol_error("byte sent while the link was busy");
         return;
     }
+    tell_byte(place, value, Wire::panel_busy, byte_time_us);
     if (panel_.dead()) {
+        surroundings_.wire(Wire::panel_busy, 1, surroundings_.now() + byte_time_us);
         busy_until_ = for_ever;
         return;
     }
@@ -68,7 +77,17 @@ void CpldHss::to_panel(unsigned place, std::uint8_t value) {
     }
 }
 
+void CpldHss::tell_byte(unsigned place, std::uint8_t byte, Wire strobe, Microseconds length) {
+    surroundings_.wire(Wire::panel_data, byte);
+    surroundings_.wire(Wire::panel_select, place - data_or_type);
+    surroundings_.wire(strobe, 1);
+    surroundings_.wire(strobe, 0, surroundings_.now() + length);
+}
+
 void CpldHss::reset_link() {
+    surroundings_.wire(Wire::panel_busy, 0);
+    surroundings_.wire(Wire::panel_reset, 1);
+    surroundings_.wire(Wire::panel_reset, 0, surroundings_.now() + pulse_us);
     busy_until_ = 0;
     key_word_ = 0xFFFFFFFF;
     surroundings_.event("cpld", "link-reset");

@@ -38,7 +38,9 @@ protected:
 private:
     bool busy() const;
     std::uint8_t from_panel(unsigned place);
+    std::uint8_t byte_from_panel(unsigned place);
     void to_panel(unsigned place, std::uint8_t value);
+    void tell_byte(unsigned place, std::uint8_t byte, Wire strobe, Microseconds length);
     void reset_link();
     void protocol_error(std::string_view why);
 

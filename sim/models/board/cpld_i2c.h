@@ -6,12 +6,15 @@
 
 #include "sim/models/board/cpld.h"
 #include "sim/models/bus/i2c_lines.h"
+#include "sim/models/surroundings.h"
 
 namespace k4sim {
 
 class CpldI2c : public Cpld {
 public:
-    explicit CpldI2c(I2cBus& bus) : CpldI2c(1, 6, bus) {}
+    CpldI2c(I2cBus& bus, Surroundings& surroundings) : CpldI2c(1, 6, bus, surroundings) {
+        bus.set_on_stuck([this] { tell_lines(); });
+    }
 
     std::uint8_t in(std::uint16_t port) override {
         if (offset(port) != line_register) return Cpld::in(port);
@@ -19,18 +22,26 @@ public:
     }
 
     void out(std::uint16_t port, std::uint8_t value) override {
-        if (offset(port) == line_register)
-            lines_.drive((value & 2) != 0, (value & 1) != 0);
-        else
-            Cpld::out(port, value);
+        if (offset(port) != line_register) return Cpld::out(port, value);
+        lines_.drive((value & 2) != 0, (value & 1) != 0);
+        tell_lines();
     }
 
 protected:
-    CpldI2c(std::uint8_t id, std::uint8_t version, I2cBus& bus) : Cpld(id, version), lines_(bus) {}
+    CpldI2c(std::uint8_t id, std::uint8_t version, I2cBus& bus, Surroundings& surroundings)
+        : Cpld(id, version), surroundings_(surroundings), lines_(bus) {}
+
+    Surroundings& surroundings() { return surroundings_; }
 
 private:
     static constexpr unsigned line_register = 4;
 
+    void tell_lines() {
+        surroundings_.wire(Wire::scl, lines_.scl());
+        surroundings_.wire(Wire::sda, lines_.sda());
+    }
+
+    Surroundings& surroundings_;
     I2cLines lines_;
 };
 

@@ -4,8 +4,14 @@
 
 namespace k4sim {
 
+void ParallelLoopback::drive(std::uint8_t outputs) {
+    outputs_ = outputs;
+    tell(levels());
+}
+
 std::uint8_t ParallelLoopback::read() {
     const auto inputs = static_cast<std::uint8_t>(levels() ^ wrong_by_chance());
+    tell(inputs);
     if (inputs != outputs_) report(inputs);
     return inputs;
 }
@@ -13,6 +19,7 @@ std::uint8_t ParallelLoopback::read() {
 void ParallelLoopback::set(Defect defect, unsigned line, bool there) {
     const unsigned bit = 1U << line;
     with(defect) = static_cast<std::uint8_t>(there ? with(defect) | bit : with(defect) & ~bit);
+    tell(levels());
 }
 
 std::uint8_t ParallelLoopback::levels() {
@@ -41,6 +48,11 @@ std::uint8_t ParallelLoopback::wrong_by_chance() {
         flaky.reading = (flaky.reading + 1) % flaky.readings;
     }
     return static_cast<std::uint8_t>(wrong);
+}
+
+void ParallelLoopback::tell(std::uint8_t inputs) {
+    surroundings_.wire(Wire::parallel_out, outputs_);
+    surroundings_.wire(Wire::parallel_in, inputs);
 }
 
 void ParallelLoopback::report(std::uint8_t inputs) {

@@ -31,7 +31,7 @@ public:
         : surroundings_(surroundings), random_(seed) {}
 
     // The CPLD drives its output lines, line 0 with bit 0.
-    void drive(std::uint8_t outputs) { outputs_ = outputs; }
+    void drive(std::uint8_t outputs);
 
     // The levels at the input lines. An event tells the 1st, 2nd, 4th, 8th ... reading
     // that is not what is driven.
@@ -51,6 +51,7 @@ private:
 
     std::uint8_t& with(Defect defect) { return defective_[static_cast<std::size_t>(defect)]; }
     std::uint8_t levels();
+    void tell(std::uint8_t inputs);
     std::uint8_t wrong_by_chance();
     void report(std::uint8_t inputs);
 

@@ -8,7 +8,9 @@
 
 #include <array>
 #include <cstdint>
+#include <functional>
 #include <optional>
+#include <utility>
 
 namespace k4sim {
 
@@ -18,9 +20,11 @@ public:
     void attach(std::uint8_t address, I2cSlave& slave) { slaves_[address & 0x7F] = &slave; }
 
     // The data line is held low (false) or high (true).
-    void set_sda_stuck(bool level) { sda_stuck_ = level; }
-    void release_sda() { sda_stuck_.reset(); }
+    void set_sda_stuck(bool level) { hold_sda(level); }
+    void release_sda() { hold_sda(std::nullopt); }
     std::optional<bool> sda_stuck() const { return sda_stuck_; }
+    // Called when the data line is held from now on, or not any more.
+    void set_on_stuck(std::function<void()> observer) { on_stuck_ = std::move(observer); }
 
     // Start condition and address byte. True when a slave acknowledged.
     bool start(std::uint8_t address_byte);
@@ -32,9 +36,15 @@ public:
     void stop() { selected_ = nullptr; }
 
 private:
+    void hold_sda(std::optional<bool> level) {
+        sda_stuck_ = level;
+        if (on_stuck_) on_stuck_();
+    }
+
     std::array<I2cSlave*, 128> slaves_{};
     I2cSlave* selected_ = nullptr;
     std::optional<bool> sda_stuck_;
+    std::function<void()> on_stuck_;
 };
 
 } // namespace k4sim

@@ -12,6 +12,11 @@ bool NetworkLink::refuses() {
     return refusing_;
 }
 
+void NetworkLink::set_up(bool up) {
+    up_ = up;
+    tell();
+}
+
 void NetworkLink::disconnect() {
     connect(false);
     cable_out_ = true;
@@ -46,12 +51,14 @@ void NetworkLink::steady() {
 
 void NetworkLink::set_present(bool present) {
     present_ = present;
+    tell();
     surroundings_.event("link", present ? "present" : "absent", {{"interface", name_}});
 }
 
 void NetworkLink::connect(bool connected) {
     if (cable_out_) return;
     connected_ = connected;
+    tell();
     surroundings_.event("link", connected ? "up" : "down", {{"interface", name_}});
 }
 

@@ -15,7 +15,8 @@ namespace k4sim {
 class NetworkLink {
 public:
     NetworkLink(std::string_view name, std::uint8_t number, Surroundings& surroundings)
-        : name_(name), mac_{0x02, 0x4B, 0x34, 0, 0, number}, surroundings_(surroundings) {}
+        : name_(name), mac_{0x02, 0x4B, 0x34, 0, 0, number},
+          wire_(number == 1 ? Wire::lan : Wire::wan), surroundings_(surroundings) {}
 
     std::string_view name() const { return name_; }
 
@@ -23,7 +24,7 @@ public:
     // Whether the interface is up and its cable leads to something.
     bool carrier() const { return up_ && connected_; }
     bool up() const { return up_; }
-    void set_up(bool up) { up_ = up; }
+    void set_up(bool up);
 
     // In host order; 0: none.
     std::uint32_t address() const { return address_; }
@@ -48,10 +49,12 @@ public:
 
 private:
     void connect(bool connected);
+    void tell() { surroundings_.wire(wire_, present_ && carrier()); }
     void flap_on(std::uint32_t flap, Microseconds down, Microseconds up);
 
     std::string_view name_;
     std::array<std::uint8_t, 6> mac_;
+    Wire wire_;
     Surroundings& surroundings_;
     bool present_ = true;
     bool connected_ = true;

@@ -7,6 +7,8 @@ namespace {
 constexpr int frame_bits = 10; // start, eight data bits, stop
 constexpr int data_bits = 8;
 
+Nanoseconds bit_ns(unsigned baud) { return us_per_second * ns_per_us / baud; }
+
 } // namespace
 
 std::uint8_t sampled_byte(std::uint8_t sent, unsigned sender_baud, unsigned receiver_baud) {
@@ -36,12 +38,16 @@ void SerialAdapter::unplug() {
 }
 
 void SerialAdapter::set_slow(bool slow) {
+    cut_frame();
     slow_ = slow;
     begin();
 }
 
 void SerialAdapter::receive(std::uint8_t byte, unsigned sender_baud) {
-    if (!plugged_ || end_ == nullptr || line_baud() == 0) return;
+    if (!plugged_) return;
+    tell_frame(number_ == 1 ? Wire::rx1 : Wire::rx2, byte, sender_baud,
+               surroundings_.now() * ns_per_us - frame_bits * bit_ns(sender_baud));
+    if (end_ == nullptr || line_baud() == 0) return;
     const std::pair speeds(sender_baud, line_baud());
     if (speeds.first != speeds.second && speeds != mismatch_)
         surroundings_.event("serial", "speed-mismatch",
@@ -53,7 +59,10 @@ void SerialAdapter::receive(std::uint8_t byte, unsigned sender_baud) {
 }
 
 void SerialAdapter::set_baud(unsigned baud) {
-    if (std::exchange(baud_, baud) != baud) begin();
+    if (baud == baud_) return;
+    cut_frame();
+    baud_ = baud;
+    begin();
 }
 
 bool SerialAdapter::refuses_output() const {
@@ -73,6 +82,7 @@ void SerialAdapter::send(std::span<const std::uint8_t> bytes) {
 }
 
 void SerialAdapter::drop_unsent() {
+    cut_frame();
     unsent_.clear();
     begin();
 }
@@ -95,6 +105,13 @@ void SerialAdapter::begin() {
     plan();
 }
 
+// What the line has had of a frame that ends too soon.
+void SerialAdapter::cut_frame() {
+    if (unsent_.empty() || line_baud() == 0) return;
+    tell_frame(tx(), unsent_.front(), line_baud(), frame_begin());
+    surroundings_.wire(tx(), 1);
+}
+
 void SerialAdapter::plan() {
     if (unsent_.empty() || line_baud() == 0) return;
     surroundings_.at(next_sent_at(), [this, generation = generation_] {
@@ -104,10 +121,21 @@ void SerialAdapter::plan() {
 
 void SerialAdapter::frame_sent() {
     const std::uint8_t byte = unsent_.front();
+    tell_frame(tx(), byte, line_baud(), frame_begin());
     unsent_.pop_front();
     ++sent_;
     plan();
     if (carry_) carry_(byte);
+}
+
+// Up to now, from start bit to stop bit.
+void SerialAdapter::tell_frame(Wire wire, std::uint8_t byte, unsigned baud, Nanoseconds begin) {
+    Wires* const wires = surroundings_.wires();
+    if (wires == nullptr) return;
+    const Nanoseconds now = surroundings_.now() * ns_per_us;
+    for (int bit = 0; bit < frame_bits; ++bit)
+        if (const Nanoseconds when = begin + bit * bit_ns(baud); when <= now)
+            wires->set(wire, (0x100u | byte) << 1 >> bit & 1, when);
 }
 
 void SerialAdapter::event(std::string_view what) const {

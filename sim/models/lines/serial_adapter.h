@@ -79,7 +79,11 @@ public:
 private:
     void hang_up();
     Microseconds sent_at(std::size_t frames) const;
+    Wire tx() const { return number_ == 1 ? Wire::tx1 : Wire::tx2; }
+    Nanoseconds frame_begin() const { return sent_at(0) * ns_per_us; } // of the one on its way
     void begin();
+    void cut_frame();
+    void tell_frame(Wire wire, std::uint8_t byte, unsigned baud, Nanoseconds begin);
     void plan();
     void frame_sent();
     void event(std::string_view what) const;

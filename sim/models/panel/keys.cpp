@@ -23,11 +23,17 @@ std::uint32_t key_bit(char key) {
     return index == std::string_view::npos ? 0 : 1U << index;
 }
 
+// A step changes one of the two.
+unsigned knob_phases(unsigned counter) { return (counter ^ counter >> 1) & 3; }
+
 bool is_encoder(int encoder) { return encoder == 1 || encoder == 2; }
 
 } // namespace
 
-Keys::Keys(unsigned counter_bits) : counter_mask_((1U << counter_bits) - 1) { reset(); }
+Keys::Keys(unsigned counter_bits, Surroundings& surroundings)
+    : surroundings_(surroundings), counter_mask_((1U << counter_bits) - 1) {
+    reset();
+}
 
 void Keys::reset() {
     pressed_ = held_ = dead_ = 0;
@@ -99,6 +105,9 @@ void Keys::update_word() {
         if (down & (1U << index)) word_ ^= 1U << word_bits[index];
     for (int index = 0; index < 2; ++index)
         word_ |= counters_[index] << encoder_shift[index];
+    surroundings_.wire(Wire::keys, down);
+    surroundings_.wire(Wire::knob1, knob_phases(counters_[0]));
+    surroundings_.wire(Wire::knob2, knob_phases(counters_[1]));
 }
 
 } // namespace k4sim

@@ -8,6 +8,8 @@
 // Not modelled: contact bounce.
 #pragma once
 
+#include "sim/models/surroundings.h"
+
 #include <cstdint>
 #include <string_view>
 
@@ -18,7 +20,7 @@ inline constexpr std::string_view key_characters = "0123456789*#KEACDM";
 class Keys {
 public:
     // Encoder counters of 4 or 6 bits.
-    explicit Keys(unsigned counter_bits);
+    Keys(unsigned counter_bits, Surroundings& surroundings);
 
     // All keys up, counters at 0, no fault.
     void reset();
@@ -50,6 +52,7 @@ public:
 private:
     void update_word();
 
+    Surroundings& surroundings_;
     unsigned counter_mask_;
     std::uint32_t pressed_ = 0; // one bit a key, in the order of key_characters
     std::uint32_t held_ = 0;

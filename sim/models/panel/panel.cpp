@@ -32,7 +32,7 @@ constexpr std::uint32_t reply_byte(std::uint8_t byte) { return 0xFFFFFF00U | byt
 Panel::Panel(std::uint8_t type, std::uint8_t version, Surroundings& surroundings)
     : surroundings_(surroundings), version_(version), type_(type), reported_type_(type),
       oled_(make_oled(type, surroundings)),
-      keys_(version < first_version_with_long_counters ? 4 : 6) {}
+      keys_(version < first_version_with_long_counters ? 4 : 6, surroundings) {}
 
 void Panel::set_led(std::uint8_t pattern) {
     if (pattern == led_) return;

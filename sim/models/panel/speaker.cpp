@@ -48,13 +48,27 @@ std::uint32_t Speaker::frequency_hz() const {
 void Speaker::begin(std::uint32_t divider) {
     divider_ = divider;
     ++tones_;
+    begun_ = surroundings_.now();
+    if (surroundings_.wires() != nullptr) swing(0);
     if (on_change_) on_change_();
+}
+
+// The wire of a sound that somebody looks at, from its half wave of this number on.
+void Speaker::swing(std::int64_t half_waves) {
+    surroundings_.wire(Wire::speaker, half_waves % 2 == 0);
+    const std::int64_t next = half_waves + 1;
+    const Microseconds time =
+        next * divider_ * us_per_second / (2 * std::int64_t{speaker_clock_hz});
+    surroundings_.at(begun_ + time, [this, next, number = tones_] {
+        if (number == tones_ && sounding()) swing(next);
+    });
 }
 
 void Speaker::silence() {
     if (!sounding()) return;
     divider_ = 0;
     surroundings_.event("speaker", "silence");
+    surroundings_.wire(Wire::speaker, 0);
     if (on_change_) on_change_();
 }
 

@@ -42,11 +42,13 @@ public:
 private:
     void begin(std::uint32_t divider);
     void silence();
+    void swing(std::int64_t half_waves);
 
     Surroundings& surroundings_;
     bool present_ = true;
     std::uint32_t divider_ = 0;
     std::uint64_t tones_ = 0;
+    Microseconds begun_ = 0;
     std::function<void()> on_change_;
 };
 

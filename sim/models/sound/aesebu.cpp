@@ -138,6 +138,7 @@ void AesEbu::set_locked(bool locked) {
     if (locked == locked_) return;
     locked_ = locked;
     lock_changed_ = true;
+    surroundings_.wire(Wire::aes_lock, locked);
     surroundings_.event("aes", locked ? "lock" : "unlock",
                         {{"rate", std::int64_t{stream_rate_hz_}}});
 }

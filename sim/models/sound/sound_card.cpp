@@ -37,6 +37,7 @@ std::string_view cable_name(AnalogCable cable) {
 
 // The bits of a pair of inputs.
 CodecSettings::Pair<bool> pair_of(unsigned bits) { return {(bits & 1) != 0, (bits & 2) != 0}; }
+unsigned bits_of(const CodecSettings::Pair<bool>& pair) { return pair[0] | pair[1] << 1; }
 
 } // namespace
 
@@ -175,6 +176,8 @@ void SoundCard::change(const CodecSettings& settings) {
     codec_.set(settings);
     report_switches("boost", before.boost, settings.boost);
     report_switches("phantom", before.phantom, settings.phantom);
+    surroundings_.wire(Wire::boost, bits_of(settings.boost));
+    surroundings_.wire(Wire::phantom, bits_of(settings.phantom));
 }
 
 void SoundCard::report_switches(std::string_view what, const CodecSettings::Pair<bool>& before,
