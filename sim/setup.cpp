@@ -88,11 +88,9 @@ bool read_fault(Setup& setup, const Words& words) {
            store(fault.at_us, duration_from(words[3]));
 }
 
-bool read_step(Setup& setup, const Words& words) {
+bool read_step(ScenarioStep& step, const Words& words) {
     constexpr int triggers = 4;
     if (words.size() != 5) return false;
-    setup.steps.emplace_back();
-    ScenarioStep& step = setup.steps.back();
     const auto trigger = number_from<int>(words[1]);
     if (!trigger || *trigger < 0 || *trigger >= triggers) return false;
     step.trigger = static_cast<ScenarioStep::Trigger>(*trigger);
@@ -108,12 +106,14 @@ bool read_pace(Setup& setup, std::string_view word) {
 bool read_line(Setup& setup, std::string_view line) {
     const Words words = words_of(line);
     if (words[0] == "fault") return read_fault(setup, words);
-    if (words[0] == "step") return read_step(setup, words);
+    if (words[0] == "step") return read_step(setup.steps.emplace_back(), words);
+    if (words[0] == "stop") return read_step(setup.stop.emplace(), words);
     if (words.size() != 2) return false;
     if (words[0] == "board") return store(setup.board, value_of(boards, words[1]));
     if (words[0] == "operator") return store(setup.operator_kind, value_of(operators, words[1]));
     if (words[0] == "seed") return store(setup.seed, number_from<std::uint64_t>(words[1]));
     if (words[0] == "schedule") return store(setup.schedule, value_of(schedules, words[1]));
+    if (words[0] == "gdb") return store(setup.gdb, number_from<int>(words[1]));
     if (words[0] == "pace") return read_pace(setup, words[1]);
     if (words[0] == "limit") return store(setup.limit_us, duration_from(words[1]));
     if (words[0] == "stall") return store(setup.stall_us, duration_from(words[1]));
@@ -132,6 +132,11 @@ std::string text_of(double number) {
 } // namespace
 
 std::string encode(const Setup& setup) {
+    const auto line_of = [](std::string_view word, const ScenarioStep& step) {
+        return std::string(word) + " " + std::to_string(static_cast<int>(step.trigger)) + " " +
+               std::to_string(step.at_us) + " " + escaped(step.text) + " " + escaped(step.action) +
+               "\n";
+    };
     std::string text;
     text.append("board ").append(name_of(boards, setup.board));
     text.append("\noperator ").append(name_of(operators, setup.operator_kind)).append("\n");
@@ -146,9 +151,9 @@ std::string encode(const Setup& setup) {
         text += "fault " + escaped(fault.name) + " " + escaped(fault.value) + " " +
                 std::to_string(fault.at_us) + "\n";
     for (const ScenarioStep& step : setup.steps)
-        text += "step " + std::to_string(static_cast<int>(step.trigger)) + " " +
-                std::to_string(step.at_us) + " " + escaped(step.text) + " " + escaped(step.action) +
-                "\n";
+        text += line_of("step", step);
+    if (setup.stop) text += line_of("stop", *setup.stop);
+    if (setup.gdb) text += "gdb 1\n";
     return text;
 }
 

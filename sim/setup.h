@@ -51,6 +51,8 @@ struct Setup {
     int wires_fd = -1;                     // the dump of the wires; -1: none
     std::vector<FaultSetting> faults;
     std::vector<ScenarioStep> steps;
+    std::optional<ScenarioStep> stop; // the run ends there; without an action
+    bool gdb = false;                 // or stands still there for a debugger
 };
 
 // The text form: one "key value..." a line, strings escaped. decode(encode(s)) == s.

@@ -3,6 +3,7 @@
 #include "sim/host/alarm.h"
 #include "sim/host/alsa_configuration.h"
 #include "sim/host/death_watch.h"
+#include "sim/host/debugger.h"
 #include "sim/host/descriptors.h"
 #include "sim/host/inheritance.h"
 #include "sim/host/port_trap.h"
@@ -60,6 +61,11 @@ void start_recorded_run(const Setup& setup) {
     capture_console(
         [](int stream, std::string_view text) { machine().console_text(stream, text); });
     scheduler().set_pace(setup.pace);
+    machine().set_stop_action([pace = setup.pace, gdb = setup.gdb] {
+        if (!gdb) end_process(status_stopped, "stop");
+        stand_still();
+        scheduler().set_pace(pace);
+    });
     if (setup.schedule == Schedule::random) scheduler().explore(setup.seed);
     scheduler().at(scheduler().now() + setup.limit_us, [] { end_process(status_limit, "limit"); });
     start_watchdog(setup.stall_us);

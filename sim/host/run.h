@@ -14,5 +14,7 @@ inline constexpr int status_deadlock = 125;
 inline constexpr int status_stalled = 125;
 // The virtual time allowed for the run is over.
 inline constexpr int status_limit = 124;
+// The run came to the place where it was to stop.
+inline constexpr int status_stopped = 123;
 
 } // namespace k4sim

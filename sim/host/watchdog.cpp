@@ -2,6 +2,7 @@
 
 #include "sim/host/children.h"
 #include "sim/host/code_place.h"
+#include "sim/host/debugger.h"
 #include "sim/host/real.h"
 #include "sim/host/run.h"
 #include "sim/machine/machine.h"
@@ -92,7 +93,7 @@ void* watch(void*) {
     for (int quiet = 0;;) {
         real_sleep(patience_us / looks);
         const std::uint32_t now = pulse.time;
-        const bool moves = now != former || pulse.held || has_child();
+        const bool moves = now != former || pulse.held || has_child() || is_traced();
         former = now;
         quiet = moves ? 0 : quiet + 1;
         strike(quiet);

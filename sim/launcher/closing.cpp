@@ -72,6 +72,12 @@ std::string why_died(const Outcome& outcome, const Observation& seen) {
     return how;
 }
 
+std::string stop_place(const ScenarioStep& stop) {
+    if (stop.trigger == ScenarioStep::Trigger::time) return short_seconds(stop.at_us) + " s";
+    const bool console = stop.trigger == ScenarioStep::Trigger::console;
+    return (console ? "console:" : "screen:") + stop.text;
+}
+
 std::string name_of(const FaultSetting& fault) {
     std::string name = "fault " + fault.name;
     if (!fault.value.empty()) name += "=" + fault.value;
@@ -109,6 +115,9 @@ std::string why(const Outcome& outcome, const Observation& seen, const Setup& se
     case Verdict::undecided:
         break;
     }
+    if (seen.stopped && setup.stop)
+        return "the run was stopped at " + stop_place(*setup.stop) + ": " +
+               rows_left(outcome, seen);
     if (!seen.limit) return "nothing more was heard of the device";
     return "the run reached its limit of " + short_seconds(setup.limit_us) +
            " virtual seconds: " + rows_left(outcome, seen);
@@ -122,6 +131,8 @@ std::vector<std::string> never_struck(const Setup& setup, const Observation& see
     for (std::size_t i = 0; i < setup.steps.size(); ++i)
         if (!seen.struck.contains("step " + std::to_string(i)))
             missing.push_back("step " + std::to_string(i + 1) + " (" + setup.steps[i].action + ")");
+    if (setup.stop && !seen.struck.contains("stop 0"))
+        missing.push_back("stop at " + stop_place(*setup.stop));
     return missing;
 }
 

@@ -26,6 +26,7 @@ namespace {
 constexpr int status_differs = 1;
 constexpr int status_unusable = 2;
 constexpr int status_unexpected = 3;
+constexpr int status_stopped = 123;
 constexpr int status_limit = 124;
 constexpr int status_died = 125;
 
@@ -62,6 +63,7 @@ private:
 // Of a run without --expect.
 int own_status(const Observation& seen, ProcessEnd end) {
     if (end.by_signal || !seen.hopeless.empty()) return status_died;
+    if (seen.stopped) return status_stopped;
     return seen.limit ? status_limit : end.code;
 }
 

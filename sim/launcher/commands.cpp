@@ -64,6 +64,22 @@ void set_vcd(Options& options, const std::string& value) {
     options.vcd = value;
 }
 
+// SECONDS, or console:TEXT or screen:TEXT
+void set_stop(Options& options, const std::string& value) {
+    using Trigger = ScenarioStep::Trigger;
+    const std::size_t colon = value.find(':');
+    const std::string kind = value.substr(0, colon);
+    ScenarioStep& stop = options.setup.stop.emplace();
+    if (kind != "console" && kind != "screen") {
+        stop.at_us = microseconds("--stop-at", value);
+        return;
+    }
+    if (colon != std::string::npos) stop.text = value.substr(colon + 1);
+    if (stop.text.empty())
+        throw UsageError("--stop-at: say what to wait for, as in console:TEXT or screen:TEXT");
+    stop.trigger = kind == "console" ? Trigger::console : Trigger::screen;
+}
+
 void set_record(Options& options, const std::string& value) {
     if (value.empty()) throw UsageError("--record needs the name of a folder");
     options.record = value;
@@ -121,6 +137,10 @@ const std::vector<Option>& run_options() {
         {"--stall", "SECONDS", "real time without virtual time: the end, status 125 (20)",
          [](Options& o, auto& value) { o.setup.stall_us = some_time("--stall", value); }},
         {"--record", "DIR", "keep events, pictures, console and report there", set_record},
+        {"--stop-at", "SECONDS|console:TEXT|screen:TEXT", "the run ends there, status 123",
+         set_stop},
+        {"--gdb", "", "it stands still there instead, for a debugger",
+         [](Options& o, auto&) { o.setup.gdb = true; }},
         {"--vcd", "FILE", "the wires as a Value Change Dump, for a viewer of signals", set_vcd},
         {"--expect", "VERDICT[,VERDICT]", "status 0 for one of these, 3 for any other run",
          set_expected},
@@ -158,6 +178,8 @@ void settle(Options& options, const std::vector<Said>& said) {
         const std::string error = fault_error(options.setup.board, fault.name, fault.value);
         if (!error.empty()) throw UsageError("--fault: " + error);
     }
+    if (options.setup.gdb && !options.setup.stop)
+        throw UsageError("--gdb goes with --stop-at, which tells where");
 }
 
 void take_run(Options& options, const std::vector<Said>& said,

@@ -26,7 +26,7 @@ const std::vector<EventKind>& event_kinds() {
         {"parallel", {"mismatch"}, {"driven", "read", "count"}},
         {"program",
          {"open", "close", "iopl", "thread-start", "thread-end", "thread-refused", "stands", "died",
-          "deadlock", "stall", "unplayed", "no-pseudo-terminal", "limit", "end"},
+          "deadlock", "stall", "unplayed", "no-pseudo-terminal", "limit", "stop", "end"},
          {"device", "present", "thread", "place", "level", "granted", "signal", "address",
           "accessed", "file", "offset"}},
         {"serial",

@@ -204,11 +204,12 @@ void Record::note_end(const Json& event, const std::string& what) {
     for (const auto& [end, words] : hopeless)
         if (what == end) observation_.hopeless = words;
     if (what == "limit") observation_.limit = true;
+    if (what == "stop") observation_.stopped = true;
     if (what == "died")
         observation_.death = {
             event.integer("thread").value_or(-1), event.text("address").value_or(""),
             place_of(event.text("file").value_or(""), event.text("offset").value_or(""))};
-    if (what == "end" || what == "limit" || observation_.hopeless == what)
+    if (what == "end" || what == "limit" || what == "stop" || observation_.hopeless == what)
         observation_.ended = true;
 }
 

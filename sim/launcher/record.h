@@ -26,7 +26,8 @@ struct Observation {
     // empty of any other run.
     std::string hopeless;
     bool limit = false;
-    bool ended = false; // the device library reported to the end
+    bool stopped = false; // it came to its stop
+    bool ended = false;   // the device library reported to the end
     // Where the program died of a signal, as far as the device library could tell.
     struct Death {
         std::int64_t thread = -1;

@@ -178,7 +178,7 @@ std::string xml_report(const Observation& seen, Verdict verdict,
 } // namespace
 
 Verdict judge(const Observation& observation, ProcessEnd end) {
-    if (observation.limit) return Verdict::undecided;
+    if (observation.limit || observation.stopped) return Verdict::undecided;
     if (end.by_signal || !observation.hopeless.empty()) return Verdict::died;
     const bool closing_line = announced(observation.console, end.code);
     if (end.code == 0 && !closing_line) return Verdict::not_run;

@@ -19,7 +19,7 @@ enum class Verdict {
     not_started, // a unit's thread could not be started
     not_run,     // status 0 without the closing line: no test was made
     died,        // a signal, a deadlock, or an end that the program never announces
-    undecided    // the time limit came first, or what was seen ends before the program
+    undecided    // the time limit or the stop came first, or what was seen ends before the program
 };
 
 // How the program's process ended.

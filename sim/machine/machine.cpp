@@ -239,8 +239,9 @@ void Machine::new_device() {
             report_picture(appeared, picture);
         });
     if (Oled* oled = device_->oled()) oled->set_on_change([this] { picture_watch_->changed(); });
-    operator_ = make_operator(setup_, *device_, *this,
-                              [this](const FaultSetting& fault) { apply_fault(fault); });
+    operator_ = make_operator(
+        setup_, *device_, *this, [this](const FaultSetting& fault) { apply_fault(fault); },
+        [this] { stop(); });
 }
 
 void Machine::start_faults() {
@@ -255,6 +256,12 @@ void Machine::start_faults() {
 void Machine::strike(std::size_t planned) {
     write_report(report_line(now(), "plan", "fault", {{"number", std::int64_t(planned)}}));
     apply_fault(setup_.faults[planned]);
+}
+
+void Machine::stop() {
+    if (!stop_action_ || !reports()) return;
+    write_report(report_line(now(), "plan", "stop", {{"number", std::int64_t{0}}}));
+    stop_action_();
 }
 
 void Machine::report_picture(Microseconds appeared, const std::string& picture) {

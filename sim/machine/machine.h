@@ -88,6 +88,9 @@ public:
     void record(const Setup& setup);
     bool recorded() const { return report_.is_open(); }
 
+    // Called when the run comes to the setup's stop.
+    void set_stop_action(std::function<void()> action) { stop_action_ = std::move(action); }
+
     // Last lines of the record: the picture on the glass, and how the run ended.
     void end_record(std::string_view how);
 
@@ -122,6 +125,7 @@ private:
     void strike(std::size_t planned); // of the setup's faults
     bool reports() const;             // this process's lines are those of the record
     void write_report(std::string_view line);
+    void stop();
     void report_picture(Microseconds appeared, const std::string& picture);
 
     Setup setup_;
@@ -139,6 +143,7 @@ private:
     std::uint64_t generation_ = 0; // of the device; planned actions of older ones are void
     int creations_until_failure_ = 0;
     bool privilege_refused_ = false;
+    std::function<void()> stop_action_;
     std::vector<Event> events_;
 };
 

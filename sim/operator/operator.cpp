@@ -1,6 +1,7 @@
 #include "sim/operator/operator.h"
 
 #include "sim/operator/auto_operator.h"
+#include "sim/operator/hands.h"
 #include "sim/operator/scenario_operator.h"
 
 #include <vector>
@@ -31,17 +32,31 @@ private:
     std::vector<std::unique_ptr<Operator>> members_;
 };
 
+// The hands are the operator's who has the result.
+ScenarioOperator::Act acting(const std::shared_ptr<Hands>& hands, Surroundings& surroundings) {
+    return [hands, &surroundings](const ScenarioStep& step, std::size_t number) {
+        surroundings.event("plan", "step", {{"number", static_cast<std::int64_t>(number)}});
+        if (const auto action = parse_action(step.action)) hands->act(*action);
+    };
+}
+
 } // namespace
 
-std::unique_ptr<Operator>
-make_operator(const Setup& setup, Device& device, Surroundings& surroundings,
-              const std::function<void(const FaultSetting&)>& apply_fault) {
+std::unique_ptr<Operator> make_operator(const Setup& setup, Device& device,
+                                        Surroundings& surroundings,
+                                        const std::function<void(const FaultSetting&)>& apply_fault,
+                                        const std::function<void()>& stop) {
     auto crew = std::make_unique<Crew>();
     if (setup.operator_kind == OperatorKind::automatic)
         crew->add(std::make_unique<AutoOperator>(setup.seed, device, surroundings, apply_fault));
     if (!setup.steps.empty())
-        crew->add(
-            std::make_unique<ScenarioOperator>(setup.steps, device, surroundings, apply_fault));
+        crew->add(std::make_unique<ScenarioOperator>(
+            setup.steps, device, surroundings,
+            acting(std::make_shared<Hands>(device, surroundings, apply_fault), surroundings)));
+    if (setup.stop)
+        crew->add(std::make_unique<ScenarioOperator>(
+            std::vector{*setup.stop}, device, surroundings,
+            [stop](const ScenarioStep&, std::size_t) { stop(); }));
     return crew;
 }
 

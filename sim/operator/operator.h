@@ -27,10 +27,12 @@ public:
 };
 
 // Everybody that the setup asks for: the automatic operator, the steps of a scenario, or
-// nobody. Device and surroundings must outlive the operator, and it what it planned with
-// surroundings.at(), unless that does not happen any more.
-std::unique_ptr<Operator>
-make_operator(const Setup& setup, Device& device, Surroundings& surroundings,
-              const std::function<void(const FaultSetting&)>& apply_fault);
+// nobody; and one who calls `stop` when it comes to the setup's stop. Device and surroundings must
+// outlive the operator, and it what it planned with surroundings.at(), unless that does not happen
+// any more.
+std::unique_ptr<Operator> make_operator(const Setup& setup, Device& device,
+                                        Surroundings& surroundings,
+                                        const std::function<void(const FaultSetting&)>& apply_fault,
+                                        const std::function<void()>& stop = {});
 
 } // namespace k4sim

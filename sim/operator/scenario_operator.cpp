@@ -18,10 +18,8 @@ bool waits_for(const ScenarioStep& step, ScenarioStep::Trigger kind) {
 } // namespace
 
 ScenarioOperator::ScenarioOperator(const std::vector<ScenarioStep>& steps, Device& device,
-                                   Surroundings& surroundings,
-                                   std::function<void(const FaultSetting&)> apply_fault)
-    : device_(device), surroundings_(surroundings),
-      hands_(device, surroundings, std::move(apply_fault)) {
+                                   Surroundings& surroundings, Act act)
+    : device_(device), surroundings_(surroundings), act_(std::move(act)) {
     for (const ScenarioStep& step : steps)
         steps_.push_back({step});
 }
@@ -60,11 +58,8 @@ void ScenarioOperator::look() {
 
 void ScenarioOperator::carry_out(Pending& pending, Microseconds when) {
     pending.done = true;
-    const auto action = parse_action(pending.step.action);
-    if (!action) return;
-    surroundings_.at(when, [this, what = *action, number = &pending - steps_.data()] {
-        surroundings_.event("plan", "step", {{"number", std::int64_t{number}}});
-        hands_.act(what);
+    surroundings_.at(when, [this, number = static_cast<std::size_t>(&pending - steps_.data())] {
+        act_(steps_[number].step, number);
     });
 }
 

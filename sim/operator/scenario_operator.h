@@ -1,18 +1,19 @@
-// Carries out the steps of a scenario, each once, when its trigger comes.
+// Carries out steps, each once, when its trigger comes.
 #pragma once
 
-#include "sim/operator/hands.h"
 #include "sim/operator/operator.h"
 
+#include <cstddef>
 #include <vector>
 
 namespace k4sim {
 
 class ScenarioOperator final : public Operator {
 public:
+    // `act` does what a step says, which is the one of this number from 0 on.
+    using Act = std::function<void(const ScenarioStep& step, std::size_t number)>;
     ScenarioOperator(const std::vector<ScenarioStep>& steps, Device& device,
-                     Surroundings& surroundings,
-                     std::function<void(const FaultSetting&)> apply_fault);
+                     Surroundings& surroundings, Act act);
 
     void start() override;
     void console_line(std::string_view line) override;
@@ -32,7 +33,7 @@ private:
     std::vector<Pending> steps_;
     Device& device_;
     Surroundings& surroundings_;
-    Hands hands_;
+    Act act_;
 };
 
 } // namespace k4sim

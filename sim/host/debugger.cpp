@@ -1,0 +1,46 @@
+#include "sim/host/debugger.h"
+
+#include "sim/machine/report.h"
+#include "sim/time/keep_errno.h"
+#include "sim/time/scheduler.h"
+#include "sim/time/system_call.h"
+
+#include <array>
+#include <csignal>
+#include <cstdio>
+#include <fcntl.h>
+#include <string_view>
+#include <sys/prctl.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+
+namespace k4sim {
+
+// Port instructions are segmentation faults, which are the virtual device's affair.
+void stand_still() {
+    const KeepErrno keep_errno;
+    prctl(PR_SET_PTRACER, PR_SET_PTRACER_ANY); // where only a parent may attach; else it fails
+    std::array<char, 160> line{};
+    std::snprintf(line.data(), line.size(),
+                  "k4sim: the run stands still at %.6f s; attach by: gdb -p %d -ex 'handle SIGSEGV "
+                  "nostop noprint pass'\n",
+                  static_cast<double>(scheduler().now()) / us_per_second, getpid());
+    write_fully(STDERR_FILENO, line.data());
+    system_call()(SYS_kill, getpid(), SIGSTOP);
+}
+
+// Without a function that a sanitizer has replaced.
+bool is_traced() {
+    constexpr std::string_view entry = "\nTracerPid:\t";
+    const KeepErrno keep_errno;
+    std::array<char, 512> text{};
+    const long file = system_call()(SYS_open, "/proc/self/status", O_RDONLY | O_CLOEXEC);
+    const long size = system_call()(SYS_read, file, text.data(), text.size() - 1);
+    system_call()(SYS_close, file);
+    if (size <= 0) return false;
+    const std::string_view status(text.data());
+    const std::size_t at = status.find(entry);
+    return at != std::string_view::npos && status.substr(at + entry.size(), 1) != "0";
+}
+
+} // namespace k4sim
