@@ -2,11 +2,12 @@
 
 #include "sim/machine/report.h"
 #include "sim/time/keep_errno.h"
+#include "sim/time/pace.h"
 #include "sim/time/scheduler.h"
 #include "sim/time/system_call.h"
 
 #include <array>
-#include <csignal>
+#include <atomic>
 #include <cstdio>
 #include <fcntl.h>
 #include <string_view>
@@ -16,21 +17,13 @@
 
 namespace k4sim {
 
-// Port instructions are segmentation faults, which are the virtual device's affair.
-void stand_still() {
-    const KeepErrno keep_errno;
-    prctl(PR_SET_PTRACER, PR_SET_PTRACER_ANY); // where only a parent may attach; else it fails
-    std::array<char, 160> line{};
-    std::snprintf(line.data(), line.size(),
-                  "k4sim: the run stands still at %.6f s; attach by: gdb -p %d -ex 'handle SIGSEGV "
-                  "nostop noprint pass'\n",
-                  static_cast<double>(scheduler().now()) / us_per_second, getpid());
-    write_fully(STDERR_FILENO, line.data());
-    system_call()(SYS_kill, getpid(), SIGSTOP);
-}
+namespace {
+
+constexpr Microseconds look_us = 50'000;
+std::atomic<bool> waits{false};
 
 // Without a function that a sanitizer has replaced.
-bool is_traced() {
+bool tracer_is_there() {
     constexpr std::string_view entry = "\nTracerPid:\t";
     const KeepErrno keep_errno;
     std::array<char, 512> text{};
@@ -42,5 +35,25 @@ bool is_traced() {
     const std::size_t at = status.find(entry);
     return at != std::string_view::npos && status.substr(at + entry.size(), 1) != "0";
 }
+
+} // namespace
+
+// Port instructions are segmentation faults, which are the virtual device's affair.
+void stand_still() {
+    const KeepErrno keep_errno;
+    prctl(PR_SET_PTRACER, PR_SET_PTRACER_ANY); // where only a parent may attach; else it fails
+    std::array<char, 160> line{};
+    std::snprintf(line.data(), line.size(),
+                  "k4sim: the run stands still at %.6f s; attach by: gdb -p %d -ex 'handle SIGSEGV "
+                  "nostop noprint pass'\n",
+                  static_cast<double>(scheduler().now()) / us_per_second, getpid());
+    write_fully(STDERR_FILENO, line.data());
+    waits = true;
+    while (!tracer_is_there())
+        real_sleep(look_us);
+    waits = false;
+}
+
+bool is_debugged() { return waits || tracer_is_there(); }
 
 } // namespace k4sim

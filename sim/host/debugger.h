@@ -3,11 +3,11 @@
 
 namespace k4sim {
 
-// Stops the process until a debugger, or a signal CONT, lets it go on. A line on standard error
+// Waits until a debugger is attached and lets the process go on. A line on standard error
 // tells how to attach one. No virtual time passes.
 void stand_still();
 
-// Whether a debugger, or whatever else traces processes, is attached.
-bool is_traced();
+// Whether a debugger is attached, or waited for.
+bool is_debugged();
 
 } // namespace k4sim

@@ -93,7 +93,7 @@ void* watch(void*) {
     for (int quiet = 0;;) {
         real_sleep(patience_us / looks);
         const std::uint32_t now = pulse.time;
-        const bool moves = now != former || pulse.held || has_child() || is_traced();
+        const bool moves = now != former || pulse.held || has_child() || is_debugged();
         former = now;
         quiet = moves ? 0 : quiet + 1;
         strike(quiet);
