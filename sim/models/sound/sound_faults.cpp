@@ -129,6 +129,16 @@ constexpr Breaker<SoundCard> breakers[] = {
          break_codec(card, &CodecFaults::gain_db, fault_decimal(value));
      },
      mend_codec<&CodecFaults::gain_db>},
+    {"analog-gain-left",
+     [](SoundCard& card, auto value) {
+         break_codec(card, &CodecFaults::left_db, fault_decimal(value));
+     },
+     mend_codec<&CodecFaults::left_db>},
+    {"analog-gain-right",
+     [](SoundCard& card, auto value) {
+         break_codec(card, &CodecFaults::right_db, fault_decimal(value));
+     },
+     mend_codec<&CodecFaults::right_db>},
     {"analog-hum",
      [](SoundCard& card, auto value) {
          break_codec(card, &CodecFaults::hum_db, fault_decimal(value));
