@@ -119,6 +119,7 @@ bool read_line(Setup& setup, std::string_view line) {
     if (words[0] == "stall") return store(setup.stall_us, duration_from(words[1]));
     if (words[0] == "report") return store(setup.report_fd, number_from<int>(words[1]));
     if (words[0] == "wires") return store(setup.wires_fd, number_from<int>(words[1]));
+    if (words[0] == "wave") return store(setup.wave_fd, number_from<int>(words[1]));
     return false;
 }
 
@@ -147,6 +148,7 @@ std::string encode(const Setup& setup) {
     text += "stall " + std::to_string(setup.stall_us) + "\n";
     text += "report " + std::to_string(setup.report_fd) + "\n";
     if (setup.wires_fd >= 0) text += "wires " + std::to_string(setup.wires_fd) + "\n";
+    if (setup.wave_fd >= 0) text += "wave " + std::to_string(setup.wave_fd) + "\n";
     for (const FaultSetting& fault : setup.faults)
         text += "fault " + escaped(fault.name) + " " + escaped(fault.value) + " " +
                 std::to_string(fault.at_us) + "\n";

@@ -49,6 +49,7 @@ struct Setup {
     std::int64_t stall_us = 20'000'000;    // of real time without virtual time: the end, status 125
     int report_fd = -1;                    // where the report lines go; -1: nowhere
     int wires_fd = -1;                     // the dump of the wires; -1: none
+    int wave_fd = -1;                      // the folder for sound; -1: none
     std::vector<FaultSetting> faults;
     std::vector<ScenarioStep> steps;
     std::optional<ScenarioStep> stop; // the run ends there; without an action

@@ -21,9 +21,12 @@ inline constexpr int setup_descriptor = 103;
 // The dump of the wires (--vcd), behind its header; not there without.
 inline constexpr int wires_descriptor = 104;
 
+// The folder for what is played and recorded (--wave); not there without.
+inline constexpr int wave_descriptor = 105;
+
 // All of these.
 inline constexpr int first_descriptor = report_descriptor;
-inline constexpr int last_descriptor = wires_descriptor;
+inline constexpr int last_descriptor = wave_descriptor;
 
 // What the process is to the launcher, as one of the following.
 inline constexpr char role_variable[] = "K4SIM_ROLE";

@@ -2,12 +2,13 @@
 
 #include "sim/machine/report.h"
 #include "sim/time/keep_errno.h"
-#include "sim/time/pace.h"
 #include "sim/time/scheduler.h"
 #include "sim/time/system_call.h"
 
 #include <array>
 #include <atomic>
+#include <cerrno>
+#include <cstdint>
 #include <cstdio>
 #include <fcntl.h>
 #include <string_view>
@@ -36,6 +37,15 @@ bool tracer_is_there() {
     return at != std::string_view::npos && status.substr(at + entry.size(), 1) != "0";
 }
 
+// A debugger stops the process to attach, and lets it go on; nothing else does but a signal that
+// the program handles, such as a request to end.
+bool was_let_go_on() {
+    constexpr std::uint64_t no_signal = 0;
+    const struct { long seconds, nanoseconds; } time{0, static_cast<long>(look_us * ns_per_us)};
+    return system_call()(SYS_rt_sigtimedwait, &no_signal, nullptr, &time, sizeof no_signal) < 0 &&
+           errno == EINTR;
+}
+
 } // namespace
 
 // Port instructions are segmentation faults, which are the virtual device's affair.
@@ -49,8 +59,8 @@ void stand_still() {
                   static_cast<double>(scheduler().now()) / us_per_second, getpid());
     write_fully(STDERR_FILENO, line.data());
     waits = true;
-    while (!tracer_is_there())
-        real_sleep(look_us);
+    while (!tracer_is_there() && !was_let_go_on()) {
+    }
     waits = false;
 }
 

@@ -82,6 +82,7 @@ int run(const Options& options) {
     const WireFile wires(options.vcd, setup.board);
     setup.wires_fd = wires.descriptor();
     Record record(options.record, options.demands);
+    if (options.wave) setup.wave_fd = record.keep_sound();
     const Stopwatch stopwatch;
     const ProcessEnd end =
         run_shown({path, options.program, folder, library}, setup, options.quiet, record);
@@ -95,6 +96,7 @@ int run(const Options& options) {
                     ledger_of(record.story())};
     outcome.why = why(outcome, seen, options.setup);
     record.tidy_events();
+    record.write_beeps();
     write_reports(record, outcome);
     record.finish();
     const std::string gap = options.record.empty() ? "" : record.gap();

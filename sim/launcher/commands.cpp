@@ -137,6 +137,8 @@ const std::vector<Option>& run_options() {
         {"--stall", "SECONDS", "real time without virtual time: the end, status 125 (20)",
          [](Options& o, auto& value) { o.setup.stall_us = some_time("--stall", value); }},
         {"--record", "DIR", "keep events, pictures, console and report there", set_record},
+        {"--wave", "", "keep what is played, recorded and beeped as WAV files there, too",
+         [](Options& o, auto&) { o.wave = true; }},
         {"--stop-at", "SECONDS|console:TEXT|screen:TEXT", "the run ends there, status 123",
          set_stop},
         {"--gdb", "", "it stands still there instead, for a debugger",
@@ -180,6 +182,8 @@ void settle(Options& options, const std::vector<Said>& said) {
     }
     if (options.setup.gdb && !options.setup.stop)
         throw UsageError("--gdb goes with --stop-at, which tells where");
+    if (options.wave && options.record.empty())
+        throw UsageError("--wave goes with --record, whose folder keeps the sound");
 }
 
 void take_run(Options& options, const std::vector<Said>& said,

@@ -30,6 +30,7 @@ struct Options {
     Setup setup;
     std::string record;                 // folder; empty: no record
     std::string vcd;                    // file for the wires; empty: none
+    bool wave = false;                  // keep sound in the record
     std::vector<Verdict> expected;      // empty: the status is the program's own
     bool quiet = false;                 // no closing line
     std::vector<Demand> demands;        // of the scenario

@@ -65,6 +65,7 @@ struct Ends {
     int setup;
     int complaints;
     int wires; // -1: none
+    int wave;  // -1: none
 };
 
 // In the child. What is set here stays through every execution.
@@ -74,7 +75,8 @@ struct Ends {
     if (dup2(ends.report, report_descriptor) < 0 ||
         dup2(ends.folder, library_folder_descriptor) < 0 ||
         dup2(ends.claim, claim_descriptor) < 0 || dup2(ends.setup, setup_descriptor) < 0 ||
-        (ends.wires >= 0 && dup2(ends.wires, wires_descriptor) < 0))
+        (ends.wires >= 0 && dup2(ends.wires, wires_descriptor) < 0) ||
+        (ends.wave >= 0 && dup2(ends.wave, wave_descriptor) < 0))
         fail(ends.complaints, "no descriptors for the virtual device");
     if (prctl(PR_SET_PDEATHSIG, SIGKILL) != 0) fail(ends.complaints, "it would outlive k4sim");
     if (getppid() != launcher) _exit(1); // which was gone before
@@ -174,6 +176,7 @@ ProcessEnd run_process(const Program& program, const Setup& setup, Record& recor
     Setup childs_setup = setup;
     childs_setup.report_fd = report_descriptor;
     if (setup.wires_fd >= 0) childs_setup.wires_fd = wires_descriptor;
+    if (setup.wave_fd >= 0) childs_setup.wave_fd = wave_descriptor;
     const Descriptor folder(open(program.library_folder.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC),
                             program.library_folder);
     const Descriptor claim(eventfd(1, EFD_NONBLOCK | EFD_CLOEXEC), "the claim to the device");
@@ -184,7 +187,7 @@ ProcessEnd run_process(const Program& program, const Setup& setup, Record& recor
     RunSignals signals;
     const pid_t child = start(program, signals, guard,
                               {report.writing(), folder.number(), claim.number(), sealed.number(),
-                               complaints.writing(), setup.wires_fd});
+                               complaints.writing(), setup.wires_fd, setup.wave_fd});
     signals.release_in_launcher(child);
     report.close_writing();
     complaints.close_writing();

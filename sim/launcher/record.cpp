@@ -91,6 +91,10 @@ void Record::line(const std::string& text) {
     const auto what = event->text("event");
     if (!t || !source || !what) return;
     observation_.duration_us = std::max(observation_.duration_us, *t);
+    if (*source == "plan" && *what == "sound-cut") {
+        sound_gap_ = "the sound is cut: " + event->text("why").value_or("");
+        return;
+    }
     if (*source == "plan") {
         planned_ = *what + " " + std::to_string(event->integer("number").value_or(-1));
         observation_.struck.insert(planned_);
@@ -100,7 +104,10 @@ void Record::line(const std::string& text) {
     watch([&](Sightings& sight) { sight.see_event(*t, *source, *what, *event); });
     if (*source == "console") console(*t, event->text("text").value_or(""));
     if (*source == "sound") note_power(*event, *what);
-    if (*source == "speaker") note_on("tone", *what != "silence");
+    if (*source == "speaker") {
+        note_on("tone", *what != "silence");
+        if (beeps_) beeps_->change(*t, event->integer("divider").value_or(0));
+    }
     if (*source == "program") note_end(*event, *what);
     if (*what == "final-picture" && observation_.death) observation_.ended = true;
     if (event->has("pixels")) {
@@ -121,9 +128,15 @@ void Record::write_file(const std::string& name, const std::string& content) {
     folder_.write(name, content);
 }
 
+int Record::keep_sound() {
+    beeps_.emplace();
+    return folder_.make_sound_folder();
+}
+
 std::string Record::gap() const {
     if (!folder_.failure().empty()) return folder_.failure();
-    return observation_.ended ? "" : "the device library was cut off";
+    if (!observation_.ended) return "the device library was cut off";
+    return sound_gap_;
 }
 
 void Record::tidy_events() {
@@ -138,6 +151,14 @@ void Record::tidy_events() {
     if (lines.back().text.empty()) return; // no longer what was written
     std::ranges::stable_sort(lines, {}, &EventLine::t);
     folder_.write(events_file, fold_repeats(lines));
+}
+
+void Record::write_beeps() {
+    if (!beeps_) return;
+    const std::string name = std::string(sound_folder_name) + "/" + std::string(beeps_name);
+    beeps_->write(observation_.duration_us,
+                  [&](std::string_view piece) { folder_.append(name, piece); });
+    if (!folder_.failure().empty()) folder_.remove(name);
 }
 
 std::vector<DemandResult> Record::demands() const {

@@ -1,6 +1,7 @@
 // The record of a run: what libk4sim.so reports, sorted into files.
 #pragma once
 
+#include "sim/launcher/beeps.h"
 #include "sim/launcher/demand.h"
 #include "sim/launcher/record_folder.h"
 #include "sim/models/panel/oled.h"
@@ -64,6 +65,10 @@ public:
     // A file of the record, from its name and content.
     void write_file(const std::string& name, const std::string& content);
 
+    // From now on sound is kept in the folder wave/, also what the speaker sounds. A descriptor of
+    // it for the device library; -1 when there is none, which gap() tells.
+    int keep_sound();
+
     // What is missing of the record, such as "No space left on device"; empty: nothing.
     std::string gap() const;
 
@@ -71,6 +76,9 @@ public:
     // there once. While the run goes on the order is that of their coming, in which a picture is
     // half a second late.
     void tidy_events();
+
+    // No line comes any more: writes what the speaker sounded, where sound is kept.
+    void write_beeps();
 
     // All that was seen until now, as it can be told.
     Story story() const;
@@ -99,6 +107,8 @@ private:
     std::string keep(const Picture& picture, std::string_view event);
 
     RecordFolder folder_;
+    std::optional<Beeps> beeps_; // while sound is kept
+    std::string sound_gap_;
     Observation observation_;
     Story story_;
     std::vector<DemandWatch> demands_;

@@ -37,6 +37,14 @@ bool belongs_to_record(std::string_view name) {
            all_digits(name.substr(head.size(), name.size() - head.size() - tail.size()));
 }
 
+// "0012-device0-capture-7.250s.wav"
+bool is_sound(std::string_view name) {
+    constexpr std::size_t digits = 4;
+    return name == beeps_name ||
+           (name.ends_with(".wav") && name.size() > digits && all_digits(name.substr(0, digits)) &&
+            name.substr(digits).starts_with("-device"));
+}
+
 bool write_file(const std::string& path, int flags, std::string_view bytes) {
     const int file = open(path.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC | flags, file_mode);
     if (file < 0) return false;
@@ -96,6 +104,11 @@ void RecordFolder::write(const std::string& name, std::string_view bytes) {
     if (!write_whole(path_ + "/" + name, bytes)) note_failure();
 }
 
+void RecordFolder::remove(const std::string& name) const {
+    std::error_code error;
+    fs::remove(path_ + "/" + name, error);
+}
+
 std::string RecordFolder::content(const std::string& name) const {
     std::ostringstream text;
     text << std::ifstream(path_ + "/" + name, std::ios::binary).rdbuf();
@@ -110,6 +123,15 @@ RecordFolder::Descriptor::~Descriptor() {
     if (number >= 0) close(number);
 }
 
+int RecordFolder::make_sound_folder() {
+    const std::string path = path_ + "/" + std::string(sound_folder_name);
+    std::error_code error;
+    fs::create_directory(path, error);
+    sound_.number = open(path.c_str(), O_PATH | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
+    if (sound_.number < 0) note_failure();
+    return sound_.number;
+}
+
 void RecordFolder::claim() {
     if (flock(marker_.number, LOCK_EX | LOCK_NB) == 0) return;
     refuse_folder(path_,
@@ -117,9 +139,18 @@ void RecordFolder::claim() {
 }
 
 void RecordFolder::clear() const {
+    remove_files(path_, belongs_to_record);
+    const fs::path sound = fs::path(path_) / sound_folder_name;
     std::error_code error;
-    for (const auto& entry : fs::directory_iterator(path_, error))
-        if (belongs_to_record(entry.path().filename().string()))
+    if (!fs::is_directory(fs::symlink_status(sound, error))) return;
+    remove_files(sound, is_sound);
+    fs::remove(sound, error); // unless it holds anything else
+}
+
+void RecordFolder::remove_files(const fs::path& folder, bool (*belong)(std::string_view)) const {
+    std::error_code error;
+    for (const auto& entry : fs::directory_iterator(folder, error))
+        if (belong(entry.path().filename().string()))
             if (!fs::remove(entry.path(), error) || error)
                 refuse_folder(path_, "can't be emptied (" + error.message() + ")");
 }

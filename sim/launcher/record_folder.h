@@ -1,6 +1,7 @@
 // The folder of a record: this run's alone while the run goes on, and never anyone else's files.
 #pragma once
 
+#include <filesystem>
 #include <string>
 #include <string_view>
 
@@ -9,6 +10,10 @@ namespace k4sim {
 // The file that makes a folder a record. It holds "incomplete" until the record is whole, so also
 // after a launcher that was killed.
 inline constexpr std::string_view marker_name = "k4sim-record";
+
+// The folder in it for what is played, recorded and beeped.
+inline constexpr std::string_view sound_folder_name = "wave";
+inline constexpr std::string_view beeps_name = "beeps.wav";
 
 // A whole file, with all its bytes or not at all; false, with errno, when it can't be written.
 bool write_whole(const std::string& path, std::string_view bytes);
@@ -30,8 +35,15 @@ public:
     // A whole file: it is there with all its bytes, or not at all.
     void write(const std::string& name, std::string_view bytes);
 
+    // Takes away what there is of a file that could not be written.
+    void remove(const std::string& name) const;
+
     // What a file holds.
     std::string content(const std::string& name) const;
+
+    // Makes the folder for sound in it. A descriptor of it, which stays open as long as this; -1,
+    // and a failure, when it can't be made.
+    int make_sound_folder();
 
     // From now on the marker holds "complete".
     void complete();
@@ -48,10 +60,12 @@ private:
 
     void claim();
     void clear() const;
+    void remove_files(const std::filesystem::path& folder, bool (*belong)(std::string_view)) const;
     void note_failure();
 
     std::string path_;
     Descriptor marker_;
+    Descriptor sound_;
     std::string failure_;
 };
 

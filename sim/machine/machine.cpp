@@ -127,6 +127,12 @@ bool Machine::thread_create_fails() {
 void Machine::record(const Setup& setup) {
     report_.open(setup.report_fd);
     if (setup.wires_fd >= 0) wires_.open(setup.wires_fd, setup.board);
+    if (setup.wave_fd >= 0)
+        waves_.open(
+            setup.wave_fd, [this] { return now(); },
+            [this](std::string_view why) {
+                write_report(report_line(now(), "plan", "sound-cut", {{"why", why}}));
+            });
     reset(setup);
 }
 
@@ -143,6 +149,7 @@ bool Machine::claim() {
         return false;
     }
     wires_.write_on();
+    waves_.write_on();
     if (!kept_report_.empty()) write_fully(report_.descriptor(), kept_report_);
     kept_report_.clear();
     return true;
@@ -151,6 +158,7 @@ bool Machine::claim() {
 void Machine::leave_record() {
     claim_.forget();
     wires_.leave();
+    waves_.leave();
     first_ = false;
     kept_report_.clear();
     if (!claim_.shared()) report_.close();

@@ -8,6 +8,7 @@
 #include "sim/machine/last_words.h"
 #include "sim/machine/picture_watch.h"
 #include "sim/machine/report.h"
+#include "sim/machine/wave_files.h"
 #include "sim/machine/wire_dump.h"
 #include "sim/models/bus/port_space.h"
 #include "sim/models/surroundings.h"
@@ -57,6 +58,7 @@ public:
     void event(std::string_view source, std::string_view what,
                std::initializer_list<Field> fields = {}) override;
     Wires* wires() override { return wires_.is_open() ? &wires_ : nullptr; }
+    SoundListener* sound_listener() override { return waves_.is_open() ? &waves_ : nullptr; }
 
     // Lets `ports` answer instead of the device; null: the device again. Stays the
     // caller's.
@@ -132,6 +134,7 @@ private:
     Report report_;
     Claim claim_;
     WireDump wires_;
+    WaveFiles waves_;
     bool told_of_other_ = false;
     bool first_ = true;       // of the processes of the run
     std::string kept_report_; // of a process that may still open the device

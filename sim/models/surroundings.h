@@ -24,6 +24,8 @@ struct Field {
     std::variant<std::int64_t, bool, std::string_view> value;
 };
 
+class SoundListener;
+
 class Surroundings {
 public:
     virtual ~Surroundings() = default;
@@ -42,6 +44,9 @@ public:
 
     // Who looks at the wires; null: nobody, and nothing need be told.
     virtual Wires* wires() { return nullptr; }
+
+    // Who listens at the streams of the sound card; null: nobody.
+    virtual SoundListener* sound_listener() { return nullptr; }
 
     // These are the levels from now on, or from a later time.
     void wire(Wire wire, std::uint32_t levels) { this->wire(wire, levels, now()); }

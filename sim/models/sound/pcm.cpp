@@ -17,6 +17,7 @@ PcmStream::OpenResult PcmStream::open() {
     if (!present_ || limits_.rates_hz.empty()) return OpenResult::absent;
     if (busy_ || state_ != State::closed) return OpenResult::busy;
     state_ = State::open;
+    heard_ = false;
     return OpenResult::opened;
 }
 
@@ -28,9 +29,11 @@ void PcmStream::close() {
 bool PcmStream::configure(const PcmConfiguration& configuration) {
     if (state_ == State::closed || parameters_refused_ || !fits(configuration)) return false;
     device_.run();
-    configuration_ = configuration;
+    const PcmConfiguration former = std::exchange(configuration_, configuration);
     buffer_.assign(configuration.buffer_frames, {});
     prepare_now();
+    if (former.rate_hz != configuration.rate_hz || former.format != configuration.format)
+        heard_ = false;
     if (on_rate_) on_rate_(configuration.rate_hz);
     return true;
 }
@@ -38,6 +41,7 @@ bool PcmStream::configure(const PcmConfiguration& configuration) {
 void PcmStream::release() {
     if (configuration_.rate_hz == 0) return;
     device_.run();
+    drop_unplayed();
     configuration_ = {};
     state_ = State::open;
     if (on_rate_) on_rate_(0);
@@ -94,6 +98,7 @@ unsigned PcmStream::write(const void* interleaved, unsigned frames) {
         decode_samples(place, configuration_.format, configuration_.channels, run);
         place += run.size() * frame_bytes;
     });
+    let_hear(interleaved, count);
     application_ += count;
     return count;
 }
@@ -107,6 +112,7 @@ unsigned PcmStream::read(void* interleaved, unsigned frames) {
         encode_samples(run, configuration_.format, place);
         place += run.size() * frame_bytes;
     });
+    let_hear(interleaved, count);
     application_ += count;
     return count;
 }
@@ -119,7 +125,7 @@ Microseconds PcmStream::due(std::int64_t position) const {
 void PcmStream::interrupt() {
     device_.run();
     if (!started()) return;
-    if (direction_ == Direction::playback) application_ = moved_;
+    drop_unplayed();
     break_off();
 }
 
@@ -140,6 +146,7 @@ std::int64_t PcmStream::limit() const {
 }
 
 void PcmStream::prepare_now() {
+    drop_unplayed();
     state_ = State::prepared;
     moved_ = 0;
     application_ = 0;
@@ -148,6 +155,26 @@ void PcmStream::prepare_now() {
 void PcmStream::break_off() {
     state_ = State::xrun;
     device_.event(*this, direction_ == Direction::playback ? "underrun" : "overrun");
+}
+
+StreamName PcmStream::name() const { return {device_.number(), direction_ == Direction::playback}; }
+
+void PcmStream::let_hear(const void* interleaved, unsigned frames) {
+    SoundListener* const listener = device_.surroundings_.sound_listener();
+    if (listener == nullptr || frames == 0) return;
+    const auto [format, rate_hz, channels, buffer_frames] = configuration_;
+    if (!std::exchange(heard_, true)) listener->begin(name(), rate_hz, channels);
+    std::vector<std::int16_t> samples(std::size_t{frames} * channels);
+    shorten_samples(interleaved, format, samples);
+    listener->hear(name(), samples);
+}
+
+// What the clock has not come to until now never sounds.
+void PcmStream::drop_unplayed() {
+    if (direction_ != Direction::playback || application_ == moved_) return;
+    if (SoundListener* const listener = device_.surroundings_.sound_listener())
+        listener->take_back(name(), application_ - moved_);
+    application_ = moved_;
 }
 
 // Calls `use` for `count` frames of the buffer from this position on, in runs to the buffer's end.

@@ -9,6 +9,7 @@
 // changes one calls PcmDevice::run() before).
 #pragma once
 
+#include "sim/models/sound/listener.h"
 #include "sim/models/surroundings.h"
 
 #include <cstdint>
@@ -144,6 +145,9 @@ private:
     std::int64_t limit() const; // position at which the clock passes the buffer
     void prepare_now();
     void break_off();
+    StreamName name() const;
+    void let_hear(const void* interleaved, unsigned frames);
+    void drop_unplayed();
     template <class Use>
     void for_runs(std::int64_t position, std::size_t count, Use use);
     void fetch(std::int64_t first, std::span<Frame> frames); // by the clock's number
@@ -158,6 +162,7 @@ private:
     std::int64_t base_ = 0;        // the clock's number at the start
     std::int64_t moved_ = 0;       // position as of the last run()
     std::int64_t application_ = 0; // frames written or read
+    bool heard_ = false;           // the listener knows rate and format
     bool present_ = true;
     bool busy_ = false;
     bool parameters_refused_ = false;

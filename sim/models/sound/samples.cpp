@@ -74,6 +74,15 @@ void encode(std::span<const Frame> frames, std::byte* place) {
     }
 }
 
+template <class Format>
+void shorten(const std::byte* place, std::span<std::int16_t> samples) {
+    using Sample = typename Format::Sample;
+    for (std::int16_t& sample : samples) {
+        sample = Signed16::encode(std::clamp(Format::decode(load<Sample>(place)), lowest, highest));
+        place += sizeof(Sample);
+    }
+}
+
 } // namespace
 
 void decode_samples(const void* interleaved, SampleFormat format, unsigned channels,
@@ -102,6 +111,21 @@ void encode_samples(std::span<const Frame> frames, SampleFormat format, void* in
         return encode<Signed32>(frames, place);
     case SampleFormat::float32:
         return encode<Float32>(frames, place);
+    }
+}
+
+void shorten_samples(const void* interleaved, SampleFormat format,
+                     std::span<std::int16_t> samples) {
+    const auto* const place = static_cast<const std::byte*>(interleaved);
+    switch (format) {
+    case SampleFormat::s16:
+        return shorten<Signed16>(place, samples);
+    case SampleFormat::s24:
+        return shorten<Signed24>(place, samples);
+    case SampleFormat::s32:
+        return shorten<Signed32>(place, samples);
+    case SampleFormat::float32:
+        return shorten<Float32>(place, samples);
     }
 }
 

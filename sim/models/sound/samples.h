@@ -14,4 +14,7 @@ void decode_samples(const void* interleaved, SampleFormat format, unsigned chann
 // Writes two channels, clipped at full scale and rounded.
 void encode_samples(std::span<const Frame> frames, SampleFormat format, void* interleaved);
 
+// Of all channels, rounded to 16 bits.
+void shorten_samples(const void* interleaved, SampleFormat format, std::span<std::int16_t> samples);
+
 } // namespace k4sim
