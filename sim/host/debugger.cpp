@@ -1,16 +1,20 @@
 #include "sim/host/debugger.h"
 
 #include "sim/machine/report.h"
+#include "sim/setup_process.h"
 #include "sim/time/keep_errno.h"
 #include "sim/time/scheduler.h"
 #include "sim/time/system_call.h"
 
+#include <algorithm>
 #include <array>
 #include <atomic>
 #include <cerrno>
+#include <climits>
 #include <cstdint>
 #include <cstdio>
 #include <fcntl.h>
+#include <string>
 #include <string_view>
 #include <sys/prctl.h>
 #include <sys/syscall.h>
@@ -37,13 +41,22 @@ bool tracer_is_there() {
     return at != std::string_view::npos && status.substr(at + entry.size(), 1) != "0";
 }
 
-// A debugger stops the process to attach, and lets it go on; nothing else does but a signal that
-// the program handles, such as a request to end.
+// A debugger stops the process to attach, and may let it go again before anybody looks: what is
+// stopped meanwhile is this wait for no signal at all.
 bool was_let_go_on() {
     constexpr std::uint64_t no_signal = 0;
     const struct { long seconds, nanoseconds; } time{0, static_cast<long>(look_us * ns_per_us)};
     return system_call()(SYS_rt_sigtimedwait, &no_signal, nullptr, &time, sizeof no_signal) < 0 &&
            errno == EINTR;
+}
+
+// Where a debugger finds this library, whose path leads elsewhere in each process.
+std::string library_place() {
+    std::string place = library_folder;
+    place.pop_back(); // the link itself
+    std::array<char, PATH_MAX> path{};
+    const ssize_t size = readlink(place.c_str(), path.data(), path.size());
+    return {path.data(), static_cast<std::size_t>(std::max<ssize_t>(size, 0))};
 }
 
 } // namespace
@@ -52,12 +65,12 @@ bool was_let_go_on() {
 void stand_still() {
     const KeepErrno keep_errno;
     prctl(PR_SET_PTRACER, PR_SET_PTRACER_ANY); // where only a parent may attach; else it fails
-    std::array<char, 160> line{};
+    std::array<char, 80> line{};
     std::snprintf(line.data(), line.size(),
-                  "k4sim: the run stands still at %.6f s; attach by: gdb -p %d -ex 'handle SIGSEGV "
-                  "nostop noprint pass'\n",
+                  "k4sim: the run stands still at %.6f s; attach by: gdb -p %d",
                   static_cast<double>(scheduler().now()) / us_per_second, getpid());
-    write_fully(STDERR_FILENO, line.data());
+    write_fully(STDERR_FILENO, line.data() + (" -ex 'set solib-search-path " + library_place()) +
+                                   "' -ex 'handle SIGSEGV nostop noprint pass'\n");
     waits = true;
     while (!tracer_is_there() && !was_let_go_on()) {
     }

@@ -1,9 +1,17 @@
-// The list of faults, what is said of one that can't be had, and how long those of the links last.
+// The list of faults, what is said of one that can't be had, and how long those of the links last;
+// the files of what is played.
 #include "fake_surroundings.h"
+#include "support/scratch_folder.h"
+
+#include "sim/machine/wave_files.h"
 #include "sim/models/device.h"
 #include "sim/models/faults.h"
+#include "sim/models/sound/wave.h"
 
+#include <fcntl.h>
+#include <fstream>
 #include <gmock/gmock.h>
+#include <unistd.h>
 
 using namespace k4sim;
 
@@ -72,6 +80,63 @@ TEST(FaultsTest, AMendedCardStillLacksItsDigitalParts) {
     EXPECT_EQ(digital.playback().open(), PcmStream::OpenResult::opened);
     EXPECT_TRUE(device.clear_fault("aes-receiver-absent", ""));
     EXPECT_EQ(digital.capture().open(), PcmStream::OpenResult::opened);
+}
+
+// What a stream was told, byte by byte, in pieces: a new one of each opening, rate and format.
+TEST(SoundFiles, HoldWhatWasPlayed) {
+    const ScratchFolder folder;
+    const int descriptor = open(folder.path().c_str(), O_PATH | O_DIRECTORY);
+    std::string cut;
+    FakeSurroundings surroundings;
+    WaveFiles files;
+    files.open(
+        descriptor, [] { return 1'500'000; }, [&](std::string_view why) { cut = why; });
+    surroundings.listener = &files;
+    Device device(Board::plain, surroundings);
+    PcmStream& stream = device.sound_card().pcm(0)->playback();
+    const auto play = [&](SampleFormat format, unsigned rate_hz, const void* samples,
+                          unsigned frames) {
+        EXPECT_TRUE(stream.configure({format, rate_hz, 4, 64}));
+        EXPECT_EQ(stream.write(samples, frames), frames);
+        EXPECT_TRUE(stream.start());
+        surroundings.advance(2 * us_per_second / rate_hz); // two frames, and no more
+    };
+    const std::int16_t words[] = {1, -2, 3, -32768, 32767, 6, 7, 8, 9, 10, 11, 12};
+    const std::int32_t longs[] = {0x7FFFFFFF, -65536, 65536 * 5, 0, 1, 2, 3, 4};
+    const float reals[] = {0.5F, -1, 2, 0, 0, 0, 0, 0.25F};
+    EXPECT_EQ(stream.open(), PcmStream::OpenResult::opened);
+    play(SampleFormat::s16, 8000, words, 1); // before the device is the process's
+    files.write_on();
+    play(SampleFormat::s16, 8000, words, 3);
+    play(SampleFormat::s16, 8000, words, 3);
+    play(SampleFormat::s32, 8000, longs, 2);
+    stream.release();
+    play(SampleFormat::float32, 16000, reals, 2);
+    stream.close();
+    EXPECT_EQ(stream.open(), PcmStream::OpenResult::opened);
+    play(SampleFormat::float32, 16000, reals, 2);
+    stream.close();
+    const std::vector<std::int16_t> twice = {1, -2, 3, -32768, 32767, 6, 7, 8,
+                                             1, -2, 3, -32768, 32767, 6, 7, 8};
+    const std::vector<std::int16_t> real = {16384, -32768, 32767, 0, 0, 0, 0, 8192};
+    const struct {
+        unsigned rate_hz;
+        std::vector<std::int16_t> samples;
+    } expected[] = {{8000, twice}, {8000, {32767, -1, 5}}, {16000, real}, {16000, real}};
+    int number = 0;
+    for (auto [rate_hz, samples] : expected) {
+        samples.resize(std::max<std::size_t>(samples.size(), 8));
+        const auto bytes = static_cast<std::uint32_t>(samples.size() * 2);
+        const auto head = wave_head(rate_hz, 4, bytes);
+        std::string whole(head.begin(), head.end());
+        whole.append(reinterpret_cast<const char*>(samples.data()), bytes);
+        const std::string name = "000" + std::to_string(++number) + "-device0-playback-1.500s.wav";
+        std::ostringstream held;
+        held << std::ifstream(folder.file(name), std::ios::binary).rdbuf();
+        EXPECT_EQ(held.str(), whole) << name;
+    }
+    EXPECT_EQ(cut, "");
+    close(descriptor);
 }
 
 TEST(FaultsTest, AFlappingLinkIsDownAndUpForItsTimes) {

@@ -28,7 +28,10 @@ public:
         now_ = end;
     }
 
+    k4sim::SoundListener* listener = nullptr;
+
     k4sim::Microseconds now() const override { return now_; }
+    k4sim::SoundListener* sound_listener() override { return listener; }
 
     void at(k4sim::Microseconds when, std::function<void()> action) override {
         planned_.emplace(when, std::move(action));

@@ -8,6 +8,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <map>
+#include <regex>
 #include <sstream>
 
 namespace {
@@ -173,6 +174,161 @@ TEST_F(Inside, WiresMoveWithTheEvents) {
         EXPECT_NEAR(std::ranges::count(seen[name + "_a"] + seen[name + "_b"] + seen[name], ' '),
                     expected, name == "speaker" ? 60 : 0)
             << name;
+}
+
+// What happened until then is what happens without.
+TEST_F(Inside, ARunStopsWhereItIsTold) {
+    const std::string run = " --limit 20 --quiet -- " K4_PROGRAM " run";
+    launch("run --record whole" + run);
+    const auto whole = unfolded_events(shell("cat whole/events.jsonl").out);
+    const struct {
+        std::string place, event, text;
+        std::int64_t least, most;
+    } cases[] = {{"5.5", "stop", "", 5'500'000, 5'500'000},
+                 {"'console:Key 4'", "text", "Key 4\r\n", 3'000'000, 15'000'000},
+                 {"'screen:In progress: 3'", "stop", "", 1'000'000, 15'000'000}};
+    for (const auto& [place, event, text, least, most] : cases) {
+        SCOPED_TRACE(place);
+        const CommandResult result = launch("run --record record --stop-at " + place + run);
+        EXPECT_EQ(result.status, 123);
+        EXPECT_EQ(report()["verdict"], "UNDECIDED");
+        EXPECT_EQ(report()["record"], "complete");
+        auto stopped = events();
+        ASSERT_GT(stopped.size(), 3u);
+        EXPECT_EQ(stopped.back()["event"], "stop");
+        const std::int64_t t = stopped.back()["t"];
+        EXPECT_TRUE(least <= t && t <= most) << t;
+        const auto last_text = std::find_if(stopped.rbegin(), stopped.rend(), [](const auto& one) {
+            return one["source"] == "console";
+        });
+        if (!text.empty()) EXPECT_EQ((*last_text)["text"], text);
+        if (place.find("screen") != std::string::npos)
+            EXPECT_EQ(report()["units"][3]["status"], "In progress: 3");
+        std::erase_if(stopped, [&](const auto& one) { return one["t"] >= t; });
+        EXPECT_TRUE(std::equal(stopped.begin(), stopped.end(), whole.begin()));
+    }
+}
+
+// With the command that is printed; also one that goes before it has looked at anything.
+TEST_F(Inside, ADebuggerCostsNoVirtualTime) {
+    const std::string run = " --limit 6 -- " K4_PROGRAM " run";
+    launch("run --record whole" + run);
+    const std::string events = shell("cat whole/events.jsonl").out;
+    ASSERT_GT(events.size(), 1000u);
+    const std::pair<std::string, std::string> cases[] = {
+        {"", "detached"},
+        {"-ex 'tbreak write' -ex continue -ex 'stepi 200' -ex 'tbreak write' -ex continue -ex bt",
+         "hit Temporary breakpoint 2.*KLTpthreadBase::entry"}};
+    for (const auto& [commands, seen] : cases) {
+        write("attach.sh", "while read -r line; do case $line in *'attach by: '*)\n"
+                           "eval \"timeout 100 ${line#*attach by: } -nx --batch " +
+                               commands + "\" >gdb.txt 2>&1;; esac; done");
+        shell(K4_SIM " run --record record --stop-at 3.25 --gdb" + run +
+              " 2>&1 >console.txt | sh attach.sh");
+        EXPECT_EQ(recorded("events.jsonl"), events);
+        const std::string told = shell("tr '\\n' ' ' <gdb.txt").out;
+        EXPECT_TRUE(std::regex_search(told, std::regex(seen))) << told;
+    }
+}
+
+// Each file of the record as Python reads it, and how loud a frequency is there, in dB.
+constexpr const char* sound_reader = R"(
+import array, cmath, glob, json, math, os, sys, wave
+for name in sorted(glob.glob('record/wave/*.wav')):
+    with wave.open(name) as file:
+        channels, size, rate, frames = file.getparams()[:4]
+        samples = array.array('h', file.readframes(frames))
+    levels = []
+    for hz, begin in json.loads(sys.argv[1]):
+        place = int(begin * rate) * channels
+        for channel in (0, 1):
+            part = samples[place + channel % channels:place + rate // 5 * channels:channels]
+            turn = -2j * math.pi * hz / rate
+            sum_ = sum(value * cmath.exp(turn * i) for i, value in enumerate(part))
+            levels.append(20 * math.log10(abs(sum_) * 2**0.5 / len(part) / 32768 + 1e-9))
+    print(json.dumps([os.path.basename(name), channels, rate, len(samples) // channels / rate,
+                      os.path.getsize(name) - 2 * len(samples), *levels]))
+)";
+
+class Sound : public Inside {
+protected:
+    // Frequency and begin of 0.2 s, in seconds.
+    std::vector<nlohmann::json> sounds(const nlohmann::json& places) const {
+        write("reader.py", sound_reader);
+        std::istringstream lines(shell("python3 reader.py '" + places.dump() + "'").out);
+        std::vector<nlohmann::json> files;
+        for (std::string line; std::getline(lines, line);)
+            files.push_back(nlohmann::json::parse(line));
+        return files;
+    }
+};
+
+// The tone is as loud as the program says that it measured, and as the fault makes it.
+TEST_F(Sound, IsWhatTheConsoleTells) {
+    const struct {
+        std::string options;
+        int channels;
+        double left_db;
+    } cases[] = {{"--board aes --fault analog-gain-left=-6@20", 6, -21.75},
+                 {"--board plain", 4, -15.75}};
+    for (const auto& [options, channels, left_db] : cases) {
+        SCOPED_TRACE(options);
+        launch("run --wave --record record --limit 50 " + options + " -- " K4_PROGRAM " run");
+        nlohmann::json places;
+        double beep = 0;
+        for (const auto& event : events()) {
+            const double t = event["t"].get<double>() / 1e6;
+            if (event["event"] == "tone") beep = t;
+            const std::string text = event.value("text", "");
+            if (const std::size_t hz = text.find(" Hz RMSdc"); hz != std::string::npos)
+                places.push_back({std::stod(text.substr(hz - 5)), t - 0.3});
+        }
+        ASSERT_GE(places.size(), 6u);
+        places.push_back({500.07, beep}); // of divider 2386
+        const auto files = sounds(places);
+        ASSERT_EQ(files.size(), 3u);
+        const std::pair<std::string, int> kinds[] = {
+            {"0001-device0-playback", channels}, {"0002-device0-capture", 2}, {"beeps.wav", 1}};
+        for (std::size_t i = 0; i < files.size(); ++i) {
+            EXPECT_TRUE(files[i][0].get<std::string>().starts_with(kinds[i].first)) << files[i];
+            EXPECT_EQ(files[i][1], kinds[i].second);
+            EXPECT_EQ(files[i][2], 48000);
+            EXPECT_NEAR(files[i][3].get<double>(), 50, 1);
+            EXPECT_EQ(files[i][4], 44);
+        }
+        for (std::size_t i = 5; i < 5 + 2 * places.size() - 2; ++i) {
+            EXPECT_NEAR(files[0][i].get<double>(), -9.01, 0.05) << i;
+            EXPECT_NEAR(files[1][i].get<double>(), i % 2 == 1 ? left_db : -15.75, 0.05) << i;
+            EXPECT_LT(files[2][i].get<double>(), -100) << i;
+        }
+        // Half of the 0.2 s: the ground wave of a square wave at -12 dB.
+        EXPECT_NEAR(files[2].back().get<double>(), -12.04 - 0.91 - 6.02, 0.1);
+    }
+}
+
+TEST_F(Sound, HasItsSizesWhenItEndsBadly) {
+    const std::string run = K4_SIM " run --limit 4 --wave --record record --stop-at 3 ";
+    const struct {
+        std::string command, closing;
+    } cases[] = {
+        {run +
+             "--gdb -- " K4_PROGRAM " run 2>&1 >/dev/null | while read -r line; do "
+             "echo $line; p=${line#*gdb -p }; [ \"$p\" = \"$line\" ] || kill -KILL ${p%% *}; done",
+         "DIED"},
+        {"trap '' XFSZ; ulimit -f 2000; " + run + "-- " K4_PROGRAM " run 2>&1",
+         "the record is cut: the sound is cut: File too large"},
+    };
+    for (const auto& [command, closing] : cases) {
+        EXPECT_THAT(shell(command).out, testing::HasSubstr(closing));
+        const auto files = sounds(nlohmann::json::array());
+        EXPECT_EQ(files.size(), 3u);
+        for (const auto& file : files) {
+            EXPECT_EQ(file[4], 44) << file;
+            EXPECT_GT(file[3], 1.5) << file;
+        }
+    }
+    launch("run --record record -- /bin/true");
+    EXPECT_FALSE(std::filesystem::exists(folder_.file("record/wave")));
 }
 
 } // namespace

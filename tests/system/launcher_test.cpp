@@ -33,7 +33,7 @@ TEST_F(Launcher, RefusesABadCommandLine) {
     std::string answers;
     for (const std::string line :
          {"", "fly", "fault", "faults nothing-like-it", "faults key-dea --jsn", "run --bord aes x",
-          "run --", "run --board", "run -- .", "run --record record -- absent",
+          "run --", "run --board", "run -- .", "run --record record -- absent", "run --wave x",
           "run --record record -- ./plain.txt", "run --record record -- ./script.sh"})
         answers += line + "\n  " + expect_refused(launch(line));
     const char* const options[] = {"--board=aex",
@@ -65,7 +65,16 @@ TEST_F(Launcher, RefusesABadCommandLine) {
                                    "--scenario - </dev/zero",
                                    "--record=",
                                    "--record plain.txt/record",
-                                   "--record ."};
+                                   "--record .",
+                                   "--vcd=",
+                                   "--vcd no/wires.vcd",
+                                   "--vcd pipe",
+                                   "--stop-at soon",
+                                   "--stop-at -1",
+                                   "--stop-at console:",
+                                   "--stop-at screen",
+                                   "--gdb",
+                                   "--gdb=1"};
     for (const std::string option : options)
         answers += option + "\n  " +
                    expect_refused(launch("run --record record " + option + " -- " K4_PROGRAM));
