@@ -103,7 +103,7 @@ TEST_F(Inside, ADecoderFindsOnI2cWhatTheModelsSaw) {
     } boards[] = {{"i2c", 0x3C, 5, 1}, {"engine", 0x3D, 7, 10}};
     for (const auto& [board, type, version, units] : boards) {
         SCOPED_TRACE(board);
-        launch("run --limit 3 --vcd wires.vcd --record record --board " + board +
+        launch("run --limit 2.9 --vcd wires.vcd --record record --board " + board +
                " -- " K4_PROGRAM " run");
         const std::vector<Message> messages = i2c_messages();
         ASSERT_GT(messages.size(), 1000u);
@@ -182,12 +182,12 @@ TEST_F(Inside, ARunStopsWhereItIsTold) {
     launch("run --record whole" + run);
     const auto whole = unfolded_events(shell("cat whole/events.jsonl").out);
     const struct {
-        std::string place, event, text;
+        std::string place, text, row;
         std::int64_t least, most;
-    } cases[] = {{"5.5", "stop", "", 5'500'000, 5'500'000},
-                 {"'console:Key 4'", "text", "Key 4\r\n", 3'000'000, 15'000'000},
-                 {"'screen:In progress: 3'", "stop", "", 1'000'000, 15'000'000}};
-    for (const auto& [place, event, text, least, most] : cases) {
+    } cases[] = {{"5.5", "", "", 5'500'000, 5'500'000},
+                 {"'console:Key 4'", "Key 4", "", 1'000'000, 15'000'000},
+                 {"'screen:Wait for 32000'", "", "Wait for 32000 Hz", 1'000'000, 15'000'000}};
+    for (const auto& [place, text, row, least, most] : cases) {
         SCOPED_TRACE(place);
         const CommandResult result = launch("run --record record --stop-at " + place + run);
         EXPECT_EQ(result.status, 123);
@@ -201,9 +201,8 @@ TEST_F(Inside, ARunStopsWhereItIsTold) {
         const auto last_text = std::find_if(stopped.rbegin(), stopped.rend(), [](const auto& one) {
             return one["source"] == "console";
         });
-        if (!text.empty()) EXPECT_EQ((*last_text)["text"], text);
-        if (place.find("screen") != std::string::npos)
-            EXPECT_EQ(report()["units"][3]["status"], "In progress: 3");
+        EXPECT_THAT((*last_text)["text"].get<std::string>(), testing::HasSubstr(text));
+        EXPECT_THAT(report()["units"][5]["status"].get<std::string>(), testing::HasSubstr(row));
         std::erase_if(stopped, [&](const auto& one) { return one["t"] >= t; });
         EXPECT_TRUE(std::equal(stopped.begin(), stopped.end(), whole.begin()));
     }
@@ -223,7 +222,7 @@ TEST_F(Inside, ADebuggerCostsNoVirtualTime) {
         write("attach.sh", "while read -r line; do case $line in *'attach by: '*)\n"
                            "eval \"timeout 100 ${line#*attach by: } -nx --batch " +
                                commands + "\" >gdb.txt 2>&1;; esac; done");
-        shell(K4_SIM " run --record record --stop-at 3.25 --gdb" + run +
+        shell("timeout 60 " K4_SIM " run --record record --stop-at 3.25 --gdb" + run +
               " 2>&1 >console.txt | sh attach.sh");
         EXPECT_EQ(recorded("events.jsonl"), events);
         const std::string told = shell("tr '\\n' ' ' <gdb.txt").out;
@@ -269,19 +268,24 @@ TEST_F(Sound, IsWhatTheConsoleTells) {
         std::string options;
         int channels;
         double left_db;
-    } cases[] = {{"--board aes --fault analog-gain-left=-6@20", 6, -21.75},
+    } cases[] = {{"--board aes --fault analog-gain-left=-6@15", 6, -21.75},
                  {"--board plain", 4, -15.75}};
     for (const auto& [options, channels, left_db] : cases) {
         SCOPED_TRACE(options);
         launch("run --wave --record record --limit 50 " + options + " -- " K4_PROGRAM " run");
         nlohmann::json places;
+        std::vector<double> told; // of both inputs
         double beep = 0;
         for (const auto& event : events()) {
             const double t = event["t"].get<double>() / 1e6;
             if (event["event"] == "tone") beep = t;
-            const std::string text = event.value("text", "");
-            if (const std::size_t hz = text.find(" Hz RMSdc"); hz != std::string::npos)
-                places.push_back({std::stod(text.substr(hz - 5)), t - 0.3});
+            std::istringstream text(event.value("text", ""));
+            double hz = 0, expected = 0, left = 0, right = 0;
+            std::string word;
+            if (!(text >> hz >> word >> word >> word >> word >> expected) || word != "=") continue;
+            text.ignore(100, '=') >> left >> right;
+            places.push_back({hz, t - 0.3});
+            told.insert(told.end(), {left, right});
         }
         ASSERT_GE(places.size(), 6u);
         places.push_back({500.07, beep}); // of divider 2386
@@ -296,10 +300,11 @@ TEST_F(Sound, IsWhatTheConsoleTells) {
             EXPECT_NEAR(files[i][3].get<double>(), 50, 1);
             EXPECT_EQ(files[i][4], 44);
         }
-        for (std::size_t i = 5; i < 5 + 2 * places.size() - 2; ++i) {
-            EXPECT_NEAR(files[0][i].get<double>(), -9.01, 0.05) << i;
-            EXPECT_NEAR(files[1][i].get<double>(), i % 2 == 1 ? left_db : -15.75, 0.05) << i;
-            EXPECT_LT(files[2][i].get<double>(), -100) << i;
+        for (std::size_t i = 0; i < told.size(); ++i) {
+            EXPECT_NEAR(files[0][5 + i].get<double>(), -9.01, 0.05) << i;
+            const double level_db = i % 2 == 0 ? left_db : -15.75;
+            EXPECT_NEAR(files[1][5 + i].get<double>(), level_db, 0.05) << i;
+            EXPECT_NEAR(told[i], level_db, 0.7) << i; // of parts of a wave
         }
         // Half of the 0.2 s: the ground wave of a square wave at -12 dB.
         EXPECT_NEAR(files[2].back().get<double>(), -12.04 - 0.91 - 6.02, 0.1);
