@@ -118,6 +118,7 @@ bool read_line(Setup& setup, std::string_view line) {
     if (words[0] == "limit") return store(setup.limit_us, duration_from(words[1]));
     if (words[0] == "stall") return store(setup.stall_us, duration_from(words[1]));
     if (words[0] == "report") return store(setup.report_fd, number_from<int>(words[1]));
+    if (words[0] == "control") return store(setup.control_fd, number_from<int>(words[1]));
     return false;
 }
 
@@ -140,6 +141,7 @@ std::string encode(const Setup& setup) {
     text += "limit " + std::to_string(setup.limit_us) + "\n";
     text += "stall " + std::to_string(setup.stall_us) + "\n";
     text += "report " + std::to_string(setup.report_fd) + "\n";
+    if (setup.control_fd >= 0) text += "control " + std::to_string(setup.control_fd) + "\n";
     for (const FaultSetting& fault : setup.faults)
         text += "fault " + escaped(fault.name) + " " + escaped(fault.value) + " " +
                 std::to_string(fault.at_us) + "\n";

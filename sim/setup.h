@@ -48,6 +48,7 @@ struct Setup {
     std::int64_t limit_us = 3'600'000'000; // end of the run, status 124
     std::int64_t stall_us = 20'000'000;    // of real time without virtual time: the end, status 125
     int report_fd = -1;                    // where the report lines go; -1: nowhere
+    int control_fd = -1;                   // where somebody who looks on is heard; -1: nobody is
     std::vector<FaultSetting> faults;
     std::vector<ScenarioStep> steps;
 };

@@ -18,9 +18,12 @@ inline constexpr int claim_descriptor = 102;
 // A file in memory that nobody can change: the setup of the run, as encode() writes it.
 inline constexpr int setup_descriptor = 103;
 
+// A socket, where the launcher serves a panel: what somebody there does, a message each.
+inline constexpr int control_descriptor = 104;
+
 // All of these.
 inline constexpr int first_descriptor = report_descriptor;
-inline constexpr int last_descriptor = setup_descriptor;
+inline constexpr int last_descriptor = control_descriptor;
 
 // What the process is to the launcher, as one of the following.
 inline constexpr char role_variable[] = "K4SIM_ROLE";

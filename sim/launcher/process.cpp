@@ -64,6 +64,7 @@ struct Ends {
     int claim;
     int setup;
     int complaints;
+    int control; // -1: nobody looks on
 };
 
 // In the child. What is set here stays through every execution.
@@ -74,6 +75,8 @@ struct Ends {
         dup2(ends.folder, library_folder_descriptor) < 0 ||
         dup2(ends.claim, claim_descriptor) < 0 || dup2(ends.setup, setup_descriptor) < 0)
         fail(ends.complaints, "no descriptors for the virtual device");
+    if (ends.control >= 0 && dup2(ends.control, control_descriptor) < 0)
+        fail(ends.complaints, "no descriptor for the panel");
     if (prctl(PR_SET_PDEATHSIG, SIGKILL) != 0) fail(ends.complaints, "it would outlive k4sim");
     if (getppid() != launcher) _exit(1); // which was gone before
     if (prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) != 0)
@@ -120,15 +123,17 @@ void show_while_waiting(int fd, const Record& record, Progress& progress) {
     while (poll(&waiting, 1, progress.patience_ms()) == 0);
 }
 
-void read_report(int fd, Record& record, Progress& progress) {
+void read_report(int fd, Record& record, Progress& progress, RunWatcher* watcher) {
     std::string pending;
     show_while_waiting(fd, record, progress);
     read_to_end(fd, [&](std::string_view bytes) {
         pending.append(bytes);
         std::size_t begin = 0;
         for (std::size_t end = 0; (end = pending.find('\n', begin)) != std::string::npos;
-             begin = end + 1)
-            record.line(pending.substr(begin, end - begin));
+             begin = end + 1) {
+            const std::string line = pending.substr(begin, end - begin);
+            if (watcher == nullptr || !watcher->takes(line)) record.line(line);
+        }
         pending.erase(0, begin);
         show_while_waiting(fd, record, progress);
     });
@@ -166,11 +171,12 @@ void fill_and_seal(int file, const std::string& text) {
 } // namespace
 
 ProcessEnd run_process(const Program& program, const Setup& setup, Record& record,
-                       Progress& progress) {
+                       Progress& progress, RunWatcher* watcher) {
     Pipe report;
     Pipe complaints;
     Setup childs_setup = setup;
     childs_setup.report_fd = report_descriptor;
+    if (watcher != nullptr) childs_setup.control_fd = control_descriptor;
     const Descriptor folder(open(program.library_folder.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC),
                             program.library_folder);
     const Descriptor claim(eventfd(1, EFD_NONBLOCK | EFD_CLOEXEC), "the claim to the device");
@@ -179,22 +185,23 @@ ProcessEnd run_process(const Program& program, const Setup& setup, Record& recor
     fill_and_seal(sealed.number(), encode(childs_setup));
     const Guard guard;
     RunSignals signals;
-    const pid_t child = start(
-        program, signals, guard,
-        {report.writing(), folder.number(), claim.number(), sealed.number(), complaints.writing()});
+    const pid_t child =
+        start(program, signals, guard,
+              {report.writing(), folder.number(), claim.number(), sealed.number(),
+               complaints.writing(), watcher != nullptr ? watcher->device_end() : -1});
     signals.release_in_launcher(child);
     report.close_writing();
     complaints.close_writing();
     const WatchedStart watched = watch_start(child);
     int status = watched.wait_status;
     throw_complaint(program, complaints.reading());
-    read_report(report.reading(), record, progress);
+    read_report(report.reading(), record, progress, watcher);
     if (watched.how == Start::device_loaded)
         while (waitpid(child, &status, 0) < 0 && errno == EINTR) {
         }
     signals.forget_child();
     return {WIFSIGNALED(status), WIFSIGNALED(status) ? WTERMSIG(status) : WEXITSTATUS(status),
-            watched.how == Start::bare, guard.keeps_devices()};
+            watched.how == Start::bare, guard.keeps_devices(), signals.asked_to_end()};
 }
 
 } // namespace k4sim

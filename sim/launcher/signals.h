@@ -30,6 +30,13 @@ public:
     // A program of the launcher's group gets nothing from it that the group was sent.
     void release_in_launcher(pid_t child);
 
+    // Hands on SIGTERM, from any thread, as if the launcher had got it, and a second time SIGKILL.
+    // Nothing without a child.
+    static void end_child();
+
+    // Whether a signal to the launcher was handed on.
+    bool asked_to_end() const;
+
     // The child is gone.
     void forget_child();
 

@@ -127,6 +127,7 @@ bool Machine::thread_create_fails() {
 void Machine::record(const Setup& setup) {
     report_.open(setup.report_fd);
     reset(setup);
+    if (setup.control_fd >= 0) admit_spectator(setup.control_fd);
 }
 
 void Machine::share(int claim_descriptor, bool first) {
@@ -151,6 +152,19 @@ void Machine::leave_record() {
     first_ = false;
     kept_report_.clear();
     if (!claim_.shared()) report_.close();
+}
+
+// It hears and sees as long as the device is this process's.
+void Machine::admit_spectator(int socket) {
+    spectators_hands_ = std::make_unique<Hands>(
+        *device_, *this, [this](const FaultSetting& fault) { apply_fault(fault); });
+    spectator_ = std::make_unique<Spectator>(
+        socket, *device_, *spectators_hands_, scheduler(),
+        [this](std::string_view what, std::initializer_list<Field> fields) {
+            write_report(report_line(now(), "live", what, fields));
+        },
+        [this] { return picture_text(*device_); }, [this] { return reports(); });
+    scheduler().pace().set_onlooker(spectator_.get(), now());
 }
 
 bool Machine::reports() const {
@@ -233,9 +247,16 @@ void Machine::new_device() {
         [this](Microseconds appeared, const std::string& picture) {
             report_picture(appeared, picture);
         });
-    if (Oled* oled = device_->oled()) oled->set_on_change([this] { picture_watch_->changed(); });
-    operator_ = make_operator(setup_, *device_, *this,
-                              [this](const FaultSetting& fault) { apply_fault(fault); });
+    if (Oled* oled = device_->oled()) oled->set_on_change([this] { picture_changed(); });
+    const auto keep_place = [] { scheduler().keep_place(); };
+    operator_ = make_operator(
+        setup_, *device_, *this, [this](const FaultSetting& fault) { apply_fault(fault); },
+        setup_.control_fd >= 0 ? keep_place : std::function<void()>{});
+}
+
+void Machine::picture_changed() {
+    picture_watch_->changed();
+    if (spectator_) spectator_->picture_changed();
 }
 
 void Machine::start_faults() {

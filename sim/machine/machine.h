@@ -8,8 +8,10 @@
 #include "sim/machine/last_words.h"
 #include "sim/machine/picture_watch.h"
 #include "sim/machine/report.h"
+#include "sim/machine/spectator.h"
 #include "sim/models/bus/port_space.h"
 #include "sim/models/surroundings.h"
+#include "sim/operator/hands.h"
 #include "sim/setup.h"
 
 #include <cstdint>
@@ -116,10 +118,12 @@ public:
 private:
     PortSpace& ports();
     void new_device();
+    void picture_changed();
     void start_faults();
     void strike(std::size_t planned); // of the setup's faults
     bool reports() const;             // this process's lines are those of the record
     void write_report(std::string_view line);
+    void admit_spectator(int socket);
     void report_picture(Microseconds appeared, const std::string& picture);
 
     Setup setup_;
@@ -131,6 +135,8 @@ private:
     std::unique_ptr<Device> device_;
     std::unique_ptr<Operator> operator_;
     std::unique_ptr<PictureWatch> picture_watch_;
+    std::unique_ptr<Hands> spectators_hands_;
+    std::unique_ptr<Spectator> spectator_;
     LineAssembler console_lines_;
     PortSpace* attached_ports_ = nullptr;
     std::uint64_t generation_ = 0; // of the device; planned actions of older ones are void

@@ -33,15 +33,16 @@ private:
 
 } // namespace
 
-std::unique_ptr<Operator>
-make_operator(const Setup& setup, Device& device, Surroundings& surroundings,
-              const std::function<void(const FaultSetting&)>& apply_fault) {
+std::unique_ptr<Operator> make_operator(const Setup& setup, Device& device,
+                                        Surroundings& surroundings,
+                                        const std::function<void(const FaultSetting&)>& apply_fault,
+                                        const std::function<void()>& after_steps) {
     auto crew = std::make_unique<Crew>();
     if (setup.operator_kind == OperatorKind::automatic)
         crew->add(std::make_unique<AutoOperator>(setup.seed, device, surroundings, apply_fault));
-    if (!setup.steps.empty())
-        crew->add(
-            std::make_unique<ScenarioOperator>(setup.steps, device, surroundings, apply_fault));
+    if (!setup.steps.empty() || after_steps)
+        crew->add(std::make_unique<ScenarioOperator>(setup.steps, device, surroundings, apply_fault,
+                                                     after_steps));
     return crew;
 }
 

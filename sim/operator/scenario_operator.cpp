@@ -19,9 +19,10 @@ bool waits_for(const ScenarioStep& step, ScenarioStep::Trigger kind) {
 
 ScenarioOperator::ScenarioOperator(const std::vector<ScenarioStep>& steps, Device& device,
                                    Surroundings& surroundings,
-                                   std::function<void(const FaultSetting&)> apply_fault)
+                                   std::function<void(const FaultSetting&)> apply_fault,
+                                   std::function<void()> after_steps)
     : device_(device), surroundings_(surroundings),
-      hands_(device, surroundings, std::move(apply_fault)) {
+      hands_(device, surroundings, std::move(apply_fault)), after_steps_(std::move(after_steps)) {
     for (const ScenarioStep& step : steps)
         steps_.push_back({step});
 }
@@ -30,6 +31,7 @@ void ScenarioOperator::start() {
     for (Pending& pending : steps_)
         if (waits_for(pending.step, ScenarioStep::Trigger::time))
             carry_out(pending, pending.step.at_us);
+    if (after_steps_) after_steps_();
     look();
 }
 

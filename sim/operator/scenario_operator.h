@@ -12,7 +12,8 @@ class ScenarioOperator final : public Operator {
 public:
     ScenarioOperator(const std::vector<ScenarioStep>& steps, Device& device,
                      Surroundings& surroundings,
-                     std::function<void(const FaultSetting&)> apply_fault);
+                     std::function<void(const FaultSetting&)> apply_fault,
+                     std::function<void()> after_steps = {});
 
     void start() override;
     void console_line(std::string_view line) override;
@@ -33,6 +34,7 @@ private:
     Device& device_;
     Surroundings& surroundings_;
     Hands hands_;
+    std::function<void()> after_steps_; // called when those that have a time are planned
 };
 
 } // namespace k4sim
