@@ -122,14 +122,8 @@ std::string step_text(const ScenarioStep& step) {
     return text + "\ndo = " + toml_text(step.action) + "\n";
 }
 
-Json row_of(const ScreenRow& row) {
-    return Json::object().set("label", row.label).set("status", row.status);
-}
-
-bool same_rows(const std::vector<ScreenRow>& one, const std::vector<ScreenRow>& other) {
-    return std::ranges::equal(one, other, [](const ScreenRow& a, const ScreenRow& b) {
-        return a.label == b.label && a.status == b.status;
-    });
+bool same_row(const ScreenRow& one, const ScreenRow& other) {
+    return one.label == other.label && one.status == other.status;
 }
 
 // Why those options make no run; empty: they do.
@@ -372,7 +366,8 @@ void PanelDesk::see(const std::string& line) {
     const std::string what = event->text("event").value_or("");
     if (source == "live" && what == "did")
         done_.push_back({event->text("action").value_or(""), event->integer("at").value_or(0)});
-    if (source == "live" && what == "picture") look_at(event->text("pixels").value_or(""));
+    if (source == "live" && what == "picture")
+        look_at(event->text("pixels").value_or(""), event->integer("t").value_or(0));
     if (source == "console") console_ += event->text("text").value_or("");
     if (what == "analog-cable") situation_.analog_plugged = event->text("fitted") != "unplugged";
     if (what == "digital-cable")
@@ -384,20 +379,27 @@ void PanelDesk::see(const std::string& line) {
     server_->publish(line);
 }
 
-void PanelDesk::look_at(const std::string& pixels) {
+void PanelDesk::look_at(const std::string& pixels, Microseconds t) {
     const auto picture = picture_of(pixels);
     if (!picture) return;
     situation_.lamp_test = std::ranges::all_of(*picture, [](auto grey) { return grey == 15; });
     auto rows = read_screen(*picture);
-    if (same_rows(rows, situation_.rows)) return;
+    if (std::ranges::equal(rows, situation_.rows, same_row)) return;
+    row_since_.resize(rows.size());
+    for (std::size_t i = 0; i < rows.size(); ++i)
+        if (i >= situation_.rows.size() || !same_row(rows[i], situation_.rows[i]))
+            row_since_[i] = t;
     situation_.rows = std::move(rows);
     tell_rows();
 }
 
 void PanelDesk::tell_rows() {
     Json rows = Json::array();
-    for (const ScreenRow& row : situation_.rows)
-        rows.add(row_of(row));
+    for (std::size_t i = 0; i < row_since_.size(); ++i)
+        rows.add(Json::object()
+                     .set("label", situation_.rows[i].label)
+                     .set("status", situation_.rows[i].status)
+                     .set("since", row_since_[i]));
     latest_["rows"] = panel_message("rows").set("rows", rows).dump();
     server_->publish(latest_["rows"]);
 }

@@ -72,7 +72,7 @@ private:
 
     void start_anew(const Options& options, int own_end);
     void see(const std::string& line);
-    void look_at(const std::string& pixels);
+    void look_at(const std::string& pixels, Microseconds t);
     void keep(const std::string& message);
     void say(const std::string& message);
     void tell_rows();
@@ -101,6 +101,7 @@ private:
     std::map<std::string, std::string> latest_; // of which only the latest counts
     std::vector<DoneStep> done_;
     Situation situation_;
+    std::vector<Microseconds> row_since_; // when each row came to its text
     std::string console_;
     std::map<std::string, int> streams_; // by client
     std::string holder_;                 // who operates; empty: nobody

@@ -81,10 +81,10 @@ void Spectator::obey(std::string_view message, Microseconds when) {
 void Spectator::act(std::string_view line, Microseconds when) {
     const auto action = parse_action(line);
     if (!action) return;
-    if (action->kind == Action::Kind::hold) holds_[action->key] = when;
-    if (action->kind == Action::Kind::release)
-        if (const auto hold = holds_.find(action->key); hold != holds_.end())
-            when = std::max(when, hold->second + key_hold_us);
+    if (action->kind == Action::Kind::hold || action->kind == Action::Kind::release) {
+        const auto [moved, first] = moved_.try_emplace(action->key, when);
+        if (!first) moved->second = when = std::max(when, moved->second + key_hold_us);
+    }
     tell_("did", {{"action", line}, {"at", when}});
     time_.at_kept_place(when, [this, what = *action] { hands_.act(what); });
 }

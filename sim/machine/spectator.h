@@ -4,8 +4,8 @@
 //
 // Messages, one a datagram:
 //     watch 0|1      pictures, levels and time are told, or not
-//     do ACTION      see sim/operator/action.h. A key that is let go was held for key_hold_us at
-//                    least, so that the program has seen it
+//     do ACTION      see sim/operator/action.h. A key that is held stays down for key_hold_us at
+//                    least, and up as long before it is held again, so that the program sees both
 //     pace FACTOR|max, pause, go
 //     step           stand still a second later than now
 //
@@ -64,7 +64,7 @@ private:
     Microseconds picture_told_ = 0; // in real time, like the next
     Microseconds time_told_ = 0;
     Microseconds told_now_ = -1;         // virtual
-    std::map<char, Microseconds> holds_; // by key: since when it is held
+    std::map<char, Microseconds> moved_; // by key: when it goes down, or up, last
 };
 
 // Of each stream that moved something since this was last asked: "0 playback RMS DC RMS DC;...",

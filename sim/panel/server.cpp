@@ -121,7 +121,7 @@ public:
         acceptor_.non_blocking(true);
         accept();
         tick();
-        thread_ = std::thread([this] { run(); });
+        start();
     }
 
     ~Listener() {
@@ -154,12 +154,14 @@ private:
                           " can be listened at: " + error.message());
     }
 
-    // The process's signals are for its first thread.
-    void run() {
+    // The process's signals are for its first thread, from the beginning of this one on.
+    void start() {
         sigset_t all{};
+        sigset_t former{};
         sigfillset(&all);
-        pthread_sigmask(SIG_SETMASK, &all, nullptr);
-        context_.run();
+        pthread_sigmask(SIG_SETMASK, &all, &former);
+        thread_ = std::thread([this] { context_.run(); });
+        pthread_sigmask(SIG_SETMASK, &former, nullptr);
     }
 
     void accept();

@@ -52,11 +52,7 @@ function showTime() {
 
 function seeRows(message) {
   const body = byId("rows");
-  rows = message.rows.map((row, i) => {
-    const before = rows[i];
-    const same = before && before.label === row.label && before.status === row.status;
-    return { ...row, since: row.since ?? (same ? before.since : time) };
-  });
+  rows = message.rows;
   body.replaceChildren(...rows.map((row) => {
     const line = document.createElement("tr");
     for (const text of [row.label, row.status, ""])
