@@ -4,7 +4,7 @@ import { spawnSync } from "node:child_process";
 import { readFileSync, rmSync, writeFileSync, mkdirSync } from "node:fs";
 import { Panel, k4sim, launch, look, program, row, work } from "./stage.mjs";
 
-const wait = { timeout: 30_000 };
+const wait = { timeout: 60_000 };
 const keys = [..."0123456789*#KEACDM"];
 
 const until = async (page, label, text) =>
@@ -198,8 +198,10 @@ for (const [name, test] of Object.entries(tests)) {
       await page.screenshot({ path: `${work}/failed.png` });
       console.log(await page.evaluate(() => document.body.innerText.slice(0, 2000)), page.complaints);
     }
+    for (const panel of Panel.all) console.log(panel.address, panel.process.exitCode, panel.process.signalCode, panel.errors);
     throw error;
   }
+  for (const context of browser.contexts()) await context.close();
   console.log("passed: " + name);
 }
 await browser.close();

@@ -7,10 +7,13 @@ export const [k4sim, program, modules, work] = process.argv.slice(2);
 const { chromium } = createRequire(modules + "/")("playwright-core");
 
 export class Panel {
+  static all = [];
+
   static async start(options, ...keywords) {
     const panel = new Panel();
     panel.process = spawn(k4sim, ["panel", ...options, "--", program, ...keywords]);
     process.on("exit", () => panel.process.kill("SIGKILL")); // of a test that failed
+    Panel.all.push(panel);
     panel.output = panel.errors = "";
     panel.process.stdout.on("data", (data) => { panel.output += data; });
     panel.process.stderr.on("data", (data) => { panel.errors += data; });
