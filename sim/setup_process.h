@@ -19,7 +19,7 @@ inline constexpr int claim_descriptor = 102;
 inline constexpr int setup_descriptor = 103;
 
 // A socket, where the launcher serves a panel: what somebody there does, a message each.
-inline constexpr int control_descriptor = 104;
+inline constexpr int control_descriptor = 106;
 
 // All of these.
 inline constexpr int first_descriptor = report_descriptor;
