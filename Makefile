@@ -38,7 +38,7 @@ panel: setup
 	@$(BUILD)/k4sim panel -- $(BUILD)/k4selftest $(KEYWORDS)
 
 test: build
-	@scripts/setup --browser
+	@scripts/setup --browser || echo "The panel is not tested in a browser: there is none."
 	@$(CTEST) --preset release
 
 # Writes the golden records anew: look at the difference before you commit it.

@@ -93,7 +93,7 @@ std::string record_told(std::string_view folder, std::string_view gap) {
 
 } // namespace
 
-std::string why(const Outcome& outcome, const Observation& seen, const Setup& setup) {
+std::string why(const Outcome& outcome, const Observation& seen) {
     switch (outcome.verdict) {
     case Verdict::passed:
         return rows_ok(seen);
@@ -110,7 +110,7 @@ std::string why(const Outcome& outcome, const Observation& seen, const Setup& se
         break;
     }
     if (!seen.limit) return "nothing more was heard of the device";
-    return "the run reached its limit of " + short_seconds(setup.limit_us) +
+    return "the run reached its limit of " + short_seconds(seen.duration_us) +
            " virtual seconds: " + rows_left(outcome, seen);
 }
 

@@ -25,7 +25,7 @@ bool as_expected(const Outcome& outcome, const std::vector<Verdict>& expected,
 std::vector<std::string> failed_demands(const Outcome& outcome);
 
 // Why the run came out so: "6 of 6 rows OK". Asks for verdict, end and ledger of the outcome.
-std::string why(const Outcome& outcome, const Observation& seen, const Setup& setup);
+std::string why(const Outcome& outcome, const Observation& seen);
 
 // Verdict, reason, virtual and real seconds and the smallest margin in one line without line end:
 // "PASSED: 6 of 6 rows OK after ...". Then what else there is to know: a device that is not left

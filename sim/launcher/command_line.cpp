@@ -89,7 +89,7 @@ int run(const Options& options, RunWatcher* watcher = nullptr) {
                     stopwatch.seconds(),
                     record.demands(),
                     ledger_of(record.story())};
-    outcome.why = why(outcome, seen, options.setup);
+    outcome.why = why(outcome, seen);
     record.tidy_events();
     write_reports(record, outcome);
     record.finish();

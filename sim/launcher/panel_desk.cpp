@@ -22,9 +22,9 @@ namespace k4sim {
 namespace {
 
 constexpr std::chrono::seconds absence{10};
-constexpr std::size_t history_max = 20'000;
-constexpr std::size_t name_max = 64;  // of a client
-constexpr std::size_t line_max = 400; // of an action
+constexpr std::size_t history_max = 4000; // of a source
+constexpr std::size_t name_max = 64;      // of a client
+constexpr std::size_t line_max = 400;     // of an action
 
 const WebReply done_reply{204, "text/plain", ""};
 
@@ -226,8 +226,9 @@ std::string PanelDesk::stream_begins(const std::string& query) {
     if (streams_.empty()) say("watch 1");
     ++streams_[client_of(query)];
     std::string text = WebServer::framed(run_message()) + WebServer::framed(holder_message());
-    for (const std::string& message : history_)
-        text += WebServer::framed(message);
+    for (const auto& [source, messages] : history_)
+        for (const std::string& message : messages)
+            text += WebServer::framed(message);
     for (const auto& [event, message] : latest_)
         text += WebServer::framed(message);
     return text;
@@ -327,11 +328,11 @@ WebReply PanelDesk::start(const WebRequest& request) {
     return done_reply;
 }
 
-// In its own way; who asks again wants it at once.
+// By the device, at a virtual time; who asks again has a program in which no such time passes.
 WebReply PanelDesk::stop(const WebRequest&) {
+    if (std::exchange(asked_off_, true)) RunSignals::kill_child();
+    say("off");
     say("go");
-    say("pace max");
-    RunSignals::end_child();
     return done_reply;
 }
 
@@ -349,6 +350,7 @@ void PanelDesk::start_anew(const Options& options, int own_end) {
     own_end_ = own_end;
     options_ = options;
     runs_ = true;
+    asked_off_ = false;
     history_.clear();
     latest_.clear();
     done_.clear();
@@ -366,6 +368,8 @@ void PanelDesk::see(const std::string& line) {
     const std::string what = event->text("event").value_or("");
     if (source == "live" && what == "did")
         done_.push_back({event->text("action").value_or(""), event->integer("at").value_or(0)});
+    if (source == "live" && what == "off")
+        options_.setup.limit_us = event->integer("at").value_or(options_.setup.limit_us);
     if (source == "live" && what == "picture")
         look_at(event->text("pixels").value_or(""), event->integer("t").value_or(0));
     if (source == "console") console_ += event->text("text").value_or("");
@@ -375,7 +379,7 @@ void PanelDesk::see(const std::string& line) {
     if (source == "live" && what != "did")
         latest_[what] = line;
     else
-        keep(line);
+        keep(source, line);
     server_->publish(line);
 }
 
@@ -404,9 +408,11 @@ void PanelDesk::tell_rows() {
     server_->publish(latest_["rows"]);
 }
 
-void PanelDesk::keep(const std::string& message) {
-    history_.push_back(message);
-    if (history_.size() > history_max) history_.pop_front();
+// Of each source by itself, so that what one repeats without end does not push out another.
+void PanelDesk::keep(const std::string& source, const std::string& message) {
+    std::deque<std::string>& messages = history_[source];
+    messages.push_back(message);
+    if (messages.size() > history_max) messages.pop_front();
 }
 
 // To the device; one that takes nothing any more has its reason.

@@ -73,7 +73,7 @@ private:
     void start_anew(const Options& options, int own_end);
     void see(const std::string& line);
     void look_at(const std::string& pixels, Microseconds t);
-    void keep(const std::string& message);
+    void keep(const std::string& source, const std::string& message);
     void say(const std::string& message);
     void tell_rows();
     std::string holder_message() const;
@@ -97,7 +97,9 @@ private:
     bool runs_ = false;
     std::string closing_line_;
     int status_ = 0;
-    std::deque<std::string> history_;           // what a new onlooker has to know of the run
+    bool asked_off_ = false;
+    // What a new onlooker has to know of the run, by source.
+    std::map<std::string, std::deque<std::string>> history_;
     std::map<std::string, std::string> latest_; // of which only the latest counts
     std::vector<DoneStep> done_;
     Situation situation_;

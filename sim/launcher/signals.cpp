@@ -11,7 +11,6 @@ namespace {
 
 std::atomic<pid_t> running_child{0};
 std::atomic<bool> handed_on{false};
-std::atomic<bool> ended_from_within{false};
 std::atomic<const GroupWitness*> group_witness{nullptr};
 static_assert(std::atomic<pid_t>::is_always_lock_free, "for use in a signal handler");
 
@@ -43,7 +42,6 @@ void on_signal(int number, siginfo_t* info, void*) {
 RunSignals::RunSignals() : in_foreground_(in_foreground_of_terminal()) {
     running_child = 0;
     handed_on = false;
-    ended_from_within = false;
     sigset_t held{};
     sigemptyset(&held);
     for (const int number : numbers)
@@ -79,9 +77,8 @@ void RunSignals::release_in_launcher(pid_t child) {
     sigprocmask(SIG_SETMASK, &former_mask_, nullptr);
 }
 
-void RunSignals::end_child() {
-    if (const pid_t child = running_child; child != 0)
-        kill(child, ended_from_within.exchange(true) ? SIGKILL : SIGTERM);
+void RunSignals::kill_child() {
+    if (const pid_t child = running_child; child != 0) kill(child, SIGKILL);
 }
 
 bool RunSignals::asked_to_end() const { return handed_on; }

@@ -30,9 +30,8 @@ public:
     // A program of the launcher's group gets nothing from it that the group was sent.
     void release_in_launcher(pid_t child);
 
-    // Hands on SIGTERM, from any thread, as if the launcher had got it, and a second time SIGKILL.
-    // Nothing without a child.
-    static void end_child();
+    // From any thread; nothing without a child.
+    static void kill_child();
 
     // Whether a signal to the launcher was handed on.
     bool asked_to_end() const;

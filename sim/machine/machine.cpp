@@ -124,10 +124,10 @@ bool Machine::thread_create_fails() {
     return true;
 }
 
-void Machine::record(const Setup& setup) {
+void Machine::record(const Setup& setup, std::function<void()> switch_off) {
     report_.open(setup.report_fd);
     reset(setup);
-    if (setup.control_fd >= 0) admit_spectator(setup.control_fd);
+    if (setup.control_fd >= 0) admit_spectator(setup.control_fd, std::move(switch_off));
 }
 
 void Machine::share(int claim_descriptor, bool first) {
@@ -155,15 +155,18 @@ void Machine::leave_record() {
 }
 
 // It hears and sees as long as the device is this process's.
-void Machine::admit_spectator(int socket) {
+void Machine::admit_spectator(int socket, std::function<void()> switch_off) {
     spectators_hands_ = std::make_unique<Hands>(
         *device_, *this, [this](const FaultSetting& fault) { apply_fault(fault); });
-    spectator_ = std::make_unique<Spectator>(
-        socket, *device_, *spectators_hands_, scheduler(),
-        [this](std::string_view what, std::initializer_list<Field> fields) {
-            write_report(report_line(now(), "live", what, fields));
-        },
-        [this] { return picture_text(*device_); }, [this] { return reports(); });
+    Spectator::Ties ties;
+    ties.tell = [this](std::string_view what, std::initializer_list<Field> fields) {
+        write_report(report_line(now(), "live", what, fields));
+    };
+    ties.picture = [this] { return picture_text(*device_); };
+    ties.present = [this] { return reports(); };
+    ties.switch_off = std::move(switch_off);
+    spectator_ = std::make_unique<Spectator>(socket, *device_, *spectators_hands_, scheduler(),
+                                             std::move(ties));
     scheduler().pace().set_onlooker(spectator_.get(), now());
 }
 

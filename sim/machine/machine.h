@@ -15,6 +15,7 @@
 #include "sim/setup.h"
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -84,8 +85,9 @@ public:
     const std::vector<Event>& events() const { return events_; }
     void clear_events() { events_.clear(); }
 
-    // Begins a record of the run, as the launcher set it up; the device is a new one.
-    void record(const Setup& setup);
+    // Begins a record of the run, as the launcher set it up; the device is a new one. `switch_off`
+    // ends the run, for somebody who looks on.
+    void record(const Setup& setup, std::function<void()> switch_off);
     bool recorded() const { return report_.is_open(); }
 
     // Last lines of the record: the picture on the glass, and how the run ended.
@@ -123,7 +125,7 @@ private:
     void strike(std::size_t planned); // of the setup's faults
     bool reports() const;             // this process's lines are those of the record
     void write_report(std::string_view line);
-    void admit_spectator(int socket);
+    void admit_spectator(int socket, std::function<void()> switch_off);
     void report_picture(Microseconds appeared, const std::string& picture);
 
     Setup setup_;

@@ -7,6 +7,7 @@
 #include <array>
 #include <charconv>
 #include <cmath>
+#include <cstdlib>
 #include <sys/syscall.h>
 #include <unistd.h>
 
@@ -28,6 +29,26 @@ void for_streams(Device& device, Use use) {
 
 std::string tenths(double level_db) { return " " + std::to_string(std::lround(level_db * 10)); }
 
+// A key, or a knob by its number; nothing of other actions.
+char what_moves(const Action& action) {
+    return action.kind == Action::Kind::turn ? static_cast<char>(action.encoder) : action.key;
+}
+
+// How long a key or a knob has to stay so that the program sees it.
+Microseconds duration_of(const Action& action) {
+    switch (action.kind) {
+    case Action::Kind::hold:
+    case Action::Kind::release:
+        return key_hold_us;
+    case Action::Kind::press:
+        return 2 * key_hold_us;
+    case Action::Kind::turn:
+        return key_hold_us + std::abs(action.steps) * knob_step_us;
+    default:
+        return 0;
+    }
+}
+
 std::string factor_text(std::optional<double> factor) {
     if (!factor) return "max";
     std::array<char, 40> text{};
@@ -36,13 +57,11 @@ std::string factor_text(std::optional<double> factor) {
 
 } // namespace
 
-Spectator::Spectator(int socket, Device& device, Hands& hands, Scheduler& time, Tell tell,
-                     std::function<std::string()> picture, std::function<bool()> present)
-    : socket_(socket), device_(device), hands_(hands), time_(time), tell_(std::move(tell)),
-      picture_(std::move(picture)), present_(std::move(present)) {}
+Spectator::Spectator(int socket, Device& device, Hands& hands, Scheduler& time, Ties ties)
+    : socket_(socket), device_(device), hands_(hands), time_(time), ties_(std::move(ties)) {}
 
 bool Spectator::look(Microseconds real, Microseconds earliest, Microseconds) {
-    if (!present_()) return false;
+    if (!ties_.present()) return false;
     bool heard = false;
     while (hear(earliest))
         heard = true;
@@ -67,6 +86,7 @@ void Spectator::obey(std::string_view message, Microseconds when) {
     Pace& pace = time_.pace();
     if (verb == "do") act(rest, when);
     if (verb == "pace") set_pace(rest);
+    if (verb == "off") switch_off(when);
     if (verb == "watch") watch(rest == "1");
     if (verb == "pause") pace.stop(time_.now());
     if (verb == "go") pace.go_on(time_.now());
@@ -81,12 +101,16 @@ void Spectator::obey(std::string_view message, Microseconds when) {
 void Spectator::act(std::string_view line, Microseconds when) {
     const auto action = parse_action(line);
     if (!action) return;
-    if (action->kind == Action::Kind::hold || action->kind == Action::Kind::release) {
-        const auto [moved, first] = moved_.try_emplace(action->key, when);
-        if (!first) moved->second = when = std::max(when, moved->second + key_hold_us);
-    }
-    tell_("did", {{"action", line}, {"at", when}});
+    Microseconds& free = free_[what_moves(*action)];
+    when = std::max(when, free);
+    free = when + duration_of(*action);
+    ties_.tell("did", {{"action", line}, {"at", when}});
     time_.at_kept_place(when, [this, what = *action] { hands_.act(what); });
+}
+
+void Spectator::switch_off(Microseconds when) {
+    ties_.tell("off", {{"at", when}});
+    time_.at_kept_place(when, ties_.switch_off);
 }
 
 void Spectator::set_pace(std::string_view factor) {
@@ -107,8 +131,8 @@ void Spectator::tell_what_is_new(Microseconds real) {
     if (picture_is_new_ && real - picture_told_ >= picture_every_us) {
         picture_is_new_ = false;
         picture_told_ = real;
-        const std::string pixels = picture_();
-        tell_("picture", {{"pixels", std::string_view(pixels)}});
+        const std::string pixels = ties_.picture();
+        ties_.tell("picture", {{"pixels", std::string_view(pixels)}});
     }
     if (real - time_told_ >= time_every_us && time_.now() != told_now_) {
         time_told_ = real;
@@ -119,9 +143,10 @@ void Spectator::tell_what_is_new(Microseconds real) {
 void Spectator::tell_time() {
     told_now_ = time_.now();
     const std::string pace = factor_text(time_.pace().factor());
-    tell_("time", {{"pace", std::string_view(pace)}, {"paused", time_.pace().stop().has_value()}});
+    ties_.tell("time",
+               {{"pace", std::string_view(pace)}, {"paused", time_.pace().stop().has_value()}});
     if (const std::string levels = level_text(device_); !levels.empty())
-        tell_("levels", {{"streams", std::string_view(levels)}});
+        ties_.tell("levels", {{"streams", std::string_view(levels)}});
 }
 
 std::string level_text(Device& device) {

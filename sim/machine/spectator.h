@@ -4,14 +4,16 @@
 //
 // Messages, one a datagram:
 //     watch 0|1      pictures, levels and time are told, or not
-//     do ACTION      see sim/operator/action.h. A key that is held stays down for key_hold_us at
-//                    least, and up as long before it is held again, so that the program sees both
+//     do ACTION      see sim/operator/action.h. A key stays down, or up, and a knob where it is
+//                    for key_hold_us before it is moved again, so that the program sees both
 //     pace FACTOR|max, pause, go
 //     step           stand still a second later than now
+//     off            the device is switched off, as at the limit of a run
 //
 // What is told are report lines of the source "live", which are no part of the record: `picture`
 // with its `pixels`; `time` with `pace` ("max" or a factor) and `paused`; `levels` of the streams,
-// see level_text(); `did` with `action` and `at`, when it is due.
+// see level_text(); `did` with `action` and `at`, when it is due;
+// `off`, when the device will be.
 #pragma once
 
 #include "sim/models/surroundings.h"
@@ -30,14 +32,18 @@ class Scheduler;
 
 class Spectator final : public Onlooker {
 public:
-    using Tell = std::function<void(std::string_view event, std::initializer_list<Field> fields)>;
+    struct Ties {
+        std::function<void(std::string_view event, std::initializer_list<Field> fields)> tell;
+        std::function<std::string()> picture; // what is on the glass
+        // Whether the device is this process's: else nothing is heard or told.
+        std::function<bool()> present;
+        std::function<void()> switch_off;
+    };
 
-    // `socket` is the launcher's; device, hands and scheduler outlive it. `present` tells whether
-    // the device is this process's: else nothing is heard or told.
-    Spectator(int socket, Device& device, Hands& hands, Scheduler& time, Tell tell,
-              std::function<std::string()> picture, std::function<bool()> present);
+    // `socket` is the launcher's; device, hands and scheduler outlive it.
+    Spectator(int socket, Device& device, Hands& hands, Scheduler& time, Ties ties);
 
-    int descriptor() const override { return present_() ? socket_ : -1; }
+    int descriptor() const override { return ties_.present() ? socket_ : -1; }
     bool look(Microseconds real, Microseconds earliest, Microseconds latest) override;
 
     // The glass shows something else from now on.
@@ -47,6 +53,7 @@ private:
     bool hear(Microseconds when);
     void obey(std::string_view message, Microseconds when);
     void act(std::string_view line, Microseconds when);
+    void switch_off(Microseconds when);
     void set_pace(std::string_view factor);
     void watch(bool watched);
     void tell_what_is_new(Microseconds real);
@@ -56,15 +63,13 @@ private:
     Device& device_;
     Hands& hands_;
     Scheduler& time_;
-    Tell tell_;
-    std::function<std::string()> picture_;
-    std::function<bool()> present_;
+    const Ties ties_;
     bool watched_ = false;
     bool picture_is_new_ = false;
     Microseconds picture_told_ = 0; // in real time, like the next
     Microseconds time_told_ = 0;
-    Microseconds told_now_ = -1;         // virtual
-    std::map<char, Microseconds> moved_; // by key: when it goes down, or up, last
+    Microseconds told_now_ = -1;        // virtual
+    std::map<char, Microseconds> free_; // by key or knob: from when on it can be moved again
 };
 
 // Of each stream that moved something since this was last asked: "0 playback RMS DC RMS DC;...",

@@ -10,6 +10,8 @@ const keys = [..."0123456789*#KEACDM"];
 const until = async (page, label, text) =>
   page.waitForFunction(([unit, wanted]) => [...document.querySelectorAll("#rows tr")].some(
     (line) => line.cells[0].textContent === unit && line.cells[1].textContent.includes(wanted)), [label, text], wait);
+const printed = async (page, text) =>
+  page.waitForFunction((wanted) => document.getElementById("console").textContent.includes(wanted), text, wait);
 const isOff = (page) => page.waitForFunction(() => document.getElementById("state").textContent.startsWith("off"), null, wait);
 const isOn = (page) => page.waitForFunction(() => document.getElementById("state").textContent.startsWith("on"), null, wait);
 
@@ -28,7 +30,7 @@ async function wholeTest(page) {
   await page.locator(".knob .cap").nth(1).hover();
   await page.mouse.wheel(0, 100);
   await page.mouse.wheel(0, -100);
-  await page.waitForFunction(() => document.getElementById("console").textContent.includes("Check for loopback audio"), null, wait);
+  await printed(page, "Check for loopback audio");
   await page.locator("[data-cable=analog]").click();
   await until(page, "AES/EBU", "'LOCK'");
   await page.locator("[data-cable=digital]").dragTo(page.locator(".cable .socket").nth(1));
@@ -80,14 +82,14 @@ const tests = {
     assert.match(await page.textContent("#state"), /status 250: ABORTED/);
     assert.deepEqual(page.complaints, []);
     assert.equal(await panel.end(), 250);
-    assert.equal(readFileSync(record + "/k4sim-record", "utf8").trim(), "complete");
   },
 
   async "a fault is set, seen, cleared, and the row recovers; two browsers"(browser) {
-    const panel = await Panel.start(["--pace", "5"], "run");
+    const record = `${work}/fault`;
+    const panel = await Panel.start(["--pace", "5", "--fault", "link-refused=usb0", "--record", record], "run");
     const page = await look(browser, panel.address);
     await endLampTest(page);
-    await until(page, "Ethernet", "LAN-ok");
+    await until(page, "Ethernet", "LAN-ok   WAN-??");
     await page.locator("#search").fill("other end network");
     const fault = page.locator("#faults li:visible");
     assert.equal(await fault.count(), 1);
@@ -99,7 +101,11 @@ const tests = {
       await until(one, "Ethernet", "LAN-??");
       assert.equal(await one.locator("[data-key='5']").isDisabled(), true);
     }
+    assert.equal(await onlooker.locator("[data-fault='link-down=eth0']").getAttribute("aria-pressed"), "false");
     await fault.locator("button").click();
+    await until(other, "Ethernet", "LAN-ok");
+    await page.locator("#search").fill("refuses to tell");
+    await fault.locator("button").click(); // set from the start
     await until(other, "Ethernet", "OK");
     await page.locator("#operate").click();
     await other.locator("#operate").click();
@@ -109,17 +115,21 @@ const tests = {
     await other.close(); // and is gone for ten seconds
     await page.waitForFunction(() => document.getElementById("operate").textContent === "Operate", null, wait);
     assert.deepEqual([...page.complaints, ...other.complaints, ...onlooker.complaints], []);
-    assert.equal(await panel.end("SIGTERM"), 250);
+    await page.locator("#operate").click();
+    await page.locator("#off").click();
+    await isOff(page);
+    assert.equal(await replays(panel, record), 124);
+    assert.equal(await panel.end("SIGTERM"), 124);
   },
 
   async "by the keyboard alone; paused, a step, and shown what is next"(browser) {
     const record = `${work}/keyboard`;
-    const panel = await Panel.start(["--record", record], "run");
+    const panel = await Panel.start(["--record", record, "--board", "plain"], "run", "noanalog");
     const page = await look(browser, panel.address, { reducedMotion: "reduce" });
     await endLampTest(page);
     await until(page, "Frontpanel", "EACDMhH");
     for (const key of [..."0123456789", "ArrowLeft", "ArrowRight", "ArrowUp", "ArrowDown"]) await page.keyboard.press(key);
-    await until(page, "Frontpanel", "*#KEACDM");
+    await printed(page, "Key 20");
     const reach = async (id) => {
       for (let i = 0; i < 40; ++i) {
         if (await page.evaluate((wanted) => document.activeElement.id === wanted, id)) return page.keyboard.press("Enter");
@@ -137,8 +147,8 @@ const tests = {
     await page.locator("#pause").focus();
     await page.keyboard.press("Enter");
     await reach("show");
-    await page.waitForFunction(() => /^press \*: the row Frontpanel/.test(document.getElementById("advice").textContent), null, wait);
-    await until(page, "Frontpanel", "#KEACDM");
+    await page.waitForFunction(() => /^press 7: the row Frontpanel/.test(document.getElementById("advice").textContent), null, wait);
+    await row(page, "Frontpanel").filter({ hasText: /^\*#KEACDM$/ }).waitFor(wait);
     for (const key of "ee") await page.keyboard.press(key);
     await isOff(page);
     assert.equal(await replays(panel, record), 250);
@@ -150,7 +160,8 @@ const tests = {
 
   // By touch on a tablet; each text has the contrast that WCAG AA asks for, in light and dark.
   async "touch, contrast, and no scrolling sideways"(browser) {
-    const panel = await Panel.start([], "run");
+    const record = `${work}/touch`;
+    const panel = await Panel.start(["--record", record], "run");
     const tablet = await look(browser, panel.address, { viewport: { width: 820, height: 1180 }, hasTouch: true });
     await tablet.locator("[data-key='5']").tap();
     await until(tablet, "Frontpanel", "0");
@@ -161,7 +172,8 @@ const tests = {
       assert(await page.evaluate(() => document.documentElement.scrollWidth <= innerWidth));
       assert.equal(await page.evaluate(() => document.getElementById("oled").getBoundingClientRect().width * devicePixelRatio), 1024);
     }
-    assert.equal(await panel.end(), 250);
+    assert.equal(await panel.end(), 250); // in the middle of the run
+    assert.equal(readFileSync(record + "/k4sim-record", "utf8").trim(), "complete");
   },
 };
 

@@ -2,9 +2,10 @@
 import { spawn } from "node:child_process";
 import { createRequire } from "node:module";
 import { once } from "node:events";
+import { resolve } from "node:path";
 
 export const [k4sim, program, modules, work] = process.argv.slice(2);
-const { chromium } = createRequire(modules + "/")("playwright-core");
+const { chromium } = createRequire(resolve(modules) + "/")("playwright-core");
 
 export class Panel {
   static all = [];

@@ -141,8 +141,9 @@ double Codec::loop_gain(unsigned input) const {
     const int source = source_of(input);
     if (source < 0 || faults_.dead_input == static_cast<int>(input) + 1) return 0;
     if (!settings_.line_in_on[input]) return 0;
+    const double own_db = input == 0 ? faults_.left_gain_db : faults_.right_gain_db;
     return output_gain(static_cast<unsigned>(source)) *
-           factor(input_gain_db(input) + faults_.gain_db);
+           factor(input_gain_db(input) + faults_.gain_db + own_db);
 }
 
 double Codec::output_gain(unsigned channel) const {

@@ -47,6 +47,8 @@ struct CodecSettings {
 // What can be broken on the way. Levels in dB re full scale.
 struct CodecFaults {
     double gain_db = 0;      // more (or less) than it should be
+    double left_gain_db = 0; // the same, of one input
+    double right_gain_db = 0;
     int droop_hz = 0;        // 0: none; a dip around this frequency
     double hum_db = -1000;   // peak of a 50 Hz hum at both inputs; -1000: none
     double dc_db = -1000;    // DC at both inputs

@@ -139,11 +139,21 @@ constexpr Breaker<SoundCard> breakers[] = {
          break_codec(card, &CodecFaults::dead_input, number_of(value));
      },
      mend_codec<&CodecFaults::dead_input>},
+    {"analog-left-gain",
+     [](SoundCard& card, auto value) {
+         break_codec(card, &CodecFaults::left_gain_db, fault_decimal(value));
+     },
+     mend_codec<&CodecFaults::left_gain_db>},
     {"analog-noise",
      [](SoundCard& card, auto value) {
          break_codec(card, &CodecFaults::noise_db, fault_decimal(value));
      },
      mend_codec<&CodecFaults::noise_db>},
+    {"analog-right-gain",
+     [](SoundCard& card, auto value) {
+         break_codec(card, &CodecFaults::right_gain_db, fault_decimal(value));
+     },
+     mend_codec<&CodecFaults::right_gain_db>},
     {"capture-overrun",
      [](SoundCard& card, auto value) {
          card.set_interruptions(PcmStream::Direction::capture, microseconds_of(value));

@@ -213,27 +213,32 @@ function light(name, on) {
   lamps.get(name).setAttribute("aria-label", name + (on ? ": on" : ": off"));
 }
 
-// The speaker: a square wave, as a PC's.
+// The speaker: a square wave, as a PC's. A browser lets a page sound after the first click only.
 let audio = null;
 let tone = null;
-let muted = true;
+let sounding = 0; // Hz
+let muted = false;
 function sound(hz) {
+  sounding = hz;
+  light("Speaker", hz > 0);
   tone?.stop();
   tone = null;
-  light("Speaker", hz > 0);
   if (hz <= 0 || muted || audio === null) return;
-  const volume = new GainNode(audio, { gain: 0.05 });
   tone = new OscillatorNode(audio, { type: "square", frequency: hz });
-  tone.connect(volume).connect(audio.destination);
+  tone.connect(new GainNode(audio, { gain: 0.05 })).connect(audio.destination);
   tone.start();
 }
 
-function setMuted(mute) {
-  muted = mute;
-  if (!mute) audio ??= new AudioContext();
-  byId("sound").setAttribute("aria-pressed", String(!mute));
-  byId("sound").textContent = mute ? "Speaker on" : "Mute speaker";
-  if (mute) tone?.stop();
+function startAudio() {
+  if (audio !== null) return;
+  audio = new AudioContext();
+  sound(sounding);
+}
+
+function toggleMute() {
+  muted = !muted;
+  byId("sound").setAttribute("aria-pressed", String(muted));
+  sound(sounding);
 }
 
 const greys = Array.from({ length: 16 }, (_, grey) => grey * 17);
@@ -248,11 +253,11 @@ export function drawPicture(pixels) {
   drawn.putImageData(image, 0, 0);
 }
 
-// A whole number of the screen's own pixels a point, four where there is room.
+// Four of the screen's own pixels a point, or as many as there is room for.
 function fitGlass() {
   const own = window.devicePixelRatio;
   const room = byId("oled").parentElement.clientWidth * own;
-  const points = Math.max(1, Math.min(own > 1.5 ? 8 : 4, Math.floor(room / 256)));
+  const points = Math.max(1, Math.min(4, Math.floor(room / 256)));
   byId("oled").style.width = (256 * points) / own + "px";
 }
 
@@ -331,8 +336,9 @@ export function make(onLatched) {
   reset();
   fitGlass();
   new ResizeObserver(fitGlass).observe(byId("oled").parentElement);
-  byId("sound").addEventListener("click", () => setMuted(!muted));
+  byId("sound").addEventListener("click", toggleMute);
   document.addEventListener("keydown", onKey);
+  for (const first of ["pointerup", "keyup"]) document.addEventListener(first, startAudio);
   document.addEventListener("keyup", (event) => {
     if (typed.has(event.code)) release(typed.get(event.code));
     typed.delete(event.code);

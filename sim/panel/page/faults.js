@@ -2,29 +2,24 @@
 import { act } from "./link.js";
 
 const list = document.getElementById("faults");
-const entries = []; // {fault, item, input, button, set: value or null}
-
-function settingOf(entry) {
-  return entry.fault.name + (entry.input?.value ? "=" + entry.input.value : "");
-}
+const entries = []; // {fault, item, input, button, set: its values}
 
 function show(entry) {
-  const set = entry.set !== null;
+  const set = entry.set.length > 0;
   entry.item.classList.toggle("set", set);
-  entry.button.setAttribute("aria-pressed", String(set && entry.fault.clears));
-  entry.button.textContent = set && entry.fault.clears ? "Clear" : "Set";
+  entry.button.setAttribute("aria-pressed", String(set));
+  entry.button.textContent = set ? "Clear" : "Set";
   entry.button.setAttribute("aria-label", `${entry.button.textContent} ${entry.fault.name}`);
-  if (entry.input) entry.input.readOnly = set && entry.fault.clears;
+  if (entry.input) entry.input.readOnly = set;
 }
 
 function toggle(entry) {
-  const clears = entry.set !== null && entry.fault.clears;
-  const value = entry.set ? "=" + entry.set : "";
-  act(clears ? "clear " + entry.fault.name + value : "fault " + settingOf(entry));
+  const value = entry.set.at(-1) ?? entry.input?.value ?? "";
+  act((entry.set.length > 0 ? "clear " : "fault ") + entry.fault.name + (value ? "=" + value : ""));
 }
 
 function make(fault) {
-  const entry = { fault, set: null, input: null, item: document.createElement("li") };
+  const entry = { fault, set: [], input: null, item: document.createElement("li") };
   const title = document.createElement("h3");
   title.textContent = fault.name;
   const breaks = document.createElement("small");
@@ -35,7 +30,9 @@ function make(fault) {
   entry.button.type = "button";
   entry.button.addEventListener("click", () => toggle(entry));
   if (fault.value) {
-    entry.input = document.createElement("input");
+    const words = fault.value.split("|");
+    entry.input = document.createElement(words.length > 1 ? "select" : "input");
+    if (words.length > 1) entry.input.append(...words.map((word) => new Option(word)));
     entry.input.value = fault.example.split("=")[1] ?? "";
     entry.input.setAttribute("aria-label", `${fault.name}: ${fault.value}`);
     entry.input.title = fault.value;
@@ -67,15 +64,18 @@ export function see(event) {
   if (event.source !== "fault") return;
   const entry = entries.find((one) => one.fault.name === event.event);
   if (!entry) return;
-  entry.set = event.cleared ? null : event.value;
-  if (entry.set !== null && entry.input) entry.input.value = entry.set;
+  // Several values can be set, by the ports or from the start: the last one is shown.
+  const value = event.value ?? "";
+  entry.set = entry.set.filter((one) => one !== value);
+  if (!event.cleared && entry.fault.clears) entry.set.push(value);
+  if (entry.input && entry.set.length > 0) entry.input.value = entry.set.at(-1);
   show(entry);
 }
 
 // Which make sense on this board.
 export function reset(board) {
   for (const entry of entries) {
-    entry.set = null;
+    entry.set = [];
     entry.item.classList.toggle("elsewhere", !entry.fault.boards.includes(board));
     show(entry);
   }

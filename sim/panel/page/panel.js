@@ -10,6 +10,7 @@ const consoleMax = 200_000;
 const settings = byId("settings").elements;
 
 let holder = "";
+let takes = false; // what nobody operates, when the page is opened
 let run = { runs: false };
 let time = 0;
 let paused = false;
@@ -33,7 +34,7 @@ function showRun() {
 function showHolder() {
   const can = operates();
   document.body.dataset.operates = String(can);
-  const controls = "#device button, #settings *, #pace, #pause, #step, #show, #faults button, #faults input";
+  const controls = "#device button, #settings *, #pace, #pause, #step, #show, #faults button, #faults input, #faults select";
   for (const control of document.querySelectorAll(controls))
     if (control.id !== "sound" && "disabled" in control) control.disabled = !can;
   const button = byId("operate");
@@ -108,7 +109,12 @@ function seeRun(message) {
 const sights = {
   "panel run": seeRun,
   "panel rows": seeRows,
-  "panel holder": (message) => { holder = message.client; showHolder(); },
+  "panel holder": (message) => {
+    holder = message.client;
+    showHolder();
+    if (takes && holder === "") post("/api/take");
+    takes = false;
+  },
   "panel advice": (message) => {
     byId("advice").textContent = (message.action ? message.action + ": " : "") + message.why;
   },
@@ -153,5 +159,5 @@ showHolder();
 listen(see, () => {
   run = { runs: false };
   clear();
-  if (mayOperate) post("/api/take");
+  takes = mayOperate;
 }, (lost) => { if (lost) showState("no connection to k4sim", "bad"); });
