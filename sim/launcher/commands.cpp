@@ -5,6 +5,7 @@
 #include "sim/launcher/short_number.h"
 #include "sim/models/faults.h"
 #include "sim/models/nearest.h"
+#include "sim/models/surroundings.h"
 #include "sim/setup_choices.h"
 
 #include <algorithm>
@@ -181,10 +182,11 @@ void take_run(Options& options, const std::vector<Said>& said,
     take_program(options, said, program);
 }
 
-// In real time, and with nobody at the panel but who is in the browser.
+// In real time, for a day, and with nobody at the panel but who is in the browser.
 void take_panel(Options& options, const std::vector<Said>& said,
                 const std::vector<std::string>& program) {
     options.setup.pace = 1;
+    options.setup.limit_us = 24 * 3600 * us_per_second;
     take_program(options, said, program);
 }
 
@@ -262,7 +264,7 @@ const std::vector<CommandForm>& commands() {
          any,
          take_panel,
          Reading::program,
-         "Here --pace is 1 and --operator none unless told.\n"},
+         "Here --pace is 1, --operator none and --limit a day unless told.\n"},
         {Command::check,
          "check",
          "FILE.toml|-",

@@ -183,8 +183,7 @@ void PanelDesk::begin(const Options& options) {
 
 bool PanelDesk::takes(const std::string& line) {
     const bool live = is_of(line, "live");
-    const bool shows = !is_of(line, "plan") && (live || line.find("\"pixels\"") == line.npos);
-    if (shows) server_->post([this, line] { see(line); });
+    if (!is_of(line, "plan")) server_->post([this, line] { see(line); });
     return live;
 }
 
@@ -343,6 +342,8 @@ bool PanelDesk::holder_is_gone() const {
 void PanelDesk::give_to(const std::string& client) {
     holder_ = client;
     holder_seen_ = Clock::now();
+    for (const char key : held_) // a hand that goes lets go
+        say(std::string("do release ") + key);
     server_->publish(holder_message());
 }
 
@@ -354,6 +355,7 @@ void PanelDesk::start_anew(const Options& options, int own_end) {
     history_.clear();
     latest_.clear();
     done_.clear();
+    held_.clear();
     situation_ = {};
     console_.clear();
     if (!streams_.empty()) say("watch 1");
@@ -366,8 +368,14 @@ void PanelDesk::see(const std::string& line) {
     if (!event) return;
     const std::string source = event->text("source").value_or("");
     const std::string what = event->text("event").value_or("");
+    if (source == "oled" && event->text("pixels")) {
+        // Late, but told also while nobody looks on.
+        if (streams_.empty() && what == "picture")
+            look_at(*event->text("pixels"), event->integer("t").value_or(0));
+        return;
+    }
     if (source == "live" && what == "did")
-        done_.push_back({event->text("action").value_or(""), event->integer("at").value_or(0)});
+        note_done({event->text("action").value_or(""), event->integer("at").value_or(0)});
     if (source == "live" && what == "off")
         options_.setup.limit_us = event->integer("at").value_or(options_.setup.limit_us);
     if (source == "live" && what == "picture")
@@ -381,6 +389,12 @@ void PanelDesk::see(const std::string& line) {
     else
         keep(source, line);
     server_->publish(line);
+}
+
+void PanelDesk::note_done(const DoneStep& step) {
+    done_.push_back(step);
+    if (step.action.starts_with("hold ")) held_.insert(step.action.back());
+    if (step.action.starts_with("release ")) held_.erase(step.action.back());
 }
 
 void PanelDesk::look_at(const std::string& pixels, Microseconds t) {

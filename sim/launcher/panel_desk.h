@@ -12,6 +12,7 @@
 #include <map>
 #include <mutex>
 #include <optional>
+#include <set>
 
 namespace k4sim {
 
@@ -72,6 +73,7 @@ private:
 
     void start_anew(const Options& options, int own_end);
     void see(const std::string& line);
+    void note_done(const DoneStep& step);
     void look_at(const std::string& pixels, Microseconds t);
     void keep(const std::string& source, const std::string& message);
     void say(const std::string& message);
@@ -102,6 +104,7 @@ private:
     std::map<std::string, std::deque<std::string>> history_;
     std::map<std::string, std::string> latest_; // of which only the latest counts
     std::vector<DoneStep> done_;
+    std::set<char> held_; // keys
     Situation situation_;
     std::vector<Microseconds> row_since_; // when each row came to its text
     std::string console_;

@@ -318,6 +318,7 @@ void WebServer::Listener::accept() {
              socket = accept_alone(acceptor_.native_handle())) {
             Tcp::socket client(context_);
             client.assign(acceptor_.local_endpoint().protocol(), socket, error);
+            if (!error) client.set_option(Tcp::no_delay(true), error); // pictures are news
             if (!error && connections_ < connections_max)
                 std::make_shared<Connection>(std::move(client), *this)->read();
         }

@@ -23,6 +23,8 @@ const ports = [
 ];
 
 let runs = false;
+const startSeen = 2e6; // us; until then a hand keeps a start key down
+let heldAtStart = [];
 const down = new Set(); // keys that are held here
 const latched = new Set(); // keys that will be held when the device is switched on
 const buttons = new Map(); // by key
@@ -265,8 +267,8 @@ export function setRunning(now) {
   if (now && !runs && latched.size > 0) {
     const held = [...latched];
     latched.clear();
-    held.forEach((key) => down.add(key)); // as a hand that lets go when the device is on
-    setTimeout(() => held.forEach(release), 1500);
+    held.forEach((key) => down.add(key));
+    heldAtStart = held;
     tellLatched("");
   }
   runs = now;
@@ -300,6 +302,7 @@ const sights = {
 };
 
 export function see(event) {
+  if (event.t > startSeen) heldAtStart.splice(0).forEach(release);
   sights[`${event.source} ${event.event}`]?.(event);
   if (event.source !== "fault") return;
   const setting = event.event + (event.value ? "=" + event.value : "");
