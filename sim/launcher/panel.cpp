@@ -4,6 +4,7 @@
 #include "sim/panel/server.h"
 
 #include <array>
+#include <atomic>
 #include <cerrno>
 #include <csignal>
 #include <cstdio>
@@ -11,7 +12,6 @@
 #include <poll.h>
 #include <sys/eventfd.h>
 #include <sys/random.h>
-#include <sys/signalfd.h>
 #include <unistd.h>
 
 namespace k4sim {
@@ -40,17 +40,31 @@ std::string name_of_host(const std::string& address) {
     return address.find(':') == std::string::npos ? address : "[" + address + "]";
 }
 
-// Between two runs: waits for another one to be asked for, or for a signal that ends it all.
+constexpr std::array<int, 4> end_signals{SIGINT, SIGQUIT, SIGTERM, SIGHUP};
+std::atomic<bool> signalled{false};
+
+void note_signal(int) { signalled = true; }
+
+// Between two runs: waits for another one to be asked for, or for a signal that ends it all. While
+// a run goes on signals are its own affair (see signals.h), and else Idle's.
 class Idle {
 public:
     Idle() {
         if (bell_ < 0)
             throw UsageError(std::string("no bell for a panel: ") + std::strerror(errno));
+        struct sigaction action {};
+        action.sa_handler = note_signal;
         sigemptyset(&ends_);
-        for (const int number : {SIGINT, SIGQUIT, SIGTERM, SIGHUP})
-            sigaddset(&ends_, number);
+        for (std::size_t i = 0; i < end_signals.size(); ++i) {
+            sigaddset(&ends_, end_signals[i]);
+            sigaction(end_signals[i], &action, &former_[i]);
+        }
     }
-    ~Idle() { close(bell_); }
+    ~Idle() {
+        for (std::size_t i = 0; i < end_signals.size(); ++i)
+            sigaction(end_signals[i], &former_[i], nullptr);
+        close(bell_);
+    }
     Idle(const Idle&) = delete;
     Idle& operator=(const Idle&) = delete;
 
@@ -61,23 +75,19 @@ public:
     bool wait() const {
         sigset_t former{};
         sigprocmask(SIG_BLOCK, &ends_, &former);
-        const int signals = signalfd(-1, &ends_, SFD_CLOEXEC);
-        std::array<pollfd, 2> waits{{{bell_, POLLIN, 0}, {signals, POLLIN, 0}}};
-        while (poll(waits.data(), waits.size(), -1) < 0 && errno == EINTR) {
+        pollfd bell{bell_, POLLIN, 0};
+        while (!signalled && ppoll(&bell, 1, nullptr, &former) < 0 && errno == EINTR) {
         }
-        signalfd_siginfo ignored{};
-        const bool ended = signals < 0 || ((waits[1].revents & POLLIN) != 0 &&
-                                           read(signals, &ignored, sizeof ignored) > 0);
         eventfd_t count = 0;
-        if (!ended) eventfd_read(bell_, &count);
-        close(signals);
+        if (!signalled) eventfd_read(bell_, &count);
         sigprocmask(SIG_SETMASK, &former, nullptr);
-        return !ended;
+        return !signalled;
     }
 
 private:
     int bell_ = eventfd(0, EFD_CLOEXEC);
     sigset_t ends_{};
+    std::array<struct sigaction, end_signals.size()> former_{};
 };
 
 } // namespace

@@ -103,7 +103,10 @@ for options, wanted in [(["--listen", "example"], '"example" is no IP address; s
     run = subprocess.run([k4sim, "panel", *options, program], capture_output=True, text=True)
     assert run.returncode == 2 and run.stderr.count("\n") == 1 and wanted in run.stderr, run
 
-# Untouched: the operator went on, and was not hindered.
+# Untouched: the operator went on, and was not hindered. Who took the panel, and looks at no
+# stream, was gone after ten seconds.
+assert ask(post("/api/do", press)) == 409
+assert ask(post("/api/take", "{}")) == 204
 assert ask(post("/api/pace", json.dumps({"pace": "max"}))) == 204
 console_until(panel, "Selftest exits")
 errors = panel.stderr.readline()
