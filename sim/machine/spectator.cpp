@@ -15,7 +15,7 @@ namespace k4sim {
 
 namespace {
 
-constexpr Microseconds picture_every_us = 33'000; // real time
+constexpr Microseconds picture_every_us = 25'000; // real time
 constexpr Microseconds time_every_us = 100'000;
 constexpr PcmStream::Direction directions[] = {PcmStream::Direction::playback,
                                                PcmStream::Direction::capture};

@@ -12,7 +12,7 @@ namespace k4sim {
 namespace {
 
 constexpr Microseconds allowed_lead_us = 1000;
-constexpr Microseconds longest_wait_us = 50'000; // of somebody who looks on
+constexpr Microseconds longest_wait_us = 20'000; // of somebody who looks on
 constexpr Microseconds no_end = std::numeric_limits<Microseconds>::max();
 constexpr long ns_per_us = 1000;
 constexpr int clock_monotonic = 1;
