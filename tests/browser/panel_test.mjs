@@ -158,6 +158,20 @@ const tests = {
     assert.equal(await panel.end(), 250);
   },
 
+  async "the automatic operator and a person work together"(browser) {
+    const record = `${work}/together`;
+    const options = ["--operator", "auto", "--schedule", "random", "--pace", "5", "--record", record];
+    const panel = await Panel.start(options, "run");
+    const page = await look(browser, panel.address);
+    for (const key of "50A") await page.locator(`[data-key="${key}"]`).click();
+    await page.locator("[data-turn='1 1']").click();
+    await page.selectOption("#pace", "max");
+    await isOff(page);
+    assert.match(await page.textContent("#state"), /status 0: PASSED/);
+    assert.equal(await replays(panel, record), 0);
+    assert.equal(await panel.end(), 0);
+  },
+
   // By touch on a tablet; each text has the contrast that WCAG AA asks for, in light and dark.
   async "touch, contrast, and no scrolling sideways"(browser) {
     const record = `${work}/touch`;
