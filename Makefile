@@ -1,5 +1,5 @@
 # The commands of the README. Each installs what is missing, then builds with a CMake preset.
-.PHONY: run test golden build completion setup sanitize valgrind coverage fuzz bench reproducible format lint clean
+.PHONY: run panel test golden build completion setup sanitize valgrind coverage fuzz bench reproducible format lint clean
 
 BUILD := build/release
 RUN_RECORD := build/run
@@ -31,7 +31,14 @@ run: setup
 	status=$$?; echo; echo "Exit status $$status. OLED pictures and events: $(RUN_RECORD)/"; \
 	ls $(RUN_RECORD); exit $$status
 
+# The device in the browser; the address is printed.
+panel: setup
+	@cmake --preset release --log-level=WARNING >/dev/null
+	@cmake --build --preset release --target k4selftest k4sim_launcher libk4sim.so
+	@$(BUILD)/k4sim panel -- $(BUILD)/k4selftest $(KEYWORDS)
+
 test: build
+	@scripts/setup --browser || echo "The panel is not tested in a browser: there is none."
 	@$(CTEST) --preset release
 
 # Writes the golden records anew: look at the difference before you commit it.

@@ -120,6 +120,7 @@ bool read_line(Setup& setup, std::string_view line) {
     if (words[0] == "report") return store(setup.report_fd, number_from<int>(words[1]));
     if (words[0] == "wires") return store(setup.wires_fd, number_from<int>(words[1]));
     if (words[0] == "wave") return store(setup.wave_fd, number_from<int>(words[1]));
+    if (words[0] == "control") return store(setup.control_fd, number_from<int>(words[1]));
     return false;
 }
 
@@ -149,6 +150,7 @@ std::string encode(const Setup& setup) {
     text += "report " + std::to_string(setup.report_fd) + "\n";
     if (setup.wires_fd >= 0) text += "wires " + std::to_string(setup.wires_fd) + "\n";
     if (setup.wave_fd >= 0) text += "wave " + std::to_string(setup.wave_fd) + "\n";
+    if (setup.control_fd >= 0) text += "control " + std::to_string(setup.control_fd) + "\n";
     for (const FaultSetting& fault : setup.faults)
         text += "fault " + escaped(fault.name) + " " + escaped(fault.value) + " " +
                 std::to_string(fault.at_us) + "\n";

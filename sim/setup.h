@@ -50,6 +50,7 @@ struct Setup {
     int report_fd = -1;                    // where the report lines go; -1: nowhere
     int wires_fd = -1;                     // the dump of the wires; -1: none
     int wave_fd = -1;                      // the folder for sound; -1: none
+    int control_fd = -1;                   // where somebody who looks on is heard; -1: nobody is
     std::vector<FaultSetting> faults;
     std::vector<ScenarioStep> steps;
     std::optional<ScenarioStep> stop; // the run ends there; without an action

@@ -24,9 +24,12 @@ inline constexpr int wires_descriptor = 104;
 // The folder for what is played and recorded (--wave); not there without.
 inline constexpr int wave_descriptor = 105;
 
+// A socket, where the launcher serves a panel: what somebody there does, a message each.
+inline constexpr int control_descriptor = 106;
+
 // All of these.
 inline constexpr int first_descriptor = report_descriptor;
-inline constexpr int last_descriptor = wave_descriptor;
+inline constexpr int last_descriptor = control_descriptor;
 
 // What the process is to the launcher, as one of the following.
 inline constexpr char role_variable[] = "K4SIM_ROLE";

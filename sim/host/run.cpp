@@ -57,7 +57,8 @@ void in_child() {
 }
 
 void start_recorded_run(const Setup& setup) {
-    machine().record(setup);
+    const auto end_at_limit = [] { end_process(status_limit, "limit"); };
+    machine().record(setup, end_at_limit);
     capture_console(
         [](int stream, std::string_view text) { machine().console_text(stream, text); });
     scheduler().set_pace(setup.pace);
@@ -67,7 +68,7 @@ void start_recorded_run(const Setup& setup) {
         scheduler().set_pace(pace);
     });
     if (setup.schedule == Schedule::random) scheduler().explore(setup.seed);
-    scheduler().at(scheduler().now() + setup.limit_us, [] { end_process(status_limit, "limit"); });
+    scheduler().at(scheduler().now() + setup.limit_us, end_at_limit);
     start_watchdog(setup.stall_us);
 }
 

@@ -119,7 +119,7 @@ std::string why(const Outcome& outcome, const Observation& seen, const Setup& se
         return "the run was stopped at " + stop_place(*setup.stop) + ": " +
                rows_left(outcome, seen);
     if (!seen.limit) return "nothing more was heard of the device";
-    return "the run reached its limit of " + short_seconds(setup.limit_us) +
+    return "the run reached its limit of " + short_seconds(seen.duration_us) +
            " virtual seconds: " + rows_left(outcome, seen);
 }
 

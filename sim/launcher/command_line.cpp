@@ -6,6 +6,7 @@
 #include "sim/launcher/help.h"
 #include "sim/launcher/listing.h"
 #include "sim/launcher/options.h"
+#include "sim/launcher/panel.h"
 #include "sim/launcher/process.h"
 #include "sim/launcher/progress.h"
 #include "sim/launcher/record.h"
@@ -68,13 +69,14 @@ int own_status(const Observation& seen, ProcessEnd end) {
 }
 
 // The line of its progress is gone before another is written.
-ProcessEnd run_shown(const Program& program, const Setup& setup, bool quiet, Record& record) {
-    Progress progress(!quiet, setup.pace);
-    return run_process(program, setup, record, progress);
+ProcessEnd run_shown(const Program& program, const Setup& setup, bool quiet, Record& record,
+                     RunWatcher* watcher) {
+    Progress progress(!quiet && watcher == nullptr, setup.pace);
+    return run_process(program, setup, record, progress, watcher);
 }
 
 // All checks come before the record, so that a run which can't be leaves nothing behind.
-int run(const Options& options) {
+int run(const Options& options, RunWatcher* watcher = nullptr) {
     const std::string folder = own_folder();
     const std::string path = find_program(options.program[0], folder);
     const std::string library = library_name(folder, check_program(options.program[0], path));
@@ -85,7 +87,7 @@ int run(const Options& options) {
     if (options.wave) setup.wave_fd = record.keep_sound();
     const Stopwatch stopwatch;
     const ProcessEnd end =
-        run_shown({path, options.program, folder, library}, setup, options.quiet, record);
+        run_shown({path, options.program, folder, library}, setup, options.quiet, record, watcher);
     const Observation& seen = record.observation();
     Outcome outcome{options.program[0],
                     judge(seen, end),
@@ -94,21 +96,24 @@ int run(const Options& options) {
                     stopwatch.seconds(),
                     record.demands(),
                     ledger_of(record.story())};
-    outcome.why = why(outcome, seen, options.setup);
+    outcome.why = why(outcome, seen, setup);
     record.tidy_events();
     record.write_beeps();
     write_reports(record, outcome);
     record.finish();
     const std::string gap = options.record.empty() ? "" : record.gap();
     const bool met = as_expected(outcome, options.expected, gap);
+    const std::string line =
+        closing_line(outcome, seen, options.record, gap) + (met ? "" : "; not as expected");
     if (!options.quiet) {
-        for (const std::string& line : failed_demands(outcome))
-            std::fprintf(stderr, "k4sim: %s\n", line.c_str());
-        const std::string line = closing_line(outcome, seen, options.record, gap);
-        std::fprintf(stderr, "k4sim: %s%s\n", line.c_str(), met ? "" : "; not as expected");
+        for (const std::string& demand : failed_demands(outcome))
+            std::fprintf(stderr, "k4sim: %s\n", demand.c_str());
+        std::fprintf(stderr, "k4sim: %s\n", line.c_str());
     }
-    if (!met) return status_unexpected;
-    return options.expected.empty() ? own_status(seen, end) : 0;
+    const int own = options.expected.empty() ? own_status(seen, end) : 0;
+    const int status = met ? own : status_unexpected;
+    if (watcher != nullptr) watcher->ended(line, status, end.asked_to_end);
+    return status;
 }
 
 } // namespace
@@ -119,6 +124,8 @@ int carry_out(int argc, char** argv) {
         switch (options.command) {
         case Command::run:
             return run(options);
+        case Command::panel:
+            return serve_panel(options, run);
         case Command::check:
             return print(scenario_as_text(options));
         case Command::report:

@@ -1,9 +1,11 @@
 #include "sim/launcher/commands.h"
 
+#include "sim/launcher/fault_setting.h"
 #include "sim/launcher/scenario.h"
 #include "sim/launcher/short_number.h"
 #include "sim/models/faults.h"
 #include "sim/models/nearest.h"
+#include "sim/models/surroundings.h"
 #include "sim/setup_choices.h"
 
 #include <algorithm>
@@ -93,14 +95,15 @@ void set_expected(Options& options, const std::string& value) {
 
 // NAME[=VALUE][@SECONDS]
 void add_fault(Setup& setup, const std::string& text) {
-    FaultSetting fault;
-    const std::size_t at = text.rfind('@');
-    if (at != std::string::npos) fault.at_us = microseconds("--fault " + text, text.substr(at + 1));
-    const std::string setting = text.substr(0, at);
-    const std::size_t equals = setting.find('=');
-    fault.name = setting.substr(0, equals);
-    if (equals != std::string::npos) fault.value = setting.substr(equals + 1);
-    setup.faults.push_back(fault);
+    const auto fault = fault_setting(text);
+    if (!fault) microseconds("--fault " + text, text.substr(text.rfind('@') + 1)); // throws
+    setup.faults.push_back(fault.value());
+}
+
+void set_port(Options& options, const std::string& value) {
+    options.port = whole_text_number<std::uint16_t>(value);
+    if (options.port.value_or(0) == 0)
+        throw UsageError("--port: \"" + value + "\" is no port; say a number from 1 to 65535");
 }
 
 std::string bars(const std::vector<std::string_view>& names) {
@@ -152,6 +155,15 @@ const std::vector<Option>& run_options() {
     return options;
 }
 
+const std::vector<Option>& panel_options() {
+    static const std::vector<Option> options = {
+        {"--port", "N", "serve there, or at the first free port after it (8470)", set_port},
+        {"--listen", "ADDRESS", "for others than this machine: the address of it (127.0.0.1)",
+         [](Options& o, auto& value) { o.listen = value; }},
+    };
+    return options;
+}
+
 const std::vector<Option>& faults_options() {
     static const std::vector<Option> options = {
         {"--json", "", "for programs", [](Options& o, auto&) { o.json = true; }},
@@ -166,9 +178,8 @@ const std::string* last_said(const std::vector<Said>& said, std::string_view nam
     return found == said.rend() ? nullptr : &found->value;
 }
 
-// The file first, so that the command line goes before it; without either, an automatic operator.
+// The file first, so that the command line goes before it.
 void settle(Options& options, const std::vector<Said>& said) {
-    options.setup.operator_kind = OperatorKind::automatic;
     std::optional<Board> board;
     if (const std::string* name = last_said(said, "--board"))
         board = choice_of("board", *name, boards);
@@ -186,14 +197,29 @@ void settle(Options& options, const std::vector<Said>& said) {
         throw UsageError("--wave goes with --record, whose folder keeps the sound");
 }
 
-void take_run(Options& options, const std::vector<Said>& said,
-              const std::vector<std::string>& program) {
+void take_program(Options& options, const std::vector<Said>& said,
+                  const std::vector<std::string>& program) {
     if (program.empty())
         throw UsageError("no PROGRAM to run; say for example: k4sim run -- k4selftest run");
     options.program = program;
     settle(options, said);
     if (program.size() == 1)
         std::ranges::copy(options.arguments, std::back_inserter(options.program));
+}
+
+// Without either, an automatic operator.
+void take_run(Options& options, const std::vector<Said>& said,
+              const std::vector<std::string>& program) {
+    options.setup.operator_kind = OperatorKind::automatic;
+    take_program(options, said, program);
+}
+
+// In real time, for a day, and with nobody at the panel but who is in the browser.
+void take_panel(Options& options, const std::vector<Said>& said,
+                const std::vector<std::string>& program) {
+    options.setup.pace = 1;
+    options.setup.limit_us = 24 * 3600 * us_per_second;
+    take_program(options, said, program);
 }
 
 void take_check(Options& options, const std::vector<Said>&,
@@ -259,6 +285,18 @@ const std::vector<CommandForm>& commands() {
          take_run,
          Reading::program,
          run_notes},
+        {Command::panel,
+         "panel",
+         "[--] PROGRAM [ARGUMENT]...",
+         "runs it, and serves the device in the browser",
+         {&panel_options(), &run_options()},
+         {{"panel -- k4selftest run", "open the address that it prints"},
+          {"panel --operator auto --pace 5 -- k4selftest run", "look on while it is operated"}},
+         0,
+         any,
+         take_panel,
+         Reading::program,
+         "Here --pace is 1, --operator none and --limit a day unless told.\n"},
         {Command::check,
          "check",
          "FILE.toml|-",

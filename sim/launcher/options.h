@@ -5,7 +5,9 @@
 #include "sim/launcher/verdict.h"
 #include "sim/setup.h"
 
+#include <cstdint>
 #include <exception>
+#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -23,7 +25,7 @@ private:
     std::string message_;
 };
 
-enum class Command { run, check, report, diff, faults, keys, help, complete };
+enum class Command { run, panel, check, report, diff, faults, keys, help, complete };
 
 struct Options {
     Command command = Command::help;
@@ -42,6 +44,8 @@ struct Options {
     bool json = false;                  // list them for a program
     std::vector<std::string> words;     // to complete
     std::string topic;                  // the command to tell about; empty: all of them
+    std::string listen = "127.0.0.1";   // of the panel: the address
+    std::optional<std::uint16_t> port;  // of the panel; empty: the first that is free
 };
 
 // arguments: without the name of k4sim itself. Throws UsageError. A scenario file is read

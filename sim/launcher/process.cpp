@@ -64,8 +64,9 @@ struct Ends {
     int claim;
     int setup;
     int complaints;
-    int wires; // -1: none
-    int wave;  // -1: none
+    int wires;   // -1: none
+    int wave;    // -1: none
+    int control; // -1: nobody looks on
 };
 
 // In the child. What is set here stays through every execution.
@@ -78,6 +79,8 @@ struct Ends {
         (ends.wires >= 0 && dup2(ends.wires, wires_descriptor) < 0) ||
         (ends.wave >= 0 && dup2(ends.wave, wave_descriptor) < 0))
         fail(ends.complaints, "no descriptors for the virtual device");
+    if (ends.control >= 0 && dup2(ends.control, control_descriptor) < 0)
+        fail(ends.complaints, "no descriptor for the panel");
     if (prctl(PR_SET_PDEATHSIG, SIGKILL) != 0) fail(ends.complaints, "it would outlive k4sim");
     if (getppid() != launcher) _exit(1); // which was gone before
     if (prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) != 0)
@@ -124,15 +127,17 @@ void show_while_waiting(int fd, const Record& record, Progress& progress) {
     while (poll(&waiting, 1, progress.patience_ms()) == 0);
 }
 
-void read_report(int fd, Record& record, Progress& progress) {
+void read_report(int fd, Record& record, Progress& progress, RunWatcher* watcher) {
     std::string pending;
     show_while_waiting(fd, record, progress);
     read_to_end(fd, [&](std::string_view bytes) {
         pending.append(bytes);
         std::size_t begin = 0;
         for (std::size_t end = 0; (end = pending.find('\n', begin)) != std::string::npos;
-             begin = end + 1)
-            record.line(pending.substr(begin, end - begin));
+             begin = end + 1) {
+            const std::string line = pending.substr(begin, end - begin);
+            if (watcher == nullptr || !watcher->takes(line)) record.line(line);
+        }
         pending.erase(0, begin);
         show_while_waiting(fd, record, progress);
     });
@@ -170,13 +175,14 @@ void fill_and_seal(int file, const std::string& text) {
 } // namespace
 
 ProcessEnd run_process(const Program& program, const Setup& setup, Record& record,
-                       Progress& progress) {
+                       Progress& progress, RunWatcher* watcher) {
     Pipe report;
     Pipe complaints;
     Setup childs_setup = setup;
     childs_setup.report_fd = report_descriptor;
     if (setup.wires_fd >= 0) childs_setup.wires_fd = wires_descriptor;
     if (setup.wave_fd >= 0) childs_setup.wave_fd = wave_descriptor;
+    if (watcher != nullptr) childs_setup.control_fd = control_descriptor;
     const Descriptor folder(open(program.library_folder.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC),
                             program.library_folder);
     const Descriptor claim(eventfd(1, EFD_NONBLOCK | EFD_CLOEXEC), "the claim to the device");
@@ -187,20 +193,21 @@ ProcessEnd run_process(const Program& program, const Setup& setup, Record& recor
     RunSignals signals;
     const pid_t child = start(program, signals, guard,
                               {report.writing(), folder.number(), claim.number(), sealed.number(),
-                               complaints.writing(), setup.wires_fd, setup.wave_fd});
+                               complaints.writing(), setup.wires_fd, setup.wave_fd,
+                               watcher != nullptr ? watcher->device_end() : -1});
     signals.release_in_launcher(child);
     report.close_writing();
     complaints.close_writing();
     const WatchedStart watched = watch_start(child);
     int status = watched.wait_status;
     throw_complaint(program, complaints.reading());
-    read_report(report.reading(), record, progress);
+    read_report(report.reading(), record, progress, watcher);
     if (watched.how == Start::device_loaded)
         while (waitpid(child, &status, 0) < 0 && errno == EINTR) {
         }
     signals.forget_child();
     return {WIFSIGNALED(status), WIFSIGNALED(status) ? WTERMSIG(status) : WEXITSTATUS(status),
-            watched.how == Start::bare, guard.keeps_devices()};
+            watched.how == Start::bare, guard.keeps_devices(), signals.asked_to_end()};
 }
 
 } // namespace k4sim

@@ -4,6 +4,7 @@
 #include "sim/launcher/progress.h"
 #include "sim/launcher/record.h"
 #include "sim/launcher/verdict.h"
+#include "sim/launcher/watcher.h"
 #include "sim/setup.h"
 
 #include <string>
@@ -23,7 +24,8 @@ struct Program {
 // with the launcher. It does not begin without the library: such a one is killed, and the result is
 // marked `bare`. A request to end the run (see signals.h) is the program's to answer. Throws
 // UsageError when the program can't be started.
+// `watcher`: null where nobody looks on.
 ProcessEnd run_process(const Program& program, const Setup& setup, Record& record,
-                       Progress& progress);
+                       Progress& progress, RunWatcher* watcher = nullptr);
 
 } // namespace k4sim

@@ -1,9 +1,11 @@
 #include "sim/launcher/scenario.h"
 
 #include "sim/launcher/event_kinds.h"
+#include "sim/launcher/fault_setting.h"
 #include "sim/launcher/options.h"
 #include "sim/launcher/scenario_file.h"
 #include "sim/launcher/short_number.h"
+#include "sim/models/faults.h"
 #include "sim/models/nearest.h"
 #include "sim/operator/action.h"
 #include "sim/setup_choices.h"
@@ -31,10 +33,12 @@ public:
     void read() {
         const toml::table file = parse();
         check_keys(file, "",
-                   {"board", "operator", "seed", "arguments", "limit", "pace", "expect", "step"});
+                   {"board", "operator", "seed", "schedule", "arguments", "limit", "pace", "faults",
+                    "expect", "step"});
         for (const auto& [key, node] : file)
             top_level(key, node);
         if (board_) setup_.board = *board_;
+        if (const toml::node* faults = file.get("faults")) read_faults(*faults);
         // Steps last: whether a fault can be had depends on the board.
         if (const toml::node* steps = file.get("step"))
             for (const toml::node& step : list_of(*steps, "step"))
@@ -112,6 +116,7 @@ private:
         if (key == "board") setup_.board = choice_of(node, "board", boards);
         if (key == "operator") setup_.operator_kind = choice_of(node, "operator", operators);
         if (key == "seed") setup_.seed = seed_of(node);
+        if (key == "schedule") setup_.schedule = choice_of(node, "schedule", schedules);
         if (key == "arguments") read_arguments(node);
         if (key == "limit") setup_.limit_us = limit_of(node);
         if (key == "pace") setup_.pace = pace_of(node);
@@ -129,6 +134,20 @@ private:
         if (list == nullptr) fail(node, "arguments must be a list of texts: [\"run\"]");
         for (const toml::node& argument : *list)
             options_.arguments.push_back(text_of(argument, "an argument"));
+    }
+
+    // "NAME=VALUE@SECONDS", as --fault.
+    void read_faults(const toml::node& node) {
+        const toml::array* list = node.as_array();
+        if (list == nullptr) fail(node, "faults must be a list of texts: [\"key-dead=5\"]");
+        for (const toml::node& one : *list) {
+            const std::string text = text_of(one, "a fault");
+            const auto fault = fault_setting(text);
+            if (!fault) fail(one, "\"" + text + "\" must end with @ and a number of seconds");
+            const std::string error = fault_error(setup_.board, fault->name, fault->value);
+            if (!error.empty()) fail(one, error);
+            setup_.faults.push_back(*fault);
+        }
     }
 
     std::int64_t limit_of(const toml::node& node) const {

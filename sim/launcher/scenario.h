@@ -3,6 +3,8 @@
 //     board = "aes"          # optional, like all of these
 //     operator = "none"
 //     seed = 1
+//     schedule = "fair"
+//     faults = ["key-dead=5@3"] # as --fault
 //     arguments = ["run"]    # of the program
 //     limit = 60
 //     pace = "max"           # or a factor

@@ -77,6 +77,12 @@ void RunSignals::release_in_launcher(pid_t child) {
     sigprocmask(SIG_SETMASK, &former_mask_, nullptr);
 }
 
+void RunSignals::kill_child() {
+    if (const pid_t child = running_child; child != 0) kill(child, SIGKILL);
+}
+
+bool RunSignals::asked_to_end() const { return handed_on; }
+
 void RunSignals::forget_child() { running_child = 0; }
 
 } // namespace k4sim

@@ -30,6 +30,12 @@ public:
     // A program of the launcher's group gets nothing from it that the group was sent.
     void release_in_launcher(pid_t child);
 
+    // From any thread; nothing without a child.
+    static void kill_child();
+
+    // Whether a signal to the launcher was handed on.
+    bool asked_to_end() const;
+
     // The child is gone.
     void forget_child();
 

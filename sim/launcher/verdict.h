@@ -28,6 +28,7 @@ struct ProcessEnd {
     int code = 0;                // exit status 0..255, or the signal
     bool bare = false;           // killed before it began: it would have run without the device
     bool devices_guarded = true; // the kernel kept it from the device files, too
+    bool asked_to_end = false;   // by a signal to the launcher
 };
 
 Verdict judge(const Observation& observation, ProcessEnd end);

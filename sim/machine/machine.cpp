@@ -124,7 +124,7 @@ bool Machine::thread_create_fails() {
     return true;
 }
 
-void Machine::record(const Setup& setup) {
+void Machine::record(const Setup& setup, std::function<void()> switch_off) {
     report_.open(setup.report_fd);
     if (setup.wires_fd >= 0) wires_.open(setup.wires_fd, setup.board);
     if (setup.wave_fd >= 0)
@@ -134,6 +134,7 @@ void Machine::record(const Setup& setup) {
                 write_report(report_line(now(), "plan", "sound-cut", {{"why", why}}));
             });
     reset(setup);
+    if (setup.control_fd >= 0) admit_spectator(setup.control_fd, std::move(switch_off));
 }
 
 void Machine::share(int claim_descriptor, bool first) {
@@ -162,6 +163,22 @@ void Machine::leave_record() {
     first_ = false;
     kept_report_.clear();
     if (!claim_.shared()) report_.close();
+}
+
+// It hears and sees as long as the device is this process's.
+void Machine::admit_spectator(int socket, std::function<void()> switch_off) {
+    spectators_hands_ = std::make_unique<Hands>(
+        *device_, *this, [this](const FaultSetting& fault) { apply_fault(fault); });
+    Spectator::Ties ties;
+    ties.tell = [this](std::string_view what, std::initializer_list<Field> fields) {
+        write_report(report_line(now(), "live", what, fields));
+    };
+    ties.picture = [this] { return picture_text(*device_); };
+    ties.present = [this] { return reports(); };
+    ties.switch_off = std::move(switch_off);
+    spectator_ = std::make_unique<Spectator>(socket, *device_, *spectators_hands_, scheduler(),
+                                             std::move(ties));
+    scheduler().pace().set_onlooker(spectator_.get(), now());
 }
 
 bool Machine::reports() const {
@@ -246,10 +263,16 @@ void Machine::new_device() {
         [this](Microseconds appeared, const std::string& picture) {
             report_picture(appeared, picture);
         });
-    if (Oled* oled = device_->oled()) oled->set_on_change([this] { picture_watch_->changed(); });
+    if (Oled* oled = device_->oled()) oled->set_on_change([this] { picture_changed(); });
+    const auto keep_place = [] { scheduler().keep_place(); };
     operator_ = make_operator(
         setup_, *device_, *this, [this](const FaultSetting& fault) { apply_fault(fault); },
-        [this] { stop(); });
+        [this] { stop(); }, setup_.control_fd >= 0 ? keep_place : std::function<void()>{});
+}
+
+void Machine::picture_changed() {
+    picture_watch_->changed();
+    if (spectator_) spectator_->picture_changed();
 }
 
 void Machine::start_faults() {

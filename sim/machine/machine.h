@@ -8,13 +8,16 @@
 #include "sim/machine/last_words.h"
 #include "sim/machine/picture_watch.h"
 #include "sim/machine/report.h"
+#include "sim/machine/spectator.h"
 #include "sim/machine/wave_files.h"
 #include "sim/machine/wire_dump.h"
 #include "sim/models/bus/port_space.h"
 #include "sim/models/surroundings.h"
+#include "sim/operator/hands.h"
 #include "sim/setup.h"
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -86,8 +89,9 @@ public:
     const std::vector<Event>& events() const { return events_; }
     void clear_events() { events_.clear(); }
 
-    // Begins a record of the run, as the launcher set it up; the device is a new one.
-    void record(const Setup& setup);
+    // Begins a record of the run, as the launcher set it up; the device is a new one. `switch_off`
+    // ends the run, for somebody who looks on.
+    void record(const Setup& setup, std::function<void()> switch_off);
     bool recorded() const { return report_.is_open(); }
 
     // Called when the run comes to the setup's stop.
@@ -123,11 +127,13 @@ public:
 private:
     PortSpace& ports();
     void new_device();
+    void picture_changed();
     void start_faults();
     void strike(std::size_t planned); // of the setup's faults
     bool reports() const;             // this process's lines are those of the record
     void write_report(std::string_view line);
     void stop();
+    void admit_spectator(int socket, std::function<void()> switch_off);
     void report_picture(Microseconds appeared, const std::string& picture);
 
     Setup setup_;
@@ -141,6 +147,8 @@ private:
     std::unique_ptr<Device> device_;
     std::unique_ptr<Operator> operator_;
     std::unique_ptr<PictureWatch> picture_watch_;
+    std::unique_ptr<Hands> spectators_hands_;
+    std::unique_ptr<Spectator> spectator_;
     LineAssembler console_lines_;
     PortSpace* attached_ports_ = nullptr;
     std::uint64_t generation_ = 0; // of the device; planned actions of older ones are void

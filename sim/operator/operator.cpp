@@ -45,14 +45,16 @@ ScenarioOperator::Act acting(const std::shared_ptr<Hands>& hands, Surroundings& 
 std::unique_ptr<Operator> make_operator(const Setup& setup, Device& device,
                                         Surroundings& surroundings,
                                         const std::function<void(const FaultSetting&)>& apply_fault,
-                                        const std::function<void()>& stop) {
+                                        const std::function<void()>& stop,
+                                        const std::function<void()>& after_steps) {
     auto crew = std::make_unique<Crew>();
     if (setup.operator_kind == OperatorKind::automatic)
         crew->add(std::make_unique<AutoOperator>(setup.seed, device, surroundings, apply_fault));
-    if (!setup.steps.empty())
+    if (!setup.steps.empty() || after_steps)
         crew->add(std::make_unique<ScenarioOperator>(
             setup.steps, device, surroundings,
-            acting(std::make_shared<Hands>(device, surroundings, apply_fault), surroundings)));
+            acting(std::make_shared<Hands>(device, surroundings, apply_fault), surroundings),
+            after_steps));
     if (setup.stop)
         crew->add(std::make_unique<ScenarioOperator>(
             std::vector{*setup.stop}, device, surroundings,

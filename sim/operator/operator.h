@@ -29,10 +29,12 @@ public:
 // Everybody that the setup asks for: the automatic operator, the steps of a scenario, or
 // nobody; and one who calls `stop` when it comes to the setup's stop. Device and surroundings must
 // outlive the operator, and it what it planned with surroundings.at(), unless that does not happen
-// any more.
+// any more. `after_steps` is called by start() once the steps of a scenario that have a time are
+// planned: who adds steps while the run goes on has his place there.
 std::unique_ptr<Operator> make_operator(const Setup& setup, Device& device,
                                         Surroundings& surroundings,
                                         const std::function<void(const FaultSetting&)>& apply_fault,
-                                        const std::function<void()>& stop = {});
+                                        const std::function<void()>& stop = {},
+                                        const std::function<void()>& after_steps = {});
 
 } // namespace k4sim

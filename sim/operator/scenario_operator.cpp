@@ -18,8 +18,10 @@ bool waits_for(const ScenarioStep& step, ScenarioStep::Trigger kind) {
 } // namespace
 
 ScenarioOperator::ScenarioOperator(const std::vector<ScenarioStep>& steps, Device& device,
-                                   Surroundings& surroundings, Act act)
-    : device_(device), surroundings_(surroundings), act_(std::move(act)) {
+                                   Surroundings& surroundings, Act act,
+                                   std::function<void()> after_steps)
+    : device_(device), surroundings_(surroundings), act_(std::move(act)),
+      after_steps_(std::move(after_steps)) {
     for (const ScenarioStep& step : steps)
         steps_.push_back({step});
 }
@@ -28,6 +30,7 @@ void ScenarioOperator::start() {
     for (Pending& pending : steps_)
         if (waits_for(pending.step, ScenarioStep::Trigger::time))
             carry_out(pending, pending.step.at_us);
+    if (after_steps_) after_steps_();
     look();
 }
 

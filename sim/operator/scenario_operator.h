@@ -13,7 +13,7 @@ public:
     // `act` does what a step says, which is the one of this number from 0 on.
     using Act = std::function<void(const ScenarioStep& step, std::size_t number)>;
     ScenarioOperator(const std::vector<ScenarioStep>& steps, Device& device,
-                     Surroundings& surroundings, Act act);
+                     Surroundings& surroundings, Act act, std::function<void()> after_steps = {});
 
     void start() override;
     void console_line(std::string_view line) override;
@@ -34,6 +34,7 @@ private:
     Device& device_;
     Surroundings& surroundings_;
     Act act_;
+    std::function<void()> after_steps_; // called when those that have a time are planned
 };
 
 } // namespace k4sim

@@ -101,6 +101,18 @@ void Scheduler::at(Microseconds when, std::function<void()> action) {
     add_timer(when, {std::move(action), false});
 }
 
+// Wide enough for whatever a person does.
+void Scheduler::keep_place() {
+    constexpr std::uint64_t width = 1 << 30;
+    kept_place_ = next_timer_;
+    next_timer_ += width;
+}
+
+void Scheduler::at_kept_place(Microseconds when, std::function<void()> action) {
+    const Unobserved unobserved;
+    timers_.emplace(Plan(std::max(when, now_), kept_place_++), Timer{std::move(action), false});
+}
+
 Scheduler::Plan Scheduler::rouse_at(Microseconds when, std::function<void()> action) {
     const Unobserved unobserved;
     return add_timer(when, {std::move(action), true});
@@ -203,7 +215,8 @@ void Scheduler::advance_to(Microseconds target) {
         run_due();
     }
     set_now(target);
-    hold_pace(now_);
+    while (!hold_pace(now_)) {
+    }
 }
 
 void Scheduler::run_due() {
@@ -283,8 +296,7 @@ Thread& Scheduler::choose() {
             std::abort();
         }
         const Microseconds next = next_event();
-        hold_pace(next);
-        set_now(next);
+        if (hold_pace(next)) set_now(next);
     }
 }
 
@@ -325,10 +337,12 @@ void Scheduler::set_now(Microseconds time) {
     pulse_.time.store(static_cast<std::uint32_t>(time), std::memory_order_relaxed);
 }
 
-void Scheduler::hold_pace(Microseconds time) {
+// False: what comes next may be something else now.
+bool Scheduler::hold_pace(Microseconds time) {
     pulse_.held.store(true, std::memory_order_relaxed);
-    pace_.hold(time);
+    const bool reached = pace_.hold(now_, time);
     pulse_.held.store(false, std::memory_order_relaxed);
+    return reached;
 }
 
 void Scheduler::begin_slice(Thread& thread) {

@@ -115,6 +115,11 @@ public:
     // must not spend or wait.
     void at(Microseconds when, std::function<void()> action);
 
+    // Keeps a place in the order of actions of the same time, behind those that were handed over
+    // so far. From then on, at_kept_place() plans as if it had been done then.
+    void keep_place();
+    void at_kept_place(Microseconds when, std::function<void()> action);
+
     // The same of an action that may wake a thread, or interrupt it; it can be called off as
     // long as it has not begun.
     using Plan = std::pair<Microseconds, std::uint64_t>;
@@ -167,6 +172,7 @@ public:
 
     // Follow real time at `factor` from now on (2: twice as fast); without: never wait.
     void set_pace(std::optional<double> factor);
+    Pace& pace() { return pace_; }
 
     // Called when no thread can ever run again: each waits without a deadline, and nothing that
     // may rouse one is planned. Other timers do not count, since what they do, such as the end
@@ -201,13 +207,14 @@ private:
     void begin_slice(Thread& thread);
     bool is_one_too_many();
     void set_now(Microseconds time);
-    void hold_pace(Microseconds time);
+    bool hold_pace(Microseconds time);
 
     Microseconds now_ = 0;
     int next_id_ = 0;
     int calls_ = 0; // since time passed
     std::uint64_t next_turn_ = 0;
     std::uint64_t next_timer_ = 0;
+    std::uint64_t kept_place_ = 0;
     std::vector<std::unique_ptr<Thread>> threads_; // a handful: searched, not sorted
     std::map<Plan, Timer> timers_;
     std::function<void()> deadlock_action_;

@@ -106,6 +106,7 @@ TEST_F(AlsaLoopTest, AToneHasTheLevelOfSettingsCableAndFaults) {
         {Board::aes, "analog-cable", "phones", {{phones, {1, 0}}}, tone - 27, noise},
         // Clipped are 46 of 48 samples.
         {Board::aes, "analog-gain", "40", {}, -0.185, -0.185, 0, -71},
+        {Board::aes, "analog-gain-left", "-6", {}, tone - 6, tone},
         {Board::aes, "analog-hum", "-60", {{line_out, {0, 0}}}, -63, -63},
         {Board::aes, "analog-noise", "-70", {{line_out, {0, 0}}}, -69.96, -69.96},
         {Board::aes, "analog-dc", "-30", {}, tone, tone, 0, -30},

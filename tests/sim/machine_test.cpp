@@ -44,7 +44,7 @@ void print_recorded(const char* console, const char* text, const std::function<v
     dup2(open(console, O_WRONLY), STDOUT_FILENO);
     k4sim::Setup setup;
     setup.report_fd = STDERR_FILENO;
-    machine().record(setup);
+    machine().record(setup, {});
     capture_console(
         [](int stream, std::string_view said) { machine().console_text(stream, said); });
     setvbuf(stdout, nullptr, _IOLBF, 0); // as the program does

@@ -93,6 +93,7 @@ unsigned PcmStream::write(const void* interleaved, unsigned frames) {
     const unsigned count = std::min(frames, available());
     const std::size_t frame_bytes =
         std::size_t{configuration_.channels} * sample_bytes(configuration_.format);
+    if (metered_) meter_.add(interleaved, configuration_.format, configuration_.channels, count);
     const auto* place = static_cast<const std::byte*>(interleaved);
     for_runs(application_, count, [&](std::span<Frame> run) {
         decode_samples(place, configuration_.format, configuration_.channels, run);
@@ -113,6 +114,7 @@ unsigned PcmStream::read(void* interleaved, unsigned frames) {
         place += run.size() * frame_bytes;
     });
     let_hear(interleaved, count);
+    if (metered_) meter_.add(interleaved, configuration_.format, configuration_.channels, count);
     application_ += count;
     return count;
 }

@@ -9,6 +9,7 @@
 // changes one calls PcmDevice::run() before).
 #pragma once
 
+#include "sim/models/sound/level_meter.h"
 #include "sim/models/sound/listener.h"
 #include "sim/models/surroundings.h"
 
@@ -19,10 +20,6 @@
 #include <vector>
 
 namespace k4sim {
-
-// Interleaved little-endian samples; s24 is the low three bytes of four.
-enum class SampleFormat { s16, s24, s32, float32 };
-constexpr unsigned sample_bytes(SampleFormat format) { return format == SampleFormat::s16 ? 2 : 4; }
 
 // Two channels between converters, as numbers: a 16-bit sample times 512. More than full
 // scale is fine there; converters clip.
@@ -126,6 +123,10 @@ public:
     // When all that was written will be played.
     Microseconds drained_at() const { return due(application_); }
 
+    // Levels of what the program writes, or reads, since they were last taken; none by default.
+    void set_metered(bool metered) { metered_ = metered; }
+    LevelMeter& meter() { return meter_; }
+
     // Breaks the running stream off as if the program had been late.
     void interrupt();
 
@@ -166,6 +167,8 @@ private:
     bool present_ = true;
     bool busy_ = false;
     bool parameters_refused_ = false;
+    bool metered_ = false;
+    LevelMeter meter_;
     std::function<void(unsigned)> on_rate_;
 };
 
