@@ -4,7 +4,7 @@ import { spawnSync } from "node:child_process";
 import { readFileSync, rmSync, writeFileSync, mkdirSync } from "node:fs";
 import { Panel, k4sim, launch, look, program, row, work } from "./stage.mjs";
 
-const wait = { timeout: 60_000 };
+const wait = { timeout: 180_000 };
 const keys = [..."0123456789*#KEACDM"];
 
 const until = async (page, label, text) =>
