@@ -4,7 +4,7 @@ import { spawnSync } from "node:child_process";
 import { readFileSync, rmSync, writeFileSync, mkdirSync } from "node:fs";
 import { Panel, k4sim, launch, look, program, row, work } from "./stage.mjs";
 
-const wait = { timeout: 60_000 };
+const wait = { timeout: 180_000 };
 const keys = [..."0123456789*#KEACDM"];
 
 const until = async (page, label, text) =>
@@ -34,7 +34,6 @@ async function wholeTest(page) {
   await page.locator("[data-cable=analog]").click();
   await until(page, "AES/EBU", "'LOCK'");
   await page.locator("[data-cable=digital]").dragTo(page.locator(".cable .socket").nth(1));
-  for (const unit of ["ParallelPrt", "Ethernet", "Frontpanel", "USB Ports", "AnalogAudio", "AES/EBU"]) await until(page, unit, "OK");
 }
 
 // The lamp test lasts until the first key that is no start key.
@@ -69,7 +68,7 @@ const tests = {
     await endLampTest(page);
     await wholeTest(page);
     await isOff(page);
-    assert.match(await page.textContent("#state"), /status 0: PASSED/);
+    assert.match(await page.textContent("#state"), /status 0: PASSED: 6 of 6 rows OK/);
     assert.equal(await replays(panel, record), 0);
     await page.locator("[name=arguments]").fill("run");
     await page.locator("#on").click();
@@ -167,7 +166,7 @@ const tests = {
     await page.locator("[data-turn='1 1']").click();
     await page.selectOption("#pace", "max");
     await isOff(page);
-    assert.match(await page.textContent("#state"), /status 0: PASSED/);
+    assert.match(await page.textContent("#state"), /status 0: PASSED: 6 of 6 rows OK/);
     assert.equal(await replays(panel, record), 0);
     assert.equal(await panel.end(), 0);
   },
