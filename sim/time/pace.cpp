@@ -25,7 +25,7 @@ struct KernelTime {
 
 KernelTime kernel_time(Microseconds duration) {
     return {static_cast<long>(duration / us_per_second),
-            static_cast<long>(duration % us_per_second) * ns_per_us};
+            static_cast<long>(duration % us_per_second * ns_per_us)};
 }
 
 Microseconds real_now() {
