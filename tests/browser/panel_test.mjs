@@ -1,8 +1,8 @@
 // The panel in a real browser: panel_test.mjs K4SIM PROGRAM FOLDER-OF-PLAYWRIGHT WORK-FOLDER
 import assert from "node:assert/strict";
 import { spawnSync } from "node:child_process";
-import { readFileSync, rmSync, writeFileSync, mkdirSync } from "node:fs";
-import { Panel, k4sim, launch, look, program, row, work } from "./stage.mjs";
+import { readFileSync, writeFileSync } from "node:fs";
+import { Panel, carryOut, k4sim, look, poorContrast, program, row, work } from "./stage.mjs";
 
 const wait = { timeout: 180_000 };
 const keys = [..."0123456789*#KEACDM"];
@@ -190,43 +190,4 @@ const tests = {
   },
 };
 
-// In the page: what is written with less than 4.5 : 1 against what is behind it.
-function poorContrast() {
-  const numbers = (color) => color.match(/[\d.]+/g).map(Number);
-  const light = (color) => {
-    const [r, g, b] = numbers(color).map((part) => (part / 255 <= 0.03928 ? part / 255 / 12.92 : ((part / 255 + 0.055) / 1.055) ** 2.4));
-    return 0.2126 * r + 0.7152 * g + 0.0722 * b;
-  };
-  const behind = (one) => {
-    const color = getComputedStyle(one).backgroundColor;
-    return numbers(color)[3] === 0 ? behind(one.parentElement) : color;
-  };
-  const written = [...document.body.querySelectorAll("*")].filter((one) => !one.disabled && one.offsetParent &&
-    [...one.childNodes].some((child) => child.nodeType === 3 && child.textContent.trim()));
-  if (written.length < 50) return ["too little to look at"];
-  return written.filter((one) => {
-    const [a, b] = [light(getComputedStyle(one).color), light(behind(one))].sort();
-    return (b + 0.05) / (a + 0.05) < 4.5;
-  }).map((one) => one.outerHTML.slice(0, 80));
-}
-
-rmSync(work, { recursive: true, force: true });
-mkdirSync(work, { recursive: true });
-const browser = await launch();
-const only = process.argv[6] ?? "";
-for (const [name, test] of Object.entries(tests)) {
-  if (!name.includes(only)) continue;
-  try {
-    await test(browser);
-  } catch (error) {
-    for (const page of browser.contexts().flatMap((context) => context.pages())) {
-      await page.screenshot({ path: `${work}/failed.png` });
-      console.log(await page.evaluate(() => document.body.innerText.slice(0, 2000)), page.complaints);
-    }
-    for (const panel of Panel.all) console.log(panel.address, panel.process.exitCode, panel.process.signalCode, panel.errors);
-    throw error;
-  }
-  for (const context of browser.contexts()) await context.close();
-  console.log("passed: " + name);
-}
-await browser.close();
+await carryOut(tests);

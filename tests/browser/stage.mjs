@@ -1,5 +1,6 @@
-// Starts `k4sim panel`, and browsers that look at it.
+// Starts `k4sim panel`, browsers that look at a page, and tests with them.
 import { spawn } from "node:child_process";
+import { mkdirSync, rmSync } from "node:fs";
 import { createRequire } from "node:module";
 import { once } from "node:events";
 import { resolve } from "node:path";
@@ -34,7 +35,7 @@ export class Panel {
 }
 
 // Headless as people's browsers are; what a page says is wrong with it is an error.
-export async function launch() {
+async function launch() {
   return chromium.launch({ executablePath: "/usr/bin/chromium", args: ["--no-sandbox"] });
 }
 
@@ -53,3 +54,47 @@ export async function look(browser, address, settings = {}) {
 }
 
 export const row = (page, label) => page.locator("#rows tr", { hasText: label }).locator("td").nth(1);
+
+// In the page: what is written with less than 4.5 : 1 against what is behind it.
+export function poorContrast() {
+  const numbers = (color) => color.match(/[\d.]+/g).map(Number);
+  const light = (color) => {
+    const [r, g, b] = numbers(color).map((part) => (part / 255 <= 0.03928 ? part / 255 / 12.92 : ((part / 255 + 0.055) / 1.055) ** 2.4));
+    return 0.2126 * r + 0.7152 * g + 0.0722 * b;
+  };
+  const behind = (one) => {
+    const color = getComputedStyle(one).backgroundColor;
+    return numbers(color)[3] === 0 ? behind(one.parentElement) : color;
+  };
+  const written = [...document.body.querySelectorAll("*")].filter((one) => !one.disabled && one.offsetParent &&
+    [...one.childNodes].some((child) => child.nodeType === 3 && child.textContent.trim()));
+  if (written.length < 50) return ["too little to look at"];
+  return written.filter((one) => {
+    const [a, b] = [light(getComputedStyle(one).color), light(behind(one))].sort();
+    return (b + 0.05) / (a + 0.05) < 4.5;
+  }).map((one) => one.outerHTML.slice(0, 80));
+}
+
+// All tests, or those whose name contains the word that was said, each with contexts of its own.
+export async function carryOut(tests) {
+  rmSync(work, { recursive: true, force: true });
+  mkdirSync(work, { recursive: true });
+  const browser = await launch();
+  const only = process.argv[6] ?? "";
+  for (const [name, test] of Object.entries(tests)) {
+    if (!name.includes(only)) continue;
+    try {
+      await test(browser);
+    } catch (error) {
+      for (const page of browser.contexts().flatMap((context) => context.pages())) {
+        await page.screenshot({ path: `${work}/failed.png` });
+        console.log(await page.evaluate(() => document.body.innerText.slice(0, 2000)), page.complaints);
+      }
+      for (const panel of Panel.all) console.log(panel.address, panel.process.exitCode, panel.process.signalCode, panel.errors);
+      throw error;
+    }
+    for (const context of browser.contexts()) await context.close();
+    console.log("passed: " + name);
+  }
+  await browser.close();
+}
