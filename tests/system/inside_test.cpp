@@ -144,11 +144,24 @@ TEST_F(Inside, ADecoderReadsTheSerialLines) {
     EXPECT_EQ(text_on("tx2") + text_on("rx1"), "");
 }
 
+// Changes of several wires, by their times.
+std::string in_order(const std::string& changes) {
+    std::istringstream words(changes);
+    std::map<long, std::string> sorted;
+    for (std::string word; words >> word;)
+        sorted[std::stol(word)] = word + " ";
+    std::string text;
+    for (const auto& [time, word] : sorted)
+        text += word;
+    return text;
+}
+
 // Each wire changes when its event says so.
 TEST_F(Inside, WiresMoveWithTheEvents) {
     launch("run --fault link-dropped=usb0@5 --fault parallel-flaky=3:4 --vcd wires.vcd --record "
            "record -- " K4_PROGRAM " run");
     std::map<std::string, std::string> wires;
+    std::map<std::string, std::string> turns;
     std::map<std::string, long> counts;
     for (const auto& event : events()) {
         const std::string source = event["source"], what = event["event"];
@@ -161,18 +174,23 @@ TEST_F(Inside, WiresMoveWithTheEvents) {
                 t + (event["on"] ? "+ " : "- ");
         if (source == "operator" && event.contains("key"))
             wires["key_" + name_of_key(event["key"])] += t + (what == "press" ? "+ " : "- ");
-        if (what == "turn") ++counts["knob" + std::to_string(event["encoder"].get<int>())];
+        if (what == "turn") turns["knob" + std::to_string(event["encoder"].get<int>())] += t + " ";
         if (what == "tone")
             counts["speaker"] += 2 * event["hz"].get<long>() * event["ms"].get<long>() / 1000;
         if (what == "link-reset") counts["reset"] += 2;
     }
     EXPECT_GE(wires.size(), 20u);
+    EXPECT_EQ(turns.size(), 2u);
     auto seen = changes();
     for (const auto& [name, expected] : wires)
         EXPECT_EQ(seen[name], expected) << name;
+    for (const auto& [name, expected] : turns) // a step changes one of the phases
+        EXPECT_EQ(std::regex_replace(in_order(seen[name + "_a"] + seen[name + "_b"]),
+                                     std::regex("[+-]"), ""),
+                  expected)
+            << name;
     for (const auto& [name, expected] : counts)
-        EXPECT_NEAR(std::ranges::count(seen[name + "_a"] + seen[name + "_b"] + seen[name], ' '),
-                    expected, name == "speaker" ? 60 : 0)
+        EXPECT_NEAR(std::ranges::count(seen[name], ' '), expected, name == "speaker" ? 60 : 0)
             << name;
 }
 
