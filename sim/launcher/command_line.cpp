@@ -41,6 +41,9 @@ int print(const std::string& text) {
 }
 
 int list_faults(const Options& options) {
+    if (options.all)
+        return print(options.json ? universe_as_json(options.board, options.pattern)
+                                  : universe_as_text(options.board, options.pattern));
     const std::vector<const Fault*> faults = matching_faults(options.pattern);
     return print(options.json ? faults_as_json(faults) : faults_as_text(faults));
 }

@@ -166,6 +166,10 @@ const std::vector<Option>& panel_options() {
 
 const std::vector<Option>& faults_options() {
     static const std::vector<Option> options = {
+        {"--all", "", "every single fault of each board, and what a run makes of it",
+         [](Options& o, auto&) { o.all = true; }},
+        {"--board", bars(names_of(boards)), "those of this board, with --all",
+         [](Options& o, auto& value) { o.board = choice_of("board", value, boards); }},
         {"--json", "", "for programs", [](Options& o, auto&) { o.json = true; }},
     };
     return options;
@@ -239,6 +243,8 @@ void take_faults(Options& options, const std::vector<Said>& said,
     for (const auto& [option, value] : said)
         option->set(options, value);
     if (!operands.empty()) options.pattern = operands[0];
+    if (options.board && !options.all)
+        throw UsageError("--board goes with --all, which tells the boards apart");
 }
 
 void take_nothing(Options&, const std::vector<Said>&, const std::vector<std::string>&) {}
@@ -333,7 +339,8 @@ const std::vector<CommandForm>& commands() {
          {&faults_options()},
          {{"faults", "all faults, and what comes of each"},
           {"faults key", "those with \"key\" in their name"},
-          {"faults --json 'serial-*'", "those that match, for a program"}},
+          {"faults --json 'serial-*'", "those that match, for a program"},
+          {"faults --all --board i2c panel", "each way to break each part of its panel"}},
          0,
          1,
          take_faults},

@@ -3,10 +3,11 @@
 #include "sim/launcher/json.h"
 #include "sim/launcher/options.h"
 #include "sim/launcher/short_number.h"
+#include "sim/models/joints/fault_sites.h"
 #include "sim/models/nearest.h"
+#include "sim/models/universe.h"
 #include "sim/setup_choices.h"
 
-#include <fnmatch.h>
 #include <iterator>
 
 namespace k4sim {
@@ -76,7 +77,22 @@ std::string line(std::string_view head, std::string_view text) {
 bool matches(std::string_view name, const std::string& pattern) {
     if (pattern.find_first_of("*?[") == std::string::npos)
         return name.find(pattern) != std::string_view::npos;
-    return fnmatch(pattern.c_str(), std::string(name).c_str(), 0) == 0;
+    return fits_pattern(pattern, name);
+}
+
+struct BoardFault {
+    std::string_view board;
+    const SiteFault* fault;
+};
+
+std::vector<BoardFault> matching_universe(std::optional<Board> chosen, const std::string& pattern) {
+    std::vector<BoardFault> found;
+    for (const auto& [board, name] : boards)
+        if (chosen ? board == *chosen : board != Board::none)
+            for (const SiteFault& fault : universe(board))
+                if (matches(fault.fault, pattern)) found.push_back({name, &fault});
+    if (found.empty()) throw UsageError("no fault is named like \"" + pattern + "\"");
+    return found;
 }
 
 Json boards_of(const Fault& fault) {
@@ -138,6 +154,29 @@ std::string faults_as_json(const std::vector<const Fault*>& faults) {
     Json list = Json::array();
     for (const Fault* fault : faults)
         list.add(json_of(*fault));
+    return list.dump(2) + "\n";
+}
+
+std::string universe_as_text(std::optional<Board> board, const std::string& pattern) {
+    std::string text;
+    for (const auto& [name, fault] : matching_universe(board, pattern)) {
+        text += pad(std::string(name), 6) + pad(fault->fault, 36) +
+                pad(std::string(fault->unit), 11) + std::string(name_of(fault->expected));
+        if (!fault->why.empty()) text.append(": ").append(fault->why);
+        text += "\n";
+    }
+    return text;
+}
+
+std::string universe_as_json(std::optional<Board> board, const std::string& pattern) {
+    Json list = Json::array();
+    for (const auto& [name, fault] : matching_universe(board, pattern))
+        list.add(Json::object()
+                     .set("fault", fault->fault)
+                     .set("board", name)
+                     .set("unit", fault->unit)
+                     .set("expected", name_of(fault->expected))
+                     .set("why", fault->why));
     return list.dump(2) + "\n";
 }
 

@@ -3,6 +3,7 @@
 
 #include "sim/models/faults.h"
 
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -19,6 +20,12 @@ std::vector<const Fault*> matching_faults(const std::string& pattern);
 // by itself), "sight", "breaks" and "verdict".
 std::string faults_as_text(const std::vector<const Fault*>& faults);
 std::string faults_as_json(const std::vector<const Fault*>& faults);
+
+// Every single fault of the board (empty: of each that has a panel) whose "SITE=WAY" the pattern
+// fits, as above: with the row that it concerns, what a run has to make of it, and why. As JSON
+// "fault", "board", "unit", "expected" and "why". Throws UsageError when there is none.
+std::string universe_as_text(std::optional<Board> board, const std::string& pattern);
+std::string universe_as_json(std::optional<Board> board, const std::string& pattern);
 
 // Each key and step of a knob: its code on the program's console, the letter on its row, what a
 // scenario does for it, and what it is at the panel.

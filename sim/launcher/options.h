@@ -42,6 +42,8 @@ struct Options {
     std::vector<std::string> files;     // to report on, or to compare
     std::string pattern;                // of faults; empty: all
     bool json = false;                  // list them for a program
+    bool all = false;                   // every single fault
+    std::optional<Board> board;         // of these faults; empty: all that have a panel
     std::vector<std::string> words;     // to complete
     std::string topic;                  // the command to tell about; empty: all of them
     std::string listen = "127.0.0.1";   // of the panel: the address

@@ -10,6 +10,7 @@
 #include "sim/models/lines/link_faults.h"
 #include "sim/models/lines/serial_faults.h"
 #include "sim/models/sound/sound_faults.h"
+#include "sim/models/universe.h"
 
 namespace k4sim {
 
@@ -99,7 +100,7 @@ constexpr Breaker<Device> breakers[] = {
 } // namespace
 
 Device::Device(Board board, Surroundings& surroundings, std::uint64_t seed)
-    : board_(board), sound_card_(board, seed, surroundings), speaker_(surroundings),
+    : board_(board), seed_(seed), sound_card_(board, seed, surroundings), speaker_(surroundings),
       loopback_(seed, surroundings), links_(surroundings), serial_(surroundings) {
     const Fitting* const fitting = fitting_of(board);
     if (fitting == nullptr) return;
@@ -126,7 +127,18 @@ bool Device::clear_fault(std::string_view name, std::string_view value) {
     return work_on_fault(Work::mend, name, value);
 }
 
+void Device::name_sites(FaultSites& sites) {
+    if (cpld_ == nullptr) return;
+    cpld_->name_sites(sites);
+    loopback_.name_sites(sites);
+}
+
 bool Device::work_on_fault(Work work, std::string_view name, std::string_view value) {
+    if (is_site(name)) {
+        FaultSites sites(board_, seed_);
+        name_sites(sites);
+        return sites.work(name, value, work == Work::strike);
+    }
     if (!fault_error(board_, name, value).empty()) return false;
     return work_by_name(breakers, work, *this, name, value) ||
            work_on_sound_card(work, sound_card_, name, value) ||

@@ -15,6 +15,7 @@
 #include "sim/models/breaker.h"
 #include "sim/models/bus/i2c_bus.h"
 #include "sim/models/bus/port_space.h"
+#include "sim/models/joints/fault_sites.h"
 #include "sim/models/lines/network_links.h"
 #include "sim/models/lines/serial_adapters.h"
 #include "sim/models/panel/keys.h"
@@ -66,8 +67,11 @@ public:
 
     SerialAdapters& serial() { return serial_; }
 
-    // Sets a fault of fault_list() whose site is the device. False, and nothing is
-    // changed, when fault_error() objects or the host layer must carry it out.
+    // Each place at which one thing can break.
+    void name_sites(FaultSites& sites);
+
+    // Sets a fault of fault_list() whose site is the device, or one of a site of its own. False,
+    // and nothing is changed, when fault_error() objects or the host layer must carry it out.
     bool set_fault(std::string_view name, std::string_view value);
 
     // What set_fault() did is over. False, and nothing is changed, also of one that passes by
@@ -79,6 +83,7 @@ private:
     bool work_on_fault(Work work, std::string_view name, std::string_view value);
 
     Board board_;
+    std::uint64_t seed_;
     std::uint16_t base_ = 0;
     I2cBus bus_;
     SoundCard sound_card_;

@@ -2,6 +2,7 @@
 
 #include "sim/models/nearest.h"
 #include "sim/models/panel/keys.h"
+#include "sim/models/universe.h"
 #include "sim/setup_choices.h"
 
 #include <algorithm>
@@ -162,6 +163,7 @@ std::vector<std::string_view> fault_boards(const Fault& fault) {
 }
 
 std::string fault_error(Board board, std::string_view name, std::string_view value) {
+    if (is_site(name)) return site_error(board, name, value);
     const Fault* const fault = find_fault(name);
     if (fault == nullptr)
         return "unknown fault " + std::string(name) + ": \"k4sim faults\" lists all there are" +
@@ -176,7 +178,7 @@ std::string fault_error(Board board, std::string_view name, std::string_view val
 
 std::string clear_error(Board board, std::string_view name, std::string_view value) {
     const std::string error = fault_error(board, name, value);
-    if (!error.empty() || !find_fault(name)->passes) return error;
+    if (!error.empty() || is_site(name) || !find_fault(name)->passes) return error;
     return "fault " + std::string(name) + " passes by itself: there is nothing to clear";
 }
 

@@ -53,8 +53,8 @@ std::string fault_range(const Fault& fault);
 // The names of the boards that have what it breaks.
 std::vector<std::string_view> fault_boards(const Fault& fault);
 
-// Why `name` with `value` (empty: none given) can't be had on `board`: one line without
-// a line end that says what and how to mend it. Empty when all is well.
+// Why `name`, of the list or of a site, with `value` (empty: none given) can't be had on `board`:
+// one line without a line end that says what and how to mend it. Empty when all is well.
 std::string fault_error(Board board, std::string_view name, std::string_view value);
 
 // The same for one that is to be cleared, with the value that it was set with.

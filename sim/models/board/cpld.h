@@ -5,6 +5,7 @@
 
 #include "sim/models/board/parallel_loopback.h"
 #include "sim/models/bus/port_space.h"
+#include "sim/models/joints/bit_joint.h"
 
 #include <cstdint>
 
@@ -35,6 +36,9 @@ public:
     std::uint8_t peek_id() const { return id_; }
     std::uint8_t peek_version() const { return version_; }
 
+    // What can break of the registers and of what is behind them.
+    virtual void name_sites(FaultSites& sites);
+
     // Accesses that break the rules of the board's front-panel link, such as a byte sent
     // while the link was busy. An event tells the 1st, 2nd, 4th, 8th ... of them.
     virtual std::uint32_t protocol_errors() const { return 0; }
@@ -50,6 +54,8 @@ private:
     std::uint8_t own_version_;
     std::uint8_t id_;
     std::uint8_t version_;
+    BitJoint id_bits_;
+    BitJoint version_bits_;
     ParallelLoopback* loopback_ = nullptr;
 };
 

@@ -17,10 +17,14 @@ namespace k4sim {
 
 class CpldAes final : public CpldHss {
 public:
-    CpldAes(Panel& panel, Surroundings& surroundings) : CpldHss(2, 1, panel, surroundings) {}
+    CpldAes(Panel& panel, Surroundings& surroundings) : CpldHss(2, 1, panel, surroundings) {
+        switch_bits_.set_on_change([this] { switch_microphone(); });
+    }
 
     std::uint8_t in(std::uint16_t port) override;
     void out(std::uint16_t port, std::uint8_t value) override;
+
+    void name_sites(FaultSites& sites) override;
 
     // Called with the register at +0x0B whenever it changes.
     void set_on_microphone(std::function<void(std::uint8_t)> observer) {
@@ -29,10 +33,13 @@ public:
 
 private:
     void set_microphone(std::uint8_t value);
+    void switch_microphone();
     void set_watchdog(std::uint8_t value);
 
     std::function<void(std::uint8_t)> on_microphone_;
-    std::uint8_t microphone_ = 0;
+    std::uint8_t microphone_ = 0; // as written
+    std::uint8_t switches_ = 0;   // as they are
+    BitJoint switch_bits_;
     std::optional<std::uint8_t> watchdog_; // as last written
 };
 

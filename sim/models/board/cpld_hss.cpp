@@ -17,11 +17,19 @@ constexpr std::uint8_t reset_request = 0x01;
 constexpr Microseconds pulse_us = 1;
 constexpr Microseconds for_ever = std::numeric_limits<Microseconds>::max();
 
+constexpr unsigned data_width = 8;
+
+constexpr Expectation port_expectations[] = {
+    {"cpld.status.bit[0-6]=*", Finding::escaped, "these bits mean nothing, and are not looked at"},
+    {"panel.link.reset=open", Finding::escaped, "a link that was just switched on needs no reset"},
+};
+
 } // namespace
 
 std::uint8_t CpldHss::in(std::uint16_t port) {
     const unsigned place = offset(port);
-    if (place == link_register) return busy() ? link_busy : 0;
+    if (place == link_register)
+        return status_bits_.through_byte(busy_line_.through(busy()) != 0 ? link_busy : 0);
     if (place >= data_or_type && place <= last_key_byte) return from_panel(place);
     return Cpld::in(port);
 }
@@ -36,16 +44,32 @@ void CpldHss::out(std::uint16_t port, std::uint8_t value) {
         Cpld::out(port, value);
 }
 
+void CpldHss::name_sites(FaultSites& sites) {
+    Cpld::name_sites(sites);
+    sites.about("Frontpanel", port_expectations);
+    status_bits_.name_bits(sites, "cpld.status.bit", link_busy,
+                           BitJoint::steady | BitJoint::flaky_100);
+    status_bits_.name_bits(sites, "cpld.status.bit", 0xFF & ~link_busy, BitJoint::stuck_1);
+    data_lines_.name_bits(sites, "panel.link.data", 0xFF, BitJoint::steady);
+    data_lines_.name_shorts(sites, "panel.link.data", data_width, 1);
+    select_lines_.name_bits(sites, "panel.link.select", 7, BitJoint::steady);
+    busy_line_.name_line(sites, "panel.link.busy", 0, BitJoint::steady | BitJoint::flaky_100);
+    sites.add("panel.link.read", "open", [this](bool broken) { read_open_ = broken; });
+    sites.add("panel.link.write", "open", [this](bool broken) { write_open_ = broken; });
+    sites.add("panel.link.reset", "open", [this](bool broken) { reset_open_ = broken; });
+}
+
 bool CpldHss::busy() const { return surroundings_.now() < busy_until_; }
 
 std::uint8_t CpldHss::from_panel(unsigned place) {
-    const std::uint8_t byte = byte_from_panel(place);
+    place = selected(place);
+    const std::uint8_t byte = data_lines_.through_byte(byte_from_panel(place));
     tell_byte(place, byte, Wire::panel_read, pulse_us);
     return byte;
 }
 
 std::uint8_t CpldHss::byte_from_panel(unsigned place) {
-    if (panel_.dead()) return absent;
+    if (panel_.dead() || read_open_ || place > last_key_byte) return absent;
     if (place == data_or_type) return panel_.reported_type();
     if (place == command_or_version) return panel_.version();
     if (place == led_or_keys) key_word_ = panel_.key_word();
@@ -57,8 +81,10 @@ void CpldHss::to_panel(unsigned place, std::uint8_t value) {
         protocol_error("byte sent while the link was busy");
         return;
     }
+    place = selected(place);
+    value = data_lines_.through_byte(value);
     tell_byte(place, value, Wire::panel_busy, byte_time_us);
-    if (panel_.dead()) {
+    if (panel_.dead() || write_open_) {
         surroundings_.wire(Wire::panel_busy, 1, surroundings_.now() + byte_time_us);
         busy_until_ = for_ever;
         return;
@@ -71,8 +97,10 @@ void CpldHss::to_panel(unsigned place, std::uint8_t value) {
     case command_or_version:
         panel_.oled_command(value);
         break;
-    default:
+    case led_or_keys:
         panel_.set_led(value);
+        break;
+    default:
         break;
     }
 }
@@ -84,7 +112,12 @@ void CpldHss::tell_byte(unsigned place, std::uint8_t byte, Wire strobe, Microsec
     surroundings_.wire(strobe, 0, surroundings_.now() + length);
 }
 
+unsigned CpldHss::selected(unsigned place) {
+    return data_or_type + select_lines_.through(place - data_or_type);
+}
+
 void CpldHss::reset_link() {
+    if (reset_open_) return;
     surroundings_.wire(Wire::panel_busy, 0);
     surroundings_.wire(Wire::panel_reset, 1);
     surroundings_.wire(Wire::panel_reset, 0, surroundings_.now() + pulse_us);

@@ -27,6 +27,8 @@ public:
     std::uint8_t in(std::uint16_t port) override;
     void out(std::uint16_t port, std::uint8_t value) override;
 
+    void name_sites(FaultSites& sites) override;
+
     std::uint32_t protocol_errors() const override { return protocol_errors_; }
 
 protected:
@@ -39,6 +41,7 @@ private:
     bool busy() const;
     std::uint8_t from_panel(unsigned place);
     std::uint8_t byte_from_panel(unsigned place);
+    unsigned selected(unsigned place);
     void to_panel(unsigned place, std::uint8_t value);
     void tell_byte(unsigned place, std::uint8_t byte, Wire strobe, Microseconds length);
     void reset_link();
@@ -48,6 +51,10 @@ private:
     Surroundings& surroundings_;
     Microseconds busy_until_ = 0;
     std::uint32_t key_word_ = 0xFFFFFFFF;
+    BitJoint status_bits_, data_lines_, select_lines_, busy_line_;
+    bool read_open_ = false;
+    bool write_open_ = false;
+    bool reset_open_ = false;
     std::uint32_t protocol_errors_ = 0;
 };
 

@@ -4,6 +4,7 @@
 // Not modelled: how long a level takes to settle.
 #pragma once
 
+#include "sim/models/joints/bit_joint.h"
 #include "sim/models/surroundings.h"
 
 #include <array>
@@ -28,7 +29,10 @@ public:
 
     // The seed tells which readings of a flaky line are wrong.
     ParallelLoopback(std::uint64_t seed, Surroundings& surroundings)
-        : surroundings_(surroundings), random_(seed) {}
+        : surroundings_(surroundings), random_(seed) {
+        for (BitJoint* const joint : {&out_, &plug_, &in_})
+            joint->set_on_change([this] { tell(levels()); });
+    }
 
     // The CPLD drives its output lines, line 0 with bit 0.
     void drive(std::uint8_t outputs);
@@ -41,6 +45,9 @@ public:
     void set(Defect defect, unsigned line, bool there);
     // One reading in each run of `readings` is wrong, which one is left to chance; 0: none.
     void set_flaky(unsigned line, unsigned readings) { flaky_[line] = {readings, 0, 0}; }
+
+    // The output and input pins, the wires of the plug, and shorts between them.
+    void name_sites(FaultSites& sites);
 
 private:
     struct Flaky {
@@ -61,6 +68,7 @@ private:
     std::array<std::uint8_t, static_cast<std::size_t>(Defect::count)>
         defective_{}; // one bit a line
     std::array<Flaky, lines> flaky_{};
+    BitJoint out_, plug_, in_;
     std::uint32_t mismatches_ = 0;
 };
 
