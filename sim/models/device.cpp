@@ -128,9 +128,11 @@ bool Device::clear_fault(std::string_view name, std::string_view value) {
 }
 
 void Device::name_sites(FaultSites& sites) {
+    sound_card_.name_sites(sites);
     if (cpld_ == nullptr) return;
     cpld_->name_sites(sites);
     loopback_.name_sites(sites);
+    panel_->name_sites(sites);
 }
 
 bool Device::work_on_fault(Work work, std::string_view name, std::string_view value) {

@@ -19,7 +19,7 @@ constexpr Expectation microphone_expectations[] = {
 } // namespace
 
 std::uint8_t CpldAes::in(std::uint16_t port) {
-    return offset(port) == microphone_register ? switches_ : CpldHss::in(port);
+    return offset(port) == microphone_register ? microphone_ : CpldHss::in(port);
 }
 
 void CpldAes::out(std::uint16_t port, std::uint8_t value) {

@@ -37,9 +37,9 @@ private:
     void set_watchdog(std::uint8_t value);
 
     std::function<void(std::uint8_t)> on_microphone_;
-    std::uint8_t microphone_ = 0; // as written
-    std::uint8_t switches_ = 0;   // as they are
-    BitJoint switch_bits_;
+    std::uint8_t microphone_ = 0;          // as written
+    std::uint8_t switches_ = 0;            // as they are
+    BitJoint switch_bits_;                 // the wires to them
     std::optional<std::uint8_t> watchdog_; // as last written
 };
 

@@ -16,12 +16,28 @@ constexpr std::uint8_t stop_after_next = 0x01;
 constexpr std::uint8_t transmitter_busy = 0x80;
 constexpr std::uint8_t receiver_not_ready = 0x20;
 
+constexpr Expectation engine_expectations[] = {
+    {"cpld.*", Finding::blocked, "a panel that can't be reached has no key that could end the run"},
+};
+
 } // namespace
+
+void CpldEngine::name_sites(FaultSites& sites) {
+    CpldI2c::name_sites(sites);
+    sites.about("Frontpanel", engine_expectations);
+    constexpr unsigned all_bits = 0xFF;
+    status_bits_.name_bits(sites, "cpld.status.bit", transmitter_busy | receiver_not_ready,
+                           BitJoint::steady | BitJoint::flaky_100);
+    control_bits_.name_bits(sites, "cpld.control.bit", start_with_next | stop_after_next,
+                            BitJoint::steady);
+    transmit_bits_.name_bits(sites, "cpld.transmit.bit", all_bits, BitJoint::steady);
+    receive_bits_.name_bits(sites, "cpld.receive.bit", all_bits, BitJoint::steady);
+}
 
 std::uint8_t CpldEngine::in(std::uint16_t port) {
     switch (offset(port)) {
     case control_register:
-        return status();
+        return status_bits_.through_byte(status());
     case receive_register:
         return take_received();
     default:
@@ -32,10 +48,10 @@ std::uint8_t CpldEngine::in(std::uint16_t port) {
 void CpldEngine::out(std::uint16_t port, std::uint8_t value) {
     switch (offset(port)) {
     case control_register:
-        control(value);
+        control(control_bits_.through_byte(value));
         break;
     case transmit_register:
-        transmit(value);
+        transmit(transmit_bits_.through_byte(value));
         break;
     default:
         CpldI2c::out(port, value);
@@ -64,7 +80,7 @@ void CpldEngine::transmit(std::uint8_t byte) {
     }
     transmitted_at_ = std::max(transmitted_at_, now) + byte_time_us;
     wave_.byte(transmitted_at_ - byte_time_us, byte, start_next_);
-    const bool acknowledged = start_next_ ? start(byte) : !jammed() && bus_.write(byte);
+    const bool acknowledged = start_next_ ? start(byte) : !bus_.jammed() && bus_.write(byte);
     const bool last = last_next_ && !receiving_;
     wave_.answer(transmitted_at_, acknowledged, last);
     if (last) {
@@ -76,7 +92,7 @@ void CpldEngine::transmit(std::uint8_t byte) {
 bool CpldEngine::start(std::uint8_t address_byte) {
     start_next_ = false;
     bus_.stop();
-    const bool acknowledged = !jammed() && bus_.start(address_byte);
+    const bool acknowledged = !bus_.jammed() && bus_.start(address_byte);
     receiving_ = (address_byte & i2c_read_bit) != 0;
     received_at_ = transmitted_at_;
     if (receiving_) receive();
@@ -84,13 +100,13 @@ bool CpldEngine::start(std::uint8_t address_byte) {
 }
 
 void CpldEngine::receive() {
-    received_ = jammed() ? (bus_.sda_stuck().value_or(true) ? 0xFF : 0x00) : bus_.read();
+    received_ = bus_.jammed() ? (bus_.sda_stuck().value_or(true) ? 0xFF : 0x00) : bus_.read();
     received_at_ = std::max(received_at_, surroundings_.now()) + byte_time_us;
     wave_.byte(received_at_ - byte_time_us, received_, false);
 }
 
 std::uint8_t CpldEngine::take_received() {
-    const std::uint8_t byte = received_;
+    const std::uint8_t byte = receive_bits_.through_byte(received_);
     if (!receiving_ || surroundings_.now() < received_at_) {
         protocol_error("read before a byte was ready");
         return byte;
@@ -104,8 +120,6 @@ std::uint8_t CpldEngine::take_received() {
     }
     return byte;
 }
-
-bool CpldEngine::jammed() const { return bus_.sda_stuck().has_value(); }
 
 void CpldEngine::protocol_error(std::string_view why) {
     ++protocol_errors_;

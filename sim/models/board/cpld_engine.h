@@ -33,6 +33,8 @@ public:
     std::uint8_t in(std::uint16_t port) override;
     void out(std::uint16_t port, std::uint8_t value) override;
 
+    void name_sites(FaultSites& sites) override;
+
     std::uint32_t protocol_errors() const override { return protocol_errors_; }
 
 private:
@@ -42,7 +44,6 @@ private:
     bool start(std::uint8_t address_byte);
     void receive();
     std::uint8_t take_received();
-    bool jammed() const;
     void protocol_error(std::string_view why);
 
     I2cBus& bus_;
@@ -54,6 +55,7 @@ private:
     Microseconds transmitted_at_ = 0; // when the last byte is on the far side
     Microseconds received_at_ = 0;    // when the next byte is ready
     std::uint8_t received_ = 0xFF;
+    BitJoint status_bits_, control_bits_, transmit_bits_, receive_bits_;
     std::uint32_t protocol_errors_ = 0;
 };
 

@@ -20,8 +20,15 @@ constexpr Microseconds for_ever = std::numeric_limits<Microseconds>::max();
 constexpr unsigned data_width = 8;
 
 constexpr Expectation port_expectations[] = {
+    {"cpld.status.bit7=stuck-0", Finding::escaped, "a byte has left before the next one can come"},
+    {"panel.link.busy=stuck-0", Finding::escaped, "a byte has left before the next one can come"},
+    {"cpld.status.bit7=flaky-100", Finding::escaped, "a wrong look is followed by a right one"},
+    {"panel.link.busy=flaky-100", Finding::escaped, "a wrong look is followed by a right one"},
+    {"cpld.status.bit7=*", Finding::blocked, "a link that is never free is waited for in vain"},
     {"cpld.status.bit[0-6]=*", Finding::escaped, "these bits mean nothing, and are not looked at"},
     {"panel.link.reset=open", Finding::escaped, "a link that was just switched on needs no reset"},
+    {"panel.link.*", Finding::blocked,
+     "what comes and goes is wrong, so that the panel has neither a picture nor keys"},
 };
 
 } // namespace

@@ -18,7 +18,8 @@ public:
 
     std::uint8_t in(std::uint16_t port) override {
         if (offset(port) != line_register) return Cpld::in(port);
-        return static_cast<std::uint8_t>(lines_.scl() << 1 | (lines_.sda() ? 1 : 0));
+        return line_bits_.through_byte(
+            static_cast<std::uint8_t>(lines_.scl() << 1 | (lines_.sda() ? 1 : 0)));
     }
 
     void out(std::uint16_t port, std::uint8_t value) override {
@@ -26,6 +27,8 @@ public:
         lines_.drive((value & 2) != 0, (value & 1) != 0);
         tell_lines();
     }
+
+    void name_sites(FaultSites& sites) override;
 
 protected:
     CpldI2c(std::uint8_t id, std::uint8_t version, I2cBus& bus, Surroundings& surroundings)
@@ -43,6 +46,7 @@ private:
 
     Surroundings& surroundings_;
     I2cLines lines_;
+    BitJoint line_bits_; // as they are read
 };
 
 } // namespace k4sim

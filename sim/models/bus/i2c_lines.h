@@ -17,12 +17,14 @@ public:
     // `bus` must outlive the lines. Both lines are released.
     explicit I2cLines(I2cBus& bus) : bus_(bus) {}
 
+    I2cBus& bus() { return bus_; }
+
     // The master drives a line low (false) or releases it (true).
     void drive(bool scl, bool sda);
 
     // The levels that anybody on the bus sees.
-    bool scl() const { return master_scl_; }
-    bool sda() const { return bus_.sda_stuck().value_or(master_sda_ && slave_sda_); }
+    bool scl() const { return bus_.scl(master_scl_, master_sda_ && slave_sda_); }
+    bool sda() const { return bus_.sda(master_scl_, master_sda_ && slave_sda_); }
 
 private:
     enum class Phase {

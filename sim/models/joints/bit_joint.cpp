@@ -37,9 +37,10 @@ void BitJoint::name_line(FaultSites& sites, std::string_view name, unsigned bit,
             });
 }
 
-void BitJoint::name_constant(FaultSites& sites, std::string_view name, std::uint8_t value) {
-    for (unsigned bit = 0; bit < 8; ++bit)
-        name_bits(sites, name, 1U << bit, (value >> bit & 1) != 0 ? stuck_0 : stuck_1);
+void BitJoint::name_constant(FaultSites& sites, std::string_view name, std::uint8_t value,
+                             std::uint32_t mask) {
+    name_bits(sites, name, mask & value, stuck_0);
+    name_bits(sites, name, mask & ~std::uint32_t{value}, stuck_1);
 }
 
 void BitJoint::name_shorts(FaultSites& sites, std::string_view name, unsigned count,

@@ -42,8 +42,9 @@ public:
     void name_bits(FaultSites& sites, std::string_view name, std::uint32_t mask, unsigned ways);
     // A site "NAME" for one bit.
     void name_line(FaultSites& sites, std::string_view name, unsigned bit, unsigned ways);
-    // For the eight bits of what never changes: stuck at the level that is not its own.
-    void name_constant(FaultSites& sites, std::string_view name, std::uint8_t value);
+    // For the bits of what never changes: stuck at the level that is not its own.
+    void name_constant(FaultSites& sites, std::string_view name, std::uint8_t value,
+                       std::uint32_t mask = 0xFF);
     // Sites "NAMEa-b" for each two of the first `count` bits that are no more than `reach` apart:
     // tied to each other, where a low or a high one wins.
     void name_shorts(FaultSites& sites, std::string_view name, unsigned count, unsigned reach);

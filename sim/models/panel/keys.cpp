@@ -1,6 +1,9 @@
 #include "sim/models/panel/keys.h"
 
 #include <array>
+#include <cstdlib>
+#include <string>
+#include <utility>
 
 namespace k4sim {
 
@@ -23,22 +26,39 @@ std::uint32_t key_bit(char key) {
     return index == std::string_view::npos ? 0 : 1U << index;
 }
 
-// A step changes one of the two.
-unsigned knob_phases(unsigned counter) { return (counter ^ counter >> 1) & 3; }
+constexpr std::uint32_t all_keys = (1U << key_characters.size()) - 1;
+constexpr Microseconds bounces_us[] = {1000, 3000, 4000, 6000, 7000};
+constexpr Microseconds late_us[] = {200'000}; // a dirty contact
+
+constexpr Expectation key_expectations[] = {
+    {"keys.wires*=tied-high", Finding::escaped,
+     "two keys at once are two keys pressed, and the order of keys is free"},
+    {"keys.*=bouncing", Finding::escaped, "a key may be pressed several times"},
+    {"keys.*=late", Finding::escaped, "a key is held for longer than its contact needs"},
+    {"keys.[7M]=stuck-1", Finding::detected, ""},
+    {"keys.[0-9K#A-D]*=stuck-1", Finding::escaped,
+     "a key has to go down once, and need not come up"},
+    {"keys.encoder?.phase*", Finding::escaped,
+     "back and forth across the edge of the contact that works counts in full"},
+    {"keys.encoder?.knob=skipping", Finding::escaped, "the row asks again for what it missed"},
+    {"keys.encoder?.knob=reversed", Finding::operator_,
+     "both ways have to come, and only who turns the knob knows which one it was"},
+};
 
 bool is_encoder(int encoder) { return encoder == 1 || encoder == 2; }
 
 } // namespace
 
 Keys::Keys(unsigned counter_bits, Surroundings& surroundings)
-    : surroundings_(surroundings), counter_mask_((1U << counter_bits) - 1) {
+    : surroundings_(surroundings), encoders_{Encoder(counter_bits), Encoder(counter_bits)} {
+    key_wires_.set_on_change([this] { update_word(); });
     reset();
 }
 
 void Keys::reset() {
-    pressed_ = held_ = dead_ = 0;
+    pressed_ = held_ = dead_ = open_ = 0;
     for (int index = 0; index < 2; ++index) {
-        counters_[index] = 0;
+        encoders_[static_cast<std::size_t>(index)].reset();
         encoders_dead_[index] = false;
     }
     invalid_words_ = 0;
@@ -47,12 +67,15 @@ void Keys::reset() {
 
 bool Keys::press(char key) {
     pressed_ |= key_bit(key);
+    if ((bouncing_ & key_bit(key)) != 0) chatter(key_bit(key), bounces_us);
+    if ((late_ & key_bit(key)) != 0) chatter(key_bit(key), late_us);
     update_word();
     return key_bit(key) != 0;
 }
 
 bool Keys::release(char key) {
     pressed_ &= ~key_bit(key);
+    open_ &= ~key_bit(key);
     update_word();
     return key_bit(key) != 0;
 }
@@ -60,8 +83,8 @@ bool Keys::release(char key) {
 bool Keys::turn(int encoder, int steps) {
     if (!is_encoder(encoder)) return false;
     if (encoders_dead_[encoder - 1]) return true;
-    unsigned& counter = counters_[encoder - 1];
-    counter = (counter + static_cast<unsigned>(steps)) & counter_mask_;
+    for (int step = std::abs(steps); step > 0; --step)
+        encoders_[static_cast<std::size_t>(encoder - 1)].step(steps > 0);
     update_word();
     return true;
 }
@@ -84,6 +107,40 @@ bool Keys::set_encoder_dead(int encoder, bool dead) {
     return true;
 }
 
+void Keys::name_sites(FaultSites& sites) {
+    sites.about("Frontpanel", key_expectations);
+    for (unsigned index = 0; index < key_characters.size(); ++index)
+        name_contact(sites, index);
+    key_wires_.name_shorts(sites, "keys.wires", key_characters.size(), 1);
+    for (std::size_t index = 0; index < encoders_.size(); ++index)
+        encoders_[index].name_sites(sites, "keys.encoder" + std::to_string(index + 1),
+                                    [this] { update_word(); });
+}
+
+void Keys::name_contact(FaultSites& sites, unsigned index) {
+    const char key = key_characters[index];
+    const std::string site = "keys." + (key == '*'   ? "star"
+                                        : key == '#' ? "hash"
+                                                     : std::string(1, key));
+    key_wires_.name_line(sites, site, index, BitJoint::stuck);
+    for (const auto& [way, set] :
+         {std::pair("bouncing", &Keys::bouncing_), std::pair("late", &Keys::late_)})
+        sites.add(site, way, [this, set, key](bool broken) {
+            this->*set = broken ? this->*set | key_bit(key) : this->*set & ~key_bit(key);
+        });
+}
+
+// The contact opens now, closes at the first of the times, opens at the second ...
+void Keys::chatter(std::uint32_t key, std::span<const Microseconds> times) {
+    open_ |= key;
+    for (const Microseconds time : times)
+        surroundings_.at(surroundings_.now() + time, [this, key] {
+            if ((pressed_ & key) == 0) return;
+            open_ ^= key;
+            update_word();
+        });
+}
+
 std::uint32_t Keys::read() {
     if (invalid_words_ > 0) {
         --invalid_words_;
@@ -94,20 +151,21 @@ std::uint32_t Keys::read() {
 
 bool Keys::peek_pressed(char key) const { return ((pressed_ | held_) & key_bit(key)) != 0; }
 
-unsigned Keys::peek_counter(int encoder) const {
-    return is_encoder(encoder) ? counters_[encoder - 1] : 0;
+unsigned Keys::peek_counter(int encoder) {
+    return is_encoder(encoder) ? encoders_[static_cast<std::size_t>(encoder - 1)].counter() : 0;
 }
 
 void Keys::update_word() {
-    const std::uint32_t down = (pressed_ | held_) & ~dead_;
+    const std::uint32_t down =
+        key_wires_.through(((pressed_ & ~open_) | held_) & ~dead_) & all_keys;
     word_ = all_up;
     for (unsigned index = 0; index < word_bits.size(); ++index)
         if (down & (1U << index)) word_ ^= 1U << word_bits[index];
-    for (int index = 0; index < 2; ++index)
-        word_ |= counters_[index] << encoder_shift[index];
+    for (std::size_t index = 0; index < encoders_.size(); ++index)
+        word_ |= encoders_[index].counter() << encoder_shift[index];
     surroundings_.wire(Wire::keys, down);
-    surroundings_.wire(Wire::knob1, knob_phases(counters_[0]));
-    surroundings_.wire(Wire::knob2, knob_phases(counters_[1]));
+    surroundings_.wire(Wire::knob1, encoders_[0].phases());
+    surroundings_.wire(Wire::knob2, encoders_[1].phases());
 }
 
 } // namespace k4sim

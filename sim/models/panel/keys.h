@@ -5,12 +5,16 @@
 // bits 16 to 22 counter of encoder 2; bit 23 key M, 1 = pressed; bits 24 to 29 counter of
 // encoder 1; bit 30 read error, the other bits mean nothing; bit 31 key K, 1 = pressed.
 //
-// Not modelled: contact bounce.
+// A contact closes at once, and stays so, unless a fault has it otherwise.
 #pragma once
 
+#include "sim/models/joints/bit_joint.h"
+#include "sim/models/panel/encoder.h"
 #include "sim/models/surroundings.h"
 
+#include <array>
 #include <cstdint>
+#include <span>
 #include <string_view>
 
 namespace k4sim {
@@ -32,6 +36,9 @@ public:
     // another encoder.
     bool turn(int encoder, int steps);
 
+    // Its contacts, the wires of the keys, and the knobs.
+    void name_sites(FaultSites& sites);
+
     // Faults, until reset().
     bool set_held(char key, bool held); // pressed from now on, whatever the operator does
     bool set_dead(char key, bool dead); // never reported as pressed
@@ -47,17 +54,22 @@ public:
     // Whether the operator (or a fault) holds the key down.
     bool peek_pressed(char key) const;
     // Counter of encoder 1 or 2.
-    unsigned peek_counter(int encoder) const;
+    unsigned peek_counter(int encoder);
 
 private:
     void update_word();
+    void name_contact(FaultSites& sites, unsigned index);
+    void chatter(std::uint32_t key, std::span<const Microseconds> times);
 
     Surroundings& surroundings_;
-    unsigned counter_mask_;
     std::uint32_t pressed_ = 0; // one bit a key, in the order of key_characters
     std::uint32_t held_ = 0;
     std::uint32_t dead_ = 0;
-    unsigned counters_[2] = {0, 0};
+    std::uint32_t open_ = 0;     // of those pressed, for the moment
+    std::uint32_t bouncing_ = 0; // when they are pressed
+    std::uint32_t late_ = 0;
+    BitJoint key_wires_;
+    std::array<Encoder, 2> encoders_;
     bool encoders_dead_[2] = {false, false};
     unsigned invalid_words_ = 0;
     std::uint32_t word_ = 0;

@@ -1,13 +1,23 @@
 #include "sim/models/panel/oled.h"
 
 #include <algorithm>
+#include <bit>
 #include <functional>
+#include <string>
 
 namespace k4sim {
 
 namespace {
 
 constexpr std::uint8_t brightest = 15;
+constexpr std::uint8_t dark = 0;
+constexpr unsigned streaks_named = 16;
+constexpr std::uint32_t all_bits = 0xFF;
+
+constexpr Expectation oled_expectations[] = {
+    {"oled.supply=*", Finding::blocked, "who sees nothing does not know what is asked for"},
+    {"oled.*", Finding::operator_, "the glass can't be read back; all lit, it shows what is wrong"},
+};
 
 std::string_view name(Oled::Mode mode) {
     static constexpr std::string_view names[] = {"normal", "all-off", "all-on", "inverse"};
@@ -56,8 +66,16 @@ void Oled::reset() {
 }
 
 Picture Oled::picture() const {
+    Picture picture = lit_picture();
+    for (const auto& [is_row, place, grey] : streaks_)
+        for (unsigned at = 0; at < (is_row ? glass_width : glass_height); ++at)
+            picture[is_row ? place * glass_width + at : at * glass_width + place] = grey;
+    return picture;
+}
+
+Picture Oled::lit_picture() const {
     Picture picture{};
-    if (!on_ || mode_ == Mode::all_off) return picture;
+    if (!on_ || dark_ || mode_ == Mode::all_off) return picture;
     if (mode_ == Mode::all_on) {
         picture.fill(brightest);
         return picture;
@@ -67,6 +85,40 @@ Picture Oled::picture() const {
         for (std::uint8_t& grey : picture)
             grey = static_cast<std::uint8_t>(brightest - grey);
     return picture;
+}
+
+void Oled::name_sites(FaultSites& sites) {
+    sites.about("Frontpanel", oled_expectations);
+    name_streaks(sites, "oled.segment", false);
+    name_streaks(sites, "oled.row", true);
+    sites.add("oled.supply", "off", [this](bool broken) {
+        dark_ = broken;
+        picture_changed();
+    });
+    ram_data_.name_bits(sites, "oled.ram.data", all_bits, BitJoint::stuck);
+    ram_address_.name_bits(sites, "oled.ram.address",
+                           static_cast<std::uint32_t>(std::bit_ceil(ram_.size()) - 1),
+                           BitJoint::stuck);
+    contrast_bits_.name_bits(sites, "oled.contrast.bit", all_bits, BitJoint::stuck);
+}
+
+void Oled::name_streaks(FaultSites& sites, std::string_view name, bool is_row) {
+    const unsigned count = is_row ? glass_height : glass_width;
+    const unsigned apart = count / streaks_named; // one of each group tells enough
+    for (unsigned place = apart / 2; place < count; place += apart)
+        for (const bool lit : {false, true})
+            sites.add(std::string(name) + std::to_string(place), lit ? "lit" : "dark",
+                      [this, streak = Streak{is_row, place, lit ? brightest : dark}](bool broken) {
+                          set(streak, broken);
+                      });
+}
+
+void Oled::set(const Streak& streak, bool there) {
+    if (there)
+        streaks_.push_back(streak);
+    else
+        std::erase(streaks_, streak);
+    picture_changed();
 }
 
 void Oled::begin_command(std::uint8_t code) {
@@ -111,6 +163,8 @@ void Oled::ram_changed() {
 }
 
 void Oled::write_ram(std::size_t index, std::uint8_t value) {
+    value = ram_data_.through_byte(value);
+    index = ram_address_.through(static_cast<std::uint32_t>(index)) % ram_.size();
     if (ram_[index] == value) return;
     ram_[index] = value;
     ram_changed();

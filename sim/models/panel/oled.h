@@ -5,6 +5,7 @@
 // and on no grey table), the time that the panel needs to light up, reading the RAM back.
 #pragma once
 
+#include "sim/models/joints/bit_joint.h"
 #include "sim/models/panel/oled_command.h"
 #include "sim/models/surroundings.h"
 
@@ -55,8 +56,13 @@ public:
     Mode peek_mode() const { return mode_; }
     bool peek_locked() const { return locked_; }
 
-    // Contrast register, 0 to 255.
-    std::uint8_t peek_contrast() const { return peek_parameter(contrast_command_); }
+    // Contrast, 0 to 255, as it reaches the glass.
+    std::uint8_t peek_contrast() {
+        return contrast_bits_.through_byte(peek_parameter(contrast_command_));
+    }
+
+    // Its glass, RAM and contrast.
+    void name_sites(FaultSites& sites);
 
     // What the program last set as parameter `index` (0 or 1) of `command`, or the reset
     // value. 0 for a command that the chip does not have.
@@ -102,6 +108,17 @@ protected:
     void write_ram(std::size_t index, std::uint8_t value);
 
 private:
+    // A line of the glass that shows something else.
+    struct Streak {
+        bool is_row;
+        unsigned place;
+        std::uint8_t grey;
+        bool operator==(const Streak&) const = default;
+    };
+
+    void name_streaks(FaultSites& sites, std::string_view name, bool is_row);
+    void set(const Streak& streak, bool there);
+    Picture lit_picture() const;
     const OledCommand* find(std::uint8_t code) const;
     bool parameters_valid() const;
     void finish_command();
@@ -121,6 +138,9 @@ private:
     std::uint64_t version_ = 0;
     std::uint32_t protocol_errors_ = 0;
     std::function<void()> on_change_;
+    std::vector<Streak> streaks_;
+    bool dark_ = false;
+    BitJoint ram_data_, ram_address_, contrast_bits_;
 };
 
 } // namespace k4sim

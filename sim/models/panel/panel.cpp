@@ -16,6 +16,12 @@ enum Message : std::uint8_t {
     led_pattern = 0x50,
 };
 
+constexpr Expectation panel_expectations[] = {
+    {"panel.type.*", Finding::blocked, "a panel of no known type is not used, and has no key then"},
+    {"panel.version.*", Finding::escaped,
+     "the version tells the width of the knobs' counters only"},
+};
+
 constexpr std::uint32_t nothing_to_read = 0xFFFFFFFF;
 constexpr std::uint8_t first_version_with_long_counters = 8;
 
@@ -34,6 +40,14 @@ Panel::Panel(std::uint8_t type, std::uint8_t version, Surroundings& surroundings
       oled_(make_oled(type, surroundings)),
       keys_(version < first_version_with_long_counters ? 4 : 6, surroundings) {}
 
+void Panel::name_sites(FaultSites& sites) {
+    sites.about("Frontpanel", panel_expectations);
+    type_bits_.name_constant(sites, "panel.type.bit", type_);
+    version_bits_.name_constant(sites, "panel.version.bit", version_);
+    keys_.name_sites(sites);
+    oled_->name_sites(sites);
+}
+
 void Panel::set_led(std::uint8_t pattern) {
     if (pattern == led_) return;
     led_ = pattern;
@@ -49,10 +63,10 @@ bool Panel::begin_read() {
     if (dead_) return false;
     switch (message_) {
     case type_query:
-        reply_ = reply_byte(reported_type_);
+        reply_ = reply_byte(reported_type());
         break;
     case version_query:
-        reply_ = reply_byte(version_);
+        reply_ = reply_byte(version());
         break;
     case key_query:
         reply_ = keys_.read();

@@ -9,6 +9,7 @@
 #pragma once
 
 #include "sim/models/bus/i2c_slave.h"
+#include "sim/models/joints/bit_joint.h"
 #include "sim/models/panel/keys.h"
 #include "sim/models/panel/oled.h"
 #include "sim/models/surroundings.h"
@@ -48,9 +49,12 @@ public:
     void oled_data(std::uint8_t byte) { oled_->data(byte); }
     void set_led(std::uint8_t pattern);
     std::uint32_t key_word() { return keys_.read(); }
-    std::uint8_t reported_type() const { return reported_type_; }
-    std::uint8_t version() const { return version_; }
+    std::uint8_t reported_type() { return type_bits_.through_byte(reported_type_); }
+    std::uint8_t version() { return version_bits_.through_byte(version_); }
     bool dead() const { return dead_; }
+
+    // What it says that it is, its LED, keys and glass.
+    void name_sites(FaultSites& sites);
 
     // I2C.
     bool begin_write() override;
@@ -76,6 +80,7 @@ private:
     std::unique_ptr<Oled> oled_;
     Keys keys_;
     std::uint8_t led_ = 0;
+    BitJoint type_bits_, version_bits_;
     bool message_expected_ = false;
     std::uint8_t message_ = 0xFF;
     std::uint32_t payload_length_ = 0;

@@ -1,6 +1,7 @@
 #include "sim/models/sound/aesebu.h"
 
 #include <algorithm>
+#include <string>
 
 namespace k4sim {
 
@@ -51,11 +52,43 @@ void tell_rate(ChannelStatus& status, unsigned rate_hz) {
         status[3] = replaced(status[3], consumer_mask, code.consumer);
 }
 
+constexpr Expectation line_expectations[] = {
+    {"aes.rate.[89]*", Finding::escaped, "the test goes up to 48000 Hz"},
+    {"aes.status.byte3.*", Finding::escaped, "the professional format has no rate there"},
+    {"aes.receiver.bit0=stuck-0", Finding::detected, ""},
+    {"aes.audio?=silent", Finding::escaped, "nobody listens to the digital audio"},
+    {"aes.lock=late", Finding::escaped, "a lock may come late"},
+    {"aes.clock=*", Finding::escaped, "the receiver runs at the clock that comes, whatever it is"},
+};
+
 } // namespace
+
+void AesEbu::name_sites(FaultSites& sites) {
+    sites.about("AES/EBU", line_expectations);
+    constexpr unsigned all_ways = BitJoint::steady;
+    transmitter_bits_.set_on_change([this] { check(); });
+    receiver_bits_.name_bits(sites, "aes.receiver.bit", locked_flag | no_rate.receiver, all_ways);
+    format_bits_.name_bits(sites, "aes.status.byte0.bit", professional_flag | professional_mask,
+                           all_ways);
+    consumer_bits_.name_bits(sites, "aes.status.byte3.bit", consumer_mask, all_ways);
+    transmitter_bits_.name_bits(sites, "aes.transmitter.bit", transmitter_mask, all_ways);
+    for (const RateCode& code : rate_codes)
+        sites.add("aes.rate." + std::to_string(code.rate_hz), "dead",
+                  [this, rate_hz = code.rate_hz](bool broken) {
+                      faults_.dead_rate_hz = broken ? rate_hz : 0;
+                      check();
+                  });
+    sites.add("aes.lock", "late", [this](bool broken) { slow_lock_ = broken; });
+    for (std::size_t channel = 0; channel < silent_.size(); ++channel)
+        sites.add("aes.audio" + std::to_string(channel + 1), "silent",
+                  [this, channel](bool broken) { silent_[channel] = broken; });
+}
 
 void AesEbu::carry(std::int64_t, unsigned, std::span<const Frame> sent, std::span<Frame> arriving) {
     if (locked_ && processing_)
-        std::ranges::copy(sent, arriving.begin());
+        std::ranges::transform(sent, arriving.begin(), [this](const Frame& frame) {
+            return Frame{silent_[0] ? 0 : frame.left, silent_[1] ? 0 : frame.right};
+        });
     else
         std::ranges::fill(arriving, Frame{});
 }
@@ -79,13 +112,13 @@ void AesEbu::set_default_status(const ChannelStatus& status) {
 
 void AesEbu::set_channel_status(const ChannelStatus& status) { channel_status_ = status; }
 
-std::uint8_t AesEbu::receiver_status() const {
-    if (!locked_) return no_rate.receiver;
+std::uint8_t AesEbu::receiver_status() {
+    if (!locked_) return receiver_bits_.through_byte(no_rate.receiver);
     const unsigned rate_hz = faults_.measured_rate_hz.value_or(stream_rate_hz_);
-    return locked_flag | code_of(rate_hz).receiver;
+    return receiver_bits_.through_byte(locked_flag | code_of(rate_hz).receiver);
 }
 
-ChannelStatus AesEbu::received_status() const {
+ChannelStatus AesEbu::received_status() {
     ChannelStatus status{};
     if (!locked_) return status;
     if (spdif_ & consumer_flag)
@@ -93,6 +126,8 @@ ChannelStatus AesEbu::received_status() const {
     else
         status = channel_status_;
     if (faults_.status_rate_hz) tell_rate(status, *faults_.status_rate_hz);
+    status[0] = format_bits_.through_byte(status[0]);
+    status[3] = consumer_bits_.through_byte(status[3]);
     return status;
 }
 
@@ -119,9 +154,10 @@ void AesEbu::lose_lock(Microseconds for_us) {
     check();
 }
 
-bool AesEbu::line_fits() const {
+bool AesEbu::line_fits() {
     return cable_ && transmitter_on_ && stream_rate_hz_ != 0 &&
-           transmitted_rate(spdif_) == stream_rate_hz_ && stream_rate_hz_ != faults_.dead_rate_hz;
+           transmitted_rate(transmitter_bits_.through_byte(spdif_)) == stream_rate_hz_ &&
+           stream_rate_hz_ != faults_.dead_rate_hz;
 }
 
 void AesEbu::check() {
@@ -129,7 +165,7 @@ void AesEbu::check() {
     if (!line_fits()) return set_locked(false);
     if (locked_) return;
     const Microseconds begin = std::max(surroundings_.now(), disturbed_until_);
-    surroundings_.at(begin + lock_time_us, [this, attempt] {
+    surroundings_.at(begin + (slow_lock_ ? slow_lock_time_us : lock_time_us), [this, attempt] {
         if (attempt == attempts_) set_locked(true);
     });
 }

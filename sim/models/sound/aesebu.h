@@ -17,6 +17,7 @@
 //   lock change       1 after a lock was won or lost; writing 1 clears it
 #pragma once
 
+#include "sim/models/joints/bit_joint.h"
 #include "sim/models/sound/pcm.h"
 #include "sim/models/surroundings.h"
 
@@ -38,6 +39,7 @@ struct AesEbuFaults {
 class AesEbu final : public Line {
 public:
     static constexpr Microseconds lock_time_us = 20'000;
+    static constexpr Microseconds slow_lock_time_us = 400'000; // with a fault
 
     explicit AesEbu(Surroundings& surroundings) : surroundings_(surroundings) {}
 
@@ -56,12 +58,15 @@ public:
     void set_default_status(const ChannelStatus& status);
     const ChannelStatus& channel_status() const { return channel_status_; }
     void set_channel_status(const ChannelStatus& status);
-    std::uint8_t receiver_status() const;
-    ChannelStatus received_status() const;
+    std::uint8_t receiver_status();
+    ChannelStatus received_status();
     bool lock_changed() const { return lock_changed_; }
     void clear_lock_changed() { lock_changed_ = false; }
     bool processing() const { return processing_; }
     void set_processing(bool on) { processing_ = on; }
+
+    // Its registers, the rates it locks at, and the audio.
+    void name_sites(FaultSites& sites);
 
     // The playback stream's parameters; 0: it has none.
     void set_stream_rate(unsigned rate_hz);
@@ -75,7 +80,7 @@ public:
     bool locked() const { return locked_; }
 
 private:
-    bool line_fits() const;
+    bool line_fits();
     void check(); // after every change
     void set_locked(bool locked);
 
@@ -92,6 +97,12 @@ private:
     std::uint64_t attempts_ = 0; // a lock that was begun counts only while it is the last
     Microseconds disturbed_until_ = 0;
     AesEbuFaults faults_;
+    BitJoint receiver_bits_;    // of the receiver status
+    BitJoint format_bits_;      // of byte 0 of the received channel status
+    BitJoint consumer_bits_;    // of its byte 3
+    BitJoint transmitter_bits_; // of SPdif
+    bool slow_lock_ = false;
+    std::array<bool, 2> silent_{}; // by channel
 };
 
 } // namespace k4sim

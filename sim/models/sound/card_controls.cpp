@@ -30,7 +30,7 @@ ControlRow toggle(std::string_view name, Flags flag, bool inverted = false) {
     return row;
 }
 
-using Read = void (*)(const AesEbu&, std::span<std::int32_t>);
+using Read = void (*)(AesEbu&, std::span<std::int32_t>);
 using Write = void (*)(AesEbu&, std::span<const std::int32_t>);
 
 ControlRow number(std::string_view name, int maximum, Read read, Write write) {
@@ -76,46 +76,42 @@ void add_microphone(std::vector<ControlRow>& rows) {
 void add_receiver(std::vector<ControlRow>& rows) {
     rows.push_back(number(
         "IEC958 Capture RXP Status", 255,
-        [](const AesEbu& line, auto values) { values[0] = line.receiver_status(); }, nullptr));
+        [](AesEbu& line, auto values) { values[0] = line.receiver_status(); }, nullptr));
     rows.push_back(status_bytes(
         "IEC958 Capture RXC Channel",
-        [](const AesEbu& line, auto values) {
+        [](AesEbu& line, auto values) {
             std::ranges::copy(line.received_status(), values.begin());
         },
         nullptr));
     rows.push_back(number(
         "IEC958 Capture RXP Lock Change", 1,
-        [](const AesEbu& line, auto values) { values[0] = line.lock_changed(); },
+        [](AesEbu& line, auto values) { values[0] = line.lock_changed(); },
         [](AesEbu& line, auto values) {
             if (values[0] != 0) line.clear_lock_changed();
         }));
     rows.back().acts_on_write = true;
     rows.push_back(number(
         "IEC958 Capture RXP Processing State", 1,
-        [](const AesEbu& line, auto values) { values[0] = line.processing(); },
+        [](AesEbu& line, auto values) { values[0] = line.processing(); },
         [](AesEbu& line, auto values) { line.set_processing(values[0] != 0); }));
 }
 
 void add_transmitter(std::vector<ControlRow>& rows) {
     rows.push_back(status_bytes(
         "IEC958 Playback Default",
-        [](const AesEbu& line, auto values) {
-            std::ranges::copy(line.default_status(), values.begin());
-        },
+        [](AesEbu& line, auto values) { std::ranges::copy(line.default_status(), values.begin()); },
         [](AesEbu& line, auto values) { line.set_default_status(status_of(values)); }));
     rows.push_back(number(
         "IEC958 Playback TXC State", 1,
-        [](const AesEbu& line, auto values) { values[0] = line.transmitter_on(); },
+        [](AesEbu& line, auto values) { values[0] = line.transmitter_on(); },
         [](AesEbu& line, auto values) { line.set_transmitter(values[0] != 0); }));
     rows.push_back(number(
         "IEC958 Playback TXC SPdif", 255,
-        [](const AesEbu& line, auto values) { values[0] = line.spdif(); },
+        [](AesEbu& line, auto values) { values[0] = line.spdif(); },
         [](AesEbu& line, auto values) { line.set_spdif(static_cast<std::uint8_t>(values[0])); }));
     rows.push_back(status_bytes(
         "IEC958 Playback TXC Channel",
-        [](const AesEbu& line, auto values) {
-            std::ranges::copy(line.channel_status(), values.begin());
-        },
+        [](AesEbu& line, auto values) { std::ranges::copy(line.channel_status(), values.begin()); },
         [](AesEbu& line, auto values) { line.set_channel_status(status_of(values)); }));
 }
 

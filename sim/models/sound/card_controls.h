@@ -23,7 +23,7 @@ struct ControlRow {
     bool flag_inverted = false;
 
     // A register of the digital line; nothing to write behind a read-only one.
-    void (*read)(const AesEbu& line, std::span<std::int32_t> values) = nullptr;
+    void (*read)(AesEbu& line, std::span<std::int32_t> values) = nullptr;
     void (*write)(AesEbu& line, std::span<const std::int32_t> values) = nullptr;
     bool acts_on_write = false; // also when it holds the value already
 

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <numbers>
+#include <string>
 #include <utility>
 
 namespace k4sim {
@@ -62,6 +63,28 @@ std::int32_t amplified(std::int32_t sample, double gain) {
     return static_cast<std::int32_t>(level - lowest) - full_scale;
 }
 
+void swap_sides(std::span<Frame> frames) {
+    for (Frame& frame : frames)
+        std::swap(frame.left, frame.right);
+}
+
+constexpr Expectation channel_expectations[] = {
+    {"codec.out[3-6].*", Finding::escaped, "the loopback cable has the first two outputs only"},
+    {"codec.*.polarity=*", Finding::escaped, "levels are measured, which have no sign"},
+    {"codec.*puts=swapped", Finding::escaped, "all channels play the same tone"},
+    {"codec.*.samples=slipped", Finding::escaped, "levels are measured, and no times"},
+    {"codec.*.gain=-1", Finding::escaped, "a loop that is 2 dB too weak or too loud still is good"},
+    {"codec.in?.offset=-60", Finding::escaped, "a DC of up to -45 dB is good"},
+    {"codec.in?.noise=-85", Finding::escaped, "noise of up to -78 dB is good"},
+    {"codec.in?.hum=-85", Finding::escaped, "noise of up to -78 dB is good"},
+    {"codec.out?.offset=-[46]0", Finding::escaped,
+     "silence is measured without the cable, and against a tone this is little"},
+    {"codec.out?.noise=*", Finding::escaped,
+     "silence is measured without the cable, and against a tone this is little"},
+    {"codec.out?.hum=*", Finding::escaped,
+     "silence is measured without the cable, and against a tone this is little"},
+};
+
 // Even noise of a random number from -32768 to 32767; the product is one instruction.
 std::int32_t noise_of(std::int32_t number, std::int32_t peak) {
     return static_cast<std::int32_t>((std::int64_t{number} * peak) >> 15);
@@ -84,8 +107,11 @@ void Codec::carry(std::int64_t first, unsigned rate_hz, std::span<const Frame> s
                   std::span<Frame> arriving) {
     if (first != next_frame_) transit_.fill({});
     next_frame_ = first + static_cast<std::int64_t>(sent.size());
-    through_cable(sent, arriving);
+    through_cable(first, rate_hz, sent, arriving);
     if (faults_.droop_hz != 0) droop(rate_hz, arriving);
+    inputs_[0].carry(arriving, &Frame::left, first, rate_hz);
+    inputs_[1].carry(arriving, &Frame::right, first, rate_hz);
+    if (inputs_swapped_) swap_sides(arriving);
     add_converter(arriving);
     if (faults_.hum_db > silence_db) add_hum(first, rate_hz, arriving);
     if (crackle_frames_left_ > 0) add_crackle(arriving);
@@ -104,6 +130,29 @@ void Codec::set_cable(AnalogCable cable) {
 void Codec::set(const CodecFaults& faults) {
     faults_ = faults;
     update();
+}
+
+void Codec::name_sites(FaultSites& sites, std::function<void()> changing) {
+    sites.about("AnalogAudio", channel_expectations);
+    const unsigned outputs = aes_ ? outputs_max : outputs_max - 2;
+    for (unsigned output = 0; output < outputs; ++output) {
+        const std::string name = "codec.out" + std::to_string(output + 1);
+        outputs_[output].set_on_change(changing);
+        if (output < analog_inputs)
+            outputs_[output].name_sites(sites, name);
+        else
+            outputs_[output].name_unheard(sites, name);
+    }
+    for (unsigned input = 0; input < analog_inputs; ++input) {
+        inputs_[input].set_on_change(changing);
+        inputs_[input].name_sites(sites, "codec.in" + std::to_string(input + 1));
+    }
+    for (const auto& [site, swapped] : {std::pair("codec.outputs", &Codec::outputs_swapped_),
+                                        std::pair("codec.inputs", &Codec::inputs_swapped_)})
+        sites.add(site, "swapped", [this, swapped, changing](bool broken) {
+            changing();
+            this->*swapped = broken;
+        });
 }
 
 void Codec::crackle() { crackle_frames_left_ = crackle_frames; }
@@ -159,11 +208,15 @@ double Codec::input_gain_db(unsigned input) const {
            (settings_.boost[input] ? boost_db : 0) + (settings_.phantom[input] ? phantom_db : 0);
 }
 
-void Codec::through_cable(std::span<const Frame> sent, std::span<Frame> arriving) {
+void Codec::through_cable(std::int64_t first, unsigned rate_hz, std::span<const Frame> sent,
+                          std::span<Frame> arriving) {
     for (std::size_t index = 0; index < sent.size(); ++index) {
         arriving[index] = std::exchange(transit_[transit_next_], sent[index]);
         if (++transit_next_ == latency_frames) transit_next_ = 0;
     }
+    if (outputs_swapped_) swap_sides(arriving);
+    outputs_[0].carry(arriving, &Frame::left, first, rate_hz);
+    outputs_[1].carry(arriving, &Frame::right, first, rate_hz);
     const auto [left, right] = paths_;
     for (Frame& frame : arriving) {
         const std::int32_t outputs[] = {frame.left, frame.right};

@@ -15,16 +15,19 @@
 // Not modelled: noise of the playback converter, the analog outputs 3 to 6.
 #pragma once
 
+#include "sim/models/sound/channel_joint.h"
 #include "sim/models/sound/dip.h"
 #include "sim/models/sound/pcm.h"
 #include "sim/setup.h"
 
 #include <array>
 #include <cstdint>
+#include <functional>
 
 namespace k4sim {
 
 inline constexpr unsigned analog_inputs = 2;
+inline constexpr unsigned outputs_max = 6;
 
 // How the loopback cable is fitted.
 enum class AnalogCable {
@@ -73,6 +76,8 @@ public:
     void set_cable(AnalogCable cable);
     const CodecFaults& faults() const { return faults_; }
     void set(const CodecFaults& faults);
+    // Its channels. `changing` is called before one of them changes.
+    void name_sites(FaultSites& sites, std::function<void()> changing);
     // The next 480 frames crackle at -20 dB.
     void crackle();
 
@@ -89,7 +94,8 @@ private:
     double output_gain(unsigned channel) const;
     double input_gain_db(unsigned input) const;
 
-    void through_cable(std::span<const Frame> sent, std::span<Frame> arriving);
+    void through_cable(std::int64_t first, unsigned rate_hz, std::span<const Frame> sent,
+                       std::span<Frame> arriving);
     void droop(unsigned rate_hz, std::span<Frame> frames);
     void add_converter(std::span<Frame> frames);
     void add_hum(std::int64_t first, unsigned rate_hz, std::span<Frame> frames) const;
@@ -112,6 +118,10 @@ private:
     std::int64_t next_frame_ = 0;
     std::array<Dip, analog_inputs> dips_;
     unsigned crackle_frames_left_ = 0;
+    std::array<ChannelJoint, outputs_max> outputs_; // the first two can be heard
+    std::array<ChannelJoint, analog_inputs> inputs_;
+    bool outputs_swapped_ = false;
+    bool inputs_swapped_ = false;
 };
 
 } // namespace k4sim

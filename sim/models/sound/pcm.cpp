@@ -120,8 +120,7 @@ unsigned PcmStream::read(void* interleaved, unsigned frames) {
 }
 
 Microseconds PcmStream::due(std::int64_t position) const {
-    const std::int64_t rate = configuration_.rate_hz;
-    return ((base_ + position) * us_per_second + rate - 1) / rate;
+    return device_.sample_clock_.begin(base_ + position, configuration_.rate_hz);
 }
 
 void PcmStream::interrupt() {
@@ -223,8 +222,13 @@ void PcmDevice::run() {
     run_playback();
 }
 
+void PcmDevice::set_clock_error(std::int64_t ppm) {
+    run();
+    sample_clock_.set_error(surroundings_.now(), ppm);
+}
+
 std::int64_t PcmDevice::clock(unsigned rate_hz) const {
-    return surroundings_.now() * rate_hz / us_per_second;
+    return sample_clock_.frame(surroundings_.now(), rate_hz);
 }
 
 void PcmDevice::run_capture() {

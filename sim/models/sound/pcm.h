@@ -11,6 +11,7 @@
 
 #include "sim/models/sound/level_meter.h"
 #include "sim/models/sound/listener.h"
+#include "sim/models/sound/sample_clock.h"
 #include "sim/models/surroundings.h"
 
 #include <cstdint>
@@ -188,6 +189,9 @@ public:
     // Does what the sample clock has made due.
     void run();
 
+    // The clock is that much too fast from now on.
+    void set_clock_error(std::int64_t ppm);
+
 private:
     friend class PcmStream;
 
@@ -199,6 +203,7 @@ private:
     const unsigned number_;
     Line& line_;
     Surroundings& surroundings_;
+    SampleClock sample_clock_;
     PcmStream playback_;
     PcmStream capture_;
 };

@@ -2,7 +2,9 @@
 
 #include <algorithm>
 #include <array>
+#include <cctype>
 #include <string>
+#include <type_traits>
 
 namespace k4sim {
 
@@ -35,6 +37,30 @@ std::string_view cable_name(AnalogCable cable) {
     return "phones";
 }
 
+constexpr struct {
+    std::string_view way;
+    std::int64_t ppm;
+} clock_ways[] = {{"+100ppm", 100},  {"+1000ppm", 1000},  {"+2%", 20'000},
+                  {"-100ppm", -100}, {"-1000ppm", -1000}, {"-2%", -20'000}};
+
+constexpr Expectation mixer_expectations[] = {
+    {"mixer.headphone-*=missing", Finding::detected, ""},
+    {"mixer.headphone-*", Finding::escaped, "the loopback cable is not in the headphone socket"},
+    {"mixer.*.?=[-+]1", Finding::escaped, "a loop that is 2 dB too weak or too loud still is good"},
+};
+
+constexpr Expectation control_expectations[] = {
+    {"mixer.iec958-*", Finding::detected, ""},
+};
+
+// "Line Out Playback Volume" is mixer.line-out-playback-volume.
+std::string site_of_control(std::string_view name) {
+    std::string site = "mixer.";
+    for (const char c : name)
+        site += c == ' ' ? '-' : static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+    return site;
+}
+
 // The bits of a pair of inputs.
 CodecSettings::Pair<bool> pair_of(unsigned bits) { return {(bits & 1) != 0, (bits & 2) != 0}; }
 unsigned bits_of(const CodecSettings::Pair<bool>& pair) { return pair[0] | pair[1] << 1; }
@@ -43,12 +69,14 @@ unsigned bits_of(const CodecSettings::Pair<bool>& pair) { return pair[0] | pair[
 
 SoundCard::SoundCard(Board board, std::uint64_t seed, Surroundings& surroundings)
     : surroundings_(surroundings), rows_(control_rows(board)), missing_(rows_.size()),
-      codec_(board, seed),
+      refusing_(rows_.size()), channels_(rows_.size()), codec_(board, seed),
       analog_(0,
               analog_limits(board == Board::aes ? aes_playback_channels : other_playback_channels),
               analog_limits(analog_inputs), codec_, surroundings) {
     for (const ControlRow& row : rows_)
         controls_.push_back(row.element);
+    for (std::size_t index = 0; index < rows_.size(); ++index)
+        if (rows_[index].flag) channels_[index].written.fill(rows_[index].flag_inverted);
     if (board != Board::aes) return;
     aes_ = std::make_unique<AesEbu>(surroundings);
     digital_ =
@@ -74,11 +102,8 @@ ControlResult SoundCard::get(std::size_t index, std::span<std::int32_t> values) 
     if (values.size() < row.element.count) return ControlResult::invalid;
     if (row.digital())
         row.read(*aes_, values);
-    else if (row.level)
-        std::ranges::copy(codec_.settings().*row.level, values.begin());
     else
-        std::ranges::transform(codec_.settings().*row.flag, values.begin(),
-                               [&](bool on) { return on != row.flag_inverted; });
+        std::ranges::copy(channels_[index].written, values.begin());
     return ControlResult::unchanged;
 }
 
@@ -91,7 +116,7 @@ ControlResult SoundCard::put(std::size_t index, std::span<const std::int32_t> va
     get(index, held);
     if (!row.acts_on_write && std::ranges::equal(values, std::span(held).first(values.size())))
         return ControlResult::unchanged;
-    store(row, values);
+    store(index, values);
     report_control(row.element, values);
     return ControlResult::changed;
 }
@@ -136,6 +161,59 @@ void SoundCard::set(const CodecFaults& faults) {
 }
 
 void SoundCard::set(const AesEbuFaults& faults) { aes_->set(faults); }
+
+void SoundCard::name_sites(FaultSites& sites) {
+    codec_.name_sites(sites, [this] { analog_.run(); });
+    name_clock(sites, "codec.clock", analog_);
+    for (std::size_t index = 0; index < rows_.size(); ++index)
+        name_control(sites, index);
+    if (!aes_) return;
+    aes_->name_sites(sites);
+    name_clock(sites, "aes.clock", *digital_);
+    sites.add("aes.cable", "open", [this](bool broken) { set_digital_cable_lost(broken); });
+}
+
+void SoundCard::name_clock(FaultSites& sites, std::string_view site, PcmDevice& device) {
+    for (const auto& [way, ppm] : clock_ways)
+        sites.add(site, way,
+                  [&device, ppm](bool broken) { device.set_clock_error(broken ? ppm : 0); });
+}
+
+void SoundCard::name_control(FaultSites& sites, std::size_t index) {
+    const ControlRow& row = rows_[index];
+    if (row.digital())
+        sites.about("AES/EBU", control_expectations);
+    else
+        sites.about("AnalogAudio", mixer_expectations);
+    const std::string site = site_of_control(row.element.name);
+    sites.add(site, "missing", [this, index](bool broken) { missing_[index] = broken; });
+    if (row.element.access == ControlElement::Access::read_write)
+        sites.add(site, "refusing", [this, index](bool broken) { refusing_[index] = broken; });
+    if (!row.digital())
+        for (unsigned channel = 0; channel < analog_inputs; ++channel)
+            name_mixer_channel(sites, index, channel);
+}
+
+void SoundCard::name_mixer_channel(FaultSites& sites, std::size_t index, unsigned channel) {
+    const ControlElement& element = rows_[index].element;
+    const std::string site = site_of_control(element.name) + "." + std::to_string(channel + 1);
+    MixerChannels& channels = channels_[index];
+    const auto add = [&](std::string_view way, auto& what, auto value) {
+        using What = std::remove_reference_t<decltype(what)>;
+        sites.add(site, way, [this, index, &what, value](bool broken) {
+            what = broken ? What(value) : What{};
+            set_levels(index);
+        });
+    };
+    add("lowest", channels.stuck[channel], element.minimum);
+    add("highest", channels.stuck[channel], element.maximum);
+    if (element.kind == ControlElement::Kind::boolean) {
+        add("inverted", channels.inverted[channel], true);
+    } else {
+        add("-1", channels.skew[channel], -1);
+        add("+1", channels.skew[channel], 1);
+    }
+}
 
 void SoundCard::crackle() {
     analog_.run();
@@ -213,21 +291,33 @@ ControlResult SoundCard::writable(std::size_t index, std::span<const std::int32_
     if (!fits) return ControlResult::invalid;
     const bool refused = row.digital() ? aes_->faults().transmitter_refuses && !row.of_receiver()
                                        : controls_refused_;
-    return refused ? ControlResult::refused : ControlResult::changed;
+    return refused || refusing_[index] ? ControlResult::refused : ControlResult::changed;
 }
 
-void SoundCard::store(const ControlRow& row, std::span<const std::int32_t> values) {
+void SoundCard::store(std::size_t index, std::span<const std::int32_t> values) {
+    const ControlRow& row = rows_[index];
     if (row.digital()) {
         digital_->run();
         row.write(*aes_, values);
         return;
     }
+    std::ranges::copy(values.first(analog_inputs), channels_[index].written.begin());
+    set_levels(index);
+}
+
+void SoundCard::set_levels(std::size_t index) {
+    const ControlRow& row = rows_[index];
+    const MixerChannels& channels = channels_[index];
     CodecSettings settings = codec_.settings();
     for (unsigned input = 0; input < analog_inputs; ++input) {
+        const std::int32_t value = channels.stuck[input].value_or(
+            std::clamp(channels.written[input] + channels.skew[input], row.element.minimum,
+                       row.element.maximum));
         if (row.level)
-            (settings.*row.level)[input] = values[input];
+            (settings.*row.level)[input] = value;
         else
-            (settings.*row.flag)[input] = (values[input] != 0) != row.flag_inverted;
+            (settings.*row.flag)[input] =
+                ((value != 0) != channels.inverted[input]) != row.flag_inverted;
     }
     change(settings);
 }

@@ -29,6 +29,14 @@
 
 namespace k4sim {
 
+// What the two values of a mixer element become on their way to the codec.
+struct MixerChannels {
+    std::array<std::int32_t, analog_inputs> written{};
+    std::array<std::int32_t, analog_inputs> skew{}; // steps too many
+    std::array<bool, analog_inputs> inverted{};
+    std::array<std::optional<std::int32_t>, analog_inputs> stuck{};
+};
+
 class SoundCard {
 public:
     // `surroundings` must outlive the card. The seed tells the converters' noise and DC.
@@ -67,6 +75,9 @@ public:
     const Codec& codec() const { return codec_; }
     AesEbu* aes() { return aes_.get(); }
 
+    // Its channels, clocks, control elements and digital line.
+    void name_sites(FaultSites& sites);
+
     // Faults. The first three change how the operator's cables act.
     void set_analog_cable(AnalogCable cable); // what plug_analog(true) makes of it
     void set_analog_cable_lost(bool lost);    // plugging has no effect
@@ -92,7 +103,11 @@ private:
                          const CodecSettings::Pair<bool>& after);
     void report_control(const ControlElement& element, std::span<const std::int32_t> values);
     ControlResult writable(std::size_t index, std::span<const std::int32_t> values) const;
-    void store(const ControlRow& row, std::span<const std::int32_t> values);
+    void store(std::size_t index, std::span<const std::int32_t> values);
+    void set_levels(std::size_t index);
+    void name_clock(FaultSites& sites, std::string_view site, PcmDevice& device);
+    void name_control(FaultSites& sites, std::size_t index);
+    void name_mixer_channel(FaultSites& sites, std::size_t index, unsigned channel);
     void fit_analog_cable();
     void fit_digital_cable();
     void fit_streams();
@@ -104,6 +119,8 @@ private:
     std::vector<ControlRow> rows_;
     std::vector<ControlElement> controls_;
     std::vector<bool> missing_;
+    std::vector<bool> refusing_;
+    std::vector<MixerChannels> channels_; // of each row of the mixer
     Codec codec_;
     PcmDevice analog_;
     std::unique_ptr<AesEbu> aes_;
