@@ -128,6 +128,9 @@ bool Device::clear_fault(std::string_view name, std::string_view value) {
 }
 
 void Device::name_sites(FaultSites& sites) {
+    links_.name_sites(sites);
+    serial_.name_sites(sites);
+    speaker_.name_sites(sites);
     sound_card_.name_sites(sites);
     if (cpld_ == nullptr) return;
     cpld_->name_sites(sites);

@@ -7,10 +7,12 @@
 #include "sim/models/device.h"
 #include "sim/models/faults.h"
 #include "sim/models/sound/wave.h"
+#include "sim/models/universe.h"
 
 #include <fcntl.h>
 #include <fstream>
 #include <gmock/gmock.h>
+#include <set>
 #include <unistd.h>
 
 using namespace k4sim;
@@ -57,6 +59,9 @@ TEST(FaultsTest, AnErrorNamesTheFaultAndTheWayOut) {
         {Board::aes, "parallel-flaky", "3", "needs LINE:N, two numbers from 0:1 to 7:1000000"},
         {Board::aes, "sda-stuck", "0", "board aes: choose board i2c or engine"},
         {Board::plain, "aes-receiver-absent", "", "board plain: choose board aes"},
+        {Board::aes, "parallel.wire3", "close", "fault parallel.wire3 needs one of open"},
+        {Board::i2c, "aes.cable", "open", "has nothing to break on board i2c: choose board aes"},
+        {Board::aes, "keys.enkoder1.phaseA", "stuck-0", "did you mean keys.encoder1.phaseA"},
         {Board::none, "panel-dead", "", "board none: choose board aes, plain, i2c or engine"},
     };
     for (const auto& [board, name, value, text] : cases) {
@@ -148,6 +153,36 @@ TEST(FaultsTest, AFlappingLinkIsDownAndUpForItsTimes) {
         for (const std::string& event : std::exchange(surroundings.events, {}))
             seen += std::to_string(ms) + event.substr(4, event.find(" interface") - 4) + " ";
     EXPECT_EQ(seen, "0 down 1000 up 5000 down 6000 up 10000 down ");
+}
+
+// What a model names can be broken and mended, and what is mended is as good as new.
+TEST(UniverseTest, EverySiteCanBeBrokenAndMended) {
+    std::size_t faults = 0;
+    for (const Board board : {Board::aes, Board::plain, Board::i2c, Board::engine}) {
+        FakeSurroundings surroundings;
+        Device device(board, surroundings);
+        Device fresh(board, surroundings);
+        std::set<std::string> names;
+        for (const SiteFault& one : universe(board)) {
+            EXPECT_TRUE(names.insert(one.fault).second) << one.fault;
+            EXPECT_EQ(one.why.empty(), one.expected == Finding::detected) << one.fault;
+            if (!is_site(one.fault)) continue;
+            const std::size_t equals = one.fault.find('=');
+            const std::string site = one.fault.substr(0, equals);
+            const std::string way = one.fault.substr(equals + 1);
+            EXPECT_EQ(fault_error(board, site, way), "");
+            EXPECT_TRUE(device.set_fault(site, way) && device.clear_fault(site, way)) << one.fault;
+        }
+        device.loopback().drive(0);
+        for (unsigned port = 0; port < 0x10000; ++port)
+            EXPECT_EQ(device.in(static_cast<std::uint16_t>(port)),
+                      fresh.in(static_cast<std::uint16_t>(port)))
+                << port;
+        EXPECT_EQ(device.oled()->picture(), fresh.oled()->picture());
+        EXPECT_GT(names.size(), 300U);
+        faults += names.size();
+    }
+    EXPECT_GT(faults, 1200U);
 }
 
 } // namespace

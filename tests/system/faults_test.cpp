@@ -262,6 +262,49 @@ constexpr FaultCase digital_faults[] = {
 };
 INSTANTIATE_TEST_SUITE_P(Digital, Fault, testing::ValuesIn(digital_faults), name_of);
 
+// What a run made of a fault, of a unit, on a board that passes without.
+std::string finding_of(const RunResult& run, const std::string& unit) {
+    if (run.verdict() == "PASSED") return "passes";
+    if (run.verdict() == "UNDECIDED") return "blocked";
+    return last_status(run, unit) == "OK" ? "misleading" : "detected";
+}
+
+TEST(Sites, AreFoundAsTheirModelsSay) {
+    const std::pair<const char*, const char*> cases[] = {
+        {"parallel.wires1-6=tied-low", "detected"},
+        {"parallel.in.bit4=flaky-100", "passes"},
+        {"link.eth0.plug=loose", "detected"},
+        {"link.usb0.carrier=late", "passes"},
+        {"keys.star=stuck-0", "detected"},
+        {"keys.encoder2.phaseA=stuck-1", "passes"},
+        {"keys.5=late", "passes"},
+        {"oled.row6=dark", "passes"},
+        {"panel.link.busy=stuck-1", "blocked"},
+        {"cpld.id.bit3=stuck-1", "blocked"},
+        {"serial1.rx.bit5=stuck-0", "detected"},
+        {"serial2.speed=+3%", "passes"},
+        {"codec.in2.gain=-3", "detected"},
+        {"codec.out1.polarity=inverted", "passes"},
+        {"cpld.microphone.bit5=stuck-1", "detected"},
+        {"aes.receiver.bit2=inverted", "detected"},
+        {"aes.audio1=silent", "passes"},
+        {"speaker.coil=open", "passes"}};
+    for (const auto& [fault, finding] : cases) {
+        const auto listed = nlohmann::json::parse(
+            run_command({K4_SIM, "faults", "--all", "--board", "aes", "--json", fault}).out);
+        const std::string expected = listed.at(0).at("expected");
+        EXPECT_EQ(expected == "escaped" || expected == "operator" ? "passes" : expected, finding)
+            << fault;
+        RunPlan plan;
+        plan.automatic_operator = true;
+        plan.limit_s = limit_s;
+        plan.faults = {fault};
+        const RunResult run = run_on_virtual_k4(plan);
+        EXPECT_EQ(finding_of(run, listed.at(0).at("unit")), finding) << fault << run.error;
+        EXPECT_EQ(run.count_events("fault"), 1);
+    }
+}
+
 // All of a board's faults at once, each over again before the program does anything.
 TEST(ClearedFaults, LeaveNothingBehind) {
     const auto faults = nlohmann::json::parse(run_command({K4_SIM, "faults", "--json"}).out);

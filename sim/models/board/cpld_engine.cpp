@@ -17,6 +17,11 @@ constexpr std::uint8_t transmitter_busy = 0x80;
 constexpr std::uint8_t receiver_not_ready = 0x20;
 
 constexpr Expectation engine_expectations[] = {
+    {"cpld.control.bit0=stuck-0", Finding::escaped, "the next start ends what goes on"},
+    {"cpld.receive.bit1=stuck-0", Finding::escaped, "a key that is held down counts as pressed"},
+    {"cpld.receive.bit0=stuck-?", Finding::detected, ""},
+    {"cpld.receive.bit[3-5]=stuck-1", Finding::detected, ""},
+    {"cpld.receive.bit[67]=stuck-0", Finding::detected, ""},
     {"cpld.*", Finding::blocked, "a panel that can't be reached has no key that could end the run"},
 };
 
@@ -27,7 +32,7 @@ void CpldEngine::name_sites(FaultSites& sites) {
     sites.about("Frontpanel", engine_expectations);
     constexpr unsigned all_bits = 0xFF;
     status_bits_.name_bits(sites, "cpld.status.bit", transmitter_busy | receiver_not_ready,
-                           BitJoint::steady | BitJoint::flaky_100);
+                           BitJoint::steady);
     control_bits_.name_bits(sites, "cpld.control.bit", start_with_next | stop_after_next,
                             BitJoint::steady);
     transmit_bits_.name_bits(sites, "cpld.transmit.bit", all_bits, BitJoint::steady);

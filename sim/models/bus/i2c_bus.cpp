@@ -6,7 +6,17 @@ namespace {
 
 constexpr std::uint32_t address_bits = 0x7F;
 
+// What comes from the panel is its type, its version and the words of its keys.
 constexpr Expectation bus_expectations[] = {
+    {"panel.link.acknowledge=missing", Finding::escaped, "the engine tells of no acknowledges",
+     on_engine},
+    {"panel.link.in.bit?=flaky-100", Finding::escaped, "a wrong word is followed by a right one"},
+    {"panel.link.in.bit1=stuck-0", Finding::escaped, "a key that is held down counts as pressed"},
+    {"panel.link.in.bit0=stuck-0", Finding::detected, ""},
+    {"panel.link.in.bit0=stuck-1", Finding::detected, "", on_engine},
+    {"panel.link.in.bit[3-5]=stuck-1", Finding::detected, ""},
+    {"panel.link.in.bit[67]=stuck-0", Finding::detected, ""},
+    {"panel.link.out.bit?=flaky-100", Finding::detected, ""},
     {"panel.*", Finding::blocked,
      "a panel that can't be reached has no key that could end the run"},
 };

@@ -2,8 +2,50 @@
 
 #include <algorithm>
 #include <bit>
+#include <string>
 
 namespace k4sim {
+
+namespace {
+
+constexpr Microseconds loose_down_us = 700'000, loose_up_us = 1'300'000;
+constexpr Microseconds slow_up_us = 20'000'000;
+
+constexpr Expectation carrier_expectations[] = {
+    {"link.*.carrier=stuck-1", Finding::escaped, "no traffic is sent, and both cables are in"},
+    {"link.*.carrier=late", Finding::escaped, "a link may come late"},
+};
+
+} // namespace
+
+void NetworkLink::name_sites(FaultSites& sites) {
+    sites.about("Ethernet", carrier_expectations);
+    const std::string site = "link." + std::string(name_);
+    sites.add(site + ".carrier", "stuck-0", [this](bool broken) {
+        if (broken)
+            disconnect();
+        else
+            reconnect();
+    });
+    sites.add(site + ".carrier", "stuck-1", [this](bool broken) {
+        carrier_stuck_ = broken;
+        tell();
+    });
+    sites.add(site + ".carrier", "late", [this](bool broken) {
+        if (broken)
+            drop(slow_up_us);
+        else
+            reconnect();
+    });
+    sites.add(site + ".plug", "loose", [this](bool broken) {
+        if (broken)
+            flap(loose_down_us, loose_up_us);
+        else
+            steady();
+    });
+    sites.add(site + ".interface", "missing", [this](bool broken) { set_present(!broken); });
+    sites.add(site + ".driver", "refusing", [this](bool broken) { set_refusing(broken); });
+}
 
 bool NetworkLink::refuses() {
     if (refusing_ && std::has_single_bit(++refusals_))
@@ -60,6 +102,11 @@ void NetworkLink::connect(bool connected) {
     connected_ = connected;
     tell();
     surroundings_.event("link", connected ? "up" : "down", {{"interface", name_}});
+}
+
+void NetworkLinks::name_sites(FaultSites& sites) {
+    for (NetworkLink& link : links_)
+        link.name_sites(sites);
 }
 
 NetworkLink* NetworkLinks::find(std::string_view name) {

@@ -4,6 +4,7 @@
 // Not modelled: traffic, and that a link takes time to come back.
 #pragma once
 
+#include "sim/models/joints/fault_sites.h"
 #include "sim/models/surroundings.h"
 
 #include <array>
@@ -22,7 +23,7 @@ public:
 
     bool present() const { return present_; }
     // Whether the interface is up and its cable leads to something.
-    bool carrier() const { return up_ && connected_; }
+    bool carrier() const { return up_ && (connected_ || carrier_stuck_); }
     bool up() const { return up_; }
     void set_up(bool up);
 
@@ -37,6 +38,9 @@ public:
     // Whether the driver refuses to tell its link. An event tells the 1st, 2nd, 4th,
     // 8th ... refusal.
     bool refuses();
+
+    // Its carrier, plug, interface and driver.
+    void name_sites(FaultSites& sites);
 
     // Faults. Each change of the connection is an event.
     void disconnect(); // until reconnect()
@@ -58,8 +62,9 @@ private:
     Surroundings& surroundings_;
     bool present_ = true;
     bool connected_ = true;
-    bool cable_out_ = false;  // and stays so
-    std::uint32_t flaps_ = 0; // tells the latest flap() from those before
+    bool carrier_stuck_ = false; // on
+    bool cable_out_ = false;     // and stays so
+    std::uint32_t flaps_ = 0;    // tells the latest flap() from those before
     bool up_ = true;
     bool refusing_ = false;
     std::uint32_t refusals_ = 0;
@@ -74,6 +79,8 @@ public:
 
     // Null for a name that is none of the device's. A link that is not present is found.
     NetworkLink* find(std::string_view name);
+
+    void name_sites(FaultSites& sites);
 
 private:
     std::array<NetworkLink, 2> links_;

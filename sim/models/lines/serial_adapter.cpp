@@ -1,11 +1,22 @@
 #include "sim/models/lines/serial_adapter.h"
 
+#include <string>
+
 namespace k4sim {
 
 namespace {
 
 constexpr int frame_bits = 10; // start, eight data bits, stop
 constexpr int data_bits = 8;
+
+constexpr std::pair<std::string_view, unsigned> paces[] = {
+    {"-50%", 50}, {"-10%", 90}, {"-3%", 97}, {"+3%", 103}, {"+10%", 110}};
+
+constexpr Expectation serial_expectations[] = {
+    {"serial?.?x.bit7=stuck-0", Finding::escaped, "the texts that are sent have seven bits"},
+    {"serial?.rx.latency=*", Finding::escaped, "the test waits for an echo as long as it takes"},
+    {"serial?.speed=[-+]3%", Finding::escaped, "a receiver bears some percent"},
+};
 
 Nanoseconds bit_ns(unsigned baud) { return us_per_second * ns_per_us / baud; }
 
@@ -37,13 +48,23 @@ void SerialAdapter::unplug() {
     hang_up();
 }
 
-void SerialAdapter::set_slow(bool slow) {
+void SerialAdapter::set_pace(unsigned percent) {
     cut_frame();
-    slow_ = slow;
+    pace_percent_ = percent;
     begin();
 }
 
 void SerialAdapter::receive(std::uint8_t byte, unsigned sender_baud) {
+    for (unsigned times = rx_joint_.pass(byte); times > 0; --times) {
+        if (rx_joint_.delay() == 0)
+            take(byte, sender_baud);
+        else
+            surroundings_.at(surroundings_.now() + rx_joint_.delay(),
+                             [this, byte, sender_baud] { take(byte, sender_baud); });
+    }
+}
+
+void SerialAdapter::take(std::uint8_t byte, unsigned sender_baud) {
     if (!plugged_) return;
     tell_frame(number_ == 1 ? Wire::rx1 : Wire::rx2, byte, sender_baud,
                surroundings_.now() * ns_per_us - frame_bits * bit_ns(sender_baud));
@@ -56,6 +77,16 @@ void SerialAdapter::receive(std::uint8_t byte, unsigned sender_baud) {
                              {"received_baud", std::int64_t{speeds.second}}});
     mismatch_ = speeds;
     end_->arrive(sampled_byte(byte, sender_baud, line_baud()));
+}
+
+void SerialAdapter::name_sites(FaultSites& sites) {
+    sites.about("USB Ports", serial_expectations);
+    const std::string name = "serial" + std::to_string(number_);
+    tx_joint_.name_sites(sites, name + ".tx", ByteJoint::Latency::none);
+    rx_joint_.name_sites(sites, name + ".rx", ByteJoint::Latency::some);
+    for (const auto& [way, percent] : paces)
+        sites.add(name + ".speed", way,
+                  [this, percent](bool broken) { set_pace(broken ? percent : 100); });
 }
 
 void SerialAdapter::set_baud(unsigned baud) {
@@ -120,12 +151,14 @@ void SerialAdapter::plan() {
 }
 
 void SerialAdapter::frame_sent() {
-    const std::uint8_t byte = unsent_.front();
-    tell_frame(tx(), byte, line_baud(), frame_begin());
+    std::uint8_t byte = unsent_.front();
+    const unsigned times = tx_joint_.pass(byte);
+    if (times > 0) tell_frame(tx(), byte, line_baud(), frame_begin());
     unsent_.pop_front();
     ++sent_;
     plan();
-    if (carry_) carry_(byte);
+    for (unsigned time = 0; carry_ && time < times; ++time)
+        carry_(byte);
 }
 
 // Up to now, from start bit to stop bit.

@@ -6,6 +6,7 @@
 // the line were idle behind it, and a wrong stop bit is not noticed.
 #pragma once
 
+#include "sim/models/joints/byte_joint.h"
 #include "sim/models/surroundings.h"
 
 #include <cstddef>
@@ -48,8 +49,8 @@ public:
     // What was not sent is lost, and its end hangs up.
     void unplug();
     bool plugged() const { return plugged_; }
-    // Runs at half the speed that is set.
-    void set_slow(bool slow);
+    // Runs at so many percent of the speed that is set.
+    void set_pace(unsigned percent);
     void set_output_refused(bool refused) { output_refused_ = refused; }
     void set_settings_refused(bool refused) { settings_refused_ = refused; }
     // Called with each byte when its frame has left the adapter.
@@ -58,7 +59,10 @@ public:
     // and received at other speeds.
     void receive(std::uint8_t byte, unsigned sender_baud);
     // The speed on the line.
-    unsigned line_baud() const { return slow_ ? baud_ / 2 : baud_; }
+    unsigned line_baud() const { return baud_ * pace_percent_ / 100; }
+
+    // Its line in both directions, and its clock.
+    void name_sites(FaultSites& sites);
 
     // The driver's side.
     void attach(std::shared_ptr<SerialEnd> end) { end_ = std::move(end); }
@@ -78,6 +82,7 @@ public:
 
 private:
     void hang_up();
+    void take(std::uint8_t byte, unsigned sender_baud);
     Microseconds sent_at(std::size_t frames) const;
     Wire tx() const { return number_ == 1 ? Wire::tx1 : Wire::tx2; }
     Nanoseconds frame_begin() const { return sent_at(0) * ns_per_us; } // of the one on its way
@@ -91,7 +96,7 @@ private:
     int number_;
     Surroundings& surroundings_;
     bool plugged_ = true;
-    bool slow_ = false;
+    unsigned pace_percent_ = 100;
     bool output_refused_ = false;
     bool settings_refused_ = false;
     unsigned baud_ = 0;
@@ -102,6 +107,7 @@ private:
     // Frames follow one another without a gap, so that times do not add up their rounding.
     Microseconds begun_ = 0;
     std::size_t sent_ = 0;
+    ByteJoint tx_joint_, rx_joint_;
     std::uint64_t generation_ = 0; // a frame that was planned before the last begin() is void
 };
 

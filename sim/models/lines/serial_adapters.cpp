@@ -47,6 +47,11 @@ void SerialAdapters::come_late(Microseconds time_us) {
     });
 }
 
+void SerialAdapters::name_sites(FaultSites& sites) {
+    for (Port& port : ports_)
+        port.adapter.name_sites(sites);
+}
+
 Microseconds SerialAdapters::next_frame_at() const {
     return std::min(ports_[0].adapter.next_sent_at(), ports_[1].adapter.next_sent_at());
 }

@@ -41,6 +41,9 @@ public:
     void lose_byte(int nth) { until_lost_ = nth; }
     void flip_byte(int nth) { until_flipped_ = nth; }
 
+    // The lines of both.
+    void name_sites(FaultSites& sites);
+
     // When the next frame has crossed the cable; never when none is on its way.
     Microseconds next_frame_at() const;
 

@@ -10,6 +10,8 @@ namespace k4sim {
 
 namespace {
 
+constexpr unsigned half_speed = 50, full_speed = 100; // percent
+
 int number_of(std::string_view value) { return static_cast<int>(fault_number(value)); }
 
 constexpr Breaker<SerialAdapters> serial_breakers[] = {
@@ -47,8 +49,8 @@ constexpr Breaker<SerialAdapters> serial_breakers[] = {
          serial[number_of(value)].set_settings_refused(false);
      }},
     {"serial-speed-wrong",
-     [](SerialAdapters& serial, auto value) { serial[number_of(value)].set_slow(true); },
-     [](SerialAdapters& serial, auto value) { serial[number_of(value)].set_slow(false); }},
+     [](SerialAdapters& serial, auto value) { serial[number_of(value)].set_pace(half_speed); },
+     [](SerialAdapters& serial, auto value) { serial[number_of(value)].set_pace(full_speed); }},
 };
 
 } // namespace

@@ -1,6 +1,7 @@
 // The PC speaker behind the console device.
 #pragma once
 
+#include "sim/models/joints/fault_sites.h"
 #include "sim/models/surroundings.h"
 
 #include <cstdint>
@@ -34,6 +35,9 @@ public:
     // Called whenever a sound begins or ends, also when one tone follows another.
     void set_on_change(std::function<void()> observer) { on_change_ = std::move(observer); }
 
+    // Its device, coil, timer and clock.
+    void name_sites(FaultSites& sites);
+
     bool sounding() const { return divider_ != 0; }
     // Rounded; 0 in silence.
     std::uint32_t frequency_hz() const;
@@ -46,6 +50,10 @@ private:
 
     Surroundings& surroundings_;
     bool present_ = true;
+    bool coil_open_ = false;
+    bool timer_dead_ = false; // so that a tone does not end by itself
+    bool flat_ = false;       // an octave
+    bool audible() const { return present_ && !coil_open_; }
     std::uint32_t divider_ = 0;
     std::uint64_t tones_ = 0;
     Microseconds begun_ = 0;

@@ -35,8 +35,8 @@ constexpr LevelWay level_ways[] = {
     {".noise", &ChannelFaults::noise_db, "-40", -40},
     {".hum", &ChannelFaults::hum_db, "-85", -85},
     {".hum", &ChannelFaults::hum_db, "-60", -60},
-    {".clip", &ChannelFaults::clip_db, "-6", -6},
-    {".clip", &ChannelFaults::clip_db, "-30", -30},
+    {".clip", &ChannelFaults::clip_db, "-1", -1},
+    {".clip", &ChannelFaults::clip_db, "-20", -20},
 };
 
 constexpr LevelWay weak = level_ways[2];
