@@ -3,10 +3,13 @@
 #include "sim/launcher/commands.h"
 #include "sim/launcher/verdict.h"
 #include "sim/models/faults.h"
+#include "sim/models/universe.h"
+#include "sim/setup_choices.h"
 
 #include <algorithm>
 #include <cctype>
 #include <iterator>
+#include <set>
 
 namespace k4sim {
 
@@ -32,8 +35,17 @@ Texts with_prefix(std::string_view prefix, Texts texts) {
     return texts;
 }
 
-// NAME[=VALUE]; of a value that is no word, an example.
+Texts site_faults() {
+    std::set<std::string> found;
+    for (const auto& [board, name] : boards)
+        for (const SiteFault& one : universe(board))
+            if (is_site(one.fault)) found.insert(one.fault);
+    return {found.begin(), found.end()};
+}
+
+// NAME[=VALUE]; of a value that is no word, an example. Those of sites once there is a dot.
 Texts faults_for(std::string_view typed) {
+    if (is_site(typed.substr(0, typed.find('=')))) return site_faults();
     Texts offers;
     const Fault* const fault = find_fault(typed.substr(0, typed.find('=')));
     if (fault != nullptr && fault->value_syntax.find('|') != std::string_view::npos)

@@ -7,6 +7,7 @@
 #include "sim/launcher/short_number.h"
 #include "sim/models/faults.h"
 #include "sim/models/nearest.h"
+#include "sim/models/universe.h"
 #include "sim/operator/action.h"
 #include "sim/setup_choices.h"
 
@@ -265,7 +266,8 @@ private:
         const std::string name = blank == std::string::npos ? "" : text.substr(blank + 1);
         const EventKind* const kind = find_event_kind(source);
         if (kind == nullptr) fail(node, no_such("source of events", source, event_sources()));
-        if (std::ranges::find(kind->names, name) == kind->names.end())
+        const bool is_fault_of_site = source == "fault" && is_site(name);
+        if (!is_fault_of_site && std::ranges::find(kind->names, name) == kind->names.end())
             fail(node, no_such("event of " + source, name, kind->names));
         Sight sight{Sight::Kind::event, source, {name}, {}, "event \"" + text + "\""};
         if (with != nullptr) read_members(*with, *kind, sight);

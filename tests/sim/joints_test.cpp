@@ -109,7 +109,7 @@ TEST(JointsTest, AKnobCountsWhatItsContactsTell) {
         const char *site, *way;
         unsigned right_3, back_3; // the counter after three steps to the right, and back again
     } cases[] = {{"k.knob", "skipping", 2, 1},  {"k.knob", "bouncing", 3, 0},
-                 {"k.knob", "reversed", 13, 0}, {"k.phaseA", "stuck-0", 1, 0},
+                 {"k.knob", "reversed", 13, 0}, {"k.phaseA", "stuck-0", 15, 0},
                  {"k.phaseB", "stuck-0", 0, 0}, {"k.counter.bit0", "stuck-1", 3, 1}};
     for (const auto& one : cases) {
         Encoder encoder(4);

@@ -289,6 +289,15 @@ TEST_F(Launcher, ListsTheFaultsThatAPatternMatches) {
     const auto gain = nlohmann::json::parse(launch("faults analog-gain --json").out).at(0);
     EXPECT_EQ(gain.at("low"), -100);
     EXPECT_EQ(gain.at("boards").size(), 5);
+    const auto wires = [&](const std::string& boards) {
+        return nlohmann::json::parse(launch("faults --json --all parallel.wire " + boards).out);
+    };
+    EXPECT_EQ(wires("").size(), 4 * (8 + 28 * 2));
+    EXPECT_EQ(
+        wires("--board engine").at(0).dump(),
+        R"({"board":"engine","expected":"escaped","fault":"parallel.wire0=open","unit":)"
+        R"("ParallelPrt","why":"the test looks for the port at 0xD000 only, where this board )"
+        R"(has none"})");
 }
 
 // With examples that are good command lines, if of a longer run.
@@ -330,6 +339,7 @@ TEST_F(Launcher, BashCompletesItsCommandLines) {
         {"run --fault key-d", "<run><--fault><key-dead=>"},
         {"run --fault=analog-cable=cr", "<run><--fault=analog-cable=crossed>"},
         {"run --fault parallel-flaky=3:", "<run><--fault><parallel-flaky=3:5>"},
+        {"run --fault serial2.speed=-5", "<run><--fault><serial2.speed=-50%>"},
         {"run --expect passed,unde", "<run><--expect><passed,undecided>"},
         {"run --scenario=cases/", "<run><--scenario=cases/pulled out.toml>"},
         {"run --record cas", "<run><--record><cases/>"},

@@ -28,7 +28,8 @@ public:
     void name_sites(FaultSites& sites, const std::string& name, std::function<void()> changed);
 
 private:
-    static unsigned gray(unsigned position) { return (position ^ position >> 1) & 3; }
+    // Of a place in the cycle, and back again.
+    static unsigned gray(unsigned place) { return (place & 3) ^ (place & 3) >> 1; }
 
     void turn(bool right);
     void look();

@@ -43,14 +43,25 @@ constexpr struct {
 } clock_ways[] = {{"+100ppm", 100},  {"+1000ppm", 1000},  {"+2%", 20'000},
                   {"-100ppm", -100}, {"-1000ppm", -1000}, {"-2%", -20'000}};
 
+constexpr std::string_view as_set = "that is what the test sets";
+
 constexpr Expectation mixer_expectations[] = {
-    {"mixer.headphone-*=missing", Finding::detected, ""},
     {"mixer.headphone-*", Finding::escaped, "the loopback cable is not in the headphone socket"},
+    {"mixer.line-out-*=highest", Finding::escaped, as_set},
+    {"mixer.line-in-capture-switch.?=highest", Finding::escaped, as_set},
+    {"mixer.line-in-level-*=refusing", Finding::escaped, as_set},
+    {"mixer.line-in-level-*=lowest", Finding::escaped, as_set},
+    {"mixer.line-in-level-*=+1", Finding::detected, ""},
+    {"mixer.line-in-capture-volume.?=[-+]1", Finding::detected, "", ~on_aes},
     {"mixer.*.?=[-+]1", Finding::escaped, "a loop that is 2 dB too weak or too loud still is good"},
+    {"mixer.micboost-*=lowest", Finding::escaped,
+     "the boost is measured on only, as it is without the keyword nomicboost"},
+    {"mixer.phantom-*=refusing", Finding::escaped, "levels are measured without phantom power"},
+    {"mixer.phantom-*=lowest", Finding::escaped, "levels are measured without phantom power"},
 };
 
 constexpr Expectation control_expectations[] = {
-    {"mixer.iec958-*", Finding::detected, ""},
+    {"mixer.iec958-capture-rxp-lock-change=*", Finding::escaped, "the lock itself is looked at"},
 };
 
 // "Line Out Playback Volume" is mixer.line-out-playback-volume.
