@@ -1,5 +1,6 @@
 #include "sim/launcher/command_line.h"
 
+#include "sim/campaign/coverage.h"
 #include "sim/launcher/closing.h"
 #include "sim/launcher/completion.h"
 #include "sim/launcher/elf_check.h"
@@ -48,6 +49,28 @@ int list_faults(const Options& options) {
     return print(options.json ? faults_as_json(faults) : faults_as_text(faults));
 }
 
+// The device library that fits the program.
+std::string library_for(const std::string& folder, const std::string& name,
+                        const std::string& path) {
+    return library_name(folder, check_program(name, path));
+}
+
+int campaign(const Options& options) {
+    const CampaignPlan& plan = options.campaign;
+    const std::string folder = own_folder();
+    const std::string& name = plan.runs.program[0];
+    const std::string path = find_program(name, folder);
+    return run_campaign(plan, path, folder + "/" + library_for(folder, name, path));
+}
+
+int coverage(const Options& options) {
+    const std::vector<std::string>& folders = options.files;
+    const std::string& out = options.coverage_out;
+    if (!options.coverage_against.empty())
+        return compare_coverage(folders, options.coverage_against);
+    return write_coverage(folders, out.empty() ? folders[0] : out);
+}
+
 int differ(const Options& options) {
     const Differences found = differences_of(options.files[0], options.files[1]);
     print(found.text);
@@ -82,7 +105,7 @@ ProcessEnd run_shown(const Program& program, const Setup& setup, bool quiet, Rec
 int run(const Options& options, RunWatcher* watcher = nullptr) {
     const std::string folder = own_folder();
     const std::string path = find_program(options.program[0], folder);
-    const std::string library = library_name(folder, check_program(options.program[0], path));
+    const std::string library = library_for(folder, options.program[0], path);
     Setup setup = options.setup;
     const WireFile wires(options.vcd, setup.board);
     setup.wires_fd = wires.descriptor();
@@ -137,6 +160,10 @@ int carry_out(int argc, char** argv) {
             return differ(options);
         case Command::faults:
             return list_faults(options);
+        case Command::campaign:
+            return campaign(options);
+        case Command::coverage:
+            return coverage(options);
         case Command::keys:
             return print(keys_as_text());
         case Command::complete:

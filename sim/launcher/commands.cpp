@@ -1,5 +1,6 @@
 #include "sim/launcher/commands.h"
 
+#include "sim/campaign/single_faults.h"
 #include "sim/launcher/fault_setting.h"
 #include "sim/launcher/scenario.h"
 #include "sim/launcher/short_number.h"
@@ -39,11 +40,11 @@ auto choice_of(const std::string& kind, const std::string& name, const Choices& 
     return *value;
 }
 
-void set_seed(Setup& setup, const std::string& value) {
+std::uint64_t seed_of(const std::string& value) {
     const auto seed = whole_text_number<std::uint64_t>(value);
     if (!seed)
         throw UsageError("--seed: \"" + value + "\" is no seed; say a whole number from 0 on");
-    setup.seed = *seed;
+    return *seed;
 }
 
 void set_pace(Setup& setup, const std::string& value) {
@@ -93,6 +94,24 @@ void set_expected(Options& options, const std::string& value) {
         verdicts_of(value, [](const std::string& why) { throw UsageError("--expect: " + why); });
 }
 
+void set_jobs(RunsPlan& plan, const std::string& value) {
+    const auto jobs = whole_text_number<unsigned>(value);
+    if (jobs < 1 || jobs > 1000)
+        throw UsageError("--jobs: \"" + value + "\" is no number of runs at a time; say 1 to 1000");
+    plan.jobs = *jobs;
+}
+
+// I/N
+void set_shard(Shard& shard, const std::string& value) {
+    const std::size_t slash = std::min(value.find('/'), value.size());
+    const auto number = whole_text_number<unsigned>(value.substr(0, slash));
+    const auto of = whole_text_number<unsigned>(value.substr(std::min(slash + 1, value.size())));
+    if (number < 1 || of < number)
+        throw UsageError("--shard: \"" + value +
+                         "\" is no part of a whole; say for example 3/8, the third of eight");
+    shard = {*number, *of};
+}
+
 // NAME[=VALUE][@SECONDS]
 void add_fault(Setup& setup, const std::string& text) {
     const auto fault = fault_setting(text);
@@ -127,7 +146,7 @@ const std::vector<Option>& run_options() {
         {"--fault", "NAME[=VALUE][@SECONDS]", "a fault, from the start or from a second on",
          [](Options& o, auto& value) { add_fault(o.setup, value); }},
         {"--seed", "N", "the same seed gives the same run (1)",
-         [](Options& o, auto& value) { set_seed(o.setup, value); }},
+         [](Options& o, auto& value) { o.setup.seed = seed_of(value); }},
         {"--schedule", bars(names_of(schedules)),
          "which thread goes on: in turn, or as the seed has it (fair)",
          [](Options& o, auto& value) {
@@ -160,6 +179,43 @@ const std::vector<Option>& panel_options() {
         {"--port", "N", "serve there, or at the first free port after it (8470)", set_port},
         {"--listen", "ADDRESS", "for others than this machine: the address of it (127.0.0.1)",
          [](Options& o, auto& value) { o.listen = value; }},
+    };
+    return options;
+}
+
+// Of commands that make many runs.
+const std::vector<Option>& runs_options() {
+    static const std::vector<Option> options = {
+        {"--out", "DIR", "where the results are kept, and gone on with",
+         [](Options& o, auto& value) { o.campaign.runs.out = value; }},
+        {"--jobs", "N", "runs at a time (one a processor)",
+         [](Options& o, auto& value) { set_jobs(o.campaign.runs, value); }},
+        {"--limit", "SECONDS", "virtual end of a run that nobody ends (600)",
+         [](Options& o, auto& value) { o.campaign.runs.limit_us = some_time("--limit", value); }},
+    };
+    return options;
+}
+
+const std::vector<Option>& campaign_options() {
+    static const std::vector<Option> options = {
+        {"--faults", "PATTERN", "those with this in their name, or that match it (all)",
+         [](Options& o, auto& value) { o.campaign.pattern = value; }},
+        {"--boards", "BOARD[,BOARD]", "on these mainboards (all that have a panel)",
+         [](Options& o, auto& value) { o.campaign.boards = boards_of(value); }},
+        {"--seed", "N", "of every run (1)",
+         [](Options& o, auto& value) { o.campaign.runs.seed = seed_of(value); }},
+        {"--shard", "I/N", "the I-th of N parts only, each for a machine of its own",
+         [](Options& o, auto& value) { set_shard(o.campaign.shard, value); }},
+    };
+    return options;
+}
+
+const std::vector<Option>& coverage_options() {
+    static const std::vector<Option> options = {
+        {"--out", "DIR", "where coverage.md, .html and .json go (the first DIR)",
+         [](Options& o, auto& value) { o.coverage_out = value; }},
+        {"--against", "FILE", "write nothing: tell what an earlier coverage.json tells otherwise",
+         [](Options& o, auto& value) { o.coverage_against = value; }},
     };
     return options;
 }
@@ -226,6 +282,16 @@ void take_panel(Options& options, const std::vector<Said>& said,
     take_program(options, said, program);
 }
 
+void take_campaign(Options& options, const std::vector<Said>& said,
+                   const std::vector<std::string>& program) {
+    options.campaign.boards = boards_of("");
+    for (const auto& [option, value] : said)
+        option->set(options, value);
+    options.campaign.runs.program = program;
+    if (options.campaign.runs.out.empty())
+        throw UsageError("no folder for the results; say for example --out build/campaign");
+}
+
 void take_check(Options& options, const std::vector<Said>&,
                 const std::vector<std::string>& operands) {
     options.scenario = operands[0];
@@ -233,8 +299,10 @@ void take_check(Options& options, const std::vector<Said>&,
     read_scenario(options.scenario, options);
 }
 
-void take_files(Options& options, const std::vector<Said>&,
+void take_files(Options& options, const std::vector<Said>& said,
                 const std::vector<std::string>& operands) {
+    for (const auto& [option, value] : said)
+        option->set(options, value);
     options.files = operands;
 }
 
@@ -266,6 +334,11 @@ constexpr std::string_view run_notes =
     "Exit status: the program's own; 124 time limit, 125 the program died or can never go on,\n"
     "2 this command line can't be carried out. With --expect 0, or 3 when the verdict is\n"
     "another, or a fault or step never came. 3 when a demand of the scenario failed.\n";
+
+constexpr std::string_view campaign_notes =
+    "Goes on where it was broken off. Exit status: 0; 1 when a fault came to another class than\n"
+    "the expected one; 2 this can't be carried out; 130 broken off. DIR/results.jsonl has a line\n"
+    "for each run; docs/campaign.md tells what stands there, and how to use many machines.\n";
 
 // Number of operands.
 constexpr std::size_t any = std::string::npos;
@@ -344,6 +417,31 @@ const std::vector<CommandForm>& commands() {
          0,
          1,
          take_faults},
+        {Command::campaign,
+         "campaign",
+         "[--] PROGRAM [ARGUMENT]...",
+         "runs every single fault once, and tells what the program finds",
+         {&runs_options(), &campaign_options()},
+         {{"campaign --out build/campaign -- k4selftest run", "all of them, on every board"},
+          {"campaign --boards i2c --faults 'key-*' --out keys -- k4selftest run", "some of them"},
+          {"campaign --shard 3/8 --out part3 -- k4selftest run",
+           "the third of eight parts; the other ones elsewhere"}},
+         1,
+         any,
+         take_campaign,
+         Reading::program,
+         campaign_notes},
+        {Command::coverage,
+         "coverage",
+         "DIR...",
+         "tells what campaigns found: how much, when, and what escapes",
+         {&coverage_options()},
+         {{"coverage build/campaign", "build/campaign/coverage.html and others"},
+          {"coverage --out all part1 part2 part3", "of a campaign in parts"},
+          {"coverage --against docs/coverage.json part1", "status 1 when it is not as it was"}},
+         1,
+         any,
+         take_files},
         {Command::keys,
          "keys",
          "",

@@ -56,11 +56,15 @@ Texts faults_for(std::string_view typed) {
     return offers;
 }
 
-Texts verdicts_for(std::string_view typed) {
+// The next one of a list with commas.
+Texts one_more(std::string_view typed, const std::vector<std::string_view>& words) {
     const std::size_t comma = typed.rfind(',');
     const std::size_t before = comma == std::string_view::npos ? 0 : comma + 1;
-    return with_prefix(typed.substr(0, before), texts_of(verdict_words()));
+    return with_prefix(typed.substr(0, before), texts_of(words));
 }
+
+Texts verdicts_for(std::string_view typed) { return one_more(typed, verdict_words()); }
+Texts boards_for(std::string_view typed) { return one_more(typed, names_of(boards)); }
 
 // What the words in capitals of the table of commands stand for.
 struct Meaning {
@@ -71,6 +75,7 @@ struct Meaning {
 constexpr Meaning meanings[] = {
     {"NAME[=VALUE][@SECONDS]", faults_for},
     {"VERDICT[,VERDICT]", verdicts_for},
+    {"BOARD[,BOARD]", boards_for},
     {"PATTERN", [](std::string_view) { return texts_of(fault_names()); }},
     {"COMMAND", [](std::string_view) { return texts_of(command_names()); }},
     {"PROGRAM",

@@ -1,6 +1,7 @@
 // The command line of k4sim.
 #pragma once
 
+#include "sim/campaign/campaign.h"
 #include "sim/launcher/demand.h"
 #include "sim/launcher/verdict.h"
 #include "sim/setup.h"
@@ -25,7 +26,19 @@ private:
     std::string message_;
 };
 
-enum class Command { run, panel, check, report, diff, faults, keys, help, complete };
+enum class Command {
+    run,
+    panel,
+    check,
+    report,
+    diff,
+    faults,
+    campaign,
+    coverage,
+    keys,
+    help,
+    complete
+};
 
 struct Options {
     Command command = Command::help;
@@ -48,6 +61,9 @@ struct Options {
     std::string topic;                  // the command to tell about; empty: all of them
     std::string listen = "127.0.0.1";   // of the panel: the address
     std::optional<std::uint16_t> port;  // of the panel; empty: the first that is free
+    CampaignPlan campaign;
+    std::string coverage_out;     // folder; empty: the first of `files`
+    std::string coverage_against; // a coverage.json to compare with; empty: none
 };
 
 // arguments: without the name of k4sim itself. Throws UsageError. A scenario file is read

@@ -1,0 +1,170 @@
+#include "sim/campaign/sighting.h"
+
+#include "sim/launcher/json.h"
+#include "sim/launcher/short_number.h"
+#include "sim/story/sources.h"
+
+#include <algorithm>
+#include <iterator>
+#include <map>
+#include <stdexcept>
+
+namespace k4sim {
+
+namespace {
+
+// Texts that go on with levels or counts.
+constexpr std::string_view counting[] = {"Silence/DC", "Loop gain", "In progress"};
+
+bool is_perceived(const Happening& what) {
+    const std::string source = what.event.text("source").value_or("");
+    return source == "panel" || source == "speaker" ||
+           (source == "oled" && what.event.text("event") != "final-picture");
+}
+
+// The picture that the event names stands for itself, whatever its file is called.
+Event with_picture(const Event& event, const Telling& telling) {
+    const auto file = event.what->event.text("file");
+    if (!file || !is_plain_png(*file)) return event;
+    Json whole = event.what->event;
+    whole.erase("file");
+    return {event.t,
+            std::make_shared<Happening>(Happening{whole, whole.dump() + telling.picture(*file)})};
+}
+
+bool is_picture(const Event& event) { return event.what->event.text("event") == "picture"; }
+
+// The pictures of the lamp test, where it stood long enough, and the last one; those between tell
+// of levels and of what was pressed first.
+std::set<std::string> perceived_in(const std::vector<Event>& events) {
+    std::set<std::string> perceived;
+    std::string mode, last;
+    for (const Event& event : events) {
+        const Happening& what = *event.what;
+        mode = what.event.text("mode").value_or(mode);
+        if (is_picture(event)) last = what.text;
+        if (is_picture(event) ? mode == "all-on" : is_perceived(what)) perceived.insert(what.text);
+    }
+    perceived.insert("last " + last);
+    return perceived;
+}
+
+std::map<std::string, std::string> last_texts(const Sighting& run) {
+    std::map<std::string, std::string> texts;
+    for (const StatusRow& row : run.rows)
+        texts[row.label] = row.status();
+    return texts;
+}
+
+const StatusRow* row_of(const Sighting& run, const std::string& unit) {
+    const auto found = std::ranges::find(run.rows, unit, &StatusRow::label);
+    return found == run.rows.end() ? nullptr : &*found;
+}
+
+bool tells(const std::string& unit, const Sighting& run, const Sighting& good) {
+    const StatusRow* const row = row_of(run, unit);
+    const StatusRow* const as_good = row_of(good, unit);
+    return row != nullptr && (as_good == nullptr || row->status() != as_good->status());
+}
+
+// Since when it stood at its last text, but for levels and counts.
+Microseconds came_to_rest(const StatusRow& row) {
+    auto text = row.texts.rbegin();
+    const std::string last = symptom_of(text->text);
+    while (std::next(text) != row.texts.rend() && symptom_of(std::next(text)->text) == last)
+        ++text;
+    return text->at_us;
+}
+
+std::optional<Microseconds> parting(const Sighting& run, const Sighting& good) {
+    const auto same = [](const Event& one, const Event& other) {
+        return one.t == other.t && one.what->text == other.what->text;
+    };
+    const auto [in_run, in_good] = std::ranges::mismatch(run.events, good.events, same);
+    if (in_run == run.events.end() && in_good == good.events.end()) return std::nullopt;
+    if (in_run == run.events.end()) return in_good->t;
+    return in_good == good.events.end() ? in_run->t : std::min(in_run->t, in_good->t);
+}
+
+Json smallest_of_each(const std::vector<Margin>& ledger) {
+    std::vector<std::string> units;
+    for (const Margin& margin : ledger)
+        if (std::ranges::find(units, margin.unit) == units.end()) units.push_back(margin.unit);
+    Json list = Json::array();
+    for (const std::string& unit : units) {
+        std::vector<Margin> of_unit;
+        std::ranges::copy_if(ledger, std::back_inserter(of_unit),
+                             [&](const Margin& margin) { return margin.unit == unit; });
+        const Margin* const margin = smallest(of_unit);
+        if (margin == nullptr || !margin->distance) continue;
+        list.add(Json::object()
+                     .set("unit", unit)
+                     .set("quantity", margin->quantity)
+                     .set("in", margin->in)
+                     .set("distance", *margin->distance));
+    }
+    return list;
+}
+
+} // namespace
+
+Sighting sighting_of(const std::string& folder) {
+    const Telling telling = read_record(folder);
+    if (telling.report.text("record") != "complete")
+        throw std::runtime_error("the record of a run is cut; is there room in " + folder + "?");
+    Sighting seen;
+    seen.verdict = telling.report.text("verdict").value_or("");
+    seen.rows = telling.story.rows;
+    seen.ledger = telling.ledger;
+    seen.left_safe = telling.report.flag("left_safe").value_or(false);
+    seen.seconds = telling.report.number("seconds").value_or(0);
+    for (const Event& event : read_events(telling.picture("events.jsonl")))
+        if (event.what->event.text("source") != "fault")
+            seen.events.push_back(with_picture(event, telling));
+    seen.perceived = perceived_in(seen.events);
+    return seen;
+}
+
+std::string class_of(const SingleFault& fault, const Sighting& run, const Sighting& good) {
+    if (run.verdict == "DIED") return "died";
+    if (run.verdict == "UNDECIDED") return "blocked";
+    if (run.verdict == good.verdict && last_texts(run) == last_texts(good))
+        return run.perceived == good.perceived ? "escaped" : "operator";
+    return fault.unit.empty() || tells(fault.unit, run, good) ? "detected" : "misleading";
+}
+
+Json result_of(const SingleFault& fault, const Sighting& run, const Sighting& good) {
+    const std::string found = class_of(fault, run, good);
+    Json rows = Json::array();
+    for (const StatusRow& row : run.rows)
+        rows.add(Json::object().set("unit", row.label).set("text", row.status()));
+    Json result = Json::object();
+    result.set("fault", fault.fault)
+        .set("board", fault.board)
+        .set("unit", fault.unit)
+        .set("expected", fault.expected)
+        .set("why", fault.why)
+        .set("class", found)
+        .set("verdict", run.verdict)
+        .set("rows", rows);
+    if (const auto at = parting(run, good)) result.set("differs_at", in_seconds(*at));
+    if (const StatusRow* const row = row_of(run, fault.unit); found == "detected" && row != nullptr)
+        result.set("told_at", in_seconds(came_to_rest(*row)));
+    return result.set("margins", smallest_of_each(run.ledger))
+        .set("left_safe", run.left_safe)
+        .set("seconds", run.seconds);
+}
+
+std::string symptom_of(const std::string& text) {
+    for (const std::string_view beginning : counting)
+        if (text.starts_with(beginning)) return std::string(beginning);
+    return text;
+}
+
+const std::vector<std::string>& class_names() {
+    static const std::vector<std::string> names = {"detected", "misleading", "operator",
+                                                   "escaped",  "blocked",    "died"};
+    return names;
+}
+
+} // namespace k4sim

@@ -1,0 +1,70 @@
+// Campaigns over a few faults: the same results however they came about.
+#include "launcher_stage.h"
+
+#include <gmock/gmock.h>
+
+namespace {
+
+using namespace k4test;
+using testing::HasSubstr;
+
+class Campaign : public LauncherStage {
+protected:
+    static constexpr const char* line = K4_SIM " campaign --boards engine --faults 'link-d*' ";
+    static constexpr const char* program = " -- " K4_PROGRAM " run";
+
+    CommandResult campaign(const std::string& options, const std::string& before = "") const {
+        return shell(before + line + options + program);
+    }
+};
+
+TEST_F(Campaign, ComesToTheSameHoweverItIsDone) {
+    const CommandResult whole = campaign("--out whole");
+    EXPECT_EQ(whole.status, 0) << whole.out << whole.error;
+    EXPECT_THAT(whole.out, HasSubstr("4 runs, 2 detected, 2 escaped\n"));
+    const std::string sorted = shell("sort whole/results.jsonl").out;
+
+    // Of parts, elsewhere.
+    for (const char* const part : {"1", "2"})
+        EXPECT_EQ(campaign(std::string("--jobs 1 --out part") + part + " --shard " + part + "/2",
+                           "mkdir -p other; env -i TZ=Asia/Tokyo LANG=C TMPDIR=other ")
+                      .status,
+                  0);
+    EXPECT_EQ(shell("sort part*/results.jsonl").out, sorted);
+
+    // Broken off, and by a disk that was full before.
+    const CommandResult broken = shell(
+        "mkdir folders; export TMPDIR=$PWD/folders; " + std::string(line) +
+        "--jobs 1 --out broken" + program +
+        " & until [ -s broken/results.jsonl ]; do :; done 2>/dev/null; kill -TERM $!; wait $!");
+    EXPECT_EQ(broken.status, 130) << broken.error;
+    EXPECT_EQ(shell("ls folders").out, "") << "records that nobody needs";
+    shell("printf '{\"fault\":\"link-dr' >> broken/results.jsonl");
+    EXPECT_EQ(campaign("--out broken").out, whole.out);
+    EXPECT_EQ(shell("sort broken/results.jsonl").out, sorted);
+    EXPECT_EQ(shell("cut -d, -f1 broken/costs.jsonl | sort").out,
+              shell("cut -d, -f1 whole/costs.jsonl | sort").out)
+        << "each once";
+
+    EXPECT_THAT(campaign("--out whole --seed 2").error, HasSubstr("choose another folder"));
+    EXPECT_THAT(
+        shell("flock whole/results.jsonl " + std::string(line) + "--out whole" + program).error,
+        HasSubstr("in use by another campaign"));
+    shell("sed -i 2s/.*/nothing/ whole/results.jsonl");
+    EXPECT_THAT(campaign("--out whole").error, HasSubstr("line 2 of whole/results.jsonl"));
+}
+
+TEST_F(Campaign, TellsWhatIsNotAsExpected) {
+    const CommandResult deaf =
+        launch("campaign --out out --boards engine --faults analog-input-dead"
+               " -- " K4_PROGRAM " run noanalog");
+    EXPECT_EQ(deaf.status, 1);
+    EXPECT_THAT(deaf.out, HasSubstr("1 runs, 1 escaped\nnot as expected: analog-input-dead=1 on "
+                                    "engine: escaped, expected was detected\n"));
+    const CommandResult nothing =
+        launch("campaign --out none --boards aes --faults key-dead -- /bin/true");
+    EXPECT_EQ(nothing.status, 2);
+    EXPECT_THAT(nothing.error, HasSubstr("came to NOT RUN on board aes"));
+}
+
+} // namespace
