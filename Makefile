@@ -1,5 +1,5 @@
 # The commands of the README. Each installs what is missing, then builds with a CMake preset.
-.PHONY: run panel test golden build completion setup sanitize valgrind coverage fuzz bench reproducible format lint clean
+.PHONY: run panel test golden coverage-campaign coverage-sample build completion setup sanitize valgrind coverage fuzz bench reproducible format lint clean
 
 BUILD := build/release
 RUN_RECORD := build/run
@@ -39,12 +39,21 @@ panel: setup
 
 test: build
 	@scripts/setup --browser || echo "The panel is not tested in a browser: there is none."
+	@scripts/setup --slurm || echo "Campaigns are not tested on a cluster: there is no Slurm."
 	@$(CTEST) --preset release
 
 # Writes the golden records anew: look at the difference before you commit it.
 golden: build
 	@K4_RENEW_GOLDEN=1 $(BUILD)/system_tests --gtest_filter='*Golden*:Launcher.Refuses*:Scenario.Is*:*CausesItsVerdict*' --gtest_brief=1
 	@git status --short tests/system/golden
+
+# docs/coverage.* anew: every single fault once. Goes on where it was broken off.
+coverage-campaign: build
+	@scripts/coverage-campaign
+
+# Five in a hundred of them, others for each commit: they must still come to what the docs tell.
+coverage-sample: build
+	@scripts/coverage-campaign sample
 
 # Every test again under AddressSanitizer and UBSan (32 bits) and ThreadSanitizer (64 bits).
 sanitize: setup

@@ -12,7 +12,7 @@
 namespace k4sim {
 
 enum class Board { aes, plain, i2c, engine, none };
-enum class OperatorKind { automatic, none };
+enum class OperatorKind { automatic, human, none };
 // Which thread goes on where several can: who was ready first, or by the seed.
 enum class Schedule { fair, random };
 

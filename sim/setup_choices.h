@@ -22,6 +22,7 @@ inline constexpr Choice<Board> boards[] = {
 
 inline constexpr Choice<OperatorKind> operators[] = {
     {OperatorKind::automatic, "auto"},
+    {OperatorKind::human, "human"},
     {OperatorKind::none, "none"},
 };
 

@@ -1,18 +1,14 @@
 #include "sim/campaign/campaign.h"
 
 #include "sim/campaign/crew.h"
-#include "sim/campaign/identity.h"
 #include "sim/campaign/results.h"
+#include "sim/campaign/runs.h"
 #include "sim/campaign/sighting.h"
 #include "sim/campaign/single_faults.h"
 #include "sim/campaign/time_left.h"
-#include "sim/launcher/short_number.h"
-#include "sim/setup_choices.h"
 
 #include <algorithm>
-#include <cmath>
 #include <cstdio>
-#include <iterator>
 #include <map>
 #include <set>
 #include <stdexcept>
@@ -23,19 +19,6 @@ namespace {
 
 constexpr int status_unexpected = 1;
 constexpr int status_broken_off = 130;
-constexpr const char* stall_s = "120"; // a busy machine is not a program that stands
-
-Json identity_of(const RunsPlan& plan, const std::string& program, const std::string& device) {
-    Json arguments = Json::array();
-    for (std::size_t i = 1; i < plan.program.size(); ++i)
-        arguments.add(plan.program[i]);
-    return Json::object()
-        .set("program", fingerprint(program))
-        .set("device", fingerprint(device))
-        .set("arguments", arguments)
-        .set("seed", std::to_string(plan.seed))
-        .set("limit", in_seconds(plan.limit_us));
-}
 
 std::string name_of(const Json& result) {
     return result.text("fault").value_or("") + " on " + result.text("board").value_or("");
@@ -45,16 +28,6 @@ std::string name_of(const SingleFault& fault) { return fault.fault + " on " + fa
 bool as_expected(const Json& result) {
     const std::string expected = result.text("expected").value_or("");
     return expected.empty() ? result.text("class") != "died" : result.text("class") == expected;
-}
-
-// What can't be judged must not look like a result.
-Sighting look_at(const FinishedRun& run, const std::string& what) {
-    try {
-        return sighting_of(run.folder);
-    } catch (const std::runtime_error& error) {
-        throw std::runtime_error("the run of " + what + " came to no record (status " +
-                                 std::to_string(run.status) + "): " + error.what());
-    }
 }
 
 class Campaign {
@@ -82,14 +55,10 @@ private:
     }
 
     std::vector<std::string> words(const std::string& board, const std::string& fault) const {
-        std::vector<std::string> all = {"--board", board,
-                                        "--seed",  std::to_string(plan_.runs.seed),
-                                        "--limit", short_seconds(plan_.runs.limit_us),
-                                        "--stall", stall_s};
+        std::vector<std::string> all = {"--board", board, "--seed",
+                                        std::to_string(plan_.runs.seed)};
         if (!fault.empty()) all.insert(all.end(), {"--fault", fault});
-        all.emplace_back("--");
-        std::ranges::copy(plan_.runs.program, std::back_inserter(all));
-        return all;
+        return with_program(std::move(all), plan_.runs);
     }
 
     bool run_good_devices() {
@@ -118,18 +87,9 @@ private:
                 const SingleFault& fault = left_[run.number];
                 const Json result =
                     result_of(fault, look_at(run, name_of(fault)), good_[fault.board]);
-                results_.add(result, cost_of(fault, run));
+                results_.add(result, cost_of(fault.fault, fault.board, run));
                 progress.one_done(as_expected(result));
             });
-    }
-
-    static Json cost_of(const SingleFault& fault, const FinishedRun& run) {
-        const auto milli = [](double seconds) { return std::round(seconds * 1000) / 1000; };
-        return Json::object()
-            .set("fault", fault.fault)
-            .set("board", fault.board)
-            .set("real_s", milli(run.real_s))
-            .set("processor_s", milli(run.processor_s));
     }
 
     const CampaignPlan& plan_;

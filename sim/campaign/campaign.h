@@ -1,22 +1,13 @@
 // k4sim campaign: every single fault once.
 #pragma once
 
+#include "sim/campaign/runs.h"
 #include "sim/setup.h"
 
-#include <cstdint>
 #include <string>
 #include <vector>
 
 namespace k4sim {
-
-// What a number of runs is made with.
-struct RunsPlan {
-    unsigned jobs = 0; // at a time; 0: as many as there are processors
-    std::uint64_t seed = 1;
-    std::int64_t limit_us = 600'000'000; // virtual; of a run that nobody can end
-    std::string out;                     // folder of the results
-    std::vector<std::string> program;    // with its arguments
-};
 
 // Part `number`, from 1 on, of `of` parts of about the same size.
 struct Shard {

@@ -73,10 +73,12 @@ private:
 };
 
 // In a group of its own, so that Ctrl-C at the terminal does not come into its result.
-[[noreturn]] void become(const std::vector<char*>& arguments, pid_t crew) {
+[[noreturn]] void become(const std::vector<char*>& arguments, const std::string& complaints,
+                         pid_t crew) {
     const int nowhere = open("/dev/null", O_RDWR);
-    const bool ready = nowhere >= 0 && dup2(nowhere, STDIN_FILENO) >= 0 &&
-                       dup2(nowhere, STDOUT_FILENO) >= 0 && dup2(nowhere, STDERR_FILENO) >= 0 &&
+    const int error = open(complaints.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
+    const bool ready = nowhere >= 0 && error >= 0 && dup2(nowhere, STDIN_FILENO) >= 0 &&
+                       dup2(nowhere, STDOUT_FILENO) >= 0 && dup2(error, STDERR_FILENO) >= 0 &&
                        setpgid(0, 0) == 0 && prctl(PR_SET_PDEATHSIG, SIGKILL) == 0 &&
                        getppid() == crew;
     if (ready) execv(own_program, arguments.data());
@@ -110,7 +112,7 @@ public:
         const pid_t crew = getpid();
         const pid_t child = fork();
         if (child < 0) throw failure("no process for a run");
-        if (child == 0) become(arguments, crew);
+        if (child == 0) become(arguments, complaints_of(folder), crew);
         running_[child] = {number, folder, Clock::now()};
     }
 
@@ -149,6 +151,8 @@ unsigned own_processors() {
 
 } // namespace
 
+std::string complaints_of(const std::string& folder) { return folder + ".error"; }
+
 Crew::Crew(unsigned jobs) : jobs_(jobs == 0 ? own_processors() : jobs) {}
 
 bool Crew::run(std::size_t count, const Words& words, const Done& done) const {
@@ -165,6 +169,7 @@ bool Crew::run(std::size_t count, const Words& words, const Done& done) const {
         done(finished);
         std::error_code ignored;
         fs::remove_all(finished.folder, ignored);
+        fs::remove(complaints_of(finished.folder), ignored);
     }
     return !Requests::came();
 }

@@ -17,6 +17,9 @@ struct FinishedRun {
     double processor_s; // of k4sim and the program
 };
 
+// The file of what was written to standard error beside a run's record.
+std::string complaints_of(const std::string& folder);
+
 class Crew {
 public:
     // jobs: how many at a time; 0: as many as there are processors for this process.

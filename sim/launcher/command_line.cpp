@@ -55,12 +55,14 @@ std::string library_for(const std::string& folder, const std::string& name,
     return library_name(folder, check_program(name, path));
 }
 
-int campaign(const Options& options) {
-    const CampaignPlan& plan = options.campaign;
+// A command that makes many runs of the program.
+template <class Plan>
+int run_many(int (*command)(const Plan&, const std::string&, const std::string&),
+             const Plan& plan) {
     const std::string folder = own_folder();
     const std::string& name = plan.runs.program[0];
     const std::string path = find_program(name, folder);
-    return run_campaign(plan, path, folder + "/" + library_for(folder, name, path));
+    return command(plan, path, folder + "/" + library_for(folder, name, path));
 }
 
 int coverage(const Options& options) {
@@ -161,9 +163,11 @@ int carry_out(int argc, char** argv) {
         case Command::faults:
             return list_faults(options);
         case Command::campaign:
-            return campaign(options);
+            return run_many(run_campaign, options.campaign);
         case Command::coverage:
             return coverage(options);
+        case Command::soak:
+            return run_many(run_soak, options.soak);
         case Command::keys:
             return print(keys_as_text());
         case Command::complete:

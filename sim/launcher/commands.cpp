@@ -112,6 +112,19 @@ void set_shard(Shard& shard, const std::string& value) {
     shard = {*number, *of};
 }
 
+// A..B
+void set_seeds(SoakPlan& plan, const std::string& value) {
+    const std::size_t dots = std::min(value.find(".."), value.size());
+    const auto first = whole_text_number<std::uint64_t>(value.substr(0, dots));
+    const auto last =
+        whole_text_number<std::uint64_t>(value.substr(std::min(dots + 2, value.size())));
+    if (!first || last < first || *last - *first >= 1'000'000'000)
+        throw UsageError("--seeds: \"" + value +
+                         "\" are no seeds; say for example 1..1000, from the first to the last");
+    plan.first = *first;
+    plan.last = *last;
+}
+
 // NAME[=VALUE][@SECONDS]
 void add_fault(Setup& setup, const std::string& text) {
     const auto fault = fault_setting(text);
@@ -210,6 +223,14 @@ const std::vector<Option>& campaign_options() {
     return options;
 }
 
+const std::vector<Option>& soak_options() {
+    static const std::vector<Option> options = {
+        {"--seeds", "A..B", "of the runs, the first and the last (1..1)",
+         [](Options& o, auto& value) { set_seeds(o.soak, value); }},
+    };
+    return options;
+}
+
 const std::vector<Option>& coverage_options() {
     static const std::vector<Option> options = {
         {"--out", "DIR", "where coverage.md, .html and .json go (the first DIR)",
@@ -290,6 +311,12 @@ void take_campaign(Options& options, const std::vector<Said>& said,
     options.campaign.runs.program = program;
     if (options.campaign.runs.out.empty())
         throw UsageError("no folder for the results; say for example --out build/campaign");
+}
+
+void take_soak(Options& options, const std::vector<Said>& said,
+               const std::vector<std::string>& program) {
+    take_campaign(options, said, program);
+    options.soak.runs = options.campaign.runs;
 }
 
 void take_check(Options& options, const std::vector<Said>&,
@@ -442,6 +469,17 @@ const std::vector<CommandForm>& commands() {
          1,
          any,
          take_files},
+        {Command::soak,
+         "soak",
+         "[--] PROGRAM [ARGUMENT]...",
+         "runs random boards, operators and faults, and tells what must not be",
+         {&runs_options(), &soak_options()},
+         {{"soak --seeds 1..1000 --out build/soak -- k4selftest run",
+           "up to three faults at a time, at random times"}},
+         1,
+         any,
+         take_soak,
+         Reading::program},
         {Command::keys,
          "keys",
          "",

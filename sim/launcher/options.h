@@ -2,6 +2,7 @@
 #pragma once
 
 #include "sim/campaign/campaign.h"
+#include "sim/campaign/soak.h"
 #include "sim/launcher/demand.h"
 #include "sim/launcher/verdict.h"
 #include "sim/setup.h"
@@ -35,6 +36,7 @@ enum class Command {
     faults,
     campaign,
     coverage,
+    soak,
     keys,
     help,
     complete
@@ -62,6 +64,7 @@ struct Options {
     std::string listen = "127.0.0.1";   // of the panel: the address
     std::optional<std::uint16_t> port;  // of the panel; empty: the first that is free
     CampaignPlan campaign;
+    SoakPlan soak;                // but for its runs, which are those of the campaign
     std::string coverage_out;     // folder; empty: the first of `files`
     std::string coverage_against; // a coverage.json to compare with; empty: none
 };

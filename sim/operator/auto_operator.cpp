@@ -10,13 +10,10 @@ namespace k4sim {
 
 namespace {
 
-constexpr Microseconds look_us = 250'000;  // between two looks at the glass
-constexpr Microseconds pause_us = 700'000; // between two actions, from start to start
-constexpr Microseconds pause_jitter_us = 100'000;
+constexpr Microseconds look_us = 250'000;         // between two looks at the glass
 constexpr Microseconds reading_us = 2'500'000;    // until the screen shows what was done
 constexpr Microseconds patience_us = 120'000'000; // without anything new but numbers
-constexpr std::size_t lit_share = 16;       // one pixel of so many may stay dark in the lamp test
-constexpr Microseconds plug_us = 1'500'000; // from the request to the plug in its socket
+constexpr std::size_t lit_share = 16; // one pixel of so many may stay dark in the lamp test
 
 constexpr std::string_view panel_label = "Frontpanel";
 constexpr char escape_key = 'E';
@@ -94,9 +91,10 @@ bool settled(const ScreenRow& row) {
 } // namespace
 
 AutoOperator::AutoOperator(std::uint64_t seed, Device& device, Surroundings& surroundings,
-                           std::function<void(const FaultSetting&)> apply_fault)
+                           std::function<void(const FaultSetting&)> apply_fault,
+                           const Habits& habits)
     : device_(device), surroundings_(surroundings),
-      hands_(device, surroundings, std::move(apply_fault)), random_(seed) {}
+      hands_(device, surroundings, std::move(apply_fault)), random_(seed), habits_(habits) {}
 
 void AutoOperator::start() {
     if (device_.oled() != nullptr) look();
@@ -152,9 +150,26 @@ Microseconds AutoOperator::operate() {
         phase_ = Phase::watches;
         return reading_us;
     }
-    hands_.act(plan_.front());
+    hands_.act(slips() ? press(wrong_key()) : plan_.front());
     plan_.pop_front();
-    return pause_us + static_cast<Microseconds>(random_() % pause_jitter_us);
+    return up_to(habits_.pause_us, habits_.pause_jitter_us);
+}
+
+// Not Esc, which ends the run when it comes twice.
+char AutoOperator::wrong_key() {
+    const char key = key_characters[random_() % key_characters.size()];
+    return key == escape_key ? '0' : key;
+}
+
+bool AutoOperator::slips() {
+    return habits_.slips > 0 && phase_ != Phase::aborts && random_() % habits_.slips == 0;
+}
+
+// At least `least`, and a random part of `more` in addition.
+Microseconds AutoOperator::up_to(Microseconds least, Microseconds more) {
+    return more == 0
+               ? least
+               : least + static_cast<Microseconds>(random_() % static_cast<std::uint64_t>(more));
 }
 
 Microseconds AutoOperator::watch() {
@@ -182,7 +197,8 @@ void AutoOperator::plug(Action::Cable cable) {
     Action action;
     action.kind = Action::Kind::plug;
     action.cable = cable;
-    surroundings_.at(surroundings_.now() + plug_us, [this, action] { hands_.act(action); });
+    surroundings_.at(surroundings_.now() + up_to(habits_.plug_us, habits_.plug_jitter_us),
+                     [this, action] { hands_.act(action); });
 }
 
 void AutoOperator::notice(std::string words) {

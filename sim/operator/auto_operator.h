@@ -4,7 +4,8 @@
 // once each and one after the other. What the front panel's row still asks for after that
 // is done again. Both loopback cables are unplugged at first; the analog one is plugged
 // when the console asks to "Check for loopback audio", the digital one when a row asks for
-// 'LOCK'.
+// 'LOCK'. With human habits it takes longer, and a key that was missed is pressed when the row
+// still asks for it.
 //
 // When all rows read "OK", the program ends by itself. When nothing more can come - every
 // row that can still change reads "OK", but not all, or for two minutes the table showed
@@ -25,8 +26,19 @@ namespace k4sim {
 
 class AutoOperator final : public Operator {
 public:
+    // How quick and how careful; those of the one who does everything right.
+    struct Habits {
+        Microseconds pause_us = 700'000; // between two actions, from start to start
+        Microseconds pause_jitter_us = 100'000;
+        Microseconds plug_us = 1'500'000; // from the request to the plug in its socket
+        Microseconds plug_jitter_us = 0;
+        unsigned slips = 0; // one action in so many is another key instead; 0: none
+    };
+    // Slow, now and then distracted, and not always on the right key.
+    static constexpr Habits human{400'000, 2'600'000, 2'000'000, 28'000'000, 6};
+
     AutoOperator(std::uint64_t seed, Device& device, Surroundings& surroundings,
-                 std::function<void(const FaultSetting&)> apply_fault);
+                 std::function<void(const FaultSetting&)> apply_fault, const Habits& habits);
 
     void start() override;
     void console_line(std::string_view line) override;
@@ -40,6 +52,9 @@ private:
     Microseconds wait_for_lamp_test();
     Microseconds operate();
     Microseconds watch();
+    bool slips();
+    char wrong_key();
+    Microseconds up_to(Microseconds least, Microseconds more);
     void plug_when_asked();
     void plug(Action::Cable cable);
     void notice(std::string words);
@@ -51,6 +66,7 @@ private:
     Surroundings& surroundings_;
     Hands hands_;
     std::mt19937_64 random_;
+    Habits habits_;
     Phase phase_ = Phase::waits_for_lamp_test;
     std::deque<Action> plan_;
     bool digital_plugged_ = false;

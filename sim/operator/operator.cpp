@@ -48,8 +48,11 @@ std::unique_ptr<Operator> make_operator(const Setup& setup, Device& device,
                                         const std::function<void()>& stop,
                                         const std::function<void()>& after_steps) {
     auto crew = std::make_unique<Crew>();
-    if (setup.operator_kind == OperatorKind::automatic)
-        crew->add(std::make_unique<AutoOperator>(setup.seed, device, surroundings, apply_fault));
+    if (setup.operator_kind != OperatorKind::none)
+        crew->add(std::make_unique<AutoOperator>(setup.seed, device, surroundings, apply_fault,
+                                                 setup.operator_kind == OperatorKind::human
+                                                     ? AutoOperator::human
+                                                     : AutoOperator::Habits{}));
     if (!setup.steps.empty() || after_steps)
         crew->add(std::make_unique<ScenarioOperator>(
             setup.steps, device, surroundings,

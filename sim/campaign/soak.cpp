@@ -1,0 +1,185 @@
+#include "sim/campaign/soak.h"
+
+#include "sim/campaign/results.h"
+#include "sim/campaign/runs.h"
+#include "sim/campaign/single_faults.h"
+#include "sim/campaign/time_left.h"
+#include "sim/setup_choices.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <iterator>
+#include <map>
+#include <random>
+#include <set>
+
+namespace k4sim {
+
+namespace {
+
+constexpr int status_wrong = 1;
+constexpr int status_soak_broken_off = 130;
+constexpr unsigned most_faults = 3;
+constexpr unsigned latest_s = 90; // by then a good device has passed
+
+// How the names of faults begin that take from the program what it would switch the inputs off by.
+constexpr std::string_view out_of_reach[] = {"card-", "cpld"};
+
+struct SoakFault {
+    SingleFault fault;
+    unsigned at_s;
+
+    std::string words() const {
+        return fault.fault + (at_s == 0 ? "" : "@" + std::to_string(at_s));
+    }
+};
+
+struct SoakRun {
+    std::uint64_t seed;
+    std::string board;
+    std::vector<SoakFault> faults;
+
+    bool inputs_in_reach() const {
+        return std::ranges::none_of(faults, [](const SoakFault& one) {
+            return std::ranges::any_of(out_of_reach, [&](std::string_view beginning) {
+                return one.fault.fault.starts_with(beginning);
+            });
+        });
+    }
+
+    bool has_one(const std::string& expected, bool from_the_start) const {
+        return std::ranges::any_of(faults, [&](const SoakFault& one) {
+            return one.fault.expected == expected && (!from_the_start || one.at_s == 0);
+        });
+    }
+};
+
+// By the seed alone, on any machine.
+class Dice {
+public:
+    explicit Dice(std::uint64_t seed) : random_(seed) {}
+    std::size_t below(std::size_t count) { return random_() % count; }
+
+private:
+    std::mt19937_64 random_;
+};
+
+class Soak {
+public:
+    Soak(const SoakPlan& plan, Results& results)
+        : plan_(plan), results_(results), crew_(plan.runs.jobs) {
+        for (const Board board : boards_of(""))
+            faults_[std::string(name_of(boards, board))] = single_faults("", {board});
+        std::set<std::string> done;
+        for (const Json& result : results.all())
+            done.insert(result.text("fault").value_or(""));
+        for (std::uint64_t seed = plan.first; seed <= plan.last; ++seed)
+            if (const SoakRun run = run_of(seed); !done.contains(name(run))) left_.push_back(run);
+    }
+
+    // False when it was broken off.
+    bool run() { return run_good_devices() && run_left(); }
+
+private:
+    SoakRun run_of(std::uint64_t seed) const {
+        Dice dice(seed);
+        const auto board =
+            std::next(faults_.begin(), static_cast<std::ptrdiff_t>(dice.below(faults_.size())));
+        SoakRun run{seed, board->first, {}};
+        for (std::size_t left = dice.below(most_faults + 1); left > 0; --left) {
+            const SingleFault& fault = board->second[dice.below(board->second.size())];
+            const bool from_the_start = dice.below(2) == 0;
+            const auto second = static_cast<unsigned>(dice.below(latest_s));
+            run.faults.push_back({fault, from_the_start ? 0 : second});
+        }
+        return run;
+    }
+
+    static std::string name(const SoakRun& run) {
+        std::string text =
+            "--board " + run.board + " --operator human --seed " + std::to_string(run.seed);
+        for (const SoakFault& fault : run.faults)
+            text += " --fault " + fault.words();
+        return text;
+    }
+
+    std::vector<std::string> words(const SoakRun& run, const char* who) const {
+        std::vector<std::string> all = {"--board", run.board, "--operator",
+                                        who,       "--seed",  std::to_string(run.seed)};
+        for (const SoakFault& fault : run.faults)
+            all.insert(all.end(), {"--fault", fault.words()});
+        return with_program(std::move(all), plan_.runs);
+    }
+
+    bool run_good_devices() {
+        std::vector<std::string> names;
+        for (const auto& [board, faults] : faults_)
+            names.push_back(board);
+        if (left_.empty()) return true;
+        return crew_.run(
+            names.size(),
+            [&](std::size_t i) {
+                return words({1, names[i], {}}, "auto");
+            },
+            [&](const FinishedRun& run) {
+                good_[names[run.number]] = look_at(run, "board " + names[run.number]);
+            });
+    }
+
+    bool run_left() {
+        TimeLeft progress(left_.size());
+        return crew_.run(
+            left_.size(), [&](std::size_t i) { return words(left_[i], "human"); },
+            [&](const FinishedRun& finished) {
+                const SoakRun& run = left_[finished.number];
+                const Sighting seen = look_at(finished, name(run));
+                const std::string wrong = complaint(run, seen);
+                Json result = Json::object().set("fault", name(run)).set("board", run.board);
+                result.set("verdict", seen.verdict).set("wrong", wrong);
+                results_.add(result, cost_of(name(run), run.board, finished));
+                progress.one_done(wrong.empty());
+            });
+    }
+
+    // Empty: nothing is wrong.
+    std::string complaint(const SoakRun& run, const Sighting& seen) const {
+        if (seen.verdict == "DIED") return "the program died";
+        if (seen.verdict == "UNDECIDED")
+            return run.has_one("blocked", false) || run.has_one("", false)
+                       ? ""
+                       : "nobody could end it, and no fault there is known for that";
+        if (!seen.left_safe && run.inputs_in_reach()) return "the inputs were left on";
+        const std::string found = class_of({"", run.board, "", "", ""}, seen, good_.at(run.board));
+        const bool ended_well = found == "escaped" || found == "operator";
+        if (run.faults.empty() && !ended_well) return "a good device did not come to a good end";
+        if (ended_well && run.has_one("detected", true))
+            return "a fault that has to be detected was not";
+        return "";
+    }
+
+    const SoakPlan& plan_;
+    Results& results_;
+    Crew crew_;
+    std::map<std::string, std::vector<SingleFault>> faults_; // by board
+    std::map<std::string, Sighting> good_;
+    std::vector<SoakRun> left_;
+};
+
+} // namespace
+
+int run_soak(const SoakPlan& plan, const std::string& program_path,
+             const std::string& device_path) {
+    Results results(plan.runs.out, identity_of(plan.runs, program_path, device_path));
+    if (!Soak(plan, results).run()) return status_soak_broken_off;
+    std::vector<std::string> wrong;
+    for (const Json& result : results.all())
+        if (const std::string what = result.text("wrong").value_or(""); !what.empty())
+            wrong.push_back(what + ": k4sim run " + result.text("fault").value_or(""));
+    std::printf("%zu runs, %zu wrong\n", results.all().size(), wrong.size());
+    std::ranges::sort(wrong);
+    for (const std::string& line : wrong)
+        std::printf("%s\n", line.c_str());
+    return wrong.empty() ? 0 : status_wrong;
+}
+
+} // namespace k4sim
