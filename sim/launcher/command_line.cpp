@@ -3,6 +3,7 @@
 #include "sim/campaign/coverage.h"
 #include "sim/launcher/closing.h"
 #include "sim/launcher/completion.h"
+#include "sim/launcher/diagnose.h"
 #include "sim/launcher/elf_check.h"
 #include "sim/launcher/help.h"
 #include "sim/launcher/listing.h"
@@ -14,6 +15,7 @@
 #include "sim/launcher/retelling.h"
 #include "sim/launcher/verdict.h"
 #include "sim/launcher/wire_file.h"
+#include "sim/setup_choices.h"
 #include "sim/story/differences.h"
 
 #include <chrono>
@@ -39,6 +41,12 @@ std::string own_folder() {
 int print(const std::string& text) {
     std::fputs(text.c_str(), stdout);
     return 0;
+}
+
+int diagnose(const Options& options) {
+    const Answer answer = answer_to(options);
+    print(answer.text);
+    return answer.known ? 0 : status_differs;
 }
 
 int list_faults(const Options& options) {
@@ -125,6 +133,7 @@ int run(const Options& options, RunWatcher* watcher = nullptr) {
                     record.demands(),
                     ledger_of(record.story())};
     outcome.why = why(outcome, seen, setup);
+    outcome.board = name_of(boards, setup.board);
     record.tidy_events();
     record.write_beeps();
     write_reports(record, outcome);
@@ -160,6 +169,8 @@ int carry_out(int argc, char** argv) {
             return print(write_page(options.files[0]) + "\n");
         case Command::diff:
             return differ(options);
+        case Command::diagnose:
+            return diagnose(options);
         case Command::faults:
             return list_faults(options);
         case Command::campaign:

@@ -8,9 +8,11 @@
 #include "sim/models/nearest.h"
 #include "sim/models/surroundings.h"
 #include "sim/setup_choices.h"
+#include "sim/story/sources.h"
 
 #include <algorithm>
 #include <charconv>
+#include <cstring>
 #include <iterator>
 
 namespace k4sim {
@@ -252,6 +254,22 @@ const std::vector<Option>& faults_options() {
     return options;
 }
 
+const std::vector<Option>& diagnose_options() {
+    static const std::vector<Option> options = {
+        {"--board", bars(names_of(boards)), "mainboard generation, where it is known",
+         [](Options& o, auto& value) {
+             o.inquiry.board = name_of(boards, choice_of("board", value, boards));
+         }},
+        {"--record", "DIR", "what a run of k4sim has recorded", set_record},
+        {"--json", "", "for programs", [](Options& o, auto&) { o.json = true; }},
+        {"--learn", "DIR", "prints what the results of a campaign teach",
+         [](Options& o, auto& value) { o.inquiry.learn = value; }},
+        {"--judge", "DIR", "how many faults of a campaign are found; status 1 below 95 %",
+         [](Options& o, auto& value) { o.inquiry.judge = value; }},
+    };
+    return options;
+}
+
 // The value that was said last; null: none was.
 const std::string* last_said(const std::vector<Said>& said, std::string_view name) {
     const auto found = std::find_if(said.rbegin(), said.rend(),
@@ -333,6 +351,37 @@ void take_files(Options& options, const std::vector<Said>& said,
     options.files = operands;
 }
 
+// ROW=TEXT, the row by a part of its name that no other row has.
+std::pair<std::string, std::string> row_of(const std::string& operand, std::size_t equals) {
+    const std::string name = operand.substr(0, equals);
+    const std::vector<std::string_view> labels(std::begin(row_names), std::end(row_names));
+    const auto is_meant = [&](const char* label) {
+        return strcasestr(label, name.c_str()) != nullptr;
+    };
+    if (name.empty() || std::ranges::count_if(row_names, is_meant) != 1)
+        throw UsageError(no_such("row", name, labels));
+    return {*std::ranges::find_if(row_names, is_meant), operand.substr(equals + 1)};
+}
+
+// Of the ways to say what was seen, one.
+void take_diagnose(Options& options, const std::vector<Said>& said,
+                   const std::vector<std::string>& operands) {
+    for (const auto& [option, value] : said)
+        option->set(options, value);
+    Inquiry& inquiry = options.inquiry;
+    for (const std::string& operand : operands)
+        if (const std::size_t equals = operand.find('='); equals == std::string::npos)
+            options.files.push_back(operand);
+        else
+            inquiry.rows.push_back(row_of(operand, equals));
+    const std::size_t ways = (options.record.empty() ? 0 : 1) + options.files.size() +
+                             (inquiry.rows.empty() ? 0 : 1) + (inquiry.learn.empty() ? 0 : 1) +
+                             (inquiry.judge.empty() ? 0 : 1);
+    if (ways != 1)
+        throw UsageError("say what was seen in one way: a record, the file of a console, or rows "
+                         "such as \"USB Ports=Missing USBs: 1\"");
+}
+
 void take_faults(Options& options, const std::vector<Said>& said,
                  const std::vector<std::string>& operands) {
     for (const auto& [option, value] : said)
@@ -366,6 +415,11 @@ constexpr std::string_view campaign_notes =
     "Goes on where it was broken off. Exit status: 0; 1 when a fault came to another class than\n"
     "the expected one; 2 this can't be carried out; 130 broken off. DIR/results.jsonl has a line\n"
     "for each run; docs/campaign.md tells what stands there, and how to use many machines.\n";
+
+constexpr std::string_view diagnose_notes =
+    "Three candidates at most, the best first, each with all faults that look the same, and the\n"
+    "step that tells them apart. One fault at a time is thought of. Exit status: 1 for an unknown\n"
+    "symptom, else 0.\n";
 
 // Number of operands.
 constexpr std::size_t any = std::string::npos;
@@ -432,6 +486,21 @@ const std::vector<CommandForm>& commands() {
          2,
          2,
          take_files},
+        {Command::diagnose,
+         "diagnose",
+         "[FILE|ROW=TEXT]...",
+         "tells what may be broken, and the next step to find out",
+         {&diagnose_options()},
+         {{"diagnose 'USB Ports=Missing USBs: 1'", "from what stands on a row of the OLED"},
+          {"diagnose --board aes audio='Loop gain -6.0 0.1 (2)' aes=OK",
+           "from two rows, of a board that is known"},
+          {"diagnose --record build/run", "from the record of a run: the best that is known"},
+          {"diagnose tty.log", "from what \"k4selftest run | tee tty.log\" kept"}},
+         0,
+         any,
+         take_diagnose,
+         Reading::options,
+         diagnose_notes},
         {Command::faults,
          "faults",
          "[PATTERN]",

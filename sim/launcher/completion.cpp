@@ -5,6 +5,7 @@
 #include "sim/models/faults.h"
 #include "sim/models/universe.h"
 #include "sim/setup_choices.h"
+#include "sim/story/sources.h"
 
 #include <algorithm>
 #include <cctype>
@@ -85,6 +86,13 @@ constexpr Meaning meanings[] = {
     {"ARGUMENT", [](std::string_view) { return Texts{"<files"}; }},
     {"FILE", [](std::string_view) { return Texts{"<files"}; }},
     {"FILE.toml", [](std::string_view) { return Texts{"<toml"}; }},
+    {"ROW=TEXT",
+     [](std::string_view) {
+         Texts rows;
+         for (const std::string_view row : row_names)
+             if (row.find(' ') == std::string_view::npos) rows.push_back(std::string(row) + "=");
+         return rows;
+     }},
     {"DIR", [](std::string_view) { return Texts{"<folders"}; }},
 };
 

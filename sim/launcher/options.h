@@ -33,6 +33,7 @@ enum class Command {
     check,
     report,
     diff,
+    diagnose,
     faults,
     campaign,
     coverage,
@@ -40,6 +41,13 @@ enum class Command {
     keys,
     help,
     complete
+};
+
+// What k4sim diagnose goes by.
+struct Inquiry {
+    std::string board;                                     // empty: not known
+    std::vector<std::pair<std::string, std::string>> rows; // label and text
+    std::string learn, judge;                              // folders of campaigns
 };
 
 struct Options {
@@ -55,14 +63,15 @@ struct Options {
     std::vector<std::string> arguments; // of a scenario: of a program that is given none
     std::string scenario;               // the file to check
     std::vector<std::string> files;     // to report on, or to compare
-    std::string pattern;                // of faults; empty: all
-    bool json = false;                  // list them for a program
-    bool all = false;                   // every single fault
-    std::optional<Board> board;         // of these faults; empty: all that have a panel
-    std::vector<std::string> words;     // to complete
-    std::string topic;                  // the command to tell about; empty: all of them
-    std::string listen = "127.0.0.1";   // of the panel: the address
-    std::optional<std::uint16_t> port;  // of the panel; empty: the first that is free
+    Inquiry inquiry;
+    std::string pattern;               // of faults; empty: all
+    bool json = false;                 // list them for a program
+    bool all = false;                  // every single fault
+    std::optional<Board> board;        // of these faults; empty: all that have a panel
+    std::vector<std::string> words;    // to complete
+    std::string topic;                 // the command to tell about; empty: all of them
+    std::string listen = "127.0.0.1";  // of the panel: the address
+    std::optional<std::uint16_t> port; // of the panel; empty: the first that is free
     CampaignPlan campaign;
     SoakPlan soak;                // but for its runs, which are those of the campaign
     std::string coverage_out;     // folder; empty: the first of `files`

@@ -1,5 +1,6 @@
 #include "sim/launcher/retelling.h"
 
+#include "sim/launcher/diagnose.h"
 #include "sim/launcher/options.h"
 #include "sim/launcher/record_folder.h"
 #include "sim/story/sources.h"
@@ -28,8 +29,9 @@ bool may_replace(const std::string& name) {
 std::string write_page(const std::string& path) {
     const bool record = std::filesystem::is_directory(path);
     std::string name = path + (record ? "/report.html" : ".html");
-    const std::string page =
-        page_of(record ? read_record(path) : read_console(path, read_file(path)));
+    Telling telling = record ? read_record(path) : read_console(path, read_file(path));
+    add_diagnosis(telling);
+    const std::string page = page_of(telling);
     if (!may_replace(name))
         throw UsageError(name + " is there, and no page of k4sim report: move it away");
     if (!write_whole(name, page))

@@ -1,5 +1,6 @@
 #include "sim/launcher/verdict.h"
 
+#include "sim/launcher/diagnose.h"
 #include "sim/launcher/json.h"
 #include "sim/launcher/short_number.h"
 #include "sim/models/nearest.h"
@@ -116,6 +117,7 @@ Json json_report(const Record& record, const Outcome& outcome) {
     report.set("verdict", verdict_name(reported(record, outcome)))
         .set("why", outcome.why)
         .set("record", record.gap().empty() ? "complete" : "cut")
+        .set("board", outcome.board)
         .set(end.by_signal ? "signal" : "status", end.code);
     if (end.by_signal && seen.death) report.set("death", death_of(*seen.death));
     if (!outcome.demands.empty()) report.set("demands", demands_of(outcome.demands));
@@ -228,9 +230,10 @@ void write_reports(Record& record, const Outcome& outcome) {
     record.write_file("report.xml", xml_report(seen, reported(record, outcome), outcome.demands));
     if (!record.folder().empty()) {
         const auto file = [&record](const std::string& name) { return record.content(name); };
-        record.write_file("report.html",
-                          page_of(telling_of(record.folder(), json_report(record, outcome),
-                                             record.story(), file)));
+        Telling telling =
+            telling_of(record.folder(), json_report(record, outcome), record.story(), file);
+        add_diagnosis(telling);
+        record.write_file("report.html", page_of(telling));
     }
     record.write_file("report.json", json_report(record, outcome).dump(2) + "\n");
 }

@@ -56,6 +56,7 @@ struct Outcome {
     std::vector<DemandResult> demands{};
     std::vector<Margin> ledger{};
     std::string why{}; // it came out so, in words
+    std::string_view board{};
 };
 
 // report.xml, report.html and report.json in the record's folder. JUnit: one case a status row,

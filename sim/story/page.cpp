@@ -270,6 +270,7 @@ std::string Page::data() {
              nearest == nullptr ? -1 : static_cast<int>(nearest - telling_.ledger.data()))
         .set("facts", facts())
         .set("left", left());
+    if (telling_.diagnosis) data_.set("diagnosis", *telling_.diagnosis);
     return data_.set("notes", list_of_texts(notes_)).dump();
 }
 

@@ -6,6 +6,7 @@
 #include "sim/story/story.h"
 
 #include <functional>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -21,6 +22,7 @@ struct Telling {
     std::vector<std::string> notes{}; // sentences on what can't be known
     // The content of a picture file of the story; empty: there is none.
     std::function<std::string(const std::string& file)> picture{};
+    std::optional<Json> diagnosis{}; // what may be broken, where something is
 };
 
 // The page begins with this.

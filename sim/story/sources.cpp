@@ -21,8 +21,6 @@ namespace fs = std::filesystem;
 
 constexpr std::size_t most_bytes = std::size_t{64} << 20;
 constexpr std::string_view banner = "***** Vorlink K/4 selftest";
-constexpr const char* row_names[] = {"ParallelPrt", "Ethernet",    "Frontpanel",
-                                     "USB Ports",   "AnalogAudio", "AES/EBU"};
 constexpr const char* marker = "k4sim-record";
 
 std::string plain_name(const std::string& path) {

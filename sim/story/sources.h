@@ -17,6 +17,10 @@ using RecordFile = std::function<std::string(const std::string& name)>;
 Telling telling_of(const std::string& folder, const Json& report, const Story& story,
                    const RecordFile& file);
 
+// The status rows of the self-test, from the top.
+inline constexpr const char* row_names[] = {"ParallelPrt", "Ethernet",    "Frontpanel",
+                                            "USB Ports",   "AnalogAudio", "AES/EBU"};
+
 // Of the record in a folder. Throws std::runtime_error, with one line, when it is none.
 Telling read_record(const std::string& folder);
 

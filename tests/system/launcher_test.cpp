@@ -34,7 +34,8 @@ TEST_F(Launcher, RefusesABadCommandLine) {
     for (const std::string line :
          {"", "fly", "fault", "faults nothing-like-it", "faults key-dea --jsn", "run --bord aes x",
           "run --", "run --board", "run -- .", "run --record record -- absent", "run --wave x",
-          "run --record record -- ./plain.txt", "run --record record -- ./script.sh"})
+          "run --record record -- ./plain.txt", "run --record record -- ./script.sh", "diagnose",
+          "diagnose a=OK", "diagnose fan=OK", "diagnose plain.txt usb=OK"})
         answers += line + "\n  " + expect_refused(launch(line));
     const char* const options[] = {"--board=aex",
                                    "--operator=bob",
@@ -346,6 +347,7 @@ TEST_F(Launcher, BashCompletesItsCommandLines) {
         {"run --quiet -- k4selft", "<run><--quiet><--><k4selftest>"},
         {"run -- /bin/sh cases/n", "<run><--></bin/sh><cases/notes.txt>"},
         {"faults --js", "<faults><--json>"},
+        {"diagnose Eth", "<diagnose><Ethernet=>"},
         {"faults aes-loc", "<faults><aes-lock-lost>"},
         {"check cases/pu", "<check><cases/pulled out.toml>"},
         {"help fau", "<help><faults>"},

@@ -74,6 +74,35 @@ function tell_margins() {
   });
 }
 
+const some_of = (list, most) => list.length <= most ? list.join(", ") :
+  `${list.slice(0, most).join(", ")} and ${list.length - most} more`;
+
+function tell_candidate({fit, faults}) {
+  const shown = faults.slice(0, 6).map(({fault, words}) =>
+    html("li", {}, html("b", {}, fault), ` \u2013 ${words}`));
+  if (faults.length > shown.length) shown.push(html("li", {}, `and ${faults.length - shown.length} more`));
+  const alike = faults.length > 1 ? ", any of these, which look the same" : "";
+  find("candidates").append(html("li", {}, `fits to ${Math.round(fit * 100)} %${alike}:`,
+    html("ul", {}, ...shown)));
+}
+
+// Of single faults, by how well what they do fits this run.
+function tell_diagnosis() {
+  const found = run.diagnosis;
+  if (!found) return;
+  find("diagnosis").hidden = false;
+  find("diagnosis-words").textContent = found.words ||
+    "Single faults that look like this run, the best first:";
+  for (const candidate of found.candidates || []) tell_candidate(candidate);
+  if (found.more)
+    find("candidates").append(html("li", {}, `${found.more} more fit as well as the last one: ` +
+      "tell more, such as what each row reads."));
+  const next = found.next;
+  find("next-step").textContent = next ? next.action : "No step that is known leaves fewer of these.";
+  for (const {seen, tells, faults} of next ? next.branches : [])
+    find("branches").append(html("li", {}, `If ${seen}: ${tells} (${some_of(faults, 4)}).`));
+}
+
 const lanes = [{kind: "key", name: "Keys, knobs", lines: 2}, {kind: "cable", name: "Cables", lines: 3},
                {kind: "fault", name: "Faults", lines: 6}, {kind: "parallel", name: "Wrong bits", lines: 1},
                {kind: "beep", name: "Beeps", lines: 0}, {kind: "console", name: "Console", lines: 0}];
@@ -316,6 +345,7 @@ function plot_rounds() {
 }
 
 tell_head();
+tell_diagnosis();
 tell_margins();
 tell_console();
 begin_slider();

@@ -1,0 +1,23 @@
+// k4sim diagnose.
+#pragma once
+
+#include <string>
+
+namespace k4sim {
+
+struct Options;
+struct Telling;
+
+// For the page of a run in which something failed: what may be broken.
+void add_diagnosis(Telling& telling);
+
+struct Answer {
+    std::string text;
+    bool known; // false: an unknown symptom, or too many faults that are not found
+};
+
+// What may be broken, from what was seen; or what a campaign teaches, or how well its faults are
+// found. Throws std::runtime_error for what can't be read.
+Answer answer_to(const Options& options);
+
+} // namespace k4sim
