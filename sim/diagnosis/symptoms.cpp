@@ -158,7 +158,7 @@ Symptoms symptoms_of(const Telling& telling) {
     return symptoms;
 }
 
-Symptoms symptoms_of(const std::vector<std::pair<std::string, std::string>>& rows) {
+Symptoms symptoms_of_rows(const std::vector<std::pair<std::string, std::string>>& rows) {
     Symptoms symptoms;
     for (const auto& [label, text] : rows) {
         symptoms.signs.push_back({"row " + label, without_ends(text)});

@@ -41,7 +41,7 @@ struct Symptoms {
 Symptoms symptoms_of(const Telling& telling);
 
 // Of rows alone, each a label and its text.
-Symptoms symptoms_of(const std::vector<std::pair<std::string, std::string>>& rows);
+Symptoms symptoms_of_rows(const std::vector<std::pair<std::string, std::string>>& rows);
 
 // A list of pairs, and back: of a whole record. Empty when it is no such list.
 Json as_json(const std::vector<Sign>& signs);

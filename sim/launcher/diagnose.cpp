@@ -36,7 +36,7 @@ struct Question {
 
 Question question_of(const Options& options) {
     const Inquiry& inquiry = options.inquiry;
-    if (!inquiry.rows.empty()) return {symptoms_of(inquiry.rows), inquiry.board};
+    if (!inquiry.rows.empty()) return {symptoms_of_rows(inquiry.rows), inquiry.board};
     const std::string& path = options.record.empty() ? options.files[0] : options.record;
     const bool record = !options.record.empty() || std::filesystem::is_directory(path);
     const Telling telling = record ? read_record(path) : read_console(path, read_file(path));

@@ -73,14 +73,14 @@ TEST(Diagnosis, LearnsWhatLooksTheSame) {
     EXPECT_EQ(Knowledge::learned(results).text(), knowledge.text());
     EXPECT_EQ(Knowledge::parsed(knowledge.text()).text(), knowledge.text());
     EXPECT_EQ(knowledge.classes().size(), 5);
-    const Symptoms missing = symptoms_of({{"USB Ports", "Missing USBs: 1"}});
+    const Symptoms missing = symptoms_of_rows({{"USB Ports", "Missing USBs: 1"}});
     EXPECT_THAT(faults_for(missing, "aes", knowledge)[0],
                 ElementsAre("serial-absent=1", "serial-absent=2"));
     EXPECT_THAT(faults_for(missing, "plain", knowledge),
                 ElementsAre(ElementsAre("serial-absent=1")));
     const Diagnosis anywhere = diagnosis_of(missing, "", knowledge);
     EXPECT_THAT(anywhere.candidates[0].boards, ElementsAre("aes", "plain"));
-    EXPECT_THAT(faults_for(symptoms_of({{"USB Ports", "In progress: 40"}}), "", knowledge)[0],
+    EXPECT_THAT(faults_for(symptoms_of_rows({{"USB Ports", "In progress: 40"}}), "", knowledge)[0],
                 ElementsAre("serial-byte-lost=900"));
     const Judgement same = judge(campaign(), knowledge);
     EXPECT_EQ(same.runs, 5);
@@ -110,7 +110,7 @@ TEST(Diagnosis, KnowsWhatItCantKnow) {
         {{{"USB Ports", "OK"}, {"AES/EBU", ""}}, State::nothing_failed, ""},
     };
     for (const auto& [rows, state, fault] : cases) {
-        const Diagnosis found = diagnosis_of(symptoms_of(rows), "", Knowledge::own());
+        const Diagnosis found = diagnosis_of(symptoms_of_rows(rows), "", Knowledge::own());
         EXPECT_EQ(found.state, state) << as_text(found);
         if (state == State::found) {
             EXPECT_THAT(found.candidates[0].faults, testing::Contains(fault)) << as_text(found);
