@@ -113,7 +113,7 @@ Diagnosis diagnosis_of(const Symptoms& seen, const std::string& board, const Kno
         candidates.resize(candidates_told);
     }
     diagnosis.state = Diagnosis::State::found;
-    diagnosis.next = next_step(likely(diagnosis.candidates));
+    diagnosis.next = step_for(likely(diagnosis.candidates));
     return diagnosis;
 }
 

@@ -219,7 +219,7 @@ std::vector<std::string> faults_of(const std::vector<Candidate>& candidates) {
 
 } // namespace
 
-std::optional<NextStep> next_step(const std::vector<Candidate>& candidates) {
+std::optional<NextStep> step_for(const std::vector<Candidate>& candidates) {
     const std::vector<std::string> faults = faults_of(candidates);
     const Step* best = nullptr;
     auto least = static_cast<double>(faults.size());

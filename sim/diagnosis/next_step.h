@@ -22,6 +22,6 @@ struct NextStep {
 };
 
 // The step that leaves the fewest faults on average; empty where none leaves fewer.
-std::optional<NextStep> next_step(const std::vector<Candidate>& candidates);
+std::optional<NextStep> step_for(const std::vector<Candidate>& candidates);
 
 } // namespace k4sim

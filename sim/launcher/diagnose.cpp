@@ -51,6 +51,11 @@ void add_diagnosis(Telling& telling) {
     if (diagnosis.state != Diagnosis::State::nothing_failed) telling.diagnosis = as_json(diagnosis);
 }
 
+std::string diagnosis_of_rows(const std::vector<std::pair<std::string, std::string>>& rows,
+                              const std::string& board) {
+    return as_json(diagnosis_of(symptoms_of_rows(rows), board, Knowledge::own())).dump();
+}
+
 Answer answer_to(const Options& options) {
     const Inquiry& inquiry = options.inquiry;
     if (!inquiry.learn.empty()) return {Knowledge::learned(results_in(inquiry.learn)).text(), true};

@@ -2,6 +2,8 @@
 #pragma once
 
 #include <string>
+#include <utility>
+#include <vector>
 
 namespace k4sim {
 
@@ -10,6 +12,10 @@ struct Telling;
 
 // For the page of a run in which something failed: what may be broken.
 void add_diagnosis(Telling& telling);
+
+// The same of rows alone, each a label and its text, as JSON.
+std::string diagnosis_of_rows(const std::vector<std::pair<std::string, std::string>>& rows,
+                              const std::string& board);
 
 struct Answer {
     std::string text;

@@ -1,5 +1,6 @@
 #include "sim/launcher/panel_desk.h"
 
+#include "sim/launcher/diagnose.h"
 #include "sim/launcher/json.h"
 #include "sim/launcher/listing.h"
 #include "sim/launcher/panel_page.h"
@@ -216,6 +217,7 @@ WebReply PanelDesk::answer(const WebRequest& request) {
         return {200, "application/toml", scenario_of(options_, done_), "panel.toml"};
     if (request.path == "/api/faults")
         return {200, "application/json", faults_as_json(matching_faults(""))};
+    if (request.path == "/api/diagnosis") return {200, "application/json", diagnosis()};
     if (const PageFile* file = find_page_file(request.path))
         return {200, std::string(file->type), std::string(file->content)};
     return refused(404, "there is nothing of that name");
@@ -408,6 +410,7 @@ void PanelDesk::look_at(const std::string& pixels, Microseconds t) {
         if (i >= situation_.rows.size() || !same_row(rows[i], situation_.rows[i]))
             row_since_[i] = t;
     situation_.rows = std::move(rows);
+    if (!situation_.rows.empty()) last_rows_ = situation_.rows;
     tell_rows();
 }
 
@@ -432,6 +435,14 @@ void PanelDesk::keep(const std::string& source, const std::string& message) {
 // To the device; one that takes nothing any more has its reason.
 void PanelDesk::say(const std::string& message) {
     if (own_end_ >= 0) send(own_end_, message.data(), message.size(), MSG_NOSIGNAL);
+}
+
+// By what stands on the rows, or stood there last.
+std::string PanelDesk::diagnosis() const {
+    std::vector<std::pair<std::string, std::string>> rows;
+    for (const ScreenRow& row : last_rows_)
+        if (!row.label.empty()) rows.emplace_back(row.label, row.status);
+    return diagnosis_of_rows(rows, std::string(name_of(boards, options_.setup.board)));
 }
 
 std::string PanelDesk::holder_message() const {

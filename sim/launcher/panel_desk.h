@@ -78,6 +78,7 @@ private:
     void keep(const std::string& source, const std::string& message);
     void say(const std::string& message);
     void tell_rows();
+    std::string diagnosis() const;
     std::string holder_message() const;
     std::string run_message() const;
 
@@ -106,6 +107,7 @@ private:
     std::vector<DoneStep> done_;
     std::set<char> held_; // keys
     Situation situation_;
+    std::vector<ScreenRow> last_rows_;    // that were lit
     std::vector<Microseconds> row_since_; // when each row came to its text
     std::string console_;
     std::map<std::string, int> streams_; // by client

@@ -25,6 +25,9 @@ constexpr PageFile page_files[] = {
     {"/device.js", script,
 #include "sim/panel/page/device.js.inc"
     },
+    {"/diagnosis.js", script,
+#include "sim/panel/page/diagnosis.js.inc"
+    },
     {"/faults.js", script,
 #include "sim/panel/page/faults.js.inc"
     },

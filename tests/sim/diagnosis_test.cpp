@@ -126,7 +126,7 @@ TEST(Diagnosis, GoesOnWithTheStepThatLeavesTheFewest) {
         {{"key-dead=5"}, ""},
     };
     for (const auto& [faults, action] : cases) {
-        const std::optional<NextStep> next = next_step({{1, {"aes"}, faults}});
+        const std::optional<NextStep> next = step_for({{1, {"aes"}, faults}});
         ASSERT_EQ(next.has_value(), *action != '\0') << faults[0];
         if (!next) continue;
         EXPECT_THAT(next->action, HasSubstr(action));

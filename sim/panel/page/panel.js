@@ -1,5 +1,6 @@
 // The page: what the run tells is shown, what is done here is told to it.
 import * as device from "./device.js";
+import * as diagnosis from "./diagnosis.js";
 import * as faults from "./faults.js";
 import * as meters from "./meters.js";
 import { act, client, listen, mayOperate, onRefusal, post } from "./link.js";
@@ -63,6 +64,7 @@ function seeRows(message) {
     meters.seeRow(row.label, row.status);
     return line;
   }));
+  diagnosis.seeRows(rows);
   byId("oled").setAttribute("aria-label", "OLED display: " +
     (rows.map((row) => `${row.label} ${row.status}`.trim()).join("; ") || "no text"));
   showTime();
@@ -103,6 +105,7 @@ function seeRun(message) {
     for (const name of ["board", "operator", "arguments", "seed"]) settings[name].value = run[name];
   }
   device.setRunning(run.runs);
+  if (!run.runs) diagnosis.seeEnd();
   showRun();
 }
 
