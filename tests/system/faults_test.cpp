@@ -278,7 +278,7 @@ TEST(Sites, AreFoundAsTheirModelsSay) {
         {"keys.star=stuck-0", "detected"},
         {"keys.encoder2.phaseA=stuck-1", "passes"},
         {"keys.5=late", "passes"},
-        {"oled.row6=dark", "passes"},
+        {"oled.segment8=dark", "passes"},
         {"panel.link.busy=stuck-1", "blocked"},
         {"cpld.id.bit3=stuck-1", "blocked"},
         {"serial1.rx.bit5=stuck-0", "detected"},
