@@ -1,7 +1,9 @@
 // What a campaign makes of its runs.
+#include "sim/campaign/coverage.h"
 #include "sim/campaign/sighting.h"
 #include "sim/campaign/time_left.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 namespace {
@@ -51,6 +53,48 @@ TEST(Campaign, TellsTheTimeLeft) {
     EXPECT_EQ(time_left_line(30, 90, 2, 100.1),
               "30 of 90 runs, 2 not as expected, 3 min 21 s left");
     EXPECT_EQ(time_left_line(1, 3601, 0, 2.0), "1 of 3601 runs, 2 h 0 min left");
+}
+
+TEST(Coverage, TellsHowMuchWhenAndWhatLooksTheSame) {
+    const struct {
+        const char *fault, *unit, *found, *text;
+        double told_at, differs_at;
+    } runs[] = {{"a", "AnalogAudio", "detected", "Loop gain -6.0 -6.0 (1)", 10, 2},
+                {"b", "AnalogAudio", "detected", "Loop gain -5.0 -9.0 (2)", 20, 30},
+                {"c", "AnalogAudio", "detected", "Voltages, loopback", 40, 5},
+                {"d|<e>", "USB Ports", "escaped", "OK", 0, 1}};
+    std::vector<Json> results;
+    for (const auto& run : runs)
+        results.push_back(
+            Json::object()
+                .set("fault", run.fault)
+                .set("board", "aes")
+                .set("unit", run.unit)
+                .set("expected", "detected")
+                .set("why", "why " + std::string(run.fault))
+                .set("class", run.found)
+                .set("verdict", "ABORTED")
+                .set("rows",
+                     Json::array().add(Json::object().set("unit", run.unit).set("text", run.text)))
+                .set("told_at", run.told_at)
+                .set("differs_at", run.differs_at));
+    const Document document = coverage_document(results);
+    const std::string markdown = as_markdown(document), page = as_page(document);
+    for (const char* const line :
+         {"3 of 4 single faults are detected (75.0 %).", "| AnalogAudio | 3 | 3 | 100.0 % | 0 |",
+          "| in all | 4 | 3 | 75.0 % | 0 | 0 | 1 | 0 | 0 |",
+          "| AnalogAudio | 10.0 | 30.0 | 30.0 | 40.0 |", // the later one of both times
+          "| AnalogAudio | 2 | 1 | 1 | 1 | 2 |",         // a and b look the same
+          "| USB Ports | why d\\|\\<e> | d\\|\\<e> (aes) |",
+          "| d\\|\\<e> on aes | detected | escaped |"})
+        EXPECT_THAT(markdown, testing::HasSubstr(line));
+    EXPECT_THAT(page, testing::HasSubstr("<td>d|&lt;e> on aes</td><td>detected</td>"));
+    const auto json = Json::parse(coverage_json(results));
+    ASSERT_TRUE(json);
+    EXPECT_EQ(json->list("runs").size(), 4U);
+    EXPECT_EQ(json->list("units").at(1).dump(),
+              R"({"unit":"USB Ports","detected":0,"misleading":0,"operator":0,"escaped":1,)"
+              R"("blocked":0,"died":0})");
 }
 
 } // namespace

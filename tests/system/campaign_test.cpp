@@ -32,6 +32,17 @@ TEST_F(Campaign, ComesToTheSameHoweverItIsDone) {
                   0);
     EXPECT_EQ(shell("sort part*/results.jsonl").out, sorted);
 
+    EXPECT_EQ(launch("coverage --out all part1 part2").out,
+              "2 of 4 single faults are detected (50.0 %); all/coverage.html tells more\n");
+    EXPECT_EQ(launch("coverage --against all/coverage.json whole").status, 0);
+    shell("sed -i '/link-dropped=eth0/s/escaped/detected/; /link-down=usb0/d' all/coverage.json");
+    const CommandResult other = launch("coverage --against all/coverage.json whole");
+    EXPECT_EQ(other.status, 1);
+    EXPECT_EQ(other.out,
+              "link-down=usb0 on engine: detected (ABORTED); in all/coverage.json: not there\n"
+              "link-dropped=eth0 on engine: escaped (ABORTED); in all/coverage.json: detected "
+              "(ABORTED)\n");
+
     // Broken off, and by a disk that was full before.
     const CommandResult broken = shell(
         "mkdir folders; export TMPDIR=$PWD/folders; " + std::string(line) +
@@ -46,10 +57,12 @@ TEST_F(Campaign, ComesToTheSameHoweverItIsDone) {
               shell("cut -d, -f1 whole/costs.jsonl | sort").out)
         << "each once";
 
+    shell("cp -r whole mixed; echo {} > mixed/campaign.json");
     EXPECT_THAT(campaign("--out whole --seed 2").error, HasSubstr("choose another folder"));
     EXPECT_THAT(
         shell("flock whole/results.jsonl " + std::string(line) + "--out whole" + program).error,
         HasSubstr("in use by another campaign"));
+    EXPECT_THAT(launch("coverage whole mixed").error, HasSubstr("can't be joined"));
     shell("sed -i 2s/.*/nothing/ whole/results.jsonl");
     EXPECT_THAT(campaign("--out whole").error, HasSubstr("line 2 of whole/results.jsonl"));
 }
