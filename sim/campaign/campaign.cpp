@@ -6,6 +6,7 @@
 #include "sim/campaign/sighting.h"
 #include "sim/campaign/single_faults.h"
 #include "sim/campaign/time_left.h"
+#include "sim/setup_choices.h"
 
 #include <algorithm>
 #include <cstdio>
@@ -72,7 +73,8 @@ private:
 
     void see_good(const std::string& board, const FinishedRun& run) {
         Sighting seen = look_at(run, "board " + board);
-        if (seen.verdict != "PASSED" && seen.verdict != "ABORTED")
+        const bool can_pass = board == name_of(boards, Board::aes); // others have no AES/EBU
+        if (seen.verdict != "PASSED" && (can_pass || seen.verdict != "ABORTED"))
             throw std::runtime_error("without a fault the program came to " + seen.verdict +
                                      " on board " + board +
                                      ": there is nothing to compare faults with");

@@ -122,6 +122,7 @@ Sighting sighting_of(const std::string& folder) {
         if (event.what->event.text("source") != "fault")
             seen.events.push_back(with_picture(event, telling));
     seen.perceived = perceived_in(seen.events);
+    seen.signs = symptoms_of(telling).signs;
     return seen;
 }
 
@@ -151,6 +152,7 @@ Json result_of(const SingleFault& fault, const Sighting& run, const Sighting& go
     if (const StatusRow* const row = row_of(run, fault.unit); found == "detected" && row != nullptr)
         result.set("told_at", in_seconds(came_to_rest(*row)));
     return result.set("margins", smallest_of_each(run.ledger))
+        .set("symptoms", as_json(run.signs))
         .set("left_safe", run.left_safe)
         .set("seconds", run.seconds);
 }

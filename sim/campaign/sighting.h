@@ -3,6 +3,7 @@
 #pragma once
 
 #include "sim/campaign/single_faults.h"
+#include "sim/diagnosis/symptoms.h"
 #include "sim/story/events.h"
 #include "sim/story/margins.h"
 
@@ -25,6 +26,7 @@ struct Sighting {
     // What only a person notices, each kind once: tones, lamps, light of the glass, the picture of
     // the lamp test, and the last one.
     std::set<std::string> perceived;
+    std::vector<Sign> signs; // by which it is known again
 };
 
 // Of the record in a folder. Throws std::runtime_error when it is none, or not complete.
@@ -45,7 +47,8 @@ std::string class_of(const SingleFault& fault, const Sighting& run, const Sighti
 // "verdict", "rows" (of each its "unit" and last "text"), "differs_at" (the second of the first
 // event that the good run has not, if there is any), "told_at" (since when the row at fault stood
 // at its last text, of one that was detected), "margins" (the smallest of each row that judged
-// anything), "left_safe" and "seconds". Every second is a virtual one.
+// anything), "symptoms" (by which a diagnosis knows it again), "left_safe" and "seconds". Every
+// second is a virtual one.
 Json result_of(const SingleFault& fault, const Sighting& run, const Sighting& good);
 
 // A text without the levels and counts behind it, which are others in each run.
