@@ -11,7 +11,7 @@ namespace k4sim {
 namespace {
 
 constexpr std::int64_t rate_hz = 48'000;
-constexpr Microseconds longest_sound = 4 * 3600 * us_per_second;
+constexpr Microseconds longest_sound = Microseconds{4} * 3600 * us_per_second;
 constexpr std::size_t piece_bytes = 96'000;
 constexpr int loudness = 8192; // -12 dB
 

@@ -317,7 +317,7 @@ void take_run(Options& options, const std::vector<Said>& said,
 void take_panel(Options& options, const std::vector<Said>& said,
                 const std::vector<std::string>& program) {
     options.setup.pace = 1;
-    options.setup.limit_us = 24 * 3600 * us_per_second;
+    options.setup.limit_us = Microseconds{24} * 3600 * us_per_second;
     take_program(options, said, program);
 }
 

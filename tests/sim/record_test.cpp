@@ -143,8 +143,9 @@ TEST_F(RecordTest, ReportsTheTextsOfEachUnitAndWhenTheyCame) {
     write_reports(record, {"x", Verdict::aborted, {true, 11}, {"step 2"}});
     nlohmann::json report = nlohmann::json::parse(read("report.json"));
     const nlohmann::json units = std::exchange(report.at("units"), nlohmann::json::array());
-    EXPECT_EQ(report, nlohmann::json::parse(
-                          R"({"verdict": "ABORTED", "why": "", "record": "cut", "signal": 11,
+    EXPECT_EQ(report,
+              nlohmann::json::parse(
+                  R"({"verdict": "ABORTED", "why": "", "board": "", "record": "cut", "signal": 11,
                   "death": {"thread": 2, "address": "0x7", "place": "an unknown place"}, "seconds": 5.0,
                   "left_safe": true, "left_on": [], "never_struck": ["step 2"],
                   "units": [], "margins": []})"));
