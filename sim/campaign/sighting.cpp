@@ -32,6 +32,13 @@ Event with_picture(const Event& event, const Telling& telling) {
             std::make_shared<Happening>(Happening{whole, whole.dump() + telling.picture(*file)})};
 }
 
+// When the tone of an event is over by itself; empty of what is none.
+std::optional<Microseconds> end_of_tone(const Event& event) {
+    const auto length_ms = event.what->event.integer("ms");
+    if (event.what->event.text("event") != "tone" || !length_ms) return std::nullopt;
+    return event.t + *length_ms * 1000;
+}
+
 bool is_picture(const Event& event) { return event.what->event.text("event") == "picture"; }
 
 // The pictures of the lamp test, where it stood long enough, and the last one; those between tell
@@ -39,10 +46,15 @@ bool is_picture(const Event& event) { return event.what->event.text("event") == 
 std::set<std::string> perceived_in(const std::vector<Event>& events) {
     std::set<std::string> perceived;
     std::string mode, last;
+    std::optional<Microseconds> tone_ends;
     for (const Event& event : events) {
         const Happening& what = *event.what;
         mode = what.event.text("mode").value_or(mode);
         if (is_picture(event)) last = what.text;
+        if (what.event.text("source") == "speaker") {
+            if (tone_ends && event.t > *tone_ends) perceived.insert("a tone without an end");
+            tone_ends = end_of_tone(event);
+        }
         if (is_picture(event) ? mode == "all-on" : is_perceived(what)) perceived.insert(what.text);
     }
     perceived.insert("last " + last);
@@ -65,6 +77,23 @@ bool tells(const std::string& unit, const Sighting& run, const Sighting& good) {
     const StatusRow* const row = row_of(run, unit);
     const StatusRow* const as_good = row_of(good, unit);
     return row != nullptr && (as_good == nullptr || row->status() != as_good->status());
+}
+
+// Whether the glass tells which rows they are.
+bool all_readable(const Sighting& run, const Sighting& good) {
+    return std::ranges::all_of(
+        good.rows, [&](const StatusRow& row) { return row_of(run, row.label) != nullptr; });
+}
+
+// Whether the program did the same to all but the glass, in the same order.
+bool acted_alike(const Sighting& run, const Sighting& good) {
+    const auto acts = [](const Sighting& one) {
+        std::vector<std::string_view> texts;
+        for (const Event& event : one.events)
+            if (event.what->event.text("source") != "oled") texts.push_back(event.what->text);
+        return texts;
+    };
+    return acts(run) == acts(good);
 }
 
 // Since when it stood at its last text, but for levels and counts.
@@ -129,9 +158,11 @@ Sighting sighting_of(const std::string& folder) {
 std::string class_of(const SingleFault& fault, const Sighting& run, const Sighting& good) {
     if (run.verdict == "DIED") return "died";
     if (run.verdict == "UNDECIDED") return "blocked";
-    if (run.verdict == good.verdict && last_texts(run) == last_texts(good))
+    const bool well = last_texts(run) == last_texts(good) || acted_alike(run, good);
+    if (run.verdict == good.verdict && well)
         return run.perceived == good.perceived ? "escaped" : "operator";
-    return fault.unit.empty() || tells(fault.unit, run, good) ? "detected" : "misleading";
+    if (fault.unit.empty() || tells(fault.unit, run, good)) return "detected";
+    return all_readable(run, good) ? "misleading" : "operator";
 }
 
 Json result_of(const SingleFault& fault, const Sighting& run, const Sighting& good) {
