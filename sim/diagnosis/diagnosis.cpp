@@ -126,6 +126,7 @@ std::string as_text(const Diagnosis& diagnosis) {
         text +=
             line("%zu more fit as well as the last one: tell more, such as what each row reads.\n",
                  diagnosis.more);
+    if (diagnosis.candidates.size() == 1 && diagnosis.candidates[0].faults.size() == 1) return text;
     if (!diagnosis.next) return text + "\nNext: no step that is known leaves fewer of these.\n";
     text.append("\nNext: ").append(diagnosis.next->action).append("\n");
     for (const Branch& branch : diagnosis.next->branches) {

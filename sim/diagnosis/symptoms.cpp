@@ -14,7 +14,8 @@ namespace {
 constexpr std::string_view all_kinds[] = {"course", "line", "missed", "row", "verdict"};
 constexpr std::size_t most_of_a_course = 12;
 constexpr std::size_t digits_of_a_name = 4;
-constexpr std::string_view banner = "*****"; // of each day another one
+constexpr std::string_view banner = "*****";                // of each day another one
+constexpr std::string_view board_line = "AES/EBU hardware"; // whose number is the board's
 
 // Numbers nearer than this are the same: another run of the same device is as far away.
 constexpr double same_within = 0.4;
@@ -84,7 +85,9 @@ public:
 
     void add_console(const std::vector<StatusText>& lines) {
         for (const StatusText& line : lines)
-            if (!line.text.starts_with(banner)) add("line", shaped(line.text).shape);
+            if (!line.text.starts_with(banner))
+                add("line",
+                    line.text.starts_with(board_line) ? line.text : shaped(line.text).shape);
     }
 
     void add_margins(const std::vector<Margin>& ledger) {
