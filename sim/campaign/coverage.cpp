@@ -2,7 +2,7 @@
 
 #include "sim/campaign/results.h"
 #include "sim/campaign/sighting.h"
-#include "sim/launcher/record_folder.h"
+#include "sim/formats/write_all.h"
 #include "sim/story/sources.h"
 
 #include <algorithm>

@@ -2,7 +2,7 @@
 #pragma once
 
 #include "sim/campaign/document.h"
-#include "sim/launcher/json.h"
+#include "sim/formats/json.h"
 
 #include <string>
 #include <vector>

@@ -1,7 +1,6 @@
 #include "sim/campaign/results.h"
 
-#include "sim/launcher/record_folder.h"
-#include "sim/launcher/write_all.h"
+#include "sim/formats/write_all.h"
 #include "sim/story/sources.h"
 
 #include <cerrno>

@@ -1,7 +1,7 @@
 // The results of a campaign in its folder, as far as it came.
 #pragma once
 
-#include "sim/launcher/json.h"
+#include "sim/formats/json.h"
 
 #include <string>
 #include <string_view>

@@ -3,7 +3,7 @@
 
 #include "sim/campaign/crew.h"
 #include "sim/campaign/sighting.h"
-#include "sim/launcher/json.h"
+#include "sim/formats/json.h"
 
 #include <cstdint>
 #include <string>

@@ -1,7 +1,7 @@
 #include "sim/campaign/sighting.h"
 
-#include "sim/launcher/json.h"
-#include "sim/launcher/short_number.h"
+#include "sim/formats/json.h"
+#include "sim/formats/short_number.h"
 #include "sim/story/sources.h"
 
 #include <algorithm>

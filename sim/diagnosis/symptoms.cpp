@@ -1,6 +1,6 @@
 #include "sim/diagnosis/symptoms.h"
 
-#include "sim/launcher/short_number.h"
+#include "sim/formats/short_number.h"
 
 #include <algorithm>
 #include <charconv>

@@ -1,7 +1,7 @@
 // What a run shows of a fault to those who see only the rows, the console and what was measured.
 #pragma once
 
-#include "sim/launcher/json.h"
+#include "sim/formats/json.h"
 #include "sim/story/page.h"
 
 #include <string>

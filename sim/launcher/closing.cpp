@@ -1,6 +1,6 @@
 #include "sim/launcher/closing.h"
 
-#include "sim/launcher/short_number.h"
+#include "sim/formats/short_number.h"
 #include "sim/story/reasons.h"
 
 #include <algorithm>

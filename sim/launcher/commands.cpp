@@ -1,9 +1,9 @@
 #include "sim/launcher/commands.h"
 
 #include "sim/campaign/single_faults.h"
+#include "sim/formats/short_number.h"
 #include "sim/launcher/fault_setting.h"
 #include "sim/launcher/scenario.h"
-#include "sim/launcher/short_number.h"
 #include "sim/models/faults.h"
 #include "sim/models/nearest.h"
 #include "sim/models/surroundings.h"

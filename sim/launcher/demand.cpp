@@ -1,7 +1,7 @@
 #include "sim/launcher/demand.h"
 
-#include "sim/launcher/json.h"
-#include "sim/launcher/short_number.h"
+#include "sim/formats/json.h"
+#include "sim/formats/short_number.h"
 
 #include <algorithm>
 #include <fnmatch.h>

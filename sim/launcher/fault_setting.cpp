@@ -1,6 +1,6 @@
 #include "sim/launcher/fault_setting.h"
 
-#include "sim/launcher/short_number.h"
+#include "sim/formats/short_number.h"
 
 #include <charconv>
 

@@ -1,8 +1,8 @@
 #include "sim/launcher/listing.h"
 
-#include "sim/launcher/json.h"
+#include "sim/formats/json.h"
+#include "sim/formats/short_number.h"
 #include "sim/launcher/options.h"
-#include "sim/launcher/short_number.h"
 #include "sim/models/joints/fault_sites.h"
 #include "sim/models/nearest.h"
 #include "sim/models/universe.h"

@@ -1,10 +1,10 @@
 #include "sim/launcher/panel_desk.h"
 
+#include "sim/formats/json.h"
+#include "sim/formats/short_number.h"
 #include "sim/launcher/diagnose.h"
-#include "sim/launcher/json.h"
 #include "sim/launcher/listing.h"
 #include "sim/launcher/panel_page.h"
-#include "sim/launcher/short_number.h"
 #include "sim/launcher/signals.h"
 #include "sim/models/panel/keys.h"
 #include "sim/operator/action.h"

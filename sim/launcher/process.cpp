@@ -1,10 +1,10 @@
 #include "sim/launcher/process.h"
 
+#include "sim/formats/write_all.h"
 #include "sim/launcher/guard.h"
 #include "sim/launcher/handshake.h"
 #include "sim/launcher/options.h"
 #include "sim/launcher/signals.h"
-#include "sim/launcher/write_all.h"
 #include "sim/programs/environment.h"
 #include "sim/setup_process.h"
 

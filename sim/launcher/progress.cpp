@@ -1,6 +1,6 @@
 #include "sim/launcher/progress.h"
 
-#include "sim/launcher/write_all.h"
+#include "sim/formats/write_all.h"
 
 #include <algorithm>
 #include <array>

@@ -1,6 +1,6 @@
 #include "sim/launcher/record.h"
 
-#include "sim/launcher/json.h"
+#include "sim/formats/json.h"
 #include "sim/launcher/repeats.h"
 #include "sim/launcher/symbols.h"
 #include "sim/operator/screen_reader.h"

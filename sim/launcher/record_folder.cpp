@@ -1,7 +1,7 @@
 #include "sim/launcher/record_folder.h"
 
+#include "sim/formats/write_all.h"
 #include "sim/launcher/options.h"
-#include "sim/launcher/write_all.h"
 
 #include <cerrno>
 #include <cstdio>
@@ -19,7 +19,6 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr std::string_view part_suffix = ".part"; // of a file that is being written
 constexpr mode_t file_mode = 0666;
 
 bool all_digits(std::string_view text) {
@@ -45,16 +44,6 @@ bool is_sound(std::string_view name) {
             name.substr(digits).starts_with("-device"));
 }
 
-bool write_file(const std::string& path, int flags, std::string_view bytes) {
-    const int file = open(path.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC | flags, file_mode);
-    if (file < 0) return false;
-    const bool written = write_all(file, bytes);
-    const int error = errno;
-    if (close(file) != 0) return false;
-    errno = error;
-    return written;
-}
-
 bool set_content(int descriptor, std::string_view text) {
     return lseek(descriptor, 0, SEEK_SET) == 0 && ftruncate(descriptor, 0) == 0 &&
            write_all(descriptor, text);
@@ -67,16 +56,6 @@ std::string reason() { return std::string(" (") + std::strerror(errno) + ")"; }
 }
 
 } // namespace
-
-bool write_whole(const std::string& path, std::string_view bytes) {
-    const std::string part = path + std::string(part_suffix);
-    if (write_file(part, O_TRUNC, bytes) && std::rename(part.c_str(), path.c_str()) == 0)
-        return true;
-    const int error = errno;
-    unlink(part.c_str());
-    errno = error;
-    return false;
-}
 
 RecordFolder::RecordFolder(std::string path) : path_(std::move(path)) {
     if (!keeps()) return;

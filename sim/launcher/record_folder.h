@@ -15,9 +15,6 @@ inline constexpr std::string_view marker_name = "k4sim-record";
 inline constexpr std::string_view sound_folder_name = "wave";
 inline constexpr std::string_view beeps_name = "beeps.wav";
 
-// A whole file, with all its bytes or not at all; false, with errno, when it can't be written.
-bool write_whole(const std::string& path, std::string_view bytes);
-
 class RecordFolder {
 public:
     // Made with its parents if need be. The files of an earlier record in it go, and nothing

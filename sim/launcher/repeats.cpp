@@ -1,6 +1,6 @@
 #include "sim/launcher/repeats.h"
 
-#include "sim/launcher/json.h"
+#include "sim/formats/json.h"
 
 #include <algorithm>
 

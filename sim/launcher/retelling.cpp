@@ -1,8 +1,8 @@
 #include "sim/launcher/retelling.h"
 
+#include "sim/formats/write_all.h"
 #include "sim/launcher/diagnose.h"
 #include "sim/launcher/options.h"
-#include "sim/launcher/record_folder.h"
 #include "sim/story/sources.h"
 
 #include <cerrno>

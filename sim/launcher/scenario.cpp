@@ -1,10 +1,10 @@
 #include "sim/launcher/scenario.h"
 
+#include "sim/formats/short_number.h"
 #include "sim/launcher/event_kinds.h"
 #include "sim/launcher/fault_setting.h"
 #include "sim/launcher/options.h"
 #include "sim/launcher/scenario_file.h"
-#include "sim/launcher/short_number.h"
 #include "sim/models/faults.h"
 #include "sim/models/nearest.h"
 #include "sim/models/universe.h"

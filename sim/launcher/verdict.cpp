@@ -1,8 +1,8 @@
 #include "sim/launcher/verdict.h"
 
+#include "sim/formats/json.h"
+#include "sim/formats/short_number.h"
 #include "sim/launcher/diagnose.h"
-#include "sim/launcher/json.h"
-#include "sim/launcher/short_number.h"
 #include "sim/models/nearest.h"
 #include "sim/story/sources.h"
 

@@ -1,7 +1,7 @@
 #include "sim/launcher/wire_file.h"
 
+#include "sim/formats/write_all.h"
 #include "sim/launcher/options.h"
-#include "sim/launcher/write_all.h"
 #include "sim/models/wires.h"
 
 #include <cerrno>

@@ -1,6 +1,6 @@
 #include "sim/story/differences.h"
 
-#include "sim/launcher/short_number.h"
+#include "sim/formats/short_number.h"
 #include "sim/story/events.h"
 #include "sim/story/sources.h"
 

@@ -1,7 +1,7 @@
 // The events of a record, with what repeats itself there as often as it came.
 #pragma once
 
-#include "sim/launcher/json.h"
+#include "sim/formats/json.h"
 #include "sim/models/surroundings.h"
 
 #include <memory>

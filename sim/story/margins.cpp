@@ -1,6 +1,6 @@
 #include "sim/story/margins.h"
 
-#include "sim/launcher/short_number.h"
+#include "sim/formats/short_number.h"
 #include "sim/story/readings.h"
 
 #include <algorithm>

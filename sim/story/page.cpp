@@ -1,6 +1,6 @@
 #include "sim/story/page.h"
 
-#include "sim/launcher/short_number.h"
+#include "sim/formats/short_number.h"
 #include "sim/story/readings.h"
 
 #include <algorithm>

@@ -1,7 +1,7 @@
 // report.html: the run as a story, in one file that needs nothing else.
 #pragma once
 
-#include "sim/launcher/json.h"
+#include "sim/formats/json.h"
 #include "sim/story/margins.h"
 #include "sim/story/story.h"
 

@@ -1,6 +1,6 @@
 #include "sim/story/sources.h"
 
-#include "sim/launcher/short_number.h"
+#include "sim/formats/short_number.h"
 #include "sim/story/events.h"
 #include "sim/story/readings.h"
 #include "sim/story/reasons.h"

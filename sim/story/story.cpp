@@ -1,6 +1,6 @@
 #include "sim/story/story.h"
 
-#include "sim/launcher/json.h"
+#include "sim/formats/json.h"
 
 #include <algorithm>
 #include <utility>

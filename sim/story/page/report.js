@@ -98,8 +98,10 @@ function tell_diagnosis() {
     find("candidates").append(html("li", {}, `${found.more} more fit as well as the last one: ` +
       "tell more, such as what each row reads."));
   const next = found.next;
-  find("next-step").textContent = next ? next.action : "No step that is known leaves fewer of these.";
-  for (const {seen, tells, faults} of next ? next.branches : [])
+  find("apart").hidden = !next;
+  if (!next) return;
+  find("next-step").textContent = next.action;
+  for (const {seen, tells, faults} of next.branches)
     find("branches").append(html("li", {}, `If ${seen}: ${tells} (${some_of(faults, 4)}).`));
 }
 

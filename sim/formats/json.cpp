@@ -1,4 +1,4 @@
-#include "sim/launcher/json.h"
+#include "sim/formats/json.h"
 
 #include <nlohmann/json.hpp>
 #include <utility>

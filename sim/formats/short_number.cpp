@@ -1,4 +1,4 @@
-#include "sim/launcher/short_number.h"
+#include "sim/formats/short_number.h"
 
 #include <array>
 #include <cmath>
