@@ -158,11 +158,12 @@ Sighting sighting_of(const std::string& folder) {
 std::string class_of(const SingleFault& fault, const Sighting& run, const Sighting& good) {
     if (run.verdict == "DIED") return "died";
     if (run.verdict == "UNDECIDED") return "blocked";
-    const bool well = last_texts(run) == last_texts(good) || acted_alike(run, good);
+    const bool readable = all_readable(run, good);
+    const bool well = last_texts(run) == last_texts(good) || (!readable && acted_alike(run, good));
     if (run.verdict == good.verdict && well)
         return run.perceived == good.perceived ? "escaped" : "operator";
     if (fault.unit.empty() || tells(fault.unit, run, good)) return "detected";
-    return all_readable(run, good) ? "misleading" : "operator";
+    return run.verdict == "ABORTED" && !readable ? "operator" : "misleading";
 }
 
 Json result_of(const SingleFault& fault, const Sighting& run, const Sighting& good) {

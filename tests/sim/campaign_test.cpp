@@ -19,6 +19,15 @@ Sighting sighting(const std::string& verdict, const std::string& usb, const std:
     return seen;
 }
 
+// A row can't be read, and the operator did something else or not.
+Sighting garbled(Sighting seen, bool acted_otherwise) {
+    seen.rows.at(0).label = "U?B Ports";
+    const Json press = Json::object().set("source", "operator").set("event", "press");
+    if (acted_otherwise)
+        seen.events.push_back({1, std::make_shared<Happening>(Happening{press, press.dump()})});
+    return seen;
+}
+
 TEST(Campaign, TellsTheClassOfARunByTheRunWithoutAFault) {
     const Sighting passes = sighting("PASSED", "OK", "OK");
     const Sighting ended = sighting("ABORTED", "OK", "");
@@ -39,6 +48,10 @@ TEST(Campaign, TellsTheClassOfARunByTheRunWithoutAFault) {
         {"USB Ports", ended, sighting("ABORTED", "OK", "", "400 Hz"), "operator"},
         {"USB Ports", ended, sighting("ABORTED", "Not running", ""), "detected"},
         {"AnalogAudio", ended, sighting("ABORTED", "Not running", ""), "misleading"},
+        {"USB Ports", ended, garbled(sighting("ABORTED", "OK", "", "400 Hz"), false), "operator"},
+        {"USB Ports", ended, garbled(sighting("ABORTED", "OK", ""), false), "escaped"},
+        {"USB Ports", ended, garbled(sighting("ABORTED", "OK", ""), true), "operator"},
+        {"USB Ports", ended, garbled(sighting("NOT STARTED", "OK", ""), true), "misleading"},
         {"USB Ports", passes, sighting("UNDECIDED", "Not running", "OK"), "blocked"},
         {"USB Ports", passes, sighting("DIED", "Not running", "OK"), "died"},
     };
