@@ -21,10 +21,7 @@ namespace {
 constexpr int status_unexpected = 1;
 constexpr int status_broken_off = 130;
 
-std::string name_of(const Json& result) {
-    return result.text("fault").value_or("") + " on " + result.text("board").value_or("");
-}
-std::string name_of(const SingleFault& fault) { return fault.fault + " on " + fault.board; }
+std::string run_name(const SingleFault& fault) { return fault.fault + " on " + fault.board; }
 
 bool as_expected(const Json& result) {
     const std::string expected = result.text("expected").value_or("");
@@ -47,11 +44,11 @@ private:
     std::vector<SingleFault> all_left() const {
         std::set<std::string> done;
         for (const Json& result : results_.all())
-            done.insert(name_of(result));
+            done.insert(run_name(result));
         std::vector<SingleFault> left;
         const std::vector<SingleFault> all = single_faults(plan_.pattern, plan_.boards);
         for (std::size_t i = plan_.shard.number - 1; i < all.size(); i += plan_.shard.of)
-            if (!done.contains(name_of(all[i]))) left.push_back(all[i]);
+            if (!done.contains(run_name(all[i]))) left.push_back(all[i]);
         return left;
     }
 
@@ -88,7 +85,7 @@ private:
             [&](const FinishedRun& run) {
                 const SingleFault& fault = left_[run.number];
                 const Json result =
-                    result_of(fault, look_at(run, name_of(fault)), good_[fault.board]);
+                    result_of(fault, look_at(run, run_name(fault)), good_[fault.board]);
                 results_.add(result, cost_of(fault.fault, fault.board, run));
                 progress.one_done(as_expected(result));
             });
@@ -110,7 +107,7 @@ bool tell(const std::vector<Json>& results) {
         ++counts[found];
         if (!as_expected(result)) {
             const std::string expected = result.text("expected").value_or("");
-            surprises.push_back(name_of(result) + ": " + found +
+            surprises.push_back(run_name(result) + ": " + found +
                                 (expected.empty() ? "" : ", expected was " + expected));
         }
     }

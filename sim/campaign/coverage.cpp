@@ -2,11 +2,11 @@
 
 #include "sim/campaign/results.h"
 #include "sim/campaign/sighting.h"
+#include "sim/formats/short_number.h"
 #include "sim/formats/write_all.h"
 #include "sim/story/sources.h"
 
 #include <algorithm>
-#include <array>
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
@@ -25,19 +25,9 @@ std::string member(const Json& result, std::string_view name) {
     return result.text(name).value_or("");
 }
 
-std::string run_name(const Json& result) {
-    return member(result, "fault") + " on " + member(result, "board");
-}
-
 std::string unit_name(const Json& result) {
     const std::string unit = member(result, "unit");
     return unit.empty() ? "(no row)" : unit;
-}
-
-std::string with_decimals(double number, int decimals) {
-    std::array<char, 40> text{};
-    std::snprintf(text.data(), text.size(), "%.*f", decimals, number);
-    return text.data();
 }
 
 std::string percent(std::size_t part, std::size_t all) {

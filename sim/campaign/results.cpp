@@ -88,4 +88,8 @@ std::vector<Json> json_lines(const std::string& path) {
     return lines;
 }
 
+std::string run_name(const Json& result) {
+    return result.text("fault").value_or("") + " on " + result.text("board").value_or("");
+}
+
 } // namespace k4sim

@@ -9,6 +9,9 @@
 
 namespace k4sim {
 
+// "FAULT on BOARD", of a result.
+std::string run_name(const Json& result);
+
 inline constexpr std::string_view results_name = "results.jsonl";  // one object a line
 inline constexpr std::string_view costs_name = "costs.jsonl";      // what each run took here
 inline constexpr std::string_view identity_name = "campaign.json"; // what was run, and how

@@ -155,15 +155,17 @@ Sighting sighting_of(const std::string& folder) {
     return seen;
 }
 
+bool ended_well(const Sighting& run, const Sighting& good) {
+    return run.verdict == good.verdict && (last_texts(run) == last_texts(good) ||
+                                           (!all_readable(run, good) && acted_alike(run, good)));
+}
+
 std::string class_of(const SingleFault& fault, const Sighting& run, const Sighting& good) {
     if (run.verdict == "DIED") return "died";
     if (run.verdict == "UNDECIDED") return "blocked";
-    const bool readable = all_readable(run, good);
-    const bool well = last_texts(run) == last_texts(good) || (!readable && acted_alike(run, good));
-    if (run.verdict == good.verdict && well)
-        return run.perceived == good.perceived ? "escaped" : "operator";
+    if (ended_well(run, good)) return run.perceived == good.perceived ? "escaped" : "operator";
     if (fault.unit.empty() || tells(fault.unit, run, good)) return "detected";
-    return run.verdict == "ABORTED" && !readable ? "operator" : "misleading";
+    return run.verdict == "ABORTED" && !all_readable(run, good) ? "operator" : "misleading";
 }
 
 Json result_of(const SingleFault& fault, const Sighting& run, const Sighting& good) {

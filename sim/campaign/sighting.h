@@ -32,6 +32,11 @@ struct Sighting {
 // Of the record in a folder. Throws std::runtime_error when it is none, or not complete.
 Sighting sighting_of(const std::string& folder);
 
+// Whether a run came to what the run without a fault came to, by the rows or, where the glass can't
+// be read, by all else that the program did: on a board without AES/EBU somebody has to end even
+// that.
+bool ended_well(const Sighting& run, const Sighting& good);
+
 // Of a run with a fault, by the run without one:
 // - "detected": it did not end well, and the row that the fault is a concern of says so
 // - "misleading": it did not end well, but that row says nothing
@@ -40,8 +45,6 @@ Sighting sighting_of(const std::string& folder);
 // - "escaped": it ended well
 // - "blocked": it had to be ended from outside
 // - "died": the program did
-// Well is what the run without a fault came to, by the rows or, where the glass can't be read, by
-// all else that the program did: on a board without AES/EBU somebody has to end even that.
 std::string class_of(const SingleFault& fault, const Sighting& run, const Sighting& good);
 
 // All that a campaign keeps of a run, as one object: the members of SingleFault, "class",

@@ -11,22 +11,12 @@
 
 namespace k4sim {
 
-namespace {
-
-bool matches(const std::string& name, const std::string& pattern) {
-    if (pattern.find_first_of("*?[") == std::string::npos)
-        return name.find(pattern) != std::string::npos;
-    return fits_pattern(pattern, name);
-}
-
-} // namespace
-
 std::vector<SingleFault> single_faults(const std::string& pattern,
                                        const std::vector<Board>& chosen) {
     std::vector<SingleFault> faults;
     for (const Board board : chosen)
         for (const auto& [fault, unit, expected, why] : universe(board))
-            if (matches(fault, pattern))
+            if (is_named_like(pattern, fault))
                 faults.push_back({fault, std::string(name_of(boards, board)), std::string(unit),
                                   std::string(name_of(expected)), std::string(why)});
     if (faults.empty())

@@ -149,11 +149,9 @@ private:
                        ? ""
                        : "nobody could end it, and no fault there is known for that";
         if (!seen.left_safe && run.inputs_in_reach()) return "the inputs were left on";
-        const std::string found = class_of({"", run.board, "", "", ""}, seen, good_.at(run.board));
-        const bool ended_well = found == "escaped" || found == "operator";
-        if (run.faults.empty() && !ended_well) return "a good device did not come to a good end";
-        if (ended_well && run.has_one("detected", true))
-            return "a fault that has to be detected was not";
+        const bool well = ended_well(seen, good_.at(run.board));
+        if (run.faults.empty() && !well) return "a good device did not come to a good end";
+        if (well && run.has_one("detected", true)) return "a fault that has to be detected was not";
         return "";
     }
 

@@ -18,6 +18,12 @@ std::string short_number(double number) {
     return text.data();
 }
 
+std::string with_decimals(double number, int decimals) {
+    std::array<char, 400> text{};
+    std::snprintf(text.data(), text.size(), "%.*f", decimals, number);
+    return text.data();
+}
+
 double in_seconds(Microseconds time) {
     return static_cast<double>(time) / static_cast<double>(us_per_second);
 }

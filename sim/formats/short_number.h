@@ -11,6 +11,9 @@ namespace k4sim {
 // Without needless digits: "0.75", "600".
 std::string short_number(double number);
 
+// With so many digits behind the point.
+std::string with_decimals(double number, int decimals);
+
 // A virtual time in seconds, as a number and as such a text.
 double in_seconds(Microseconds time);
 std::string short_seconds(Microseconds time);

@@ -5,7 +5,6 @@
 
 #include <algorithm>
 #include <array>
-#include <cstdio>
 #include <cstring>
 
 namespace k4sim {
@@ -23,14 +22,8 @@ std::string joined(const std::vector<std::string>& texts) {
     return all;
 }
 
-std::string in_tenths(double number) {
-    std::array<char, 40> text{};
-    std::snprintf(text.data(), text.size(), "%.1f", number);
-    return text.data();
-}
-
 std::string virtual_seconds(const Observation& seen) {
-    return in_tenths(in_seconds(seen.duration_us)) + " virtual seconds";
+    return with_decimals(in_seconds(seen.duration_us), 1) + " virtual seconds";
 }
 
 std::string rows_ok(const Observation& seen) {
@@ -155,7 +148,7 @@ std::string closing_line(const Outcome& outcome, const Observation& seen, std::s
                          std::string_view gap) {
     std::string line = std::string(verdict_name(outcome.verdict)) + ": " + outcome.why +
                        (outcome.verdict == Verdict::passed ? " after " : ", after ") +
-                       virtual_seconds(seen) + " (" + in_tenths(outcome.real_s) + " s)";
+                       virtual_seconds(seen) + " (" + with_decimals(outcome.real_s, 1) + " s)";
     if (const Margin* margin = smallest(outcome.ledger))
         line += "; smallest margin " + in_words(*margin);
     if (!seen.unsafe().empty())

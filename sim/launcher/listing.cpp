@@ -74,12 +74,6 @@ std::string line(std::string_view head, std::string_view text) {
     return text.empty() ? "" : pad("    " + std::string(head), 12).append(text) + "\n";
 }
 
-bool matches(std::string_view name, const std::string& pattern) {
-    if (pattern.find_first_of("*?[") == std::string::npos)
-        return name.find(pattern) != std::string_view::npos;
-    return fits_pattern(pattern, name);
-}
-
 struct BoardFault {
     std::string_view board;
     const SiteFault* fault;
@@ -90,7 +84,7 @@ std::vector<BoardFault> matching_universe(std::optional<Board> chosen, const std
     for (const auto& [board, name] : boards)
         if (chosen ? board == *chosen : board != Board::none)
             for (const SiteFault& fault : universe(board))
-                if (matches(fault.fault, pattern)) found.push_back({name, &fault});
+                if (is_named_like(pattern, fault.fault)) found.push_back({name, &fault});
     if (found.empty()) throw UsageError("no fault is named like \"" + pattern + "\"");
     return found;
 }
@@ -128,7 +122,7 @@ std::vector<const Fault*> matching_faults(const std::string& pattern) {
     std::vector<std::string_view> names;
     for (const Fault& fault : fault_list()) {
         names.push_back(fault.name);
-        if (matches(fault.name, pattern)) found.push_back(&fault);
+        if (is_named_like(pattern, fault.name)) found.push_back(&fault);
     }
     if (found.empty())
         throw UsageError("no fault is named like \"" + pattern + "\"" +

@@ -66,19 +66,6 @@ bool is_key(std::string_view value) {
     return value.size() == 1 && key_characters.find(value[0]) != std::string_view::npos;
 }
 
-bool is_word(std::string_view words, std::string_view value) {
-    for (;;) {
-        const std::size_t bar = words.find('|');
-        if (words.substr(0, bar) == value) return true;
-        if (bar == std::string_view::npos) return false;
-        words.remove_prefix(bar + 1);
-    }
-}
-
-std::string first_word(std::string_view words) {
-    return std::string(words.substr(0, words.find('|')));
-}
-
 bool takes(const Fault& fault, std::string_view value) {
     switch (fault.value) {
     case Value::none:
@@ -86,7 +73,7 @@ bool takes(const Fault& fault, std::string_view value) {
     case Value::key:
         return is_key(value);
     case Value::word:
-        return is_word(fault.value_syntax, value);
+        return std::ranges::count(fault_words(fault), value) > 0;
     case Value::pair:
         return is_pair(fault, value);
     case Value::decimal:
@@ -126,11 +113,22 @@ std::vector<std::string_view> fault_names() {
     return names;
 }
 
+std::vector<std::string_view> fault_words(const Fault& fault) {
+    std::vector<std::string_view> words;
+    std::string_view rest = fault.value == Value::word ? fault.value_syntax : "";
+    while (!rest.empty()) {
+        const std::size_t bar = std::min(rest.find('|'), rest.size());
+        words.push_back(rest.substr(0, bar));
+        rest.remove_prefix(std::min(bar + 1, rest.size()));
+    }
+    return words;
+}
+
 std::string fault_example(const Fault& fault) {
     std::string example(fault.name);
     if (fault.value == Value::none) return example;
-    return example += "=" + (fault.example.empty() ? first_word(fault.value_syntax)
-                                                   : std::string(fault.example));
+    return example.append("=").append(fault.example.empty() ? fault_words(fault).front()
+                                                            : fault.example);
 }
 
 std::string fault_range(const Fault& fault) {

@@ -44,6 +44,9 @@ const Fault* find_fault(std::string_view name);
 
 std::vector<std::string_view> fault_names();
 
+// All words that a word fault takes; none of another one.
+std::vector<std::string_view> fault_words(const Fault& fault);
+
 // NAME, or NAME=VALUE with its example.
 std::string fault_example(const Fault& fault);
 

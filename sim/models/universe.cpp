@@ -60,12 +60,8 @@ constexpr Expectation list_expectations[] = {
 std::vector<std::string> settings_of(const Fault& fault) {
     if (fault.value != Fault::Value::word) return {fault_example(fault)};
     std::vector<std::string> settings;
-    std::string_view words = fault.value_syntax;
-    while (!words.empty()) {
-        const std::size_t bar = std::min(words.find('|'), words.size());
-        settings.push_back(std::string(fault.name).append("=").append(words.substr(0, bar)));
-        words.remove_prefix(std::min(bar + 1, words.size()));
-    }
+    for (const std::string_view word : fault_words(fault))
+        settings.push_back(std::string(fault.name).append("=").append(word));
     return settings;
 }
 

@@ -16,6 +16,7 @@
 #include <fcntl.h>
 #include <optional>
 #include <set>
+#include <stdexcept>
 #include <sys/socket.h>
 #include <thread>
 
@@ -140,7 +141,7 @@ private:
     Tcp::acceptor open(const std::string& address, std::uint16_t port, int ports) {
         Error error;
         const auto number = asio::ip::make_address(address, error);
-        if (error) throw ServerError("\"" + address + "\" is no IP address; say 127.0.0.1");
+        if (error) throw std::runtime_error("\"" + address + "\" is no IP address; say 127.0.0.1");
         const int last = std::min(port + ports, 65536);
         for (int candidate = port; candidate < last; ++candidate) {
             error = {};
@@ -149,9 +150,9 @@ private:
             if (!error) return acceptor;
             if (error != asio::error::address_in_use && error != asio::error::access_denied) break;
         }
-        throw ServerError("no port from " + std::to_string(port) + " to " +
-                          std::to_string(last - 1) + " of " + address +
-                          " can be listened at: " + error.message());
+        throw std::runtime_error("no port from " + std::to_string(port) + " to " +
+                                 std::to_string(last - 1) + " of " + address +
+                                 " can be listened at: " + error.message());
     }
 
     // The process's signals are for its first thread, from the beginning of this one on.

@@ -9,23 +9,12 @@
 
 #include <chrono>
 #include <cstdint>
-#include <exception>
 #include <functional>
 #include <memory>
 #include <string>
 #include <string_view>
 
 namespace k4sim {
-
-// Why there is no server; one line.
-class ServerError : public std::exception {
-public:
-    explicit ServerError(std::string message) : message_(std::move(message)) {}
-    const char* what() const noexcept override { return message_.c_str(); }
-
-private:
-    std::string message_;
-};
 
 struct WebRequest {
     bool post = false;
@@ -61,7 +50,8 @@ public:
     static constexpr std::string_view stream_path = "/events";
 
     // Listens at the address (an IP address), at `port`, or where that is taken at the first free
-    // one of the `ports` from there on. `site` must outlive the server. Throws ServerError.
+    // one of the `ports` from there on. `site` must outlive the server. Throws std::runtime_error,
+    // with one line, where there is none.
     WebServer(const std::string& address, std::uint16_t port, int ports, WebSite& site);
     ~WebServer();
     WebServer(const WebServer&) = delete;

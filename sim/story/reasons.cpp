@@ -1,11 +1,10 @@
 #include "sim/story/reasons.h"
 
+#include "sim/formats/short_number.h"
 #include "sim/story/readings.h"
 
 #include <algorithm>
-#include <array>
 #include <cmath>
-#include <cstdio>
 #include <string_view>
 
 namespace k4sim {
@@ -14,11 +13,7 @@ namespace {
 
 std::string comma(const std::string& former) { return former.empty() ? "" : ", "; }
 
-std::string tenths(double number) {
-    std::array<char, 40> text{};
-    std::snprintf(text.data(), text.size(), "%.1f", number);
-    return text.data();
-}
+std::string tenths(double number) { return with_decimals(number, 1); }
 
 // "4.0 dB below the limit"; empty when it is not beyond.
 std::string beyond(double deviation_db, double tolerance_db, const std::string& of) {

@@ -16,6 +16,12 @@ bool fits_pattern(std::string_view pattern, std::string_view text) {
     return fnmatch(std::string(pattern).c_str(), std::string(text).c_str(), 0) == 0;
 }
 
+bool is_named_like(std::string_view pattern, std::string_view name) {
+    if (pattern.find_first_of("*?[") == std::string_view::npos)
+        return name.find(pattern) != std::string_view::npos;
+    return fits_pattern(pattern, name);
+}
+
 const Expectation* expectation_of(std::span<const Expectation> expectations, Board board,
                                   std::string_view fault) {
     const auto found = std::ranges::find_if(expectations, [&](const Expectation& expectation) {

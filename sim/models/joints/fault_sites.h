@@ -85,6 +85,9 @@ private:
 // Whether the text fits the pattern with *, ? and [] in it.
 bool fits_pattern(std::string_view pattern, std::string_view text);
 
+// The same; a pattern without any of these need only be somewhere in the name.
+bool is_named_like(std::string_view pattern, std::string_view name);
+
 // The first of the expectations that fits; null when none does.
 const Expectation* expectation_of(std::span<const Expectation> expectations, Board board,
                                   std::string_view fault);
