@@ -164,8 +164,9 @@ std::string class_of(const SingleFault& fault, const Sighting& run, const Sighti
     if (run.verdict == "DIED") return "died";
     if (run.verdict == "UNDECIDED") return "blocked";
     if (ended_well(run, good)) return run.perceived == good.perceived ? "escaped" : "operator";
-    if (fault.unit.empty() || tells(fault.unit, run, good)) return "detected";
-    return run.verdict == "ABORTED" && !all_readable(run, good) ? "operator" : "misleading";
+    if (fault.unit.empty()) return "detected";
+    if (run.verdict == "ABORTED" && !all_readable(run, good)) return "operator";
+    return tells(fault.unit, run, good) ? "detected" : "misleading";
 }
 
 Json result_of(const SingleFault& fault, const Sighting& run, const Sighting& good) {

@@ -359,6 +359,7 @@ void PanelDesk::start_anew(const Options& options, int own_end) {
     done_.clear();
     held_.clear();
     situation_ = {};
+    reader_ = {};
     console_.clear();
     if (!streams_.empty()) say("watch 1");
     server_->publish(run_message());
@@ -402,8 +403,8 @@ void PanelDesk::note_done(const DoneStep& step) {
 void PanelDesk::look_at(const std::string& pixels, Microseconds t) {
     const auto picture = picture_of(pixels);
     if (!picture) return;
-    situation_.lamp_test = std::ranges::all_of(*picture, [](auto grey) { return grey == 15; });
-    auto rows = read_screen(*picture);
+    situation_.lamp_test = ScreenReader::is_lamp_test(*picture);
+    auto rows = reader_.read(*picture);
     if (std::ranges::equal(rows, situation_.rows, same_row)) return;
     row_since_.resize(rows.size());
     for (std::size_t i = 0; i < rows.size(); ++i)

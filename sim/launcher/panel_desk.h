@@ -107,6 +107,7 @@ private:
     std::vector<DoneStep> done_;
     std::set<char> held_; // keys
     Situation situation_;
+    ScreenReader reader_;
     std::vector<ScreenRow> last_rows_;    // that were lit
     std::vector<Microseconds> row_since_; // when each row came to its text
     std::string console_;

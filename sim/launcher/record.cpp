@@ -251,7 +251,7 @@ void Record::note_on(const std::string& what, bool on) {
 
 // The status rows that can be read off it.
 void Record::look_at(const Picture& picture, Microseconds t) {
-    const std::vector<ScreenRow> rows = read_screen(picture);
+    const std::vector<ScreenRow> rows = reader_.read(picture);
     watch([&](Sightings& sight) { sight.see_screen(t, rows); });
     for (std::size_t i = 0; i < rows.size(); ++i) {
         if (observation_.rows.size() <= i) observation_.rows.push_back({rows[i].label, {}});

@@ -116,6 +116,7 @@ private:
     std::string planned_;                      // what of the setup came last
     std::map<std::string, std::string> armed_; // by the event that proves it: what of the setup
     int pictures_ = 0;
+    ScreenReader reader_;
 };
 
 } // namespace k4sim

@@ -28,9 +28,9 @@ public:
     // The program turns to something else than drawing: what stands on the glass is whole.
     void complete();
 
-    // Nothing more comes. Hands on the last whole picture with any light on it, however
-    // short it stood, unless it was handed on: a program that ends may clear the glass as
-    // soon as its last words are there.
+    // Nothing more comes. Hands on the last whole picture with any light on it but that of
+    // broken lines, however short it stood, unless it was handed on: a program that ends may
+    // clear the glass as soon as its last words are there.
     void end();
 
     struct Lit {

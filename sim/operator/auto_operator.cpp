@@ -13,7 +13,6 @@ namespace {
 constexpr Microseconds look_us = 250'000;         // between two looks at the glass
 constexpr Microseconds reading_us = 2'500'000;    // until the screen shows what was done
 constexpr Microseconds patience_us = 120'000'000; // without anything new but numbers
-constexpr std::size_t lit_share = 16; // one pixel of so many may stay dark in the lamp test
 
 constexpr std::string_view panel_label = "Frontpanel";
 constexpr char escape_key = 'E';
@@ -110,7 +109,7 @@ void AutoOperator::look() {
     const Picture picture = device_.oled()->picture();
     if (picture != last_picture_) {
         last_picture_ = picture;
-        rows_ = read_screen(picture);
+        rows_ = reader_.read(picture);
         plug_when_asked();
         notice(words_on(rows_));
     }
@@ -134,10 +133,8 @@ Microseconds AutoOperator::decide() {
 }
 
 Microseconds AutoOperator::wait_for_lamp_test() {
-    const auto lit = static_cast<std::size_t>(std::ranges::count(last_picture_, 15));
     // A key that was down at the start ends the lamp test before anyone can see it.
-    // A line that stays dark keeps nobody from going on.
-    if (lit > last_picture_.size() / lit_share * (lit_share - 1) || !rows_.empty()) {
+    if (ScreenReader::is_lamp_test(last_picture_) || !rows_.empty()) {
         plan_everything();
         phase_ = Phase::operates;
     }

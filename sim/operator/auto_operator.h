@@ -71,6 +71,7 @@ private:
     std::deque<Action> plan_;
     bool digital_plugged_ = false;
     bool analog_plugged_ = false;
+    ScreenReader reader_;
     Picture last_picture_{};
     std::vector<ScreenRow> rows_;      // of the last picture
     std::set<std::string> seen_words_; // all that the table ever read

@@ -50,7 +50,7 @@ void ScenarioOperator::look() {
         return !pending.done && waits_for(pending.step, ScenarioStep::Trigger::screen);
     });
     if (!wanted || device_.oled() == nullptr) return;
-    const std::vector<ScreenRow> rows = read_screen(device_.oled()->picture());
+    const std::vector<ScreenRow> rows = reader_.read(device_.oled()->picture());
     trigger(ScenarioStep::Trigger::screen, [&](const ScenarioStep& step) {
         return std::any_of(rows.begin(), rows.end(), [&](const ScreenRow& row) {
             return (row.label + " " + row.status).find(step.text) != std::string::npos;

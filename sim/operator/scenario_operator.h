@@ -2,6 +2,7 @@
 #pragma once
 
 #include "sim/operator/operator.h"
+#include "sim/operator/screen_reader.h"
 
 #include <cstddef>
 #include <vector>
@@ -32,6 +33,7 @@ private:
 
     std::vector<Pending> steps_;
     Device& device_;
+    ScreenReader reader_;
     Surroundings& surroundings_;
     Act act_;
     std::function<void()> after_steps_; // called when those that have a time are planned

@@ -51,6 +51,7 @@ TEST(Campaign, TellsTheClassOfARunByTheRunWithoutAFault) {
         {"USB Ports", ended, garbled(sighting("ABORTED", "OK", "", "400 Hz"), false), "operator"},
         {"USB Ports", ended, garbled(sighting("ABORTED", "OK", ""), false), "escaped"},
         {"USB Ports", ended, garbled(sighting("ABORTED", "OK", ""), true), "operator"},
+        {"AnalogAudio", passes, garbled(sighting("ABORTED", "OK", "Loop"), true), "operator"},
         {"USB Ports", ended, garbled(sighting("NOT STARTED", "OK", ""), true), "misleading"},
         {"USB Ports", passes, sighting("UNDECIDED", "Not running", "OK"), "blocked"},
         {"USB Ports", passes, sighting("DIED", "Not running", "OK"), "died"},

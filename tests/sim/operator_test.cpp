@@ -45,6 +45,29 @@ TEST(ScreenReader, ReadsEveryLetterAfterEveryOther) {
     EXPECT_EQ(read_text(cut.picture(), 240, glass_width, 0), "WW?");
 }
 
+TEST(ScreenReader, ReadsBesideBrokenLines) {
+    const Picture whole = StatusPicture({{"Ethernet", "LAN-ok"}, {"USB Ports", "OK"}}).picture();
+    for (const bool is_row : {false, true})
+        for (const unsigned place : is_row ? std::array{2U, 13U} : std::array{8U, 72U})
+            for (const std::uint8_t grey : {0, 15}) {
+                const auto with_line = [&](Picture picture) {
+                    for (unsigned at = 0; at < (is_row ? glass_width : glass_height); ++at)
+                        picture[is_row ? place * glass_width + at : at * glass_width + place] =
+                            grey;
+                    return picture;
+                };
+                Picture lamp_test;
+                lamp_test.fill(15);
+                ScreenReader reader;
+                EXPECT_TRUE(reader.read(with_line(lamp_test)).empty());
+                std::string rows;
+                for (const ScreenRow& row : reader.read(with_line(whole)))
+                    rows += row.label + "=" + row.status + ";";
+                EXPECT_EQ(rows, "Ethernet=LAN-ok;USB Ports=OK;=;=;=;=;")
+                    << (is_row ? "row " : "column ") << place << " at " << int{grey};
+            }
+}
+
 class OperatorTest : public testing::Test {
 protected:
     OperatorTest() { commands({0xFD, 0x12, 0xA0, 0xC3, 0xAB, 0x01, 0xAF}); }

@@ -264,7 +264,11 @@ INSTANTIATE_TEST_SUITE_P(Digital, Fault, testing::ValuesIn(digital_faults), name
 
 // What a run made of a fault, of a unit, on a board that passes without.
 std::string finding_of(const RunResult& run, const std::string& unit) {
-    if (run.verdict() == "PASSED") return "passes";
+    if (run.verdict() == "PASSED")
+        return std::ranges::all_of(run.report.at("units"),
+                                   [](const auto& row) { return row.at("status") == "OK"; })
+                   ? "passes"
+                   : "passes by other rows";
     if (run.verdict() == "UNDECIDED") return "blocked";
     return last_status(run, unit) == "OK" ? "misleading" : "detected";
 }
@@ -278,7 +282,8 @@ TEST(Sites, AreFoundAsTheirModelsSay) {
         {"keys.star=stuck-0", "detected"},
         {"keys.encoder2.phaseA=stuck-1", "passes"},
         {"keys.5=late", "passes"},
-        {"oled.segment8=dark", "passes"},
+        {"oled.segment72=dark", "passes"},
+        {"oled.row62=lit", "passes"},
         {"panel.link.busy=stuck-1", "blocked"},
         {"cpld.id.bit3=stuck-1", "blocked"},
         {"serial1.rx.bit5=stuck-0", "detected"},

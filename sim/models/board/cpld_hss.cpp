@@ -27,7 +27,7 @@ constexpr Expectation port_expectations[] = {
     {"cpld.status.bit7=*", Finding::blocked, "a link that is never free is waited for in vain"},
     {"cpld.status.bit[0-6]=*", Finding::escaped, "these bits mean nothing, and are not looked at"},
     {"panel.link.reset=open", Finding::escaped, "a link that was just switched on needs no reset"},
-    {"panel.link.data[05]=stuck-1", Finding::misleading,
+    {"panel.link.data[05]=stuck-1", Finding::operator_,
      "the type is a known one, so that keys work, but no row on the glass can be read", on_aes},
     {"panel.link.data[05]=stuck-1", Finding::detected, ""},
     {"panel.link.data0-1=tied-high", Finding::detected, "", on_aes},

@@ -10,7 +10,7 @@ constexpr std::uint8_t wrong_bit = 1;
 constexpr unsigned bytes_a_fault = 1000;
 
 constexpr std::pair<std::string_view, Microseconds> delays[] = {{"20ms", 20'000},
-                                                                {"2s", 2'000'000}};
+                                                                {"5s", 5'000'000}};
 
 } // namespace
 
