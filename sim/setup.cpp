@@ -116,6 +116,7 @@ bool read_line(Setup& setup, std::string_view line) {
     if (words[0] == "gdb") return store(setup.gdb, number_from<int>(words[1]));
     if (words[0] == "pace") return read_pace(setup, words[1]);
     if (words[0] == "limit") return store(setup.limit_us, duration_from(words[1]));
+    if (words[0] == "linger") return store(setup.linger_us, duration_from(words[1]));
     if (words[0] == "stall") return store(setup.stall_us, duration_from(words[1]));
     if (words[0] == "report") return store(setup.report_fd, number_from<int>(words[1]));
     if (words[0] == "wires") return store(setup.wires_fd, number_from<int>(words[1]));
@@ -146,6 +147,7 @@ std::string encode(const Setup& setup) {
     if (setup.schedule == Schedule::random) text += "schedule random\n";
     if (setup.pace) text += "pace " + text_of(*setup.pace) + "\n";
     text += "limit " + std::to_string(setup.limit_us) + "\n";
+    if (setup.linger_us) text += "linger " + std::to_string(*setup.linger_us) + "\n";
     text += "stall " + std::to_string(setup.stall_us) + "\n";
     text += "report " + std::to_string(setup.report_fd) + "\n";
     if (setup.wires_fd >= 0) text += "wires " + std::to_string(setup.wires_fd) + "\n";

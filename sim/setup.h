@@ -46,6 +46,7 @@ struct Setup {
     Schedule schedule = Schedule::fair;
     std::optional<double> pace;            // empty: as fast as it can (max)
     std::int64_t limit_us = 3'600'000'000; // end of the run, status 124
+    std::optional<std::int64_t> linger_us; // end of the run after the operator left, status 124
     std::int64_t stall_us = 20'000'000;    // of real time without virtual time: the end, status 125
     int report_fd = -1;                    // where the report lines go; -1: nowhere
     int wires_fd = -1;                     // the dump of the wires; -1: none

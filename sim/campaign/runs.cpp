@@ -15,6 +15,7 @@ namespace k4sim {
 
 namespace {
 
+constexpr const char* linger_s = "30"; // what was asked to end has ended by then
 constexpr const char* stall_s = "120"; // a busy machine is not a program that stands
 
 // 16 hexadecimal digits of what the file holds (FNV-1a).
@@ -42,7 +43,8 @@ Json identity_of(const RunsPlan& plan, const std::string& program, const std::st
 }
 
 std::vector<std::string> with_program(std::vector<std::string> words, const RunsPlan& plan) {
-    words.insert(words.end(), {"--limit", short_seconds(plan.limit_us), "--stall", stall_s, "--"});
+    words.insert(words.end(), {"--limit", short_seconds(plan.limit_us), "--linger", linger_s,
+                               "--stall", stall_s, "--"});
     std::ranges::copy(plan.program, std::back_inserter(words));
     return words;
 }

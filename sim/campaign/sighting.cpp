@@ -16,6 +16,9 @@ namespace {
 // Texts that go on with levels or counts.
 constexpr std::string_view counting[] = {"Silence/DC", "Loop gain", "In progress"};
 
+constexpr std::string_view lamp_test_mode = "all-on";
+constexpr Microseconds glance_us = 100'000; // of a lamp test, to have seen it
+
 bool is_perceived(const Happening& what) {
     const std::string source = what.event.text("source").value_or("");
     return source == "panel" || source == "speaker" ||
@@ -41,24 +44,35 @@ std::optional<Microseconds> end_of_tone(const Event& event) {
 
 bool is_picture(const Event& event) { return event.what->event.text("event") == "picture"; }
 
-// The pictures of the lamp test, where it stood long enough, and the last one; those between tell
-// of levels and of what was pressed first.
-std::set<std::string> perceived_in(const std::vector<Event>& events) {
-    std::set<std::string> perceived;
+// Of the pictures only that of the lamp test and the last one count; those between tell of levels
+// and of what was pressed first.
+void perceive(Sighting& seen) {
     std::string mode, last;
+    Microseconds mode_since = 0;
     std::optional<Microseconds> tone_ends;
-    for (const Event& event : events) {
+    for (const Event& event : seen.events) {
         const Happening& what = *event.what;
-        mode = what.event.text("mode").value_or(mode);
-        if (is_picture(event)) last = what.text;
+        if (const auto now = what.event.text("mode")) {
+            if (mode == lamp_test_mode && event.t - mode_since >= glance_us)
+                seen.perceived.insert("a lamp test");
+            mode = *now;
+            mode_since = event.t;
+        }
         if (what.event.text("source") == "speaker") {
-            if (tone_ends && event.t > *tone_ends) perceived.insert("a tone without an end");
+            if (tone_ends && event.t > *tone_ends) seen.perceived.insert("a tone without an end");
             tone_ends = end_of_tone(event);
         }
-        if (is_picture(event) ? mode == "all-on" : is_perceived(what)) perceived.insert(what.text);
+        if (is_picture(event))
+            (mode == lamp_test_mode ? seen.lamp_test : last) = what.text;
+        else if (is_perceived(what))
+            seen.perceived.insert(what.text);
     }
-    perceived.insert("last " + last);
-    return perceived;
+    seen.perceived.insert("last " + last);
+}
+
+bool looks_and_sounds_alike(const Sighting& run, const Sighting& good) {
+    const bool both_have_one = !run.lamp_test.empty() && !good.lamp_test.empty();
+    return run.perceived == good.perceived && (!both_have_one || run.lamp_test == good.lamp_test);
 }
 
 std::map<std::string, std::string> last_texts(const Sighting& run) {
@@ -150,7 +164,7 @@ Sighting sighting_of(const std::string& folder) {
     for (const Event& event : read_events(telling.picture("events.jsonl")))
         if (event.what->event.text("source") != "fault")
             seen.events.push_back(with_picture(event, telling));
-    seen.perceived = perceived_in(seen.events);
+    perceive(seen);
     seen.signs = symptoms_of(telling).signs;
     return seen;
 }
@@ -163,7 +177,7 @@ bool ended_well(const Sighting& run, const Sighting& good) {
 std::string class_of(const SingleFault& fault, const Sighting& run, const Sighting& good) {
     if (run.verdict == "DIED") return "died";
     if (run.verdict == "UNDECIDED") return "blocked";
-    if (ended_well(run, good)) return run.perceived == good.perceived ? "escaped" : "operator";
+    if (ended_well(run, good)) return looks_and_sounds_alike(run, good) ? "escaped" : "operator";
     if (fault.unit.empty()) return "detected";
     if (run.verdict == "ABORTED" && !all_readable(run, good)) return "operator";
     return tells(fault.unit, run, good) ? "detected" : "misleading";

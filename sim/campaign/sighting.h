@@ -23,9 +23,10 @@ struct Sighting {
     bool left_safe = false;
     double seconds = 0;        // virtual
     std::vector<Event> events; // but for those that tell of faults
-    // What only a person notices, each kind once: tones, lamps, light of the glass, the picture of
-    // the lamp test, and the last one.
+    // What only a person notices, each kind once: tones, lamps, light of the glass, that there was
+    // a lamp test, and the last picture.
     std::set<std::string> perceived;
+    std::string lamp_test;   // its last picture; empty when none stood for long enough
     std::vector<Sign> signs; // by which it is known again
 };
 

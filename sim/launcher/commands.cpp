@@ -49,6 +49,8 @@ const std::vector<Option>& run_options() {
          [](Options& o, auto& value) { set_pace(o.setup, value); }},
         {"--limit", "SECONDS", "virtual end of the run, status 124 (3600)",
          [](Options& o, auto& value) { o.setup.limit_us = some_time("--limit", value); }},
+        {"--linger", "SECONDS", "the same, counted from when the operator left (never)",
+         [](Options& o, auto& value) { o.setup.linger_us = some_time("--linger", value); }},
         {"--stall", "SECONDS", "real time without virtual time: the end, status 125 (20)",
          [](Options& o, auto& value) { o.setup.stall_us = some_time("--stall", value); }},
         {"--record", "DIR", "keep events, pictures, console and report there", set_record},

@@ -125,6 +125,7 @@ bool Machine::thread_create_fails() {
 }
 
 void Machine::record(const Setup& setup, std::function<void()> switch_off) {
+    switch_off_ = std::move(switch_off);
     report_.open(setup.report_fd);
     if (setup.wires_fd >= 0) wires_.open(setup.wires_fd, setup.board);
     if (setup.wave_fd >= 0)
@@ -134,7 +135,7 @@ void Machine::record(const Setup& setup, std::function<void()> switch_off) {
                 write_report(report_line(now(), "plan", "sound-cut", {{"why", why}}));
             });
     reset(setup);
-    if (setup.control_fd >= 0) admit_spectator(setup.control_fd, std::move(switch_off));
+    if (setup.control_fd >= 0) admit_spectator(setup.control_fd);
 }
 
 void Machine::share(int claim_descriptor, bool first) {
@@ -166,7 +167,7 @@ void Machine::leave_record() {
 }
 
 // It hears and sees as long as the device is this process's.
-void Machine::admit_spectator(int socket, std::function<void()> switch_off) {
+void Machine::admit_spectator(int socket) {
     spectators_hands_ = std::make_unique<Hands>(
         *device_, *this, [this](const FaultSetting& fault) { apply_fault(fault); });
     Spectator::Ties ties;
@@ -175,7 +176,7 @@ void Machine::admit_spectator(int socket, std::function<void()> switch_off) {
     };
     ties.picture = [this] { return picture_text(*device_); };
     ties.present = [this] { return reports(); };
-    ties.switch_off = std::move(switch_off);
+    ties.switch_off = switch_off_;
     spectator_ = std::make_unique<Spectator>(socket, *device_, *spectators_hands_, scheduler(),
                                              std::move(ties));
     scheduler().pace().set_onlooker(spectator_.get(), now());
@@ -265,9 +266,16 @@ void Machine::new_device() {
         });
     if (Oled* oled = device_->oled()) oled->set_on_change([this] { picture_changed(); });
     const auto keep_place = [] { scheduler().keep_place(); };
-    operator_ = make_operator(
-        setup_, *device_, *this, [this](const FaultSetting& fault) { apply_fault(fault); },
-        [this] { stop(); }, setup_.control_fd >= 0 ? keep_place : std::function<void()>{});
+    operator_ =
+        make_operator(setup_, *device_, *this,
+                      {.apply_fault = [this](const FaultSetting& fault) { apply_fault(fault); },
+                       .stop = [this] { stop(); },
+                       .after_steps = setup_.control_fd >= 0 ? keep_place : std::function<void()>{},
+                       .left = [this] { operator_left(); }});
+}
+
+void Machine::operator_left() {
+    if (setup_.linger_us && switch_off_) at(now() + *setup_.linger_us, switch_off_);
 }
 
 void Machine::picture_changed() {

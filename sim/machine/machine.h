@@ -127,13 +127,14 @@ public:
 private:
     PortSpace& ports();
     void new_device();
+    void operator_left();
     void picture_changed();
     void start_faults();
     void strike(std::size_t planned); // of the setup's faults
     bool reports() const;             // this process's lines are those of the record
     void write_report(std::string_view line);
     void stop();
-    void admit_spectator(int socket, std::function<void()> switch_off);
+    void admit_spectator(int socket);
     void report_picture(Microseconds appeared, const std::string& picture);
 
     Setup setup_;
@@ -154,7 +155,7 @@ private:
     std::uint64_t generation_ = 0; // of the device; planned actions of older ones are void
     int creations_until_failure_ = 0;
     bool privilege_refused_ = false;
-    std::function<void()> stop_action_;
+    std::function<void()> stop_action_, switch_off_;
     std::vector<Event> events_;
 };
 

@@ -11,6 +11,7 @@ namespace k4sim {
 namespace {
 
 constexpr Microseconds look_us = 250'000;         // between two looks at the glass
+constexpr Microseconds lamp_test_us = 220'000;    // with a look and a key: half a second
 constexpr Microseconds reading_us = 2'500'000;    // until the screen shows what was done
 constexpr Microseconds patience_us = 120'000'000; // without anything new but numbers
 
@@ -90,10 +91,9 @@ bool settled(const ScreenRow& row) {
 } // namespace
 
 AutoOperator::AutoOperator(std::uint64_t seed, Device& device, Surroundings& surroundings,
-                           std::function<void(const FaultSetting&)> apply_fault,
-                           const Habits& habits)
-    : device_(device), surroundings_(surroundings),
-      hands_(device, surroundings, std::move(apply_fault)), random_(seed), habits_(habits) {}
+                           const OperatorCalls& calls, const Habits& habits)
+    : device_(device), surroundings_(surroundings), hands_(device, surroundings, calls.apply_fault),
+      random_(seed), habits_(habits), left_(calls.left) {}
 
 void AutoOperator::start() {
     if (device_.oled() != nullptr) look();
@@ -133,17 +133,31 @@ Microseconds AutoOperator::decide() {
 }
 
 Microseconds AutoOperator::wait_for_lamp_test() {
+    const bool is_lit = ScreenReader::is_lamp_test(last_picture_) &&
+                        surroundings_.now() - device_.oled()->changed_at() >= lamp_test_us;
     // A key that was down at the start ends the lamp test before anyone can see it.
-    if (ScreenReader::is_lamp_test(last_picture_) || !rows_.empty()) {
+    if (is_lit || !rows_.empty()) {
         plan_everything();
         phase_ = Phase::operates;
+    } else if (surroundings_.now() - last_change_ >= patience_us) {
+        give_up();
     }
     return look_us;
 }
 
+void AutoOperator::give_up() {
+    plan_ = {press(escape_key), press(escape_key)};
+    phase_ = Phase::aborts;
+}
+
+Microseconds AutoOperator::leave() {
+    if (left_) left_();
+    return 0;
+}
+
 Microseconds AutoOperator::operate() {
     if (plan_.empty()) {
-        if (phase_ == Phase::aborts) return 0;
+        if (phase_ == Phase::aborts) return leave();
         phase_ = Phase::watches;
         return reading_us;
     }
@@ -171,8 +185,7 @@ Microseconds AutoOperator::up_to(Microseconds least, Microseconds more) {
 
 Microseconds AutoOperator::watch() {
     if (nothing_more_can_come()) {
-        plan_ = {press(escape_key), press(escape_key)};
-        phase_ = Phase::aborts;
+        give_up();
         return operate();
     }
     plan_what_is_asked();

@@ -9,7 +9,8 @@
 //
 // When all rows read "OK", the program ends by itself. When nothing more can come - every
 // row that can still change reads "OK", but not all, or for two minutes the table showed
-// nothing new but numbers - Esc is pressed twice. What comes and goes is not new.
+// nothing new but numbers - Esc is pressed twice, and the operator leaves. What comes and goes is
+// not new. A glass on which there is nothing to see for as long is given up in the same way.
 #pragma once
 
 #include "sim/operator/hands.h"
@@ -38,7 +39,7 @@ public:
     static constexpr Habits human{400'000, 2'600'000, 2'000'000, 28'000'000, 6};
 
     AutoOperator(std::uint64_t seed, Device& device, Surroundings& surroundings,
-                 std::function<void(const FaultSetting&)> apply_fault, const Habits& habits);
+                 const OperatorCalls& calls, const Habits& habits);
 
     void start() override;
     void console_line(std::string_view line) override;
@@ -46,6 +47,9 @@ public:
 
 private:
     enum class Phase { waits_for_lamp_test, operates, watches, aborts };
+
+    void give_up();
+    Microseconds leave();
 
     void look();
     Microseconds decide();
@@ -69,6 +73,7 @@ private:
     Habits habits_;
     Phase phase_ = Phase::waits_for_lamp_test;
     std::deque<Action> plan_;
+    std::function<void()> left_;
     bool digital_plugged_ = false;
     bool analog_plugged_ = false;
     ScreenReader reader_;

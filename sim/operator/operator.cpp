@@ -43,25 +43,22 @@ ScenarioOperator::Act acting(const std::shared_ptr<Hands>& hands, Surroundings& 
 } // namespace
 
 std::unique_ptr<Operator> make_operator(const Setup& setup, Device& device,
-                                        Surroundings& surroundings,
-                                        const std::function<void(const FaultSetting&)>& apply_fault,
-                                        const std::function<void()>& stop,
-                                        const std::function<void()>& after_steps) {
+                                        Surroundings& surroundings, const OperatorCalls& calls) {
     auto crew = std::make_unique<Crew>();
     if (setup.operator_kind != OperatorKind::none)
-        crew->add(std::make_unique<AutoOperator>(setup.seed, device, surroundings, apply_fault,
+        crew->add(std::make_unique<AutoOperator>(setup.seed, device, surroundings, calls,
                                                  setup.operator_kind == OperatorKind::human
                                                      ? AutoOperator::human
                                                      : AutoOperator::Habits{}));
-    if (!setup.steps.empty() || after_steps)
+    if (!setup.steps.empty() || calls.after_steps)
         crew->add(std::make_unique<ScenarioOperator>(
             setup.steps, device, surroundings,
-            acting(std::make_shared<Hands>(device, surroundings, apply_fault), surroundings),
-            after_steps));
+            acting(std::make_shared<Hands>(device, surroundings, calls.apply_fault), surroundings),
+            calls.after_steps));
     if (setup.stop)
         crew->add(std::make_unique<ScenarioOperator>(
             std::vector{*setup.stop}, device, surroundings,
-            [stop](const ScenarioStep&, std::size_t) { stop(); }));
+            [stop = calls.stop](const ScenarioStep&, std::size_t) { stop(); }));
     return crew;
 }
 

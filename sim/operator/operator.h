@@ -26,15 +26,22 @@ public:
     virtual void tone(int hz, int length_ms) = 0;
 };
 
+// What operators call, but for the first only where it is given.
+struct OperatorCalls {
+    std::function<void(const FaultSetting&)> apply_fault;
+    // It came to the setup's stop.
+    std::function<void()> stop{};
+    // By start(), once the steps of a scenario that have a time are planned: who adds steps while
+    // the run goes on has his place there.
+    std::function<void()> after_steps{};
+    // The automatic operator did all that ends a run, and left.
+    std::function<void()> left{};
+};
+
 // Everybody that the setup asks for: the automatic operator, the steps of a scenario, or
-// nobody; and one who calls `stop` when it comes to the setup's stop. Device and surroundings must
-// outlive the operator, and it what it planned with surroundings.at(), unless that does not happen
-// any more. `after_steps` is called by start() once the steps of a scenario that have a time are
-// planned: who adds steps while the run goes on has his place there.
+// nobody. Device and surroundings must outlive the operator, and it what it planned with
+// surroundings.at(), unless that does not happen any more.
 std::unique_ptr<Operator> make_operator(const Setup& setup, Device& device,
-                                        Surroundings& surroundings,
-                                        const std::function<void(const FaultSetting&)>& apply_fault,
-                                        const std::function<void()>& stop = {},
-                                        const std::function<void()>& after_steps = {});
+                                        Surroundings& surroundings, const OperatorCalls& calls);
 
 } // namespace k4sim

@@ -80,9 +80,12 @@ protected:
         k4sim::Setup setup;
         setup.operator_kind = kind;
         setup.steps = std::move(steps);
-        person_ = make_operator(setup, device, surroundings_, [this](const FaultSetting& fault) {
+        OperatorCalls calls;
+        calls.apply_fault = [this](const FaultSetting& fault) {
             surroundings_.event("operator", fault.name, {{"=", std::string_view(fault.value)}});
-        });
+        };
+        calls.left = [this] { surroundings_.event("operator", "leaves", {}); };
+        person_ = make_operator(setup, device, surroundings_, calls);
         person_->start();
     }
 
@@ -122,6 +125,13 @@ TEST_F(OperatorTest, WithoutAPanelThereIsNothingToPressOrTurn) {
         steps.push_back({Trigger::time, 0, "", action});
     begin(bare, OperatorKind::none, steps);
     EXPECT_EQ(actions_for(second), "");
+}
+
+TEST_F(OperatorTest, GivesUpADarkGlassAndLeaves) {
+    begin(OperatorKind::automatic);
+    EXPECT_EQ(actions_for(119 * second), "");
+    EXPECT_EQ(actions_for(5 * second), "press key=E;press key=E;leaves;");
+    EXPECT_EQ(actions_for(500 * second), "");
 }
 
 TEST_F(OperatorTest, AStepOfAScenarioIsDoneOnceWhenItIsDue) {

@@ -75,7 +75,7 @@ TEST(Setup, SurvivesTheWayToTheProgram) {
     for (const std::string board : {"aes", "plain", "i2c", "engine", "none"}) {
         const std::string text =
             "board " + board + "\noperator none\nseed 9223372036854775809\n" +
-            "pace 0.3333333333333333\nlimit 9000000000\nstall 20000000\nreport 17\n" +
+            "pace 0.3333333333333333\nlimit 9000000000\nlinger 1\nstall 20000000\nreport 17\n" +
             "fault - %2d 0\nfault key-held 7 5000000000\n" + "step 0 1 - a\nstep 3 2 %20-%25 b\n";
         k4sim::Setup setup = decode(text).value();
         EXPECT_EQ(encode(setup), text);

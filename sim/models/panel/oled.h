@@ -51,6 +51,8 @@ public:
 
     // Grows whenever the visible picture may have changed.
     std::uint64_t version() const { return version_; }
+    // When it last did.
+    Microseconds changed_at() const { return changed_at_; }
 
     bool peek_on() const { return on_; }
     Mode peek_mode() const { return mode_; }
@@ -136,6 +138,7 @@ private:
     Mode mode_ = Mode::normal;
     bool locked_ = false;
     std::uint64_t version_ = 0;
+    Microseconds changed_at_ = 0;
     std::uint32_t protocol_errors_ = 0;
     std::function<void()> on_change_;
     std::vector<Streak> streaks_;
