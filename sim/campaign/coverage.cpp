@@ -164,7 +164,8 @@ constexpr Section sections[] = {
     {"escaped", "Escapes", "The run ended as that of a good device, and nothing could be noticed."},
     {"misleading", "Misleading", "The run did not pass, but the row at fault says nothing of it."},
     {"operator", "Left to the operator",
-     "The run ended as that of a good device; a person could see or hear the difference."},
+     "The run ended as that of a good device, and a person could see or hear the difference; or "
+     "it had to be ended, with a row on the glass that can't be read."},
     {"blocked", "Blocked", "Nobody could end the run at the panel."},
     {"died", "Died", "The program did not survive it."},
 };
@@ -173,6 +174,14 @@ std::string summary(const Runs& results) {
     const std::size_t detected = count_of(results, "detected");
     return std::to_string(detected) + " of " + std::to_string(results.size()) +
            " single faults are detected (" + percent(detected, results.size()) + ")";
+}
+
+Runs left_on(const Runs& results) {
+    Runs some;
+    std::ranges::copy_if(results, std::back_inserter(some), [](const Json& result) {
+        return !result.flag("left_safe").value_or(true);
+    });
+    return some;
 }
 
 Runs surprises(const Runs& results) {
@@ -215,7 +224,7 @@ std::vector<Json> joined_results(const std::vector<std::string>& folders) {
     return results;
 }
 
-Document coverage_document(const std::vector<Json>& results) {
+Document coverage_document(const std::vector<Json>& results, const std::string& way_back) {
     const auto board = [](const Json& result) { return member(result, "board"); };
     Runs told = of_class(results, "detected");
     Document document = {
@@ -239,11 +248,19 @@ Document coverage_document(const std::vector<Json>& results) {
                                "verdict, and the last text of each row without its levels and "
                                "counts. How many faults share a symptom:"},
                      resolution(told)});
+    if (!way_back.empty())
+        document.insert(document.end(), {Heading{2, "The way back"}, Paragraph{way_back}});
     for (const auto& [found, title, explanation] : sections) {
         const Runs some = of_class(results, found);
         if (some.empty()) continue;
         document.insert(document.end(), {Heading{2, title}, Paragraph{explanation}, reasons(some)});
     }
+    if (const Runs some = left_on(results); !some.empty())
+        document.insert(document.end(),
+                        {Heading{2, "Left on"},
+                         Paragraph{"Phantom power or boost was on after the run, since what "
+                                   "switches it is broken: " +
+                                   faults_and_boards(some) + "."}});
     const Runs unexpected = surprises(results);
     if (!unexpected.empty()) {
         Table table{{"run", "expected", "found"}, {}, 3};
@@ -276,11 +293,12 @@ std::string coverage_json(const std::vector<Json>& results) {
     return text + "\n]}\n";
 }
 
-int write_coverage(const std::vector<std::string>& folders, const std::string& out) {
+int write_coverage(const std::vector<std::string>& folders, const std::string& out,
+                   const std::string& way_back) {
     const std::vector<Json> results = joined_results(folders);
     std::error_code error;
     std::filesystem::create_directories(out, error);
-    const Document document = coverage_document(results);
+    const Document document = coverage_document(results, way_back);
     write(out + "/coverage.md", as_markdown(document));
     write(out + "/coverage.html", as_page(document));
     write(out + "/coverage.json", coverage_json(results));

@@ -23,7 +23,15 @@ constexpr unsigned most_faults = 3;
 constexpr unsigned latest_s = 90; // by then a good device has passed
 
 // How the names of faults begin that take from the program what it would switch the inputs off by.
-constexpr std::string_view out_of_reach[] = {"card-", "cpld"};
+constexpr std::string_view out_of_reach[] = {"card-", "cpld", "mixer.micboost-", "mixer.phantom-"};
+
+// What is in the name of a fault that comes and goes: when it does, it may be missed.
+constexpr std::string_view at_times[] = {"flaky", "=lost-", "=doubled-", "=flipped-"};
+
+bool comes_and_goes(const SingleFault& fault) {
+    return std::ranges::any_of(
+        at_times, [&](std::string_view way) { return fault.fault.find(way) != std::string::npos; });
+}
 
 struct SoakFault {
     SingleFault fault;
@@ -47,9 +55,9 @@ struct SoakRun {
         });
     }
 
-    bool has_one(const std::string& expected, bool from_the_start) const {
-        return std::ranges::any_of(faults, [&](const SoakFault& one) {
-            return one.fault.expected == expected && (!from_the_start || one.at_s == 0);
+    bool must_be_detected() const {
+        return std::ranges::any_of(faults, [](const SoakFault& one) {
+            return one.fault.expected == "detected" && one.at_s == 0 && !comes_and_goes(one.fault);
         });
     }
 };
@@ -141,17 +149,28 @@ private:
             });
     }
 
+    // Alone it may do no harm: what takes the Esc key away is found where a run has to be ended,
+    // which is each one on a board without AES/EBU, and elsewhere one with a second fault.
+    bool can_block(const SingleFault& fault) const {
+        const auto blocks = [&](const SingleFault& one) {
+            return one.fault == fault.fault && (one.expected == "blocked" || one.expected.empty());
+        };
+        return std::ranges::any_of(
+            faults_, [&](const auto& board) { return std::ranges::any_of(board.second, blocks); });
+    }
+
     // Empty: nothing is wrong.
     std::string complaint(const SoakRun& run, const Sighting& seen) const {
         if (seen.verdict == "DIED") return "the program died";
         if (seen.verdict == "UNDECIDED")
-            return run.has_one("blocked", false) || run.has_one("", false)
+            return std::ranges::any_of(
+                       run.faults, [this](const SoakFault& one) { return can_block(one.fault); })
                        ? ""
                        : "nobody could end it, and no fault there is known for that";
         if (!seen.left_safe && run.inputs_in_reach()) return "the inputs were left on";
         const bool well = ended_well(seen, good_.at(run.board));
         if (run.faults.empty() && !well) return "a good device did not come to a good end";
-        if (well && run.has_one("detected", true)) return "a fault that has to be detected was not";
+        if (well && run.must_be_detected()) return "a fault that has to be detected was not";
         return "";
     }
 

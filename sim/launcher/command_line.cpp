@@ -78,7 +78,9 @@ int coverage(const Options& options) {
     const std::string& out = options.coverage_out;
     if (!options.coverage_against.empty())
         return compare_coverage(folders, options.coverage_against);
-    return write_coverage(folders, out.empty() ? folders[0] : out);
+    const std::string& judged = options.coverage_judged;
+    return write_coverage(folders, out.empty() ? folders[0] : out,
+                          judged.empty() ? "" : way_back(judged));
 }
 
 int differ(const Options& options) {

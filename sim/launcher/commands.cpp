@@ -117,6 +117,8 @@ const std::vector<Option>& coverage_options() {
     static const std::vector<Option> options = {
         {"--out", "DIR", "where coverage.md, .html and .json go (the first DIR)",
          [](Options& o, auto& value) { o.coverage_out = value; }},
+        {"--judged", "DIR", "with the share that diagnose finds of these, of another seed",
+         [](Options& o, auto& value) { o.coverage_judged = value; }},
         {"--against", "FILE", "write nothing: tell what an earlier coverage.json tells otherwise",
          [](Options& o, auto& value) { o.coverage_against = value; }},
     };

@@ -56,6 +56,17 @@ std::string diagnosis_of_rows(const std::vector<std::pair<std::string, std::stri
     return as_json(diagnosis_of(symptoms_of_rows(rows), board, Knowledge::own())).dump();
 }
 
+std::string way_back(const std::string& folder) {
+    const Judgement judgement = judge(results_in(folder), Knowledge::own());
+    const std::string text = as_text(judgement);
+    std::string missed;
+    for (const std::string& fault : judgement.missed)
+        missed += (missed.empty() ? "Not among them: " : ", ") + fault;
+    return "k4sim diagnose, asked for each detected fault by a run with another seed than it has "
+           "learned from: " +
+           text.substr(0, text.find('\n')) + (missed.empty() ? "" : " " + missed + ".");
+}
+
 Answer answer_to(const Options& options) {
     const Inquiry& inquiry = options.inquiry;
     if (!inquiry.learn.empty()) return {Knowledge::learned(results_in(inquiry.learn)).text(), true};

@@ -22,6 +22,10 @@ struct Answer {
     bool known; // false: an unknown symptom, or too many faults that are not found
 };
 
+// How many of the faults of a campaign are found, in sentences for a document. Throws
+// std::runtime_error.
+std::string way_back(const std::string& folder);
+
 // What may be broken, from what was seen; or what a campaign teaches, or how well its faults are
 // found. Throws std::runtime_error for what can't be read.
 Answer answer_to(const Options& options);

@@ -75,6 +75,7 @@ struct Options {
     CampaignPlan campaign;
     SoakPlan soak;                // but for its runs, which are those of the campaign
     std::string coverage_out;     // folder; empty: the first of `files`
+    std::string coverage_judged;  // folder by which the diagnosis is judged; empty: it is not
     std::string coverage_against; // a coverage.json to compare with; empty: none
 };
 

@@ -35,8 +35,9 @@ public:
         Microseconds plug_jitter_us = 0;
         unsigned slips = 0; // one action in so many is another key instead; 0: none
     };
-    // Slow, now and then distracted, and not always on the right key.
-    static constexpr Habits human{400'000, 2'600'000, 2'000'000, 28'000'000, 6};
+    // Slow, now and then distracted, and not always on the right key; but each is let go for long
+    // enough to be seen before the next.
+    static constexpr Habits human{600'000, 2'400'000, 2'000'000, 28'000'000, 6};
 
     AutoOperator(std::uint64_t seed, Device& device, Surroundings& surroundings,
                  const OperatorCalls& calls, const Habits& habits);

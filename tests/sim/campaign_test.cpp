@@ -91,7 +91,8 @@ TEST(Coverage, TellsHowMuchWhenAndWhatLooksTheSame) {
                 .set("rows",
                      Json::array().add(Json::object().set("unit", run.unit).set("text", run.text)))
                 .set("told_at", run.told_at)
-                .set("differs_at", run.differs_at));
+                .set("differs_at", run.differs_at)
+                .set("left_safe", run.told_at != 40));
     const Document document = coverage_document(results);
     const std::string markdown = as_markdown(document), page = as_page(document);
     for (const char* const line :
@@ -99,7 +100,7 @@ TEST(Coverage, TellsHowMuchWhenAndWhatLooksTheSame) {
           "| in all | 4 | 3 | 75.0 % | 0 | 0 | 1 | 0 | 0 |",
           "| AnalogAudio | 10.0 | 30.0 | 30.0 | 40.0 |", // the later one of both times
           "| AnalogAudio | 2 | 1 | 1 | 1 | 2 |",         // a and b look the same
-          "| USB Ports | why d\\|\\<e> | d\\|\\<e> (aes) |",
+          "| USB Ports | why d\\|\\<e> | d\\|\\<e> (aes) |", "what switches it is broken: c (aes).",
           "| d\\|\\<e> on aes | detected | escaped |"})
         EXPECT_THAT(markdown, testing::HasSubstr(line));
     EXPECT_THAT(page, testing::HasSubstr("<td>d|&lt;e> on aes</td><td>detected</td>"));

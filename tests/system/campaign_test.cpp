@@ -80,4 +80,30 @@ TEST_F(Campaign, TellsWhatIsNotAsExpected) {
     EXPECT_THAT(nothing.error, HasSubstr("came to NOT RUN on board aes"));
 }
 
+// What the program leaves out it can't find; the same device is found out by the whole test.
+TEST_F(Campaign, SoakTellsOfEachRunThatWentWrong) {
+    constexpr const char* const soak = "soak --seeds ";
+    const CommandResult deaf =
+        launch(std::string(soak) + "1..14 --out deaf -- " K4_PROGRAM " run noanalog");
+    EXPECT_EQ(deaf.status, 1) << deaf.out << deaf.error;
+    std::istringstream lines(deaf.out);
+    std::string said, seed;
+    std::getline(lines, said);
+    EXPECT_THAT(said, testing::MatchesRegex("14 runs, [1-9] wrong"));
+    while (std::getline(lines, said)) {
+        EXPECT_THAT(said, testing::MatchesRegex("a fault that has to be detected was not: k4sim "
+                                                "run .* --fault (codec|mixer|analog|card).*"));
+        seed = said.substr(said.find("--seed ") + 7);
+        seed.resize(seed.find(' '));
+    }
+    const CommandResult whole =
+        launch(soak + seed + ".." + seed + " --out whole -- " K4_PROGRAM " run");
+    EXPECT_EQ(whole.out, "1 runs, 0 wrong\n") << whole.error;
+    EXPECT_EQ(whole.status, 0);
+    // Broken off before, it goes on with what is left.
+    shell("sed -i 3,14d deaf/results.jsonl");
+    EXPECT_EQ(launch(std::string(soak) + "1..14 --out deaf -- " K4_PROGRAM " run noanalog").out,
+              deaf.out);
+}
+
 } // namespace
