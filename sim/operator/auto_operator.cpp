@@ -15,6 +15,9 @@ constexpr Microseconds lamp_test_us = 220'000;    // with a look and a key: half
 constexpr Microseconds reading_us = 2'500'000;    // until the screen shows what was done
 constexpr Microseconds patience_us = 120'000'000; // without anything new but numbers
 
+constexpr Microseconds end_us = 10'000'000; // that the program may take to end
+constexpr int most_tries = 3;
+
 constexpr std::string_view panel_label = "Frontpanel";
 constexpr char escape_key = 'E';
 constexpr std::string_view analog_request = "Check for loopback audio";
@@ -150,14 +153,19 @@ void AutoOperator::give_up() {
     phase_ = Phase::aborts;
 }
 
-Microseconds AutoOperator::leave() {
+// A press may be missed; what does not end by the last one does not end.
+Microseconds AutoOperator::try_again_or_leave() {
+    if (++tries_ < most_tries) {
+        give_up();
+        return end_us;
+    }
     if (left_) left_();
     return 0;
 }
 
 Microseconds AutoOperator::operate() {
     if (plan_.empty()) {
-        if (phase_ == Phase::aborts) return leave();
+        if (phase_ == Phase::aborts) return try_again_or_leave();
         phase_ = Phase::watches;
         return reading_us;
     }

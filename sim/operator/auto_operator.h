@@ -9,8 +9,9 @@
 //
 // When all rows read "OK", the program ends by itself. When nothing more can come - every
 // row that can still change reads "OK", but not all, or for two minutes the table showed
-// nothing new but numbers - Esc is pressed twice, and the operator leaves. What comes and goes is
-// not new. A glass on which there is nothing to see for as long is given up in the same way.
+// nothing new but numbers - Esc is pressed twice, three times over, and the operator leaves. What
+// comes and goes is not new. A glass on which there is nothing to see for as long is given up in
+// the same way.
 #pragma once
 
 #include "sim/operator/hands.h"
@@ -50,7 +51,7 @@ private:
     enum class Phase { waits_for_lamp_test, operates, watches, aborts };
 
     void give_up();
-    Microseconds leave();
+    Microseconds try_again_or_leave();
 
     void look();
     Microseconds decide();
@@ -75,6 +76,7 @@ private:
     Phase phase_ = Phase::waits_for_lamp_test;
     std::deque<Action> plan_;
     std::function<void()> left_;
+    int tries_ = 0; // to end the run
     bool digital_plugged_ = false;
     bool analog_plugged_ = false;
     ScreenReader reader_;

@@ -6,6 +6,8 @@ namespace {
 
 constexpr std::uint32_t address_bits = 0x7F;
 
+constexpr std::string_view dark_glass = "nothing stands on the glass, but the keys work";
+
 // What comes from the panel is its type, its version and the words of its keys.
 constexpr Expectation bus_expectations[] = {
     {"panel.link.acknowledge=missing", Finding::escaped, "the engine tells of no acknowledges",
@@ -14,9 +16,12 @@ constexpr Expectation bus_expectations[] = {
     {"panel.link.in.bit[01]=stuck-0", Finding::operator_,
      "keys that are held down count as pressed, but end the lamp test"},
     {"panel.link.in.bit0=stuck-1", Finding::detected, "", on_engine},
+    {"panel.link.in.bit0=*", Finding::operator_,
+     "it is taken for the other known type, whose glass is another one"},
     {"panel.link.in.bit[3-5]=stuck-1", Finding::detected, ""},
     {"panel.link.in.bit[67]=stuck-0", Finding::detected, ""},
     {"panel.link.out.bit?=flaky-100", Finding::operator_, "it spoils what stands on the glass"},
+    {"panel.link.out.bit[0-57]=stuck-0", Finding::operator_, dark_glass},
     {"panel.*", Finding::blocked,
      "a panel that can't be reached has no key that could end the run"},
 };

@@ -17,9 +17,9 @@ enum Message : std::uint8_t {
 };
 
 constexpr Expectation panel_expectations[] = {
-    {"panel.type.bit0=stuck-0", Finding::operator_,
-     "it is taken for the other known type, whose glass is another one", on_plain | on_engine},
-    {"panel.type.bit0=stuck-0", Finding::detected, ""},
+    {"panel.type.bit0=stuck-0", Finding::detected, "", on_aes},
+    {"panel.type.bit0=*", Finding::operator_,
+     "it is taken for the other known type, whose glass is another one"},
     {"panel.type.*", Finding::blocked, "a panel of no known type is not used, and has no key then"},
     {"panel.version.*", Finding::escaped,
      "the version tells the width of the knobs' counters only"},
