@@ -145,9 +145,13 @@ std::optional<std::size_t> Knowledge::find(const Sign& sign) const {
 }
 
 double Knowledge::weight_of(const std::string& what, const std::string& shape) const {
-    const auto found = weights_.find({what, shape});
-    if (found != weights_.end()) return found->second;
-    return factor_of(what) * std::log(static_cast<double>(classes_.size()) + 2);
+    const auto all = static_cast<double>(classes_.size());
+    return factor_of(what) * std::log((all + 2) / (all * share_of(what, shape) + 1));
+}
+
+double Knowledge::share_of(const std::string& what, const std::string& shape) const {
+    const auto found = shown_by_.find({what, shape});
+    return found == shown_by_.end() ? 0 : found->second / static_cast<double>(classes_.size());
 }
 
 std::size_t Knowledge::number_of(const Sign& sign) {
@@ -171,13 +175,9 @@ bool Knowledge::alike(const FaultClass& one, const std::vector<std::size_t>& sig
 }
 
 void Knowledge::weigh() {
-    std::map<Sign, double> shown_by;
     for (const FaultClass& known : classes_)
         for (const std::size_t number : known.signs)
-            ++shown_by[{signs_[number].sign.what, signs_[number].shaped.shape}];
-    const auto all = static_cast<double>(classes_.size());
-    for (const auto& [kind, count] : shown_by)
-        weights_[kind] = factor_of(kind.what) * std::log((all + 2) / (count + 1));
+            ++shown_by_[{signs_[number].sign.what, signs_[number].shaped.shape}];
     for (KnownSign& known : signs_)
         known.weight = weight_of(known.sign.what, known.shaped.shape);
 }

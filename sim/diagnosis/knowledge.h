@@ -46,6 +46,8 @@ public:
     std::optional<std::size_t> find(const Sign& sign) const;
     // Of a sign of that kind and shape.
     double weight_of(const std::string& what, const std::string& shape) const;
+    // The share of the classes that show one, from 0 to 1.
+    double share_of(const std::string& what, const std::string& shape) const;
 
 private:
     std::size_t number_of(const Sign& sign);
@@ -54,7 +56,7 @@ private:
 
     std::vector<KnownSign> signs_;
     std::map<Sign, std::size_t> numbers_;
-    std::map<Sign, double> weights_; // by kind and shape
+    std::map<Sign, double> shown_by_; // by kind and shape: how many classes
     std::vector<FaultClass> classes_;
 };
 

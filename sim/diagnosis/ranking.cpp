@@ -16,7 +16,20 @@ struct Seen {
     Shaped shaped;
     double weight;
     bool one_of_many;
+    bool may_go_on; // to "OK", when the run does
 };
+
+// What so many classes show in the course of a row is what each device shows.
+constexpr double usual_share = 0.1;
+// How well a row that may go on to "OK" fits one that did.
+constexpr double may_go_on_fit = 0.5;
+
+// Of the keys each order is usual.
+bool may_go_on(const Sign& sign, const std::string& shape, const Knowledge& knowledge) {
+    if (!sign.what.starts_with("row ")) return false;
+    const std::string label = sign.what.substr(4);
+    return label == "Frontpanel" || knowledge.share_of("course " + label, shape) >= usual_share;
+}
 
 class Comparison {
 public:
@@ -26,7 +39,8 @@ public:
         for (const Sign& sign : seen.signs) {
             Shaped shape = shaped(sign.text);
             const double weight = knowledge.weight_of(sign.what, shape.shape);
-            seen_.push_back({&sign, std::move(shape), weight, is_one_of_many(sign)});
+            const bool on_its_way = may_go_on(sign, shape.shape, knowledge);
+            seen_.push_back({&sign, std::move(shape), weight, is_one_of_many(sign), on_its_way});
             if (const auto number = knowledge.find(sign)) is_seen_[*number] = true;
         }
         for (std::size_t i = 0; i < can_be_seen_.size(); ++i)
@@ -61,8 +75,10 @@ private:
     Part as_the_one(const Seen& seen, const FaultClass& known) const {
         for (const std::size_t number : known.signs) {
             const KnownSign& other = knowledge_.signs()[number];
-            if (other.sign.what == seen.sign->what)
-                return {std::max(seen.weight, other.weight), likeness(seen.shaped, other.shaped)};
+            if (other.sign.what != seen.sign->what) continue;
+            const double least = seen.may_go_on && other.sign.text == "OK" ? may_go_on_fit : 0;
+            return {std::max(seen.weight, other.weight),
+                    std::max(likeness(seen.shaped, other.shaped), least)};
         }
         return {seen.weight, 0};
     }

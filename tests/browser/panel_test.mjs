@@ -89,6 +89,10 @@ const tests = {
     const page = await look(browser, panel.address);
     await endLampTest(page);
     await until(page, "Ethernet", "LAN-ok   WAN-??");
+    await page.locator("#diagnosis summary").click();
+    const candidates = page.locator("#candidates");
+    await candidates.getByText("link-refused=usb0: ").waitFor();
+    assert.match(await candidates.textContent(), /the best first:.*Next: .*If /s);
     await page.locator("#search").fill("other end network");
     const fault = page.locator("#faults li:visible");
     assert.equal(await fault.count(), 1);

@@ -108,6 +108,14 @@ TEST(Diagnosis, KnowsWhatItCantKnow) {
         {{{"AnalogAudio", "Flux low"}}, State::unknown, ""},
         {{{"USB Ports", "Paper jam"}, {"Ethernet", "OK"}}, State::unknown, ""},
         {{{"USB Ports", "OK"}, {"AES/EBU", ""}}, State::nothing_failed, ""},
+        {{{"ParallelPrt", "Bit status: ++++++++"}, // in the middle of a run
+          {"Ethernet", "LAN-ok   WAN-??"},
+          {"Frontpanel", "123456789*#LRKEACDMhH"},
+          {"USB Ports", "In progress: 13"},
+          {"AnalogAudio", "Silence/DC 0.0 0.0 0.0 0.0"},
+          {"AES/EBU", "Wait for cable unplugged"}},
+         State::found,
+         "link-refused=usb0"},
     };
     for (const auto& [rows, state, fault] : cases) {
         const Diagnosis found = diagnosis_of(symptoms_of_rows(rows), "", Knowledge::own());

@@ -10,7 +10,6 @@ constexpr unsigned unused_bits = 0xFC;
 constexpr Expectation line_expectations[] = {
     {"cpld.lines.*", Finding::escaped, "bytes come from the engine, and nobody reads the lines",
      on_engine},
-    {"cpld.lines.bit0=flaky-100", Finding::operator_, "it spoils what stands on the glass"},
     {"cpld.lines.bit0=*", Finding::blocked,
      "nothing can be read of the panel, which so has no key that could end the run"},
     {"cpld.lines.*", Finding::escaped, "the clock is the program's own, and never read back"},
