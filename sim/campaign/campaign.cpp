@@ -48,8 +48,12 @@ private:
         std::vector<SingleFault> left;
         const std::vector<SingleFault> all = single_faults(plan_.pattern, plan_.boards);
         for (std::size_t i = plan_.shard.number - 1; i < all.size(); i += plan_.shard.of)
-            if (!done.contains(run_name(all[i]))) left.push_back(all[i]);
+            if (is_wanted(all[i]) && !done.contains(run_name(all[i]))) left.push_back(all[i]);
         return left;
+    }
+
+    bool is_wanted(const SingleFault& fault) const {
+        return plan_.expected.empty() || fault.expected.empty() || fault.expected == plan_.expected;
     }
 
     std::vector<std::string> words(const std::string& board, const std::string& fault) const {

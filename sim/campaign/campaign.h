@@ -18,6 +18,7 @@ struct CampaignPlan {
     RunsPlan runs;
     std::string pattern; // of faults; empty: all
     std::vector<Board> boards;
+    std::string expected; // only faults that may have this class; empty: all
     Shard shard;
 };
 

@@ -97,6 +97,8 @@ const std::vector<Option>& campaign_options() {
          [](Options& o, auto& value) { o.campaign.pattern = value; }},
         {"--boards", "BOARD[,BOARD]", "on these mainboards (all that have a panel)",
          [](Options& o, auto& value) { o.campaign.boards = boards_of(value); }},
+        {"--expected", bars(class_words()), "only faults that must have this class (all)",
+         [](Options& o, auto& value) { o.campaign.expected = class_named(value); }},
         {"--seed", "N", "of every run (1)",
          [](Options& o, auto& value) { o.campaign.runs.seed = seed_of(value); }},
         {"--shard", "I/N", "the I-th of N parts only, each for a machine of its own",

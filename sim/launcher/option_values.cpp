@@ -1,5 +1,6 @@
 #include "sim/launcher/option_values.h"
 
+#include "sim/campaign/sighting.h"
 #include "sim/formats/short_number.h"
 #include "sim/launcher/fault_setting.h"
 
@@ -114,6 +115,15 @@ void add_fault(Setup& setup, const std::string& text) {
     const auto fault = fault_setting(text);
     if (!fault) microseconds("--fault " + text, text.substr(text.rfind('@') + 1)); // throws
     setup.faults.push_back(fault.value());
+}
+
+std::vector<std::string_view> class_words() { return {class_names().begin(), class_names().end()}; }
+
+std::string class_named(const std::string& name) {
+    const std::vector<std::string_view> names = class_words();
+    if (std::ranges::find(names, name) == names.end())
+        throw UsageError("--expected: " + no_such("class", name, names));
+    return name;
 }
 
 void set_port(Options& options, const std::string& value) {

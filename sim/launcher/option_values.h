@@ -8,6 +8,8 @@
 
 #include <cstdint>
 #include <string>
+#include <string_view>
+#include <vector>
 
 namespace k4sim {
 
@@ -38,6 +40,9 @@ void set_shard(Shard& shard, const std::string& value);
 void set_seeds(SoakPlan& plan, const std::string& value);
 // NAME[=VALUE][@SECONDS]
 void add_fault(Setup& setup, const std::string& text);
+// Of what runs can come to.
+std::vector<std::string_view> class_words();
+std::string class_named(const std::string& name);
 void set_port(Options& options, const std::string& value);
 
 } // namespace k4sim

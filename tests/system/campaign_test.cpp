@@ -68,6 +68,7 @@ TEST_F(Campaign, ComesToTheSameHoweverItIsDone) {
 }
 
 TEST_F(Campaign, TellsWhatIsNotAsExpected) {
+    EXPECT_EQ(campaign("--out found --expected detected").out, "2 runs, 2 detected\n");
     const CommandResult deaf =
         launch("campaign --out out --boards engine --faults analog-input-dead"
                " -- " K4_PROGRAM " run noanalog");
