@@ -25,6 +25,15 @@ constexpr unsigned latest_s = 90; // by then a good device has passed
 // How the names of faults begin that take from the program what it would switch the inputs off by.
 constexpr std::string_view out_of_reach[] = {"card-", "cpld", "mixer.micboost-", "mixer.phantom-"};
 
+// How lines of the console begin that a program ends with by mistake.
+constexpr std::string_view fatal_lines[] = {"KELlib-Error", "terminate called"};
+
+bool is_fatal(const Sign& sign) {
+    return sign.what == "line" && std::ranges::any_of(fatal_lines, [&](std::string_view beginning) {
+               return sign.text.starts_with(beginning);
+           });
+}
+
 // What is in the name of a fault that comes and goes: when it does, it may be missed.
 constexpr std::string_view at_times[] = {"flaky", "=lost-", "=doubled-", "=flipped-"};
 
@@ -162,6 +171,7 @@ private:
     // Empty: nothing is wrong.
     std::string complaint(const SoakRun& run, const Sighting& seen) const {
         if (seen.verdict == "DIED") return "the program died";
+        if (std::ranges::any_of(seen.signs, is_fatal)) return "the program printed a fatal message";
         if (seen.verdict == "UNDECIDED")
             return std::ranges::any_of(
                        run.faults, [this](const SoakFault& one) { return can_block(one.fault); })
