@@ -176,6 +176,14 @@ std::string summary(const Runs& results) {
            " single faults are detected (" + percent(detected, results.size()) + ")";
 }
 
+// Of a test that says whether a device may be used, this counts, too.
+std::string never_good(const Runs& results) {
+    const std::size_t count =
+        results.size() - count_of(results, "escaped") - count_of(results, "operator");
+    return "With those that mislead, or that nobody can end, " + std::to_string(count) + " (" +
+           percent(count, results.size()) + ") do not come to a good end.";
+}
+
 Runs left_on(const Runs& results) {
     Runs some;
     std::ranges::copy_if(results, std::back_inserter(some), [](const Json& result) {
@@ -231,7 +239,7 @@ Document coverage_document(const std::vector<Json>& results, const std::string& 
         Heading{1, "What the self-test finds"},
         Paragraph{"Every single fault once, on each board that has what it breaks, an automatic "
                   "operator at the panel: " +
-                  summary(results) + "."},
+                  summary(results) + ". " + never_good(results)},
         Heading{2, "By unit"},
         counts_by("unit", results, unit_name),
         Heading{2, "By board"},
