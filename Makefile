@@ -1,5 +1,5 @@
 # The commands of the README. Each installs what is missing, then builds with a CMake preset.
-.PHONY: run panel test golden coverage-campaign coverage-sample build completion setup sanitize valgrind coverage fuzz bench reproducible format lint clean
+.PHONY: run panel test golden docs coverage-campaign coverage-sample build completion setup sanitize valgrind coverage fuzz bench reproducible format lint clean
 
 BUILD := build/release
 RUN_RECORD := build/run
@@ -46,6 +46,11 @@ test: build
 golden: build
 	@K4_RENEW_GOLDEN=1 $(BUILD)/system_tests --gtest_filter='*Golden*:Launcher.Refuses*:Scenario.Is*:*CausesItsVerdict*' --gtest_brief=1
 	@git status --short tests/system/golden
+
+# What is made in docs/ anew: look at it before you commit it.
+docs: build
+	@scripts/docs $(BUILD)
+	@git status --short docs
 
 # docs/coverage.* anew: every single fault once. Goes on where it was broken off.
 coverage-campaign: build
