@@ -38,6 +38,14 @@ own_header_first() {
     done
 }
 breach "Own header not included first" own_header_first
+untold_models() {
+    for header in sim/models/*/*.h sim/alsa/*.h; do
+        name=$(basename "$header" .h)
+        case $header in sim/models/joints/* | *_faults.h) continue ;; esac
+        grep -q "\`$name\`" docs/fidelity.md || echo "$header"
+    done
+}
+breach "A model of which docs/fidelity.md does not tell what it is written from" untold_models
 breach "Headers without #pragma once" \
     grep -rL '#pragma once' $program sim --include=*.h
 exit $status
