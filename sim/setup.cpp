@@ -2,9 +2,11 @@
 
 #include "sim/setup_choices.h"
 
+#include <algorithm>
 #include <array>
 #include <charconv>
 #include <cmath>
+#include <span>
 
 namespace k4sim {
 
@@ -103,8 +105,17 @@ bool read_pace(Setup& setup, std::string_view word) {
     return setup.pace.has_value() && std::isfinite(*setup.pace) && *setup.pace > 0;
 }
 
+bool read_real(Setup& setup, const Words& words) {
+    if (words.size() < 2) return false;
+    RealPart& part = setup.real.emplace_back();
+    for (const std::string_view word : std::span(words).subspan(2))
+        if (!store(part.names.emplace_back(), unescaped(word))) return false;
+    return store(part.role, value_of(roles, words[1]));
+}
+
 bool read_line(Setup& setup, std::string_view line) {
     const Words words = words_of(line);
+    if (words[0] == "real") return read_real(setup, words);
     if (words[0] == "fault") return read_fault(setup, words);
     if (words[0] == "step") return read_step(setup.steps.emplace_back(), words);
     if (words[0] == "stop") return read_step(setup.stop.emplace(), words);
@@ -134,6 +145,11 @@ std::string text_of(double number) {
 
 } // namespace
 
+const RealPart* real_part(const Setup& setup, Role role) {
+    const auto found = std::ranges::find(setup.real, role, &RealPart::role);
+    return found == setup.real.end() ? nullptr : &*found;
+}
+
 std::string encode(const Setup& setup) {
     const auto line_of = [](std::string_view word, const ScenarioStep& step) {
         return std::string(word) + " " + std::to_string(static_cast<int>(step.trigger)) + " " +
@@ -160,6 +176,12 @@ std::string encode(const Setup& setup) {
         text += line_of("step", step);
     if (setup.stop) text += line_of("stop", *setup.stop);
     if (setup.gdb) text += "gdb 1\n";
+    for (const RealPart& part : setup.real) {
+        text.append("real ").append(name_of(roles, part.role));
+        for (const std::string& name : part.names)
+            text += " " + escaped(name);
+        text += "\n";
+    }
     return text;
 }
 

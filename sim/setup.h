@@ -16,6 +16,14 @@ enum class OperatorKind { automatic, human, none };
 // Which thread goes on where several can: who was ready first, or by the seed.
 enum class Schedule { fair, random };
 
+// A part of the device that can be this machine's instead of the virtual one.
+enum class Role { serial, network, sound, speaker, ports };
+
+struct RealPart {
+    Role role = Role::serial;
+    std::vector<std::string> names; // of its devices on this machine; empty: the K/4's own
+};
+
 // A fault of the fault list, for example {"key-held", "7", 0}.
 struct FaultSetting {
     std::string name;
@@ -56,7 +64,11 @@ struct Setup {
     std::vector<ScenarioStep> steps;
     std::optional<ScenarioStep> stop; // the run ends there; without an action
     bool gdb = false;                 // or stands still there for a debugger
+    std::vector<RealPart> real;       // each role once; with any of them time is real, too
 };
+
+// Null when that part is virtual.
+const RealPart* real_part(const Setup& setup, Role role);
 
 // The text form: one "key value..." a line, strings escaped. decode(encode(s)) == s.
 std::string encode(const Setup& setup);

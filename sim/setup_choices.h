@@ -31,6 +31,11 @@ inline constexpr Choice<Schedule> schedules[] = {
     {Schedule::random, "random"},
 };
 
+inline constexpr Choice<Role> roles[] = {
+    {Role::serial, "serial"},   {Role::network, "network"}, {Role::sound, "sound"},
+    {Role::speaker, "speaker"}, {Role::ports, "ports"},
+};
+
 // Of a table with every value in it.
 template <class Value, std::size_t count>
 std::string_view name_of(const Choice<Value> (&choices)[count], Value value) {

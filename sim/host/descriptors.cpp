@@ -2,9 +2,11 @@
 
 #include "sim/host/pipe_end.h"
 #include "sim/host/real.h"
+#include "sim/host/real_file.h"
 #include "sim/host/result.h"
 #include "sim/host/threads.h"
 #include "sim/machine/machine.h"
+#include "sim/time/keep_errno.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -19,6 +21,8 @@ int real_poll(pollfd* states, nfds_t count, int timeout_ms) {
     static auto* const function = real_function<int(pollfd*, nfds_t, int)>("poll");
     return function(states, count, timeout_ms);
 }
+
+bool in_real_time() { return !machine().setup().real.empty(); }
 
 // When time alone makes the file ready. A file that is ready now is not in the way that the
 // caller asks for.
@@ -47,9 +51,11 @@ bool Descriptors::owns(int descriptor) const {
 int Descriptors::open(std::string_view path, int flags) {
     if (!machine().claim()) return libc_result(-EBUSY);
     std::unique_ptr<OpenFile> file = openers_.find(path)->second();
-    machine().event("program", "open", {{"device", path}, {"present", file != nullptr}});
-    if (!file) return libc_result(-ENOENT);
-    return add(std::string(path), flags, std::move(file));
+    const int descriptor =
+        file ? add(std::string(path), flags, std::move(file)) : libc_result(-ENOENT);
+    const KeepErrno keep_errno;
+    machine().event("program", "open", {{"device", path}, {"present", descriptor >= 0}});
+    return descriptor;
 }
 
 ssize_t Descriptors::read(int descriptor, void* data, std::size_t size) {
@@ -124,7 +130,7 @@ void Descriptors::forget_pipes() {
 }
 
 int Descriptors::poll(pollfd* states, nfds_t count, Microseconds deadline) {
-    if (deadline == never && count > 0 && !owns_any(states, count))
+    if (deadline == never && count > 0 && !owns_any(states, count) && !in_real_time())
         return real_poll(states, count, -1);
     for (;;) {
         const int ready = look(states, count);
@@ -168,9 +174,9 @@ int Descriptors::look(pollfd* states, nfds_t count) const {
                                           [](const pollfd& state) { return state.revents != 0; }));
 }
 
-// When the first of the descriptors becomes ready by time alone.
+// When the first of the descriptors becomes ready by time alone. In real time each may.
 Microseconds Descriptors::ready_at(const pollfd* states, nfds_t count) const {
-    Microseconds first = never;
+    Microseconds first = in_real_time() && count > 0 ? scheduler().now() + real_look_us : never;
     for (const pollfd* state = states; state != states + count; ++state) {
         const auto found = files_.find(state->fd);
         if (found == files_.end()) continue;

@@ -66,7 +66,7 @@ public:
 
     // Waits until one of the descriptors is ready, owned or not, or the deadline has
     // come. The result is that of poll. A descriptor that is not owned is looked at only
-    // when something else happens.
+    // when something else happens, or again and again when time is real.
     int poll(pollfd* states, nfds_t count, Microseconds deadline);
 
     // Something may have become readable or writable.

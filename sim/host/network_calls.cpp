@@ -1,7 +1,10 @@
 #include "sim/host/network_calls.h"
 
+#include "sim/host/real.h"
+#include "sim/host/result.h"
 #include "sim/machine/machine.h"
 #include "sim/models/device.h"
+#include "sim/setup.h"
 #include "sim/time/keep_errno.h"
 #include "sim/time/scheduler.h"
 
@@ -12,14 +15,20 @@
 #include <iterator>
 #include <linux/ethtool.h>
 #include <linux/sockios.h>
+#include <map>
 #include <net/if.h>
 #include <net/if_arp.h>
 #include <netinet/in.h>
+#include <string>
+#include <sys/ioctl.h>
 #include <sys/socket.h>
+#include <utility>
 
 namespace k4sim {
 
 namespace {
+
+constexpr std::string_view lan_interface = "eth0";
 
 int tell_link(NetworkLink& link, ifreq& request) {
     if (link.refuses()) return -EOPNOTSUPP;
@@ -115,6 +124,44 @@ bool is_ipv4_socket(int descriptor) {
     return getsockopt(descriptor, SOL_SOCKET, SO_DOMAIN, &domain, &size) == 0 && domain == AF_INET;
 }
 
+// The interface of this machine that is there for one of the program's.
+std::string real_interface(const RealPart& part, std::string_view name) {
+    if (part.names.empty()) return std::string(name);
+    return part.names[name == lan_interface ? 0 : 1];
+}
+
+// Each change of what the program is told.
+void tell_change(std::string_view name, const char* what) {
+    static auto& told = *new std::map<std::string, std::string, std::less<>>;
+    const auto [entry, first] = told.try_emplace(std::string(name));
+    if (std::exchange(entry->second, what) != what)
+        machine().event("link", what, {{"interface", name}});
+}
+
+void note_link(std::string_view name, const ifreq& request, int result) {
+    ethtool_value value{};
+    if (result >= 0 && request.ifr_data != nullptr)
+        std::memcpy(&value, request.ifr_data, sizeof value);
+    if (result >= 0 && value.cmd != ETHTOOL_GLINK) return;
+    tell_change(name, result < 0 ? "request-refused" : value.data != 0 ? "up" : "down");
+}
+
+// As the kernel has it of that interface, under the program's name.
+int ask_kernel(const RealPart& part, int descriptor, unsigned long request, ifreq& record) {
+    static auto* const system_ioctl = libc_function<int(int, unsigned long, ...)>("ioctl");
+    const std::string name(record.ifr_name, strnlen(record.ifr_name, IFNAMSIZ));
+    const std::string real = real_interface(part, name);
+    const auto rename = [&record](std::string_view to) {
+        std::ranges::fill(record.ifr_name, '\0');
+        to.copy(record.ifr_name, IFNAMSIZ - 1);
+    };
+    rename(real);
+    const int result = with_error(system_ioctl(descriptor, request, &record));
+    rename(name);
+    if (request == SIOCETHTOOL) note_link(name, record, result);
+    return result;
+}
+
 // Null for another interface.
 NetworkLink* link_in(const ifreq& request) {
     const char* const name = request.ifr_name;
@@ -131,6 +178,8 @@ std::optional<int> network_request(int descriptor, unsigned long request, void* 
     NetworkLink* const link = link_in(record);
     if (link == nullptr) return std::nullopt;
     scheduler().spend(access_us);
+    if (const RealPart* real = real_part(machine().setup(), Role::network))
+        return ask_kernel(*real, descriptor, request, record);
     if (known->right == Right::privileged && machine().privilege_refused()) return -EPERM;
     return link->present() ? known->answer(*link, record) : -ENODEV;
 }

@@ -1,10 +1,12 @@
 // Stand-ins for the requests of I/O privilege. As on Linux it belongs to the calling
 // thread and to the threads that it creates later.
 #include "sim/host/real.h"
+#include "sim/host/real_ports.h"
 #include "sim/host/result.h"
 #include "sim/host/threads.h"
 #include "sim/host/unplayed.h"
 #include "sim/machine/machine.h"
+#include "sim/setup.h"
 
 #include <cerrno>
 
@@ -14,11 +16,16 @@ namespace {
 
 constexpr unsigned highest_level = 3;
 
+bool grants_ports() {
+    if (real_part(machine().setup(), Role::ports) != nullptr) return real_ports_granted();
+    return !machine().privilege_refused();
+}
+
 int set_privilege(unsigned level) {
     if (level > highest_level) return libc_result(-EINVAL);
     if (level == highest_level && !machine().claim()) return libc_result(-EBUSY);
     Thread& thread = *Scheduler::current();
-    const bool granted = level != highest_level || !machine().privilege_refused();
+    const bool granted = level != highest_level || grants_ports();
     machine().event("program", "iopl",
                     {{"thread", std::int64_t{thread.id}},
                      {"level", std::int64_t{level}},

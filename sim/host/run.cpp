@@ -9,6 +9,7 @@
 #include "sim/host/port_trap.h"
 #include "sim/host/preload.h"
 #include "sim/host/real.h"
+#include "sim/host/real_ports.h"
 #include "sim/host/serial_file.h"
 #include "sim/host/signal_stack.h"
 #include "sim/host/signal_timers.h"
@@ -19,6 +20,7 @@
 #include "sim/machine/machine.h"
 #include "sim/machine/report.h"
 #include "sim/setup.h"
+#include "sim/setup_choices.h"
 #include "sim/setup_process.h"
 #include "sim/time/scheduler.h"
 #include "sim/time/signals.h"
@@ -56,11 +58,24 @@ void in_child() {
         thread->io_privilege = false;
 }
 
+// Before anything of them is used.
+void tell_real_parts(const Setup& setup) {
+    for (const RealPart& part : setup.real) {
+        std::string names;
+        for (const std::string& name : part.names)
+            names.append(names.empty() ? "" : ",").append(name);
+        machine().event("program", "real",
+                        {{"role", name_of(roles, part.role)}, {"names", std::string_view(names)}});
+    }
+}
+
 void start_recorded_run(const Setup& setup) {
     const auto end_at_limit = [] { end_process(status_limit, "limit"); };
     machine().record(setup, end_at_limit);
     capture_console(
         [](int stream, std::string_view text) { machine().console_text(stream, text); });
+    tell_real_parts(setup);
+    if (real_part(setup, Role::ports) != nullptr) use_real_ports();
     scheduler().set_pace(setup.pace);
     machine().set_stop_action([pace = setup.pace, gdb = setup.gdb] {
         if (!gdb) end_process(status_stopped, "stop");
@@ -157,9 +172,9 @@ __attribute__((constructor)) void start(int, char** arguments, char** environmen
     new (of_first_thread) SignalStack; // for good
     install_port_trap();
     watch_for_death();
-    configure_alsa();
     machine();
     start_run(role);
+    configure_alsa(machine().setup());
 }
 
 __attribute__((destructor)) void end() {

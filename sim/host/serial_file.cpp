@@ -1,9 +1,11 @@
 #include "sim/host/serial_file.h"
 
 #include "sim/host/descriptors.h"
+#include "sim/host/real_serial.h"
 #include "sim/host/serial_terminal.h"
 #include "sim/machine/machine.h"
 #include "sim/models/device.h"
+#include "sim/setup.h"
 #include "sim/time/unobserved.h"
 
 #include <string>
@@ -46,6 +48,8 @@ std::shared_ptr<SerialTerminal> terminal_of(const SerialAdapter& adapter) {
 
 std::unique_ptr<OpenFile> open_serial(int device_number) {
     const Unobserved unobserved;
+    if (const RealPart* real = real_part(machine().setup(), Role::serial))
+        return open_real_serial(*real, device_number);
     SerialAdapter* const adapter = machine().device().serial().find(device_number);
     if (adapter == nullptr) return nullptr;
     if (adapter->end() == nullptr)

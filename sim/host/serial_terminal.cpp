@@ -2,6 +2,7 @@
 
 #include "sim/host/clocks.h"
 #include "sim/host/descriptors.h"
+#include "sim/host/line_settings.h"
 #include "sim/host/real.h"
 #include "sim/host/result.h"
 #include "sim/host/run.h"
@@ -61,26 +62,6 @@ int store_count(void* where, std::size_t count) {
     write_fully(STDERR_FILENO, "k4sim: /dev/ptmx gives no pseudo-terminal for a serial adapter: " +
                                    std::string(std::strerror(errno)) + "\n");
     end_process(status_deadlock, "no-pseudo-terminal");
-}
-
-bool is_change_of_settings(unsigned long request) {
-    switch (request) {
-    case TCSETS:
-    case TCSETSW:
-    case TCSETSF:
-    case TCSETS2:
-    case TCSETSW2:
-    case TCSETSF2:
-        return true;
-    default:
-        return false;
-    }
-}
-
-bool flushes_input(unsigned long request) { return request == TCSETSF || request == TCSETSF2; }
-
-bool waits_for_output(unsigned long request) {
-    return request == TCSETSW || request == TCSETSW2 || flushes_input(request);
 }
 
 } // namespace
@@ -209,16 +190,14 @@ void SerialTerminal::set_initially() {
 }
 
 void SerialTerminal::learn_settings() {
-    termios2 settings{};
-    kernel_control(TCGETS2, &settings);
-    canonical_ = (settings.c_lflag & ICANON) != 0;
-    answers_ = canonical_ || (settings.c_lflag & (ECHO | ECHONL | ISIG)) != 0 ||
-               (settings.c_iflag & (IXON | IXOFF)) != 0;
-    read_minimum_ = std::max<std::size_t>(settings.c_cc[VMIN], 1);
-    adapter_->set_baud(settings.c_ospeed);
+    const LineSettings settings = line_settings(slave_);
+    canonical_ = settings.canonical;
+    answers_ = settings.answers;
+    read_minimum_ = settings.read_minimum;
+    adapter_->set_baud(settings.baud);
     machine().event("serial", "settings",
                     {{"device", std::int64_t{device_number_}},
-                     {"baud", std::int64_t{settings.c_ospeed}},
+                     {"baud", std::int64_t{settings.baud}},
                      {"raw", !answers_}});
 }
 

@@ -1,7 +1,9 @@
 #include "sim/host/speaker_file.h"
 
+#include "sim/host/real_file.h"
 #include "sim/machine/machine.h"
 #include "sim/models/device.h"
+#include "sim/setup.h"
 
 #include <cerrno>
 #include <linux/kd.h>
@@ -27,9 +29,27 @@ public:
     }
 };
 
+// The model plays along, for the record, and for who hears it.
+class RealSpeakerFile final : public RealFile {
+public:
+    using RealFile::RealFile;
+
+    int control(unsigned long request, void* argument) override {
+        const int result = RealFile::control(request, argument);
+        if (result >= 0) shadow_.control(request, argument);
+        return result;
+    }
+
+private:
+    SpeakerFile shadow_;
+};
+
 } // namespace
 
 std::unique_ptr<OpenFile> open_speaker() {
+    if (const RealPart* real = real_part(machine().setup(), Role::speaker))
+        return std::make_unique<RealSpeakerFile>(real->names.empty() ? "/dev/console"
+                                                                     : real->names[0]);
     return machine().device().speaker().present() ? std::make_unique<SpeakerFile>() : nullptr;
 }
 

@@ -11,6 +11,7 @@
 #include "sim/launcher/panel.h"
 #include "sim/launcher/process.h"
 #include "sim/launcher/progress.h"
+#include "sim/launcher/real_parts.h"
 #include "sim/launcher/record.h"
 #include "sim/launcher/retelling.h"
 #include "sim/launcher/verdict.h"
@@ -84,7 +85,7 @@ int coverage(const Options& options) {
 }
 
 int differ(const Options& options) {
-    const Differences found = differences_of(options.files[0], options.files[1]);
+    const Differences found = differences_of(options.files[0], options.files[1], options.tolerance);
     print(found.text);
     return found.any ? status_differs : 0;
 }
@@ -119,10 +120,13 @@ int run(const Options& options, RunWatcher* watcher = nullptr) {
     const std::string path = find_program(options.program[0], folder);
     const std::string library = library_for(folder, options.program[0], path);
     Setup setup = options.setup;
+    check_real(setup);
     const WireFile wires(options.vcd, setup.board);
     setup.wires_fd = wires.descriptor();
     Record record(options.record, options.demands);
     if (options.wave) setup.wave_fd = record.keep_sound();
+    if (real_part(setup, Role::ports) != nullptr)
+        std::fputs("k4sim: the ports of this machine are used\n", stderr);
     const Stopwatch stopwatch;
     const ProcessEnd end =
         run_shown({path, options.program, folder, library}, setup, options.quiet, record, watcher);

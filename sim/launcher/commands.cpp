@@ -3,6 +3,7 @@
 #include "sim/campaign/single_faults.h"
 #include "sim/formats/short_number.h"
 #include "sim/launcher/option_values.h"
+#include "sim/launcher/real_parts.h"
 #include "sim/launcher/scenario.h"
 #include "sim/models/faults.h"
 #include "sim/models/nearest.h"
@@ -47,6 +48,9 @@ const std::vector<Option>& run_options() {
          }},
         {"--pace", "FACTOR|max", "1 is real time (max)",
          [](Options& o, auto& value) { set_pace(o.setup, value); }},
+        {"--real", "all|ROLE[,ROLE]|ROLE=NAME[,NAME]",
+         "this machine's part: serial, network, sound, speaker, ports",
+         [](Options& o, auto& value) { add_real(o.setup, value); }},
         {"--limit", "SECONDS", "virtual end of the run, status 124 (3600)",
          [](Options& o, auto& value) { o.setup.limit_us = some_time("--limit", value); }},
         {"--linger", "SECONDS", "the same, counted from when the operator left (never)",
@@ -154,11 +158,31 @@ const std::vector<Option>& diagnose_options() {
     return options;
 }
 
+const std::vector<Option>& diff_options() {
+    static const std::vector<Option> options = {
+        {"--tolerance", "LIMIT[,LIMIT]",
+         "tell only what differs by more, such as 0.5dB,2s,10%,1 (1: what is counted)",
+         [](Options& o, auto& value) { set_tolerance(o, value); }},
+    };
+    return options;
+}
+
 // The value that was said last; null: none was.
 const std::string* last_said(const std::vector<Said>& said, std::string_view name) {
     const auto found = std::find_if(said.rbegin(), said.rend(),
                                     [&](const Said& one) { return one.option->name == name; });
     return found == said.rend() ? nullptr : &found->value;
+}
+
+// What is real does not wait. At real ports there is a real panel, and whoever stands at that.
+void keep_to_real_time(Setup& setup, const std::vector<Said>& said) {
+    if (setup.pace.value_or(1) != 1)
+        throw UsageError("--real goes with --pace 1 only: what is real does not wait");
+    setup.pace = 1;
+    if (real_part(setup, Role::ports) == nullptr) return;
+    if (last_said(said, "--operator") == nullptr) setup.operator_kind = OperatorKind::none;
+    if (setup.operator_kind != OperatorKind::none)
+        throw UsageError("--real ports goes with --operator none: the panel is a real one");
 }
 
 // The file first, so that the command line goes before it.
@@ -170,6 +194,7 @@ void settle(Options& options, const std::vector<Said>& said) {
         read_scenario(*file, options, board);
     for (const auto& [option, value] : said)
         option->set(options, value);
+    if (!options.setup.real.empty()) keep_to_real_time(options.setup, said);
     for (const FaultSetting& fault : options.setup.faults) {
         const std::string error = fault_error(options.setup.board, fault.name, fault.value);
         if (!error.empty()) throw UsageError("--fault: " + error);
@@ -365,8 +390,9 @@ const std::vector<CommandForm>& commands() {
          "diff",
          "DIR DIR",
          "tells where two runs part, with status 1 when they do",
-         {},
-         {{"diff build/one build/two", "the first different event, rows and margins"}},
+         {&diff_options()},
+         {{"diff build/one build/two", "the first different event, rows and margins"},
+          {"diff --tolerance 0.5dB,2s real virtual", "a run with real parts, and one without"}},
          2,
          2,
          take_files},

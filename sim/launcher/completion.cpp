@@ -67,6 +67,8 @@ Texts one_more(std::string_view typed, const std::vector<std::string_view>& word
 Texts verdicts_for(std::string_view typed) { return one_more(typed, verdict_words()); }
 Texts boards_for(std::string_view typed) { return one_more(typed, names_of(boards)); }
 
+Texts roles_for(std::string_view typed) { return one_more(typed, names_of(roles)); }
+
 // What the words in capitals of the table of commands stand for.
 struct Meaning {
     std::string_view word;
@@ -77,6 +79,7 @@ constexpr Meaning meanings[] = {
     {"NAME[=VALUE][@SECONDS]", faults_for},
     {"VERDICT[,VERDICT]", verdicts_for},
     {"BOARD[,BOARD]", boards_for},
+    {"ROLE[,ROLE]", roles_for},
     {"PATTERN", [](std::string_view) { return texts_of(fault_names()); }},
     {"COMMAND", [](std::string_view) { return texts_of(command_names()); }},
     {"PROGRAM",

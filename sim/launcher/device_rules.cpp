@@ -55,7 +55,7 @@ void allow(int rules, const fs::path& path, std::uint64_t rights) {
 
 } // namespace
 
-int make_device_rules() {
+int make_device_rules(const std::vector<fs::path>& real) {
     const int known = version();
     if (known < 1) return -1;
     const std::uint64_t moves = known >= version_with_moves ? move_between_folders : 0;
@@ -68,6 +68,8 @@ int make_device_rules() {
         if (entry.path() != "/dev") allow(rules, entry.path(), open_file | moves);
     for (const char* name : harmless_devices)
         allow(rules, fs::path("/dev") / name, open_file | moves);
+    for (const fs::path& path : real)
+        allow(rules, path, open_file);
     return rules;
 }
 

@@ -2,8 +2,11 @@
 
 #include "sim/launcher/device_rules.h"
 #include "sim/launcher/options.h"
+#include "sim/launcher/real_parts.h"
+#include "sim/setup_choices.h"
 
 #include <cerrno>
+#include <iterator>
 #include <seccomp.h>
 #include <unistd.h>
 
@@ -27,12 +30,14 @@ bool fill(scmp_filter_ctx filter) {
 
 } // namespace
 
-Guard::Guard() : filter_(seccomp_init(SCMP_ACT_ALLOW)) {
-    if (filter_ == nullptr || !fill(filter_)) {
+Guard::Guard(const Setup& setup)
+    : all_real_(setup.real.size() == std::size(roles)), filter_(seccomp_init(SCMP_ACT_ALLOW)) {
+    const bool real_ports = real_part(setup, Role::ports) != nullptr;
+    if (filter_ == nullptr || (!real_ports && !fill(filter_))) {
         seccomp_release(filter_);
         throw UsageError("the system has no means to deny a program the ports");
     }
-    rules_ = make_device_rules();
+    if (!all_real_) rules_ = make_device_rules(real_files(setup));
 }
 
 Guard::~Guard() {

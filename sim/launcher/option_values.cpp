@@ -30,6 +30,13 @@ std::int64_t microseconds(const std::string& option, const std::string& text) {
 
 } // namespace
 
+void set_tolerance(Options& options, const std::string& value) {
+    options.tolerance = Tolerance::from(value);
+    if (!options.tolerance)
+        throw UsageError("--tolerance: \"" + value +
+                         "\" is none; say for example 0.5dB,2s, or 10% of everything");
+}
+
 std::uint64_t seed_of(const std::string& value) {
     const auto seed = whole_text_number<std::uint64_t>(value);
     if (!seed)

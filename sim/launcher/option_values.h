@@ -20,6 +20,9 @@ auto choice_of(const std::string& kind, const std::string& name, const Choices& 
     return *value;
 }
 
+// Such as "0.5dB,2s".
+void set_tolerance(Options& options, const std::string& value);
+
 std::uint64_t seed_of(const std::string& value);
 
 // Above 0; in microseconds, of seconds.

@@ -6,6 +6,7 @@
 #include "sim/launcher/demand.h"
 #include "sim/launcher/verdict.h"
 #include "sim/setup.h"
+#include "sim/story/tolerance.h"
 
 #include <cstdint>
 #include <exception>
@@ -63,6 +64,7 @@ struct Options {
     std::vector<std::string> arguments; // of a scenario: of a program that is given none
     std::string scenario;               // the file to check
     std::vector<std::string> files;     // to report on, or to compare
+    std::optional<Tolerance> tolerance; // of what is compared
     Inquiry inquiry;
     std::string pattern;               // of faults; empty: all
     bool json = false;                 // list them for a program

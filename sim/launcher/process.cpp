@@ -189,7 +189,7 @@ ProcessEnd run_process(const Program& program, const Setup& setup, Record& recor
     const Descriptor sealed(memfd_create("k4sim-setup", MFD_CLOEXEC | MFD_ALLOW_SEALING),
                             "the setup of the run");
     fill_and_seal(sealed.number(), encode(childs_setup));
-    const Guard guard;
+    const Guard guard(setup);
     RunSignals signals;
     const pid_t child = start(program, signals, guard,
                               {report.writing(), folder.number(), claim.number(), sealed.number(),

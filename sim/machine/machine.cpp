@@ -177,6 +177,7 @@ void Machine::admit_spectator(int socket) {
     ties.picture = [this] { return picture_text(*device_); };
     ties.present = [this] { return reports(); };
     ties.switch_off = switch_off_;
+    ties.real_time = !setup_.real.empty();
     spectator_ = std::make_unique<Spectator>(socket, *device_, *spectators_hands_, scheduler(),
                                              std::move(ties));
     scheduler().pace().set_onlooker(spectator_.get(), now());
@@ -249,6 +250,8 @@ void Machine::console_text(int stream, std::string_view text) {
     event("console", "text", {{"stream", std::int64_t{stream}}, {"text", text}});
     console_lines_.add(text, [this](std::string_view line) { operator_->console_line(line); });
 }
+
+PortSpace& Machine::device_ports() { return *device_; }
 
 PortSpace& Machine::ports() {
     if (attached_ports_) return *attached_ports_;

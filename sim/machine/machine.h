@@ -67,6 +67,9 @@ public:
     // caller's.
     void attach_ports(PortSpace* ports) { attached_ports_ = ports; }
 
+    // The ports of the device itself.
+    PortSpace& device_ports();
+
     // The port instructions of the program. The access takes `access_us`.
     std::uint8_t port_in(std::uint16_t port);
     void port_out(std::uint16_t port, std::uint8_t value);

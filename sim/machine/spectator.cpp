@@ -85,7 +85,7 @@ void Spectator::obey(std::string_view message, Microseconds when) {
     const std::string_view rest = message.substr(std::min(verb.size() + 1, message.size()));
     Pace& pace = time_.pace();
     if (verb == "do") act(rest, when);
-    if (verb == "pace") set_pace(rest);
+    if (verb == "pace" && !ties_.real_time) set_pace(rest);
     if (verb == "off") switch_off(when);
     if (verb == "watch") watch(rest == "1");
     if (verb == "pause") pace.stop(time_.now());

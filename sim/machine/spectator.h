@@ -38,6 +38,7 @@ public:
         // Whether the device is this process's: else nothing is heard or told.
         std::function<bool()> present;
         std::function<void()> switch_off;
+        bool real_time = false; // for the whole run: nobody changes the pace
     };
 
     // `socket` is the launcher's; device, hands and scheduler outlive it.

@@ -12,6 +12,8 @@ namespace k4sim {
 
 namespace {
 
+constexpr std::string_view analog_row = "AnalogAudio"; // its texts are in dB
+
 struct Compared {
     std::string folder;
     Telling telling;
@@ -35,17 +37,20 @@ struct Compared {
 
 class Comparison {
 public:
-    Comparison(const std::string& first, const std::string& second)
-        : first_(first), second_(second) {}
+    Comparison(const std::string& first, const std::string& second,
+               const std::optional<Tolerance>& tolerance)
+        : first_(first), second_(second), tolerance_(tolerance) {}
 
     Differences result() {
-        compare_events();
+        if (!tolerance_) compare_events();
         begin_table("");
         add_row("verdict", verdict(first_), verdict(second_));
         compare_rows();
         begin_table("\n");
         compare_margins();
-        return {any_, any_ ? text_ : "The runs are the same.\n"};
+        if (any_) return {true, text_};
+        return {false, tolerance_ ? "Nothing differs by more than the tolerance.\n"
+                                  : "The runs are the same.\n"};
     }
 
 private:
@@ -80,7 +85,11 @@ private:
 
     void add_row(const std::string& name, const std::string& one, const std::string& other,
                  bool compared = true) {
-        const bool differs = compared && one != other;
+        write_row(name, one, other, compared && one != other);
+    }
+
+    void write_row(const std::string& name, const std::string& one, const std::string& other,
+                   bool differs) {
         any_ |= differs;
         std::array<char, 400> line{};
         std::snprintf(line.data(), line.size(), "%c %-50.100s %-32.100s %.100s",
@@ -91,16 +100,19 @@ private:
     }
 
     // What one story has and the other lacks is compared with "-".
-    template <class List, class Name, class Words>
-    void compare(const List& ones, const List& others, Name name, Words words) {
+    template <class List, class Name, class Words, class Covered>
+    void compare(const List& ones, const List& others, Name name, Words words, Covered covered) {
         const auto find = [&](const List& list, const std::string& wanted) {
             return std::ranges::find(list, wanted, name);
         };
-        const auto said = [&](const List& list, const auto& found) {
-            return found == list.end() ? "-" : words(*found);
-        };
-        for (const auto& one : ones)
-            add_row(name(one), words(one), said(others, find(others, name(one))));
+        for (const auto& one : ones) {
+            const auto other = find(others, name(one));
+            if (other == others.end())
+                add_row(name(one), words(one), "-");
+            else
+                write_row(name(one), words(one), words(*other),
+                          tolerance_ ? !covered(one, *other) : words(one) != words(*other));
+        }
         for (const auto& other : others)
             if (find(ones, name(other)) == ones.end()) add_row(name(other), "-", words(other));
     }
@@ -112,6 +124,12 @@ private:
             [](const StatusRow& row) {
                 return "\"" + row.status() + "\" from " + short_seconds(row.texts.back().at_us) +
                        " s";
+            },
+            [&](const StatusRow& one, const StatusRow& other) {
+                return tolerance_->covers_text(one.label == analog_row ? "dB" : "", one.status(),
+                                               other.status()) &&
+                       tolerance_->covers("s", in_seconds(one.texts.back().at_us),
+                                          in_seconds(other.texts.back().at_us));
             });
     }
 
@@ -124,18 +142,25 @@ private:
                 if (!margin.worst) return state;
                 return state + ", " + short_number(*margin.worst) + " " + margin.in + " (" +
                        short_number(*margin.distance) + ")";
+            },
+            [&](const Margin& one, const Margin& other) {
+                return one.state == other.state &&
+                       one.worst.has_value() == other.worst.has_value() &&
+                       (!one.worst || tolerance_->covers(one.in, *one.worst, *other.worst));
             });
     }
 
     Compared first_, second_;
+    std::optional<Tolerance> tolerance_;
     bool any_ = false;
     std::string text_;
 };
 
 } // namespace
 
-Differences differences_of(const std::string& first, const std::string& second) {
-    return Comparison(first, second).result();
+Differences differences_of(const std::string& first, const std::string& second,
+                           const std::optional<Tolerance>& tolerance) {
+    return Comparison(first, second, tolerance).result();
 }
 
 } // namespace k4sim

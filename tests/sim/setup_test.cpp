@@ -43,6 +43,10 @@ TEST(Options, SetUpTheRun) {
          "board i2c\noperator none\nseed 18446744073709551615\nschedule random\npace 0.5\nlimit "
          "1500000\n"
          "stall 3000000\nreport -1\nfault no-privilege - 0\nfault key-dead 8 2500000\n"},
+        {{"--real=serial,speaker", "--real", "network=a,b c", "--real=sound=hw:CARD=x,DEV=1",
+          "--real=serial=d%"},
+         "board aes\noperator auto\nseed 1\npace 1\nlimit 3600000000\nstall 20000000\nreport -1\n"
+         "real speaker\nreal network a b%20c\nreal sound hw:CARD=x,DEV=1\nreal serial d%25\n"},
         {{"--scenario", file, "--pace=max", "--limit=1e9"},
          "board plain\noperator none\nseed 9\nlimit 1000000000000000\nstall 20000000\nreport -1\n" +
              steps,
@@ -76,7 +80,8 @@ TEST(Setup, SurvivesTheWayToTheProgram) {
         const std::string text =
             "board " + board + "\noperator none\nseed 9223372036854775809\n" +
             "pace 0.3333333333333333\nlimit 9000000000\nlinger 1\nstall 20000000\nreport 17\n" +
-            "fault - %2d 0\nfault key-held 7 5000000000\n" + "step 0 1 - a\nstep 3 2 %20-%25 b\n";
+            "fault - %2d 0\nfault key-held 7 5000000000\n" + "step 0 1 - a\nstep 3 2 %20-%25 b\n" +
+            "real serial - x\nreal ports\n";
         k4sim::Setup setup = decode(text).value();
         EXPECT_EQ(encode(setup), text);
         setup.faults[0].name = every;
@@ -86,13 +91,15 @@ TEST(Setup, SurvivesTheWayToTheProgram) {
 }
 
 TEST(Setup, MalformedTextIsRefused) {
-    for (const char* text :
-         {"board",           "board aes",        "board aex\n",    "board aes aes\n",
-          "seed -1\n",       "seed 1x\n",        "pace 0\n",       "pace nan\n",
-          "limit\n",         "fault a b\n",      "fault a b -1\n", "limit -1\n",
-          "limit 1 \n",      "step 0 -1 a b\n",  "fault a %4 0\n", "fault a %zz 0\n",
-          "fault %4z b 0\n", "step 0 0 %z4 b\n", "step 4 0 a b\n", "step -1 0 a b\n",
-          "step 0 0 a\n",    "operator bob\n",   "colour red\n",   "\n"})
+    for (const char* text : {"real\n",          "real disk\n",     "real serial %2\n",
+                             "board",           "board aes",       "board aex\n",
+                             "board aes aes\n", "seed -1\n",       "seed 1x\n",
+                             "pace 0\n",        "pace nan\n",      "limit\n",
+                             "fault a b\n",     "fault a b -1\n",  "limit -1\n",
+                             "limit 1 \n",      "step 0 -1 a b\n", "fault a %4 0\n",
+                             "fault a %zz 0\n", "fault %4z b 0\n", "step 0 0 %z4 b\n",
+                             "step 4 0 a b\n",  "step -1 0 a b\n", "step 0 0 a\n",
+                             "operator bob\n",  "colour red\n",    "\n"})
         EXPECT_FALSE(decode(text)) << text;
     EXPECT_TRUE(decode(""));
 }

@@ -35,7 +35,8 @@ TEST_F(Launcher, RefusesABadCommandLine) {
          {"", "fly", "fault", "faults nothing-like-it", "faults key-dea --jsn", "run --bord aes x",
           "run --", "run --board", "run -- .", "run --record record -- absent", "run --wave x",
           "run --record record -- ./plain.txt", "run --record record -- ./script.sh", "diagnose",
-          "diagnose a=OK", "diagnose fan=OK", "diagnose plain.txt usb=OK"})
+          "diagnose a=OK", "diff --tolerance 1m a b", "diagnose fan=OK",
+          "diagnose plain.txt usb=OK"})
         answers += line + "\n  " + expect_refused(launch(line));
     const char* const options[] = {"--board=aex",
                                    "--operator=bob",
@@ -54,6 +55,13 @@ TEST_F(Launcher, RefusesABadCommandLine) {
                                    "--fault=9@soon",
                                    "--fault key-held=Z",
                                    "--board none --fault key-held=7",
+                                   "--real disk",
+                                   "--real serial=/dev/null",
+                                   "--real network=lo",
+                                   "--real network=lo,absent",
+                                   "--real sound=hw:absent",
+                                   "--real speaker=/dev/null",
+                                   "--real network=lo,lo --pace 2",
                                    "--quiet=1",
                                    "--expect=good",
                                    "--expect=",

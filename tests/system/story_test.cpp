@@ -107,6 +107,7 @@ TEST_F(StoryOfARun, IsComparedWithAnother) {
     run("", "a");
     run("", "b");
     run("--fault key-dead=5@3", "c");
+    run("--seed 2", "e");
     CommandResult result = launch("diff a b");
     EXPECT_EQ(result.status, 0);
     EXPECT_EQ(result.out, "The runs are the same.\n");
@@ -128,6 +129,16 @@ TEST_F(StoryOfARun, IsComparedWithAnother) {
     result = launch("diff a b");
     EXPECT_EQ(result.status, 1);
     EXPECT_THAT(result.out, ContainsRegex("oled-0005.png.*\n.*oled-0005.png.*\n.*pictures differ"));
+    EXPECT_EQ(launch("diff a e").status, 1);
+    for (const char* limits : {"1dB,1s", "20%,1dB"})
+        EXPECT_EQ(launch(std::string("diff a e --tolerance ") + limits).out,
+                  "Nothing differs by more than the tolerance.\n");
+    result = launch("diff --tolerance 0.01dB,1s a e");
+    EXPECT_EQ(result.status, 1);
+    EXPECT_THAT(result.out, ContainsRegex("\n! AnalogAudio: .* dB "));
+    EXPECT_THAT(result.out, Not(ContainsRegex("event is number|\n! .* \"OK\"")));
+    result = launch("diff --tolerance 100%,0.5dB a c");
+    EXPECT_THAT(result.out, ContainsRegex("\n! Frontpanel +\"OK\" .*\n"));
     EXPECT_EQ(launch("diff a .").status, 2);
 }
 
