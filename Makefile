@@ -1,5 +1,5 @@
 # The commands of the README. Each installs what is missing, then builds with a CMake preset.
-.PHONY: run panel test golden docs coverage-campaign coverage-sample build completion setup sanitize valgrind coverage fuzz bench reproducible format lint clean
+.PHONY: run panel test golden docs coverage-campaign coverage-sample build static completion setup sanitize valgrind coverage fuzz bench reproducible format lint clean
 
 BUILD := build/release
 RUN_RECORD := build/run
@@ -65,6 +65,12 @@ sanitize: setup
 	@for preset in asan analysis64; do \
 	    cmake --preset $$preset && cmake --build --preset $$preset && $(CTEST) --preset $$preset || exit 1; \
 	done
+
+# build/release/static/k4selftest, for a device that has no more than libc and libasound.
+static: setup
+	@cmake --preset release --log-level=WARNING >/dev/null
+	@cmake --build --preset release --target k4selftest_static
+	@ls -l $(BUILD)/static/k4selftest; scripts/glibc-need $(BUILD)/static/k4selftest
 
 valgrind: build
 	@scripts/valgrind

@@ -26,7 +26,7 @@ struct Settings {
 };
 
 void printBanner() {
-    pout << "***** Vorlink K/4 selftest V1.7, " << __DATE__ << " *****" << KLNstream::cr;
+    pout << "***** Vorlink K/4 selftest V" K4_VERSION ", " << __DATE__ << " *****" << KLNstream::cr;
 }
 
 // Unknown and surplus arguments neither stop nor warn, so the result is ignored.

@@ -110,7 +110,8 @@ function(k4_library name)
   # Code for executables only. What may end in a shared library must look up its own functions,
   # so that it can neither be drawn together nor called straight.
   set_target_properties(${name} PROPERTIES POSITION_INDEPENDENT_CODE OFF)
-  target_compile_options(${name} PRIVATE -fPIE)
+  # Each function by itself, so that a link can leave out what nobody calls.
+  target_compile_options(${name} PRIVATE -fPIE -ffunction-sections -fdata-sections)
   k4_instrument(${name})
 endfunction()
 
