@@ -1,5 +1,5 @@
 # The commands of the README. Each installs what is missing, then builds with a CMake preset.
-.PHONY: run panel test golden docs coverage-campaign coverage-sample build static completion setup sanitize valgrind coverage fuzz bench reproducible format lint clean
+.PHONY: run panel test golden docs coverage-campaign coverage-sample build static deb completion setup sanitize valgrind coverage fuzz bench reproducible format lint clean
 
 BUILD := build/release
 RUN_RECORD := build/run
@@ -40,6 +40,8 @@ panel: setup
 test: build
 	@scripts/setup --browser || echo "The panel is not tested in a browser: there is none."
 	@scripts/setup --slurm || echo "Campaigns are not tested on a cluster: there is no Slurm."
+	@scripts/setup --deb && scripts/deb selftest desk32 || \
+	    echo "Packages are not tested: there is nothing to install them on."
 	@$(CTEST) --preset release
 
 # Writes the golden records anew: look at the difference before you commit it.
@@ -47,10 +49,11 @@ golden: build
 	@K4_RENEW_GOLDEN=1 $(BUILD)/system_tests --gtest_filter='*Golden*:Launcher.Refuses*:Scenario.Is*:*CausesItsVerdict*' --gtest_brief=1
 	@git status --short tests/system/golden
 
-# What is made in docs/ anew: look at it before you commit it.
+# What is made in docs/ and README.md anew, pictures and tables: look at it before you commit it.
 docs: build
+	@scripts/manual $(BUILD)/k4sim
 	@scripts/docs $(BUILD)
-	@git status --short docs
+	@git status --short docs README.md
 
 # docs/coverage.* anew: every single fault once. Goes on where it was broken off.
 coverage-campaign: build
@@ -71,6 +74,10 @@ static: setup
 	@cmake --preset release --log-level=WARNING >/dev/null
 	@cmake --build --preset release --target k4selftest_static
 	@ls -l $(BUILD)/static/k4selftest; scripts/glibc-need $(BUILD)/static/k4selftest
+
+# The packages, in build/release/deb: k4selftest for the device, k4sim for the desk.
+deb: setup
+	@scripts/deb
 
 valgrind: build
 	@scripts/valgrind

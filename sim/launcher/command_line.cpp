@@ -7,6 +7,7 @@
 #include "sim/launcher/elf_check.h"
 #include "sim/launcher/help.h"
 #include "sim/launcher/listing.h"
+#include "sim/launcher/manual.h"
 #include "sim/launcher/options.h"
 #include "sim/launcher/panel.h"
 #include "sim/launcher/process.h"
@@ -15,6 +16,7 @@
 #include "sim/launcher/record.h"
 #include "sim/launcher/retelling.h"
 #include "sim/launcher/verdict.h"
+#include "sim/launcher/version.h"
 #include "sim/launcher/wire_file.h"
 #include "sim/setup_choices.h"
 #include "sim/story/differences.h"
@@ -82,6 +84,12 @@ int coverage(const Options& options) {
     const std::string& judged = options.coverage_judged;
     return write_coverage(folders, out.empty() ? folders[0] : out,
                           judged.empty() ? "" : way_back(judged));
+}
+
+int describe(const std::vector<std::string>& words) {
+    const std::string text = manual_part(words[0], words[1]);
+    if (text.empty()) throw UsageError("nothing is told of " + words[1] + " as " + words[0]);
+    return print(text);
 }
 
 int differ(const Options& options) {
@@ -189,6 +197,10 @@ int carry_out(int argc, char** argv) {
             return print(keys_as_text());
         case Command::complete:
             return print(completions(options.words));
+        case Command::describe:
+            return describe(options.words);
+        case Command::version:
+            return print(version_line);
         case Command::help:
             break;
         }

@@ -18,6 +18,7 @@ struct Option {
     std::string values; // empty: it takes none
     std::string_view meaning;
     void (*set)(Options& options, const std::string& value);
+    std::string_view more{}; // what documents add to it; what is between backticks is said so
 };
 
 // As said in the command line.

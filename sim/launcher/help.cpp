@@ -22,6 +22,7 @@ std::string help_of_all() {
     for (const CommandForm& form : command_table())
         if (!form.what.empty()) text += in_two_columns(form_text(form), form.what);
     return text + "\nk4sim COMMAND --help tells about one of them, with examples.\n"
+                  "k4sim --version tells which one this is.\n"
                   "Exit status 2: this command line can't be carried out.\n";
 }
 

@@ -72,6 +72,11 @@ Options parse_command(const CommandForm& form, const std::vector<std::string>& a
 Options parse_options(const std::vector<std::string>& arguments) {
     if (arguments.empty()) throw UsageError("nothing to do; say " + all_commands());
     if (asks_for_help(arguments[0])) return {};
+    if (arguments[0] == "--version") {
+        Options options;
+        options.command = Command::version;
+        return options;
+    }
     const CommandForm* const form = find_command(arguments[0]);
     if (form == nullptr)
         throw UsageError("there is no command \"" + arguments[0] + "\"; say " + all_commands() +

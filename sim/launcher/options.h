@@ -41,7 +41,9 @@ enum class Command {
     soak,
     keys,
     help,
-    complete
+    version,
+    complete,
+    describe
 };
 
 // What k4sim diagnose goes by.
