@@ -12,6 +12,8 @@ same "libraries" "$(objdump -p "$static" | awk '/NEEDED/ { print $2 }' | sort | 
     "ld-linux.so.2 libasound.so.2 libc.so.6 libm.so.6"
 same "glibc of the usual program" "$("$scripts/glibc-need" "$program")" 2.34
 same "glibc, which libgcc's unwinder decides" "$("$scripts/glibc-need" "$static")" 2.35
+grep -q "C library of version 2.35 or later" "$scripts/../docs/operator.md" ||
+    { echo "the operator's guide tells of another C library"; exit 1; }
 below "bytes" "$(stat -c %s "$static")" 500000
 
 for one in "$static" "$program"; do
