@@ -101,7 +101,7 @@ TEST_F(Scenario, MayDemandAnyEvent) {
     write("s.toml", demands);
     const CommandResult result = launch("check - <s.toml");
     EXPECT_EQ(result.error, "");
-    EXPECT_TRUE(result.out.ends_with("\n0 steps, 64 demands\n"));
+    EXPECT_TRUE(result.out.ends_with("\n0 steps, 67 demands\n"));
 }
 
 TEST_F(Scenario, IsAWholeCase) {
