@@ -10,7 +10,7 @@ using testing::HasSubstr;
 
 class Campaign : public LauncherStage {
 protected:
-    static constexpr const char* line = K4_SIM " campaign --boards engine --faults 'link-d*' ";
+    static constexpr const char* line = K4_SIM " campaign --boards plain --faults 'link-d*' ";
     static constexpr const char* program = " -- " K4_PROGRAM " run";
 
     CommandResult campaign(const std::string& options, const std::string& before = "") const {
@@ -39,8 +39,8 @@ TEST_F(Campaign, ComesToTheSameHoweverItIsDone) {
     const CommandResult other = launch("coverage --against all/coverage.json whole");
     EXPECT_EQ(other.status, 1);
     EXPECT_EQ(other.out,
-              "link-down=usb0 on engine: detected (ABORTED); in all/coverage.json: not there\n"
-              "link-dropped=eth0 on engine: escaped (ABORTED); in all/coverage.json: detected "
+              "link-down=usb0 on plain: detected (ABORTED); in all/coverage.json: not there\n"
+              "link-dropped=eth0 on plain: escaped (ABORTED); in all/coverage.json: detected "
               "(ABORTED)\n");
 
     // Broken off, and by a disk that was full before.
@@ -70,11 +70,11 @@ TEST_F(Campaign, ComesToTheSameHoweverItIsDone) {
 TEST_F(Campaign, TellsWhatIsNotAsExpected) {
     EXPECT_EQ(campaign("--out found --expected detected").out, "2 runs, 2 detected\n");
     const CommandResult deaf =
-        launch("campaign --out out --boards engine --faults analog-input-dead"
+        launch("campaign --out out --boards plain --faults analog-input-dead"
                " -- " K4_PROGRAM " run noanalog");
     EXPECT_EQ(deaf.status, 1);
     EXPECT_THAT(deaf.out, HasSubstr("1 runs, 1 escaped\nnot as expected: analog-input-dead=1 on "
-                                    "engine: escaped, expected was detected\n"));
+                                    "plain: escaped, expected was detected\n"));
     const CommandResult nothing =
         launch("campaign --out none --boards aes --faults key-dead -- /bin/true");
     EXPECT_EQ(nothing.status, 2);
