@@ -1,5 +1,6 @@
 #include "sim/launcher/diagnose.h"
 
+#include "sim/campaign/results.h"
 #include "sim/diagnosis/diagnosis.h"
 #include "sim/launcher/options.h"
 #include "sim/story/sources.h"
@@ -14,16 +15,7 @@ namespace {
 constexpr double least_share = 95; // percent
 
 std::vector<Json> results_in(const std::string& folder) {
-    const std::string path = folder + "/results.jsonl", text = read_file(path);
-    std::vector<Json> results;
-    std::string_view rest = text;
-    for (std::size_t end = 0; (end = rest.find('\n')) != std::string_view::npos;
-         rest.remove_prefix(end + 1)) {
-        std::optional<Json> result = Json::parse(rest.substr(0, end));
-        if (!result) throw std::runtime_error(path + " has a line that is no result");
-        results.push_back(std::move(*result));
-    }
-    return results;
+    return json_lines(folder + "/" + std::string(results_name));
 }
 
 // Empty: it is not known.

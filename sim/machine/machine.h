@@ -93,7 +93,7 @@ public:
     void clear_events() { events_.clear(); }
 
     // Begins a record of the run, as the launcher set it up; the device is a new one. `switch_off`
-    // ends the run, for somebody who looks on.
+    // ends the run, for somebody who looks on, or after the operator left.
     void record(const Setup& setup, std::function<void()> switch_off);
     bool recorded() const { return report_.is_open(); }
 
